@@ -1,0 +1,40 @@
+#include "mime/base64.h"
+
+#include <algorithm>
+#include <iostream>
+
+namespace {
+
+constexpr std::string_view kAlphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+bool is_white_space(char c) { return c == '\t' || c == '\n' || c == '\r' || c == ' '; }
+
+}  // namespace
+
+unsigned base64_symbol(std::string_view payload, size_t& position) {
+  while (position < payload.size() && payload[position] != '=') {
+    const char c = payload[position++];
+    const size_t value = kAlphabet.find(c);
+    if (value != std::string_view::npos) return static_cast<unsigned>(value);
+    if (!is_white_space(c)) std::cerr << "Bad base64 symbol: " << c << '\n';
+  }
+  return 0;
+}
+
+std::string base64_decode(std::string_view payload) {
+  std::string out;
+  out.reserve(payload.size() / 4 * 3 + 3);
+  size_t position = 0;
+  for (;;) {
+    const size_t start = position;
+    unsigned symbols[4];
+    for (unsigned& symbol : symbols) symbol = base64_symbol(payload, position);
+    const size_t consumed = position - start;
+    if (consumed == 0) return out;
+    const char bytes[] = {static_cast<char>(symbols[0] << 2 | symbols[1] >> 4),
+                          static_cast<char>(symbols[1] << 4 | symbols[2] >> 2),
+                          static_cast<char>(symbols[2] << 6 | symbols[3])};
+    out.append(bytes, std::clamp<size_t>(consumed, 2, 4) - 1);
+  }
+}

@@ -1,0 +1,97 @@
+#include "mime/charset.h"
+
+#include <iconv.h>
+
+#include <cerrno>
+
+#include "support/ex_error.h"
+
+namespace {
+
+constexpr size_t kChunk = 4096;
+
+// One open conversion; closed by its owner where nobody asked for the result of closing.
+class Converter {
+ public:
+  Converter(const std::string& to, const std::string& from)
+      : handle_(iconv_open(to.c_str(), from.c_str())) {}
+  ~Converter() { Close(); }
+  Converter(const Converter&) = delete;
+  Converter& operator=(const Converter&) = delete;
+
+  bool IsOpen() const { return handle_ != Invalid(); }
+
+  // Converts up to a chunk from the front of `text`, appends it to `output`, and returns the error
+  // number that iconv left.
+  int Convert(std::string_view& text, std::string& output) {
+    char chunk[kChunk];
+    // iconv does not write to its input; its interface only forgets to say so.
+    char* in = const_cast<char*>(text.data());
+    size_t in_left = text.size();
+    char* out = chunk;
+    size_t out_left = kChunk;
+    errno = 0;
+    iconv(handle_, &in, &in_left, &out, &out_left);
+    const int error = errno;
+    output.append(chunk, kChunk - out_left);
+    text.remove_prefix(text.size() - in_left);
+    return error;
+  }
+
+  bool Close() {
+    if (!IsOpen()) return true;
+    const bool closed = iconv_close(handle_) == 0;
+    handle_ = Invalid();
+    return closed;
+  }
+
+ private:
+  static iconv_t Invalid() { return reinterpret_cast<iconv_t>(-1); }
+
+  iconv_t handle_;
+};
+
+// A converter may report a bad sequence when it has already consumed everything; then there is no
+// byte to step over, and none that a "?" could stand for.
+void replace_one_byte(std::string_view& text, std::string& output) {
+  if (text.empty()) return;
+  text.remove_prefix(1);
+  output += '?';
+}
+
+// False when the conversion cannot go on.
+bool convert_step(Converter& converter, std::string_view& text, bool replace_invalid,
+                  std::string& output) {
+  const size_t text_before = text.size();
+  const size_t output_before = output.size();
+  const int error = converter.Convert(text, output);
+  if (error == EILSEQ && replace_invalid) {
+    replace_one_byte(text, output);
+    return true;
+  }
+  // A step that neither reads nor writes would be repeated for ever.
+  const bool moved = text.size() != text_before || output.size() != output_before;
+  return (error == 0 || error == E2BIG) && moved;
+}
+
+}  // namespace
+
+std::string convert_charset(std::string_view text, const std::string& from_charset,
+                            const std::string& to_charset, bool replace_invalid) {
+  Converter converter(to_charset, from_charset);
+  if (!converter.IsOpen()) {
+    throw quern::ExError("Cannot convert from " + from_charset + " to " + to_charset);
+  }
+  std::string output;
+  output.reserve(text.size());
+  while (!text.empty()) {
+    if (!convert_step(converter, text, replace_invalid, output)) {
+      throw quern::ExError("Conversion from " + from_charset + " to " + to_charset);
+    }
+  }
+  if (!converter.Close()) {
+    // Kept: the message names utf-8 whatever the target was.
+    throw quern::ExError("Closing conversion from " + from_charset + " to utf-8 failed");
+  }
+  return output;
+}

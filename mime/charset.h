@@ -1,0 +1,18 @@
+#ifndef MIME_CHARSET_H
+#define MIME_CHARSET_H
+
+#include <string>
+#include <string_view>
+
+/// `text` (any bytes) converted from one charset to another.
+///
+/// The charset names go to iconv exactly as given, so they may be anything that a stranger writes
+/// into a message. With `replace_invalid` every byte that iconv rejects becomes "?".
+///
+/// Throws `quern::ExError` when iconv does not know a name, when the text ends inside a multi-byte
+/// sequence, and, without `replace_invalid`, at the first invalid byte. Kept: no closing shift
+/// sequence is written for a target charset that has one.
+std::string convert_charset(std::string_view text, const std::string& from_charset,
+                            const std::string& to_charset, bool replace_invalid);
+
+#endif

@@ -1,0 +1,45 @@
+#include "mime/quoted_printable.h"
+
+#include <cstdlib>
+#include <iostream>
+
+namespace {
+
+// Kept: what `strtoul` makes of the two bytes counts, so blanks in front of a digit and a second
+// byte that is no digit are dropped, and no digit at all gives 0.
+char escaped_byte(std::string_view payload, int& position) {
+  char digits[3] = "";
+  for (int i = 0; i < 2 && static_cast<size_t>(position) < payload.size(); ++i) {
+    digits[i] = payload[static_cast<size_t>(position++)];
+  }
+  char* end = nullptr;
+  const unsigned long value = strtoul(digits, &end, 16);
+  if (end == digits && digits[0] != '\0') {
+    std::cerr << "Bad hex in quoted-printable string: " << digits << '\n';
+  }
+  return static_cast<char>(value & 0xFF);
+}
+
+}  // namespace
+
+std::string qp_decode(std::string_view payload) {
+  std::string out;
+  out.reserve(payload.size());
+  int position = 0;
+  while (position >= 0) qp_decode_step(out, payload, position);
+  return out;
+}
+
+void qp_decode_step(std::string& out, std::string_view payload, int& position) {
+  if (position < 0) return;
+  if (static_cast<size_t>(position) >= payload.size()) {
+    position = -1;
+    return;
+  }
+  const char c = payload[static_cast<size_t>(position++)];
+  if (c == '=') {
+    out += escaped_byte(payload, position);
+  } else {
+    out += c == '_' ? ' ' : c;
+  }
+}

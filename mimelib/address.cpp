@@ -1,0 +1,121 @@
+#include "mimelib/address.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "mimelib/lexer.h"
+
+namespace {
+
+using Kind = Token::Kind;
+
+// An entry's place in its list.
+struct Entry {
+  size_t start = 0;
+  size_t end = 0;
+  size_t resume = 0;  // behind the comma that ends it
+  bool is_group = false;
+};
+
+enum class Place { kTop, kAngle, kGroup };
+
+// Where the next token of a list stands. A comma separates entries only at the top; behind the end
+// of a group or of a "<...>" the same entry goes on up to its comma.
+Place place_after(Place place, const Token& token, bool with_groups) {
+  switch (place) {
+    case Place::kTop:
+      if (token.IsSpecial('<')) return Place::kAngle;
+      return with_groups && token.IsSpecial(':') ? Place::kGroup : place;
+    case Place::kAngle:
+      return token.IsSpecial('>') ? Place::kTop : place;
+    case Place::kGroup:
+      return token.IsSpecial(';') ? Place::kTop : place;
+  }
+  return place;
+}
+
+// The first entry at or after `position` that holds a token at all; an empty one at the end.
+Entry find_entry(std::string_view list, bool with_groups, size_t position) {
+  Lexer lexer(list, Lexer::Syntax::kAddress, position);
+  Entry entry;
+  Place place = Place::kTop;
+  for (Token token = lexer.Next(); token.kind != Kind::kEnd; token = lexer.Next()) {
+    if (place == Place::kTop && token.IsSpecial(',')) {
+      if (entry.end > 0) break;
+      continue;
+    }
+    if (entry.end == 0) entry.start = lexer.position() - token.text.size();
+    entry.end = lexer.position();
+    place = place_after(place, token, with_groups);
+    entry.is_group = entry.is_group || place == Place::kGroup;
+  }
+  entry.resume = lexer.position();
+  return entry;
+}
+
+// A lexer that stands in front of the local part: behind "<" and a route ("@a,@b:"), or at the
+// start of a text in which "@" comes before any "<".
+Lexer at_local_part(std::string_view text) {
+  const Lexer start(text, Lexer::Syntax::kAddress);
+  Lexer lexer = start;
+  for (Token token = lexer.Next(); !token.IsSpecial('<'); token = lexer.Next()) {
+    if (token.kind == Kind::kEnd || token.IsSpecial('@')) return start;
+  }
+  Lexer behind_route = lexer;
+  if (!behind_route.Next().IsSpecial('@')) return lexer;
+  for (Token token = behind_route.Next(); token.kind != Kind::kEnd; token = behind_route.Next()) {
+    if (token.IsSpecial(':')) break;
+  }
+  return behind_route;
+}
+
+// Appends the words and dots up to the special `end`, where `other` is a further kind of word.
+std::string collect_until(Lexer& lexer, char end, Kind other) {
+  std::string text;
+  for (Token token = lexer.Next(); token.kind != Kind::kEnd; token = lexer.Next()) {
+    if (token.IsSpecial(end)) break;
+    if (token.kind == Kind::kAtom || token.kind == other || token.IsSpecial('.')) {
+      text += token.text;
+    }
+  }
+  return text;
+}
+
+// An address goes into headers and onto command lines: it may not bring line ends along.
+DwString on_one_line(const std::string& text) {
+  std::string line;
+  line.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool line_end = text[i] == '\r' || text[i] == '\n';
+    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') ++i;
+    line += line_end ? ' ' : text[i];
+  }
+  return DwString(std::move(line));
+}
+
+}  // namespace
+
+DwAddress::DwAddress(DwString text, DwAddressSequence* sequence, size_t resume)
+    : DwMessageComponent(std::move(text)), sequence_(sequence), resume_(resume) {}
+
+DwAddress* DwAddress::Next() const {
+  if (next_ == nullptr) next_ = sequence_->ParseAt(resume_);
+  return next_;
+}
+
+DwMailbox::DwMailbox(const DwString& text, DwAddressSequence* sequence, size_t resume)
+    : DwAddress(text, sequence, resume) {
+  Lexer lexer = at_local_part(text.View());
+  local_part_ = on_one_line(collect_until(lexer, '@', Kind::kQuoted));
+  domain_ = on_one_line(collect_until(lexer, '>', Kind::kDomainLiteral));
+}
+
+DwAddress* DwAddressSequence::ParseAt(size_t position) {
+  const Entry entry = find_entry(text_.View(), with_groups_, position);
+  if (entry.end == 0) return nullptr;
+  const DwString text = text_.Slice(entry.start, entry.end - entry.start);
+  if (entry.is_group) return kept_.Add(std::make_unique<DwGroup>(text, this, entry.resume));
+  return kept_.Add(std::make_unique<DwMailbox>(text, this, entry.resume));
+}

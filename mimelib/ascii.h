@@ -1,0 +1,14 @@
+#ifndef MIMELIB_ASCII_H
+#define MIMELIB_ASCII_H
+
+#include <algorithm>
+#include <string_view>
+
+/// Whether `a` and `b` are equal when A-Z count as a-z; other bytes count as they are.
+inline bool equal_ignoring_case(std::string_view a, std::string_view b) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : +c; };
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [lower](char x, char y) { return lower(x) == lower(y); });
+}
+
+#endif

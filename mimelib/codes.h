@@ -1,0 +1,33 @@
+#ifndef MIMELIB_CODES_H
+#define MIMELIB_CODES_H
+
+namespace DwMime {
+
+/// Top-level media types (RFC 2046, RFC 2077). Null: none was given.
+enum MediaTypes {
+  kTypeNull = 0,
+  kTypeUnknown,
+  kTypeText,
+  kTypeMultipart,
+  kTypeMessage,
+  kTypeApplication,
+  kTypeImage,
+  kTypeAudio,
+  kTypeVideo,
+  kTypeModel,
+};
+
+/// Content transfer encodings (RFC 2045, 6). Null: none was given.
+enum Ctes {
+  kCteNull = 0,
+  kCteUnknown,
+  kCte7bit,
+  kCte8bit,
+  kCteBinary,
+  kCteQuotedPrintable,
+  kCteBase64,
+};
+
+}  // namespace DwMime
+
+#endif

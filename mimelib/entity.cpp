@@ -1,0 +1,124 @@
+#include "mimelib/entity.h"
+
+#include <string_view>
+#include <utility>
+
+namespace {
+
+constexpr auto npos = std::string_view::npos;
+
+bool starts_with(std::string_view text, std::string_view start) {
+  return text.substr(0, start.size()) == start;
+}
+
+// How many bytes of line end `text` begins with.
+size_t line_end_length(std::string_view text) {
+  if (starts_with(text, "\n")) return 1;
+  return starts_with(text, "\r\n") ? 2 : 0;
+}
+
+bool is_header_line(std::string_view line) {
+  return starts_with(line, " ") || starts_with(line, "\t") || line.find(':') != npos;
+}
+
+// Where the header ends: at an empty line, or at a line that cannot belong to it.
+size_t header_length(std::string_view text) {
+  size_t line = 0;
+  while (line < text.size() && line_end_length(text.substr(line)) == 0) {
+    const size_t end = text.find('\n', line);
+    if (end == npos) return text.size();
+    if (!is_header_line(text.substr(line, end - line))) return line;
+    line = end + 1;
+  }
+  return line;
+}
+
+// A delimiter line of a multipart body. The line end in front of it belongs to it.
+struct Delimiter {
+  size_t start;
+  size_t end;
+  bool closes;
+};
+
+// Reads the delimiter in the line at the start of `text`; false when the line is something else.
+bool read_delimiter(std::string_view text, std::string_view boundary, size_t& length,
+                    bool& closes) {
+  if (!starts_with(text, "--") || !starts_with(text.substr(2), boundary)) return false;
+  size_t i = 2 + boundary.size();
+  closes = starts_with(text.substr(i), "--");
+  if (closes) i += 2;
+  i = text.find_first_not_of(" \t", i);
+  if (i == npos) i = text.size();
+  const size_t line_end = line_end_length(text.substr(i));
+  length = i + line_end;
+  return line_end > 0 || i == text.size();
+}
+
+// The first delimiter at or after `from`, the start of a line; one that starts at npos for none.
+Delimiter find_delimiter(std::string_view text, std::string_view boundary, size_t from) {
+  for (size_t line = from; line < text.size();) {
+    size_t length = 0;
+    bool closes = false;
+    if (read_delimiter(text.substr(line), boundary, length, closes)) {
+      size_t start = line;
+      if (start > from) --start;
+      if (start > from && text[start - 1] == '\r') --start;
+      return {start, line + length, closes};
+    }
+    const size_t end = text.find('\n', line);
+    if (end == npos) break;
+    line = end + 1;
+  }
+  return {npos, npos, true};
+}
+
+}  // namespace
+
+DwBody::DwBody(const DwString& text, bool is_multipart, DwString boundary)
+    : DwMessageComponent(text), is_multipart_(is_multipart), boundary_(std::move(boundary)) {}
+
+DwBody::~DwBody() = default;
+
+DwBodyPart* DwBody::FirstBodyPart() {
+  if (!is_multipart_) return nullptr;
+  const Delimiter opening = find_delimiter(text().View(), boundary_.View(), 0);
+  return ParsePartAt(opening.end);
+}
+
+DwBodyPart* DwBody::ParsePartAt(size_t position) {
+  if (position >= text().length()) return nullptr;
+  const Delimiter next = find_delimiter(text().View(), boundary_.View(), position);
+  const DwString part = text().Slice(position, next.start - position);
+  return kept_.Add(std::make_unique<DwBodyPart>(part, this, next.closes ? npos : next.end));
+}
+
+DwEntity::DwEntity(const DwString& text)
+    : DwMessageComponent(text),
+      headers_(std::make_unique<DwHeaders>(DwString())),
+      body_(std::make_unique<DwBody>(DwString(), false, DwString())) {}
+
+DwEntity::~DwEntity() = default;
+
+void DwEntity::Parse() {
+  const size_t header = header_length(text().View());
+  const size_t body = header + line_end_length(text().View().substr(header));
+  headers_ = std::make_unique<DwHeaders>(text().Slice(0, header));
+  DwMediaType& type = headers_->ContentType();
+  const bool is_multipart = type.Type() == DwMime::kTypeMultipart;
+  body_ = std::make_unique<DwBody>(text().Slice(body, npos), is_multipart,
+                                   is_multipart ? type.Boundary() : DwString());
+}
+
+DwBodyPart::DwBodyPart(const DwString& text, DwBody* owner, size_t resume)
+    : DwEntity(text), owner_(owner), resume_(resume) {
+  DwEntity::Parse();
+}
+
+DwBodyPart* DwBodyPart::Next() const {
+  if (next_ == nullptr) next_ = owner_->ParsePartAt(resume_);
+  return next_;
+}
+
+DwMessage* DwMessage::NewMessage(const DwString& text, DwMessageComponent* /*parent*/) {
+  return new DwMessage(text);
+}

@@ -1,0 +1,64 @@
+#include "mimelib/headers.h"
+
+#include <algorithm>
+
+#include "mimelib/ascii.h"
+
+namespace {
+
+constexpr auto npos = std::string_view::npos;
+constexpr std::string_view kBlanks = " \t";
+constexpr std::string_view kWhiteSpace = " \t\r\n\v\f";
+
+// In the order of DwHeaders::FieldName.
+constexpr std::string_view kNames[] = {
+    "Reply-To", "From", "To", "Subject", "Date", "Content-Type", "Content-Transfer-Encoding",
+};
+
+// Cuts the first field off `rest`: all up to a line end that no folded line follows (RFC 822,
+// 3.1.1).
+std::string_view take_field(std::string_view& rest) {
+  size_t end = rest.find('\n');
+  while (end != npos && end + 1 < rest.size() &&
+         kBlanks.find(rest[end + 1]) != npos) {
+    end = rest.find('\n', end + 1);
+  }
+  const std::string_view field = rest.substr(0, end == npos ? npos : end + 1);
+  rest.remove_prefix(field.size());
+  return field;
+}
+
+std::string_view without_trailing(std::string_view text, std::string_view bytes) {
+  const size_t last = text.find_last_not_of(bytes);
+  return text.substr(0, last == npos ? 0 : last + 1);
+}
+
+std::string_view without_leading(std::string_view text, std::string_view bytes) {
+  return text.substr(std::min(text.find_first_not_of(bytes), text.size()));
+}
+
+}  // namespace
+
+DwHeaders::DwHeaders(const DwString& text) : DwMessageComponent(text) {
+  std::string_view rest = text.View();
+  while (!rest.empty()) {
+    const std::string_view field = take_field(rest);
+    const size_t colon = field.find(':');
+    if (colon == npos) continue;
+    const std::string_view name = without_trailing(field.substr(0, colon), kBlanks);
+    const std::string_view body = without_leading(field.substr(colon + 1), kBlanks);
+    Remember(name, without_trailing(body, kWhiteSpace));
+  }
+}
+
+void DwHeaders::Remember(std::string_view name, std::string_view body) {
+  for (size_t i = 0; i < kFieldNames; ++i) {
+    if (places_[i].found || !equal_ignoring_case(name, kNames[i])) continue;
+    places_[i] = {true, static_cast<size_t>(body.data() - text().data()), body.size()};
+  }
+}
+
+DwString DwHeaders::Body(FieldName name) const {
+  const Place& place = places_[name];
+  return place.found ? text().Slice(place.start, place.length) : DwString();
+}

@@ -1,0 +1,99 @@
+#include "support/conf.h"
+
+#include <sys/stat.h>
+
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "support/owned.h"
+#include "support/report.h"
+
+#define KEM_DEFINE_CONF_VALUE(key) const char* key = nullptr;
+KEM_CONF_KEYS(KEM_DEFINE_CONF_VALUE)
+#undef KEM_DEFINE_CONF_VALUE
+
+char certificates_dir[4096];
+
+namespace {
+
+// The whole file as a sequence of NUL-terminated lines; built once, never freed, because every
+// value that was handed out points into it.
+char* image = nullptr;
+size_t image_length = 0;
+
+bool is_space(char c) { return isspace(static_cast<unsigned char>(c)) != 0; }
+
+// Ends every line at its newline and drops the white space in front of it.
+void cut_into_lines(char* text, size_t length) {
+  for (size_t i = 0; i < length; ++i) {
+    if (text[i] != '\n') continue;
+    text[i] = '\0';
+    for (size_t back = i; back > 0 && is_space(text[back - 1]); --back) text[back - 1] = '\0';
+  }
+}
+
+void read_image() {
+  const OwnedFile file(fopen(kConfFile, "r"));
+  struct stat status {};
+  if (!file || fstat(fileno(file.get()), &status) != 0) return;
+  const size_t size = static_cast<size_t>(status.st_size);
+  char* const text = static_cast<char*>(malloc(size + 2));
+  if (text == nullptr) return;
+  if (fread(text, size, 1, file.get()) != 1) {
+    free(text);
+    return;
+  }
+  text[size] = '\0';
+  text[size + 1] = '\0';
+  cut_into_lines(text, size);
+  image = text;
+  image_length = size;
+}
+
+const char* skip_space(const char* text) {
+  while (is_space(*text)) ++text;
+  return text;
+}
+
+struct ConfValue {
+  const char* key;
+  const char** value;
+  const char* message;
+};
+
+#define KEM_CONF_VALUE(key) {#key, &key, "Error: " #key " not defined\n"},
+constexpr ConfValue kConfValues[] = {KEM_CONF_KEYS(KEM_CONF_VALUE)};
+#undef KEM_CONF_VALUE
+
+}  // namespace
+
+const char* conf_lookup(const char* key) {
+  if (image == nullptr) read_image();
+  if (image == nullptr) return nullptr;
+  const size_t key_length = strlen(key);
+  const char* const end = image + image_length;
+  for (const char* line = image; line < end; line += strlen(line) + 1) {
+    line = skip_space(line);
+    if (strncmp(line, key, key_length) == 0 && is_space(line[key_length])) {
+      return skip_space(line + key_length);
+    }
+  }
+  return nullptr;
+}
+
+const char* conf_require(const char* key) {
+  const char* const value = conf_lookup(key);
+  if (value == nullptr || *value == '\0') report_error(1, 0, "Error: %s not defined", key);
+  return value;
+}
+
+void load_conf_paths() {
+  for (const ConfValue& entry : kConfValues) {
+    const char* const value = conf_lookup(entry.key);
+    if (value == nullptr || *value == '\0') report_error(1, 0, "%s", entry.message);
+    *entry.value = value;
+  }
+  snprintf(certificates_dir, sizeof certificates_dir, "%s/var/certificates", PRODUCT_ROOT_D);
+}

@@ -1,0 +1,47 @@
+#ifndef SUPPORT_DATABASE_H
+#define SUPPORT_DATABASE_H
+
+#include <cstddef>
+
+struct st_mysql;
+
+/// The file whose first line is the password of the database user "admin".
+constexpr const char* kAdminPasswordFile = "/etc/kem/.kem.shadow";
+
+/// Which character set the sessions of this process use: -1 not known yet, 0 "SET NAMES binary" (or
+/// a server without character sets), 1 "SET NAMES utf8". Set by every successful `db_set_charset`.
+extern int db_utf8_mode;
+
+/// Reads the first line of kAdminPasswordFile, without its newline and at most `password_size` - 1
+/// bytes of it, into `password`. Returns 0, or -1 with a message in `error` (cut at `error_size`).
+int read_admin_password(char* password, size_t password_size, char* error, size_t error_size);
+
+/// A new connection to the database "kem" on the local host, owned by the caller, who closes it
+/// with `mysql_close`; or null with a message in `error`.
+st_mysql* db_real_connect(char* error, size_t error_size);
+
+/// Chooses the session's character set by the server's version and the panel's setting
+/// "mysql41_compatible". Returns 0, or -1 with a message in `error`.
+int db_set_charset(st_mysql* connection, char* error, size_t error_size);
+
+/// Writes the client library's last error on `connection` into `error`, with `context` saying what
+/// was being done.
+void db_error_text(st_mysql* connection, char* error, size_t error_size, const char* context);
+
+/// A connection as of `db_real_connect` that is ready for use: foreign-key checks off, character
+/// set chosen. Null with a message in `error`.
+st_mysql* db_open(char* error, size_t error_size);
+
+/// As `db_open`; a failure is reported as a warning, and the result is null.
+st_mysql* db_connect();
+
+/// Runs `query` and returns column `column` of its first row, as a NUL-terminated text of at most
+/// 4095 bytes in a process-wide buffer that the next call overwrites: an empty text when there is
+/// no row or the column is NULL, null (after a warning) when the query failed or there is no
+/// connection. With a null `connection` the routine opens one of its own and closes it.
+const char* query_value(const char* query, st_mysql* connection, unsigned column);
+
+/// As `query_value`, of column 0.
+const char* query_first_value(const char* query, st_mysql* connection);
+
+#endif

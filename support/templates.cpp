@@ -1,0 +1,186 @@
+#include "support/templates.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+namespace {
+
+constexpr size_t kLongestName = 32;
+
+// The output buffer of one substitution, and its counts.
+class Filler {
+ public:
+  Filler(char* output, int capacity, SubstResult* result)
+      : output_(output), capacity_(static_cast<size_t>(capacity)), result_(result) {}
+
+  bool Fits(size_t length) const { return length <= Space(); }
+
+  // Copies a text that fits and counts `consumed` bytes of the template for it.
+  void Write(const char* text, size_t length, size_t consumed) {
+    memcpy(output_ + written_, text, length);
+    written_ += length;
+    Count(consumed);
+  }
+
+  // Fills the output up to its capacity with the start of a text that does not fit; returns how
+  // much of it was taken.
+  size_t Fill(const char* text, size_t length) {
+    const size_t taken = std::min(length, Space());
+    memcpy(output_ + written_, text, taken);
+    written_ = capacity_;
+    Count(0);
+    return taken;
+  }
+
+  void Count(size_t consumed) {
+    result_->consumed += static_cast<int>(consumed);
+    result_->written = static_cast<int>(written_);
+  }
+
+  // The literal stretch in front of a placeholder; false when it had to be cut.
+  bool Literal(const char* text, size_t length) {
+    if (!Fits(length)) {
+      Count(Fill(text, length));
+      return false;
+    }
+    Write(text, length, length);
+    return true;
+  }
+
+  // The value of a placeholder of `consumed` bytes; false when the substitution ends here.
+  bool Value(const char* value, size_t consumed) {
+    const size_t length = strlen(value);
+    if (Fits(length)) {
+      Write(value, length, consumed);
+      return true;
+    }
+    if ((result_->options & kStopBeforeValue) != 0) {
+      result_->status |= kValueDidNotFit;
+    } else {
+      Fill(value, length);
+      Count(consumed);
+    }
+    return false;
+  }
+
+  // Kept: the template's last stretch needs room for its NUL, all others do not.
+  void LastLiteral(const char* text, size_t length) {
+    if (!Fits(length + 1)) {
+      Count(Fill(text, length));
+      return;
+    }
+    Write(text, length, length);
+    output_[written_] = '\0';
+  }
+
+ private:
+  size_t Space() const { return capacity_ - written_; }
+
+  char* output_;
+  size_t capacity_;
+  size_t written_ = 0;
+  SubstResult* result_;
+};
+
+// What stands at an opening delimiter: a placeholder with its name, or `length` bytes of literal.
+struct Candidate {
+  bool is_placeholder;
+  size_t length;  // with the opening delimiter, and the closing one where there is one
+  char name[kLongestName + 1];
+};
+
+Candidate candidate_at(const char* text, char close) {
+  Candidate found{};
+  size_t i = 1;
+  while (i <= kLongestName + 1 && text[i] != '\0' && text[i] != close) ++i;
+  const bool closed = i <= kLongestName + 1 && text[i] == close && text[i] != '\0';
+  found.length = closed ? i + 1 : i;
+  found.is_placeholder = closed && i > 1;
+  if (found.is_placeholder) memcpy(found.name, text + 1, i - 1);
+  return found;
+}
+
+void substitute(char open, char close, const NamedValue* table, int count, const char* text,
+                Filler& out, SubstResult* result) {
+  const char* literal = text;
+  const char* at = text;
+  while (*at != '\0') {
+    if (*at != open) {
+      ++at;
+      continue;
+    }
+    const Candidate found = candidate_at(at, close);
+    const int index = found.is_placeholder ? find_pair(found.name, table, count) : -1;
+    const bool keep = index < 0 && (result->options & kKeepUnknown) != 0;
+    if (!found.is_placeholder || keep) {
+      if (found.is_placeholder) result->status |= kUnknownKept;
+      at += found.length;
+      continue;
+    }
+    if (!out.Literal(literal, static_cast<size_t>(at - literal))) return;
+    const char* const value = index >= 0 ? table[index].value : nullptr;
+    if (!out.Value(value != nullptr ? value : "", found.length)) return;
+    at += found.length;
+    literal = at;
+  }
+  out.LastLiteral(literal, static_cast<size_t>(at - literal));
+}
+
+}  // namespace
+
+// Quicksort on the middle element; the larger half is left to the loop, so that the recursion
+// stays shallow on any input.
+void sort_pairs(NamedValue* table, int count) {
+  while (count > 1) {
+    const char* const pivot = table[count / 2].name;
+    int low = 0;
+    int high = count - 1;
+    while (low <= high) {
+      while (strcmp(table[low].name, pivot) < 0) ++low;
+      while (strcmp(table[high].name, pivot) > 0) --high;
+      if (low <= high) std::swap(table[low++], table[high--]);
+    }
+    const int left = high + 1;
+    const int right = count - low;
+    if (left < right) {
+      sort_pairs(table, left);
+      table += low;
+      count = right;
+    } else {
+      sort_pairs(table + low, right);
+      count = left;
+    }
+  }
+}
+
+int find_pair(const char* name, const NamedValue* table, int count) {
+  if (name == nullptr || table == nullptr) return -1;
+  int low = 0;
+  int high = count - 1;
+  while (low <= high) {
+    const int middle = low + (high - low) / 2;
+    const int order = strcmp(name, table[middle].name);
+    if (order == 0) return middle;
+    if (order < 0) {
+      high = middle - 1;
+    } else {
+      low = middle + 1;
+    }
+  }
+  return -1;
+}
+
+char* template_subst(char open, char close, const NamedValue* table, int count, const char* text,
+                     char* output, int capacity, SubstResult* result) {
+  if (output != nullptr) output[0] = '\0';
+  result->consumed = 0;
+  result->written = 0;
+  result->status = 0;
+  const bool nothing_to_do = text == nullptr || *text == '\0' || capacity <= 0 ||
+                             output == nullptr || table == nullptr || count <= 0;
+  if (nothing_to_do) return output;
+  Filler out(output, capacity, result);
+  substitute(open, close, table, count, text, out, result);
+  return output;
+}

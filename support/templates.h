@@ -1,0 +1,51 @@
+#ifndef SUPPORT_TEMPLATES_H
+#define SUPPORT_TEMPLATES_H
+
+/// A placeholder's name and the text that stands for it; both NUL-terminated and not owned. A null
+/// value stands for nothing.
+struct NamedValue {
+  const char* name;
+  const char* value;
+};
+
+/// Options of a substitution.
+enum : int {
+  kStopBeforeValue = 1,  ///< stop before a value that does not fit instead of cutting it
+  kKeepUnknown = 2,      ///< leave placeholders whose name is not in the table as they stand
+};
+
+/// States in which a substitution can end.
+enum : int {
+  kValueDidNotFit = 1,  ///< stopped before a value (only with kStopBeforeValue)
+  kUnknownKept = 2,     ///< at least one unknown placeholder was left (only with kKeepUnknown)
+};
+
+/// What a substitution did. The caller sets `options` before the call, the call sets the others.
+struct SubstResult {
+  int consumed;  ///< bytes of the template that are accounted for
+  int written;   ///< bytes written to the output
+  int options;   ///< sum of kStopBeforeValue and kKeepUnknown
+  int status;    ///< sum of kValueDidNotFit and kUnknownKept
+};
+
+/// Sorts `count` pairs by name, in `strcmp` order and in place; nothing for a count of 0 or less.
+void sort_pairs(NamedValue* table, int count);
+
+/// The index of the pair called `name` in a table sorted by name, or -1; -1 also for a null name, a
+/// null table and a count of 0 or less.
+int find_pair(const char* name, const NamedValue* table, int count);
+
+/// Fills the template `text` (NUL-terminated bytes, or null) into `output`.
+///
+/// A placeholder is `open`, a name of 1 to 32 bytes, `close`. `table` is sorted by name and has
+/// `count` pairs. At most `capacity` bytes are written, and `output` must have one more: where
+/// the text was cut the routine writes no NUL and the caller ends the text at `result->written`.
+/// A literal stretch in front of a placeholder and a value may fill the capacity whole; the last
+/// stretch of the template is cut unless its NUL fits as well.
+///
+/// Returns `output`. With a null or empty template, a capacity of 0 or less, a null output or an
+/// empty table the output is empty and all counts are 0.
+char* template_subst(char open, char close, const NamedValue* table, int count, const char* text,
+                     char* output, int capacity, SubstResult* result);
+
+#endif
