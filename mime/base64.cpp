@@ -8,7 +8,9 @@ namespace {
 constexpr std::string_view kAlphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-bool is_white_space(char c) { return c == '\t' || c == '\n' || c == '\r' || c == ' '; }
+bool is_white_space(char c) {
+  return c == '\t' || c == '\n' || c == '\r' || c == ' ';
+}
 
 }  // namespace
 

@@ -1,8 +1,8 @@
 #include "mime/charset.h"
 
-#include <iconv.h>
-
 #include <cerrno>
+
+#include <iconv.h>
 
 #include "support/ex_error.h"
 

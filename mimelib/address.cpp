@@ -84,15 +84,15 @@ std::string collect_until(Lexer& lexer, char end, Kind other) {
 }
 
 // An address goes into headers and onto command lines: it may not bring line ends along.
-DwString on_one_line(const std::string& text) {
-  std::string line;
-  line.reserve(text.size());
+DwString on_one_line(std::string text) {
+  size_t length = 0;
   for (size_t i = 0; i < text.size(); ++i) {
     const bool line_end = text[i] == '\r' || text[i] == '\n';
     if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') ++i;
-    line += line_end ? ' ' : text[i];
+    text[length++] = line_end ? ' ' : text[i];
   }
-  return DwString(std::move(line));
+  text.resize(length);
+  return DwString(std::move(text));
 }
 
 }  // namespace

@@ -53,8 +53,8 @@ std::string decode_base64(std::string_view text) {
   size_t count = 3;
   for (Group group{}; count == 3 && read_group(text, position, group);) {
     count = bytes_of(group);
-    const unsigned bits = (group[0] & 63U) << 18 | (group[1] & 63U) << 12 |
-                          (group[2] & 63U) << 6 | (group[3] & 63U);
+    const unsigned bits =
+        (group[0] & 63U) << 18 | (group[1] & 63U) << 12 | (group[2] & 63U) << 6 | (group[3] & 63U);
     const char bytes[] = {static_cast<char>(bits >> 16), static_cast<char>(bits >> 8),
                           static_cast<char>(bits)};
     out.append(bytes, count);
@@ -62,7 +62,9 @@ std::string decode_base64(std::string_view text) {
   return out;
 }
 
-char seven_bits(char c) { return static_cast<char>(c & 0x7F); }
+char seven_bits(char c) {
+  return static_cast<char>(c & 0x7F);
+}
 
 // Kept: a byte that is no digit counts with its own code.
 int digit_value(char c, bool& valid) {
@@ -122,9 +124,9 @@ int DwDecodeQuotedPrintable(const DwString& in, DwString& out) {
   bool valid = true;
   while (!rest.empty()) {
     const size_t line_end = rest.find('\n');
-    const bool hard_end = decode_line(without_white_space_at_end(rest.substr(0, line_end)), decoded,
-                                      valid) &&
-                          line_end != npos;
+    const bool hard_end =
+        decode_line(without_white_space_at_end(rest.substr(0, line_end)), decoded, valid) &&
+        line_end != npos;
     if (hard_end) decoded += '\n';
     rest.remove_prefix(line_end == npos ? rest.size() : line_end + 1);
   }

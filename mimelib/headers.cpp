@@ -19,8 +19,7 @@ constexpr std::string_view kNames[] = {
 // 3.1.1).
 std::string_view take_field(std::string_view& rest) {
   size_t end = rest.find('\n');
-  while (end != npos && end + 1 < rest.size() &&
-         kBlanks.find(rest[end + 1]) != npos) {
+  while (end != npos && end + 1 < rest.size() && kBlanks.find(rest[end + 1]) != npos) {
     end = rest.find('\n', end + 1);
   }
   const std::string_view field = rest.substr(0, end == npos ? npos : end + 1);

@@ -24,10 +24,8 @@ constexpr NamedCode kTypes[] = {
 };
 
 constexpr NamedCode kEncodings[] = {
-    {"7bit", DwMime::kCte7bit},
-    {"8bit", DwMime::kCte8bit},
-    {"binary", DwMime::kCteBinary},
-    {"quoted-printable", DwMime::kCteQuotedPrintable},
+    {"7bit", DwMime::kCte7bit},     {"8bit", DwMime::kCte8bit},
+    {"binary", DwMime::kCteBinary}, {"quoted-printable", DwMime::kCteQuotedPrintable},
     {"base64", DwMime::kCteBase64},
 };
 

@@ -35,7 +35,9 @@ DwString& DwString::append(const DwString& text) {
   return append(kept.data(), kept.length());
 }
 
-DwString& DwString::append(const char* text) { return append(text, strlen(text)); }
+DwString& DwString::append(const char* text) {
+  return append(text, strlen(text));
+}
 
 DwString& DwString::append(const char* bytes, size_t length) {
   if (length == 0) return *this;
@@ -47,8 +49,9 @@ DwString& DwString::append(const char* bytes, size_t length) {
 void DwString::ConvertToLowerCase() {
   std::string& buffer = OwnBuffer();
   std::transform(buffer.begin() + static_cast<std::ptrdiff_t>(start_), buffer.end(),
-                 buffer.begin() + static_cast<std::ptrdiff_t>(start_),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+                 buffer.begin() + static_cast<std::ptrdiff_t>(start_), [](char c) {
+                   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+                 });
 }
 
 DwString DwString::Slice(size_t start, size_t count) const {
@@ -59,9 +62,13 @@ DwString DwString::Slice(size_t start, size_t count) const {
   return slice;
 }
 
-bool operator==(const DwString& a, const DwString& b) { return a.View() == b.View(); }
+bool operator==(const DwString& a, const DwString& b) {
+  return a.View() == b.View();
+}
 
-bool operator!=(const DwString& a, const DwString& b) { return !(a == b); }
+bool operator!=(const DwString& a, const DwString& b) {
+  return !(a == b);
+}
 
 std::istream& getline(std::istream& in, DwString& line) {
   line.length_ = 0;

@@ -1,11 +1,10 @@
 #include "support/conf.h"
 
-#include <sys/stat.h>
-
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sys/stat.h>
 
 #include "support/owned.h"
 #include "support/report.h"
@@ -23,7 +22,9 @@ namespace {
 char* image = nullptr;
 size_t image_length = 0;
 
-bool is_space(char c) { return isspace(static_cast<unsigned char>(c)) != 0; }
+bool is_space(char c) {
+  return isspace(static_cast<unsigned char>(c)) != 0;
+}
 
 // Ends every line at its newline and drops the white space in front of it.
 void cut_into_lines(char* text, size_t length) {

@@ -1,8 +1,8 @@
 #include "support/idn.h"
 
-#include <idna.h>
-
 #include <cstdlib>
+
+#include <idna.h>
 
 #include "support/owned.h"
 #include "support/report.h"
@@ -45,8 +45,7 @@ char* idn_toascii(const char* text) {
 char* idn_toascii_safe(const char* text) {
   char* const output = idn_toascii(text);
   if (output == nullptr) {
-    report_error(1, 0, "%s(%s) failed: %s", "idn_toascii_safe", text,
-                 idn_strerror(idn_last_error));
+    report_error(1, 0, "%s(%s) failed: %s", "idn_toascii_safe", text, idn_strerror(idn_last_error));
   }
   return output;
 }

@@ -1,9 +1,9 @@
 #ifndef SUPPORT_MYSQL_OWNED_H
 #define SUPPORT_MYSQL_OWNED_H
 
-#include <mysql.h>
-
 #include <memory>
+
+#include <mysql.h>
 
 /// Owner of a connection; may be null.
 struct CloseConnection {

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <unistd.h>
 
 /// Owner of memory from `malloc`.
 struct FreeMemory {
@@ -16,5 +17,21 @@ struct CloseFile {
   void operator()(FILE* file) const { fclose(file); }
 };
 using OwnedFile = std::unique_ptr<FILE, CloseFile>;
+
+/// Owner of a file descriptor; a number below 0 is none.
+class OwnedDescriptor {
+ public:
+  explicit OwnedDescriptor(int descriptor) : descriptor_(descriptor) {}
+  ~OwnedDescriptor() {
+    if (IsOpen()) close(descriptor_);
+  }
+  OwnedDescriptor(const OwnedDescriptor&) = delete;
+  OwnedDescriptor& operator=(const OwnedDescriptor&) = delete;
+
+  bool IsOpen() const { return descriptor_ >= 0; }
+
+ private:
+  int descriptor_;
+};
 
 #endif

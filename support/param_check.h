@@ -8,7 +8,6 @@ void assert_plain_param(const char* param_val, const char* file, unsigned line,
                         const char* function);
 
 /// The check for a routine of the source file `file`.
-#define ASSERT_PLAIN_PARAM(file, param_val) \
-  assert_plain_param(param_val, file, __LINE__, __func__)
+#define ASSERT_PLAIN_PARAM(file, param_val) assert_plain_param(param_val, file, __LINE__, __func__)
 
 #endif

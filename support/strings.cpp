@@ -1,16 +1,18 @@
 #include "support/strings.h"
 
-#include <mysql.h>
-
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
+
+#include <mysql.h>
 
 #include "support/report.h"
 
 namespace {
 
-bool is_space(char c) { return isspace(static_cast<unsigned char>(c)) != 0; }
+bool is_space(char c) {
+  return isspace(static_cast<unsigned char>(c)) != 0;
+}
 
 }  // namespace
 

@@ -1,0 +1,24 @@
+#include "autoresponder/body_lines.h"
+
+#include <utility>
+
+BodyLines::BodyLines(std::string text) : text_(std::move(text)), has_lines_(true) {}
+
+BodyLines::Iterator::Iterator(std::string_view text, size_t position)
+    : text_(text), position_(position) {
+  if (position_ != kEnd) line_ = text_.substr(0, text_.find('\n'));
+}
+
+BodyLines::Iterator& BodyLines::Iterator::operator++() {
+  const size_t line_end = position_ + line_.size();
+  position_ = line_end < text_.size() ? line_end + 1 : kEnd;
+  line_ = {};
+  if (position_ != kEnd) line_ = text_.substr(position_, text_.find('\n', position_) - position_);
+  return *this;
+}
+
+BodyLines::Iterator BodyLines::Iterator::operator++(int) {
+  Iterator before = *this;
+  ++*this;
+  return before;
+}

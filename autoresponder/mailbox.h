@@ -1,0 +1,31 @@
+#ifndef AUTORESPONDER_MAILBOX_H
+#define AUTORESPONDER_MAILBOX_H
+
+#include <string>
+
+#include "autoresponder/incoming_message.h"
+#include "autoresponder/panel_database.h"
+
+/// The mailbox that received the message, as the database has it.
+struct MailboxRef {
+  std::string id;           ///< goes unquoted into statements
+  std::string mail_name;    ///< its own, not the alias through which it was reached
+  std::string domain_name;  ///< likewise
+};
+
+/// The halves of the recipient's address, escaped for SQL literals; NUL-terminated, never null.
+struct EscapedRecipient {
+  OwnedText domain;
+  OwnedText mail_name;
+};
+
+/// Escapes both halves; without memory the run ends with its diagnostic and status 0.
+EscapedRecipient escape_recipient(const IncomingMessage& message);
+
+/// The mailbox that the recipient's address names: directly, by an alias of the mailbox, by an
+/// alias of the domain, or by both, the first of these that matches. A failing query or an unknown
+/// address ends the run with its diagnostic and status 0.
+MailboxRef resolve_mailbox(PanelDatabase& database, const EscapedRecipient& recipient,
+                           const IncomingMessage& message);
+
+#endif

@@ -1,0 +1,5 @@
+#include "autoresponder/run.h"
+
+int main(int /*argc*/, char* argv[]) {
+  run(argv[0]);
+}

@@ -1,0 +1,93 @@
+#include "autoresponder/notification.h"
+
+#include <iostream>
+#include <optional>
+
+#include "autoresponder/pipe_stream.h"
+#include "autoresponder/sendmail.h"
+#include "autoresponder/shell.h"
+#include "support/get.h"
+
+namespace {
+
+constexpr const char* kLastResortSender = "root@localhost";
+
+struct Owner {
+  std::string email;
+  std::string name;
+};
+
+// Nothing when the owner is unknown, which has been reported, or has no address.
+std::optional<Owner> find_owner(PanelDatabase& database, const std::string& domain) {
+  const OwnedText escaped = escape_without_connection(domain);
+  if (!escaped) return std::nullopt;
+  std::optional<Rows> rows = database.TryQuery(
+      std::string("select c.email, c.pname, c.login from clients c, domains d where "
+                  "d.cl_id=c.id and d.name='") +
+      escaped.get() + "'");
+  if (!rows) {
+    std::cerr << "Unable to define client email and personal name :" << database.error()
+              << std::endl;
+    return std::nullopt;
+  }
+  const Row row = rows->Next();
+  if (row == nullptr) {
+    std::cerr << "This client does not exist :" << database.error() << std::endl;
+    return std::nullopt;
+  }
+  Owner owner{text_or(row[0], ""), text_or(row[1], "")};
+  if (owner.email.empty()) return std::nullopt;
+  if (owner.name.empty()) owner.name = text_or(row[2], "");
+  return owner;
+}
+
+std::string setting(PanelDatabase& database, const char* name) {
+  return text_or(get_misc_param(name, database.handle()), "");
+}
+
+std::string notification_sender(PanelDatabase& database) {
+  const std::string admin = setting(database, "admin_email");
+  if (!admin.empty()) return admin;
+  const std::string host = setting(database, "FullHostName");
+  return host.empty() ? kLastResortSender : "root@" + host;
+}
+
+// Every line is flushed into the pipe as it is written. Kept: a Reply-To has no line end of its
+// own, so that the From line follows on the same line.
+void write_notification(std::ostream& mail, const std::string& sender, const Owner& owner,
+                        const std::string& reply_to, const IncomingMessage& message,
+                        const std::string& missing) {
+  if (!reply_to.empty()) mail << "Reply-To: " << reply_to;
+  mail << "From: " << sender << std::endl;
+  mail << "To: " << owner.email << std::endl;
+  mail << "CC: " << std::endl;
+  mail << "Subject: kem notification (files missing in attachments repository). " << std::endl;
+  mail << "Content-Type: text/plain; charset=utf-8" << std::endl;
+  mail << "Content-Disposition: inline" << std::endl;
+  mail << "Content-Transfer-Encoding: 8bit" << std::endl;
+  mail << std::endl << std::endl;
+  mail << "Notification for kem client '" << owner.name << "'." << std::endl << std::endl;
+  mail << "The following files are missing in the attachment repository" << std::endl;
+  mail << "for the mailname '" << message.recipient_mailname << "' on domain '"
+       << message.recipient_domain << "':" << std::endl;
+  mail << missing << std::endl;
+}
+
+}  // namespace
+
+void notify_owner(PanelDatabase& database, const std::string& reply_to,
+                  const IncomingMessage& message, const std::string& missing) {
+  const std::optional<Owner> owner = find_owner(database, message.recipient_domain);
+  if (!owner) return;
+  const std::string sender = notification_sender(database);
+  ShellCommand command;
+  command.Text(sendmail_path()).Text(" -f '").Value(sender);
+  command.Text("' '").Value(owner->email).Text("'");
+  opipestream mail(command);
+  if (mail.refused()) return;
+  if (mail.fail()) {
+    std::cerr << "Unable to send mail with notify of not exist attachment." << std::endl;
+    return;
+  }
+  write_notification(mail, sender, *owner, reply_to, message, missing);
+}

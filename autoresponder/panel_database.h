@@ -1,0 +1,68 @@
+#ifndef AUTORESPONDER_PANEL_DATABASE_H
+#define AUTORESPONDER_PANEL_DATABASE_H
+
+#include <optional>
+#include <string>
+
+#include "support/mysql_owned.h"
+#include "support/owned.h"
+
+/// A row: NUL-terminated texts, null where the column is NULL.
+using Row = char**;
+
+/// The text of a column, or `fallback` where it is NULL.
+inline const char* text_or(const char* column, const char* fallback) {
+  return column != nullptr ? column : fallback;
+}
+
+/// The stored rows of a query, read once from first to last.
+class Rows {
+ public:
+  explicit Rows(MYSQL_RES* result) : result_(result) {}
+
+  /// The next row, or null; valid as long as the rows. A missing result has no rows.
+  Row Next() { return next_row(result_); }
+  bool IsEmpty() const { return !result_ || mysql_num_rows(result_.get()) == 0; }
+
+ private:
+  OwnedResult result_;
+};
+
+/// The run's one connection to the panel's database, and the engine's way to end when it fails.
+class PanelDatabase {
+ public:
+  /// Connects; a failure is reported and ends the run with status 0.
+  PanelDatabase();
+
+  /// Runs a query; nothing when it failed, and `error()` says why.
+  std::optional<Rows> TryQuery(const std::string& query);
+
+  /// As `TryQuery`, but a failure ends the run with status 0, after `diagnostic` and the server's
+  /// words on standard error.
+  Rows Query(const std::string& query, const char* diagnostic = kExecDiagnostic);
+
+  /// Runs a statement without rows; a failure ends the run as in `Query`.
+  void Execute(const std::string& statement);
+
+  /// `text` (up to its first NUL) escaped for a single-quoted literal.
+  std::string Escape(const std::string& text);
+
+  /// The client library's words for the last failure.
+  const char* error() { return mysql_error(connection_.get()); }
+
+  /// For the library's readers of settings.
+  MYSQL* handle() { return connection_.get(); }
+
+ private:
+  static constexpr const char* kExecDiagnostic = "autoresponder: Unable to exec query :";
+
+  bool Send(const std::string& statement);
+  [[noreturn]] void Fail(const char* diagnostic);
+
+  OwnedConnection connection_;
+};
+
+/// `text` (up to its first NUL) escaped without a connection; null without memory.
+OwnedText escape_without_connection(const std::string& text);
+
+#endif

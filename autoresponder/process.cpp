@@ -1,0 +1,50 @@
+#include "autoresponder/process.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <iostream>
+#include <sys/auxv.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* kSafePath = "/usr/bin:/bin:/usr/sbin:/sbin";
+
+void open_standard_descriptors() {
+  int descriptor = 0;
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = open("/dev/null", O_RDWR);
+  if (descriptor > STDERR_FILENO) close(descriptor);
+}
+
+// The kernel's word for "started by somebody who has fewer rights than the program".
+bool started_by_another_user() {
+  return getauxval(AT_SECURE) != 0;
+}
+
+void reset_environment() {
+  const char* const recipient = getenv("RECIPIENT");  // clearenv leaves the text where it is
+  clearenv();
+  setenv("PATH", kSafePath, 1);
+  if (recipient != nullptr) setenv("RECIPIENT", recipient, 1);
+}
+
+// A handler and not SIG_IGN: started commands get the default action back of themselves.
+void survive_broken_pipes() {
+  struct sigaction action {};
+  action.sa_handler = [](int) {};
+  action.sa_flags = SA_RESTART;
+  sigaction(SIGPIPE, &action, nullptr);
+}
+
+}  // namespace
+
+void prepare_process() {
+  const int saved_errno = errno;
+  open_standard_descriptors();
+  if (started_by_another_user()) reset_environment();
+  survive_broken_pipes();
+  std::ios::sync_with_stdio(false);
+  errno = saved_errno;
+}

@@ -1,0 +1,15 @@
+#ifndef AUTORESPONDER_PROCESS_H
+#define AUTORESPONDER_PROCESS_H
+
+/// Makes the process fit for a run, whoever started it and however:
+///
+/// - the three standard descriptors are open, so that no file of ours takes the number of one;
+/// - started setuid by another user, nothing of that user's environment is left but RECIPIENT, and
+///   PATH is a fixed one;
+/// - a command that ends before it has read what we write does not end the run, while commands
+///   themselves start with the default action for that signal.
+///
+/// Call once, before anything else. Leaves `errno` as it was.
+void prepare_process();
+
+#endif

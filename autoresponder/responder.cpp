@@ -1,0 +1,30 @@
+#include "autoresponder/responder.h"
+
+#include "autoresponder/forwarding.h"
+#include "autoresponder/frequency_limiter.h"
+#include "autoresponder/mailbox.h"
+#include "autoresponder/panel_database.h"
+#include "autoresponder/reply.h"
+#include "autoresponder/rule.h"
+
+namespace {
+
+void handle_rule(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
+                 const IncomingMessage& message) {
+  if (!is_active(rule) || !rule_fires(rule, message)) return;
+  if (!check_reply_frequency(database, message, rule.id, rule.ans_freq, rule.mem_limit)) return;
+  forward_message(database, message, rule.id);
+  send_reply(database, rule, mailbox, message);
+}
+
+}  // namespace
+
+void run_responder(const IncomingMessage& message) {
+  const EscapedRecipient recipient = escape_recipient(message);
+  PanelDatabase database;
+  const MailboxRef mailbox = resolve_mailbox(database, recipient, message);
+  Rows rules = database.Query(rules_query(mailbox.id));
+  while (const Row row = rules.Next()) {
+    handle_rule(database, rule_from_row(row), mailbox, message);
+  }
+}

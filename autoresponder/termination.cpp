@@ -1,0 +1,103 @@
+#include "autoresponder/termination.h"
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "autoresponder/temporary_files.h"
+
+namespace {
+
+constexpr int kSignals[] = {SIGTERM, SIGINT, SIGHUP};
+
+// The process group of the command that is writing to a temporary file; 0 for none. Process-wide,
+// because a signal handler reads it.
+std::atomic<pid_t> writer_group{0};
+static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler reads it");
+
+sigset_t termination_signals() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int signal : kSignals) sigaddset(&set, signal);
+  return set;
+}
+
+// Ends the writers and waits for the last of them; orphans among them come to us.
+void end_writers() {
+  const pid_t group = writer_group;
+  if (group == 0) return;
+  prctl(PR_SET_CHILD_SUBREAPER, 1);
+  kill(-group, SIGKILL);
+  while (waitpid(-group, nullptr, 0) > 0 || errno == EINTR) {
+  }
+}
+
+// The action is reset when the handler starts, so that the signal raised here ends the process as
+// soon as the handler returns.
+void handle_termination(int signal) {
+  end_writers();
+  remove_temporary_files();
+  raise(signal);
+}
+
+// Keeps the termination signals waiting for as long as it lives.
+class SignalBlock {
+ public:
+  SignalBlock() {
+    const sigset_t set = termination_signals();
+    sigprocmask(SIG_BLOCK, &set, &before_);
+  }
+  ~SignalBlock() { Release(); }
+  SignalBlock(const SignalBlock&) = delete;
+  SignalBlock& operator=(const SignalBlock&) = delete;
+
+  void Release() const { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+ private:
+  sigset_t before_{};
+};
+
+[[noreturn]] void be_writer(const std::string& command, const SignalBlock& block) {
+  setpgid(0, 0);
+  for (const int signal : kSignals) ::signal(signal, SIG_DFL);
+  block.Release();
+  _exit(system(command.c_str()) == 0 ? 0 : 1);
+}
+
+pid_t start_writer(const std::string& command) {
+  const SignalBlock block;
+  const pid_t writer = fork();
+  if (writer == 0) be_writer(command, block);
+  if (writer > 0) {
+    setpgid(writer, writer);
+    writer_group = writer;
+  }
+  return writer;
+}
+
+}  // namespace
+
+void remove_files_on_termination() {
+  atexit(remove_temporary_files);
+  struct sigaction action {};
+  action.sa_handler = handle_termination;
+  action.sa_mask = termination_signals();
+  action.sa_flags = static_cast<int>(SA_RESETHAND);
+  for (const int signal : kSignals) {
+    struct sigaction before {};
+    sigaction(signal, nullptr, &before);
+    if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
+  }
+}
+
+void run_file_writer(const std::string& command) {
+  const pid_t writer = start_writer(command);
+  if (writer < 0) return;
+  while (waitpid(writer, nullptr, 0) < 0 && errno == EINTR) {
+  }
+  writer_group = 0;
+}

@@ -1,0 +1,173 @@
+"""A panel for the autoresponder inside the sandbox: configuration, a private MariaDB, a qmail root
+with a recording sendmail, and an attachment store.
+
+Only for use inside `sandbox/enter`: it writes to /etc/kem, /run and /tmp.
+"""
+
+import os
+import shutil
+import subprocess
+import time
+from pathlib import Path
+
+CHECKOUT = Path(__file__).resolve().parent.parent
+HOME = Path("/run/panel")
+QMAIL = HOME / "qmail"
+MAILNAMES = HOME / "mailnames"
+RECORDS = HOME / "records"
+DATA = HOME / "mysql"
+SOCKET = Path("/run/mysqld/mysqld.sock")
+CONF = Path("/etc/kem/kem.conf")
+SHADOW = Path("/etc/kem/.kem.shadow")
+TEMPLATE = CHECKOUT / "build" / "sandbox" / "mysql"
+PASSWORD = "panel-secret"
+
+KEYS = """PRODUCT_ROOT_D HTTPD_VHOSTS_D HTTPD_CONF_D HTTPD_INCLUDE_D HTTPD_BIN_D HTTPD_LOG_D
+QMAIL_ROOT_D QMAIL_MAILNAMES_D FTPD_CONF FTPD_CONF_INC FTPD_BIN_D NAMED_RUN_ROOT_D WEB_STAT LOGROTATE
+MYSQL_VAR_D MYSQL_BIN_D PGSQL_BIN_D PGSQL_DATA_D MAILMAN_ROOT_D MAILMAN_VAR_D PRODUCT_RC_D DUMP_D
+CATALINA_HOME DRWEB_ROOT_D DRWEB_ETC_D CURL_CA_BUNDLE_FILE AWSTATS_ETC_D AWSTATS_BIN_D
+AWSTATS_TOOLS_D AWSTATS_DOC_D""".split()
+
+# Records each call: arguments, environment and input, in a directory numbered by order of start.
+SENDMAIL = f"""#!/bin/sh
+n=1
+while ! /bin/mkdir {RECORDS}/$n 2>/dev/null; do n=$((n + 1)); done
+printf '%s\\0' "$@" >{RECORDS}/$n/arguments
+/usr/bin/env -0 >{RECORDS}/$n/environment
+/bin/cat >{RECORDS}/$n/message
+"""
+
+
+class Mail:
+    """One call of sendmail."""
+
+    def __init__(self, record):
+        self.arguments = (record / "arguments").read_bytes().split(b"\0")[:-1]
+        self.environment = (record / "environment").read_bytes().split(b"\0")[:-1]
+        self.message = (record / "message").read_bytes()
+
+
+def conf_values():
+    values = {key: f"/opt/panel/{key.lower()}" for key in KEYS}
+    values["QMAIL_ROOT_D"] = str(QMAIL)
+    values["QMAIL_MAILNAMES_D"] = str(MAILNAMES)
+    return values
+
+
+def write_conf(values=None):
+    CONF.parent.mkdir(exist_ok=True)
+    values = conf_values() if values is None else values
+    CONF.write_text("".join(f"{key} {value}\n" for key, value in values.items()))
+
+
+def write_shadow(password=PASSWORD):
+    SHADOW.parent.mkdir(exist_ok=True)
+    SHADOW.write_text(password + "\n")
+    SHADOW.chmod(0o600)
+
+
+def write_sendmail(script=SENDMAIL):
+    program = QMAIL / "bin" / "sendmail"
+    program.parent.mkdir(parents=True, exist_ok=True)
+    program.write_text(script)
+    program.chmod(0o755)
+    (QMAIL / "control").mkdir(exist_ok=True)
+
+
+def install():
+    """Everything but the database."""
+    for directory in (HOME, RECORDS, MAILNAMES):
+        directory.mkdir(parents=True, exist_ok=True)
+    write_conf()
+    write_shadow()
+    write_sendmail()
+
+
+def mails():
+    """The recorded calls of sendmail, in order."""
+    return [Mail(record) for record in sorted(RECORDS.iterdir(), key=lambda r: int(r.name))]
+
+
+def forget_mails():
+    for record in RECORDS.iterdir():
+        shutil.rmtree(record)
+
+
+def store(domain="shop.example", mail_name="info"):
+    """The attachment store of a mailbox."""
+    directory = MAILNAMES / domain / mail_name / "@attachments"
+    directory.mkdir(parents=True, exist_ok=True)
+    return directory
+
+
+def _make_template():
+    # Made in a directory of its own and renamed, so that two runs at once do not meet.
+    if TEMPLATE.exists():
+        return
+    TEMPLATE.parent.mkdir(parents=True, exist_ok=True)
+    new = TEMPLATE.with_name(f"new-{os.getpid()}-{time.time_ns()}")
+    subprocess.run(
+        ["mariadb-install-db", "--no-defaults", f"--datadir={new}", "--user=root",
+         "--auth-root-authentication-method=normal", "--skip-test-db", "--innodb-log-file-size=4M"],
+        check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    try:
+        new.rename(TEMPLATE)
+    except OSError:  # another run was first
+        shutil.rmtree(new)
+
+
+class Database:
+    """A private MariaDB that listens on the default socket only. It ends with this process."""
+
+    def __init__(self, *options):
+        self.options = options
+        self.process = None
+        if not DATA.exists():
+            _make_template()
+            shutil.copytree(TEMPLATE, DATA, symlinks=True)
+        self.start()
+
+    def start(self):
+        SOCKET.parent.mkdir(parents=True, exist_ok=True)
+        self.process = subprocess.Popen(
+            ["setpriv", "--pdeathsig", "KILL", "mariadbd", "--no-defaults", "--user=root",
+             f"--datadir={DATA}", f"--socket={SOCKET}", f"--pid-file={HOME}/mysqld.pid",
+             "--skip-networking", "--innodb-buffer-pool-size=16M", "--innodb-log-file-size=4M",
+             "--innodb-flush-log-at-trx-commit=0", "--skip-log-bin", "--key-buffer-size=1M",
+             "--performance-schema=OFF", *self.options],
+            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+            stderr=open(HOME / "mysqld.log", "ab"))
+        deadline = time.monotonic() + 60
+        while not self._answers():
+            if self.process.poll() is not None or time.monotonic() > deadline:
+                raise RuntimeError("the database does not start:\n"
+                                   + (HOME / "mysqld.log").read_text()[-2000:])
+            time.sleep(0.02)
+
+    def _answers(self):
+        return SOCKET.exists() and subprocess.run(
+            ["mariadb-admin", "--no-defaults", f"--socket={SOCKET}", "--user=root", "ping"],
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode == 0
+
+    def stop(self):
+        self.process.kill()
+        self.process.wait()
+        SOCKET.unlink(missing_ok=True)
+
+    def run(self, sql, database="kem"):
+        """Runs statements as the superuser; the rows come back as lines of tab-separated texts."""
+        result = subprocess.run(
+            ["mariadb", "--no-defaults", f"--socket={SOCKET}", "--user=root", "--batch",
+             "--default-character-set=utf8mb4", "--skip-column-names", database],
+            input=sql.encode(), stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        if result.returncode != 0:
+            raise RuntimeError(result.stderr.decode())
+        return result.stdout.decode()
+
+    def load(self, *files):
+        """Makes the panel's database anew from files of `schema/`."""
+        self.run("drop database if exists kem; create database kem character set utf8mb4;"
+                 f"create user if not exists 'admin'@'localhost' identified by '{PASSWORD}';"
+                 "grant all on kem.* to 'admin'@'localhost';", database="mysql")
+        for name in files:
+            self.run((CHECKOUT / "schema" / name).read_text())

@@ -1,0 +1,90 @@
+// Preloaded into the program by tests: makes single calls of the C library and of the database
+// client fail that cannot be made to fail from outside.
+//
+// KEM_FAULTS is a list of faults, separated by blanks:
+//   CALL            every call fails
+//   CALL#N          the Nth call fails (from 1)
+//   malloc=SIZE     the allocation of exactly SIZE bytes fails
+// where CALL is mkstemp, popen, mysql_init, mysql_store_result or iconv_close.
+
+#include <dlfcn.h>
+#include <iconv.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+template <class Function>
+Function next(const char* name) {
+  return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+// The text behind `name` and its separator in KEM_FAULTS, or null; "" for a name that stands alone.
+const char* fault(const char* name) {
+  const char* const faults = getenv("KEM_FAULTS");
+  const size_t length = strlen(name);
+  for (const char* at = faults; at != nullptr && *at != '\0'; at = strchr(at, ' ')) {
+    while (*at == ' ') ++at;
+    if (strncmp(at, name, length) != 0) continue;
+    if (at[length] == '\0' || at[length] == ' ') return "";
+    if (at[length] == '#' || at[length] == '=') return at + length + 1;
+  }
+  return nullptr;
+}
+
+bool fails(const char* name, int& calls) {
+  ++calls;
+  const char* const which = fault(name);
+  return which != nullptr && (*which == '\0' || atoi(which) == calls);
+}
+
+}  // namespace
+
+extern "C" {
+
+void* malloc(size_t size) {
+  static const auto real = next<void* (*)(size_t)>("malloc");
+  static const char* const which = fault("malloc");
+  if (which != nullptr && size == static_cast<size_t>(atol(which))) {
+    errno = ENOMEM;
+    return nullptr;
+  }
+  return real(size);
+}
+
+int mkstemp(char* name) {
+  static int calls = 0;
+  if (!fails("mkstemp", calls)) return next<int (*)(char*)>("mkstemp")(name);
+  errno = EACCES;
+  return -1;
+}
+
+FILE* popen(const char* command, const char* mode) {
+  static int calls = 0;
+  if (!fails("popen", calls)) return next<FILE* (*)(const char*, const char*)>("popen")(command, mode);
+  errno = EMFILE;
+  return nullptr;
+}
+
+void* mysql_init(void* handle) {
+  static int calls = 0;
+  if (fails("mysql_init", calls)) return nullptr;
+  return next<void* (*)(void*)>("mysql_init")(handle);
+}
+
+void* mysql_store_result(void* handle) {
+  static int calls = 0;
+  void* const result = next<void* (*)(void*)>("mysql_store_result")(handle);
+  return fails("mysql_store_result", calls) ? nullptr : result;
+}
+
+int iconv_close(iconv_t handle) {
+  static int calls = 0;
+  const int result = next<int (*)(iconv_t)>("iconv_close")(handle);
+  return fails("iconv_close", calls) ? -1 : result;
+}
+
+}  // extern "C"
