@@ -3,11 +3,13 @@
 #include <cstring>
 #include <iostream>
 
+#include "autoresponder/process.h"
 #include "autoresponder/temporary_files.h"
 #include "support/database.h"
 #include "support/strings.h"
 
 PanelDatabase::PanelDatabase() : connection_(db_connect()) {
+  survive_broken_pipes();  // the client library ignores them, and commands would inherit that
   if (connection_) return;
   std::cerr << "autoresponder: Unable to connect to the mysql database " << std::endl;
   cleanup_and_exit();

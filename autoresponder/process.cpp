@@ -30,6 +30,8 @@ void reset_environment() {
   if (recipient != nullptr) setenv("RECIPIENT", recipient, 1);
 }
 
+}  // namespace
+
 // A handler and not SIG_IGN: started commands get the default action back of themselves.
 void survive_broken_pipes() {
   struct sigaction action {};
@@ -37,8 +39,6 @@ void survive_broken_pipes() {
   action.sa_flags = SA_RESTART;
   sigaction(SIGPIPE, &action, nullptr);
 }
-
-}  // namespace
 
 void prepare_process() {
   const int saved_errno = errno;

@@ -12,4 +12,7 @@
 /// Call once, before anything else. Leaves `errno` as it was.
 void prepare_process();
 
+/// The last of these again, for after a library has chosen its own action for the signal.
+void survive_broken_pipes();
+
 #endif

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 
 #include "support/mysql_owned.h"
 #include "support/owned.h"
@@ -84,6 +85,8 @@ st_mysql* db_real_connect(char* error, size_t error_size) {
              mysql_error(connection.get()));
     return nullptr;
   }
+  // Commands that the process starts must not get at the administrator's connection.
+  fcntl(static_cast<int>(mysql_get_socket(connection.get())), F_SETFD, FD_CLOEXEC);
   return connection.release();
 }
 

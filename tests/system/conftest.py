@@ -5,9 +5,11 @@ Each test starts with an empty panel: mailbox info@shop.example (id 1) of client
 
 import os
 import re
+import shutil
 import subprocess
 import sys
 import textwrap
+import time
 from pathlib import Path
 
 import pytest
@@ -22,8 +24,12 @@ PROGRAM = BUILD / "autoresponder" / "autoresponder"
 FAULTS = BUILD / "tests" / "libfaults.so"
 RECIPIENT = "shop.example-info@shop.example"
 
-# The first boundary that a run draws, and the second.
+# The boundary of the first reply in a run.
 BOUNDARY = "--------=_nWlrBbmQBhCDarzOwKkYHIDdqSCDX"
+
+# What the server says of a statement that `faults` made fail.
+NONSENSE = (b"You have an error in your SQL syntax; check the manual that corresponds to your MariaDB"
+            b" server version for the right syntax to use near 'nonsense' at line 1\n")
 
 PANEL = """
 insert into misc (param, val) values ('admin_email', 'hostmaster@panel.example');
@@ -32,6 +38,20 @@ insert into clients (id, login, pname, email)
 insert into domains (id, name, cl_id) values (1, 'shop.example', 1);
 insert into mail (id, dom_id, mail_name) values (1, 1, 'info');
 """
+
+
+COMMANDS = sandbox.HOME / "commands"
+
+
+def record_shell_commands():
+    """Puts a shell in the place of /bin/sh that notes its arguments first."""
+    real = sandbox.HOME / "dash"
+    recorder = sandbox.HOME / "recorder"
+    shutil.copy("/usr/bin/dash", real)
+    recorder.write_text(f"#!{real}\nprintf '%s\\0' \"$@\" >>{COMMANDS}\n"
+                        f"printf '\\0\\n' >>{COMMANDS}\nexec {real} \"$@\"\n")
+    recorder.chmod(0o755)
+    subprocess.run(["mount", "--bind", recorder, "/usr/bin/dash"], check=True)
 
 
 class Result:
@@ -48,21 +68,37 @@ class Panel:
 
     def __init__(self):
         sandbox.install()
+        record_shell_commands()
         self.database = sandbox.Database("--sql-mode=")
         self.program = PROGRAM
 
     def reset(self):
         sandbox.install()
         sandbox.forget_mails()
-        for path in Path("/tmp").iterdir():
-            subprocess.run(["rm", "-rf", path], check=True)
-        subprocess.run(["rm", "-rf", sandbox.QMAIL / "control" / "databytes",
-                        *sandbox.MAILNAMES.iterdir()], check=True)
+        COMMANDS.write_bytes(b"")
+        self.limit(None)
+        for path in sandbox.MAILNAMES.iterdir():
+            shutil.rmtree(path)
         self.database.load("tables.sql")
         self.sql(PANEL)
 
     def sql(self, statements):
         return self.database.run(statements)
+
+    def start_sql(self, statements):
+        """Starts a session of its own that runs the statements."""
+        client = subprocess.Popen(
+            ["mariadb", "--no-defaults", f"--socket={sandbox.SOCKET}", "--user=root", "kem", "-e",
+             statements], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        return client
+
+    def end_sql(self, client, statement):
+        """Ends a session that was started, while it runs the statement."""
+        for session in self.sql("select id from information_schema.processlist"
+                                f" where info like '%{statement}%' and id != connection_id()"
+                                ).split():
+            self.sql(f"kill {session}")
+        client.wait()
 
     def rule(self, **columns):
         """Adds a rule that is on; returns its id."""
@@ -71,6 +107,30 @@ class Panel:
                            .replace("'", "\\'") + "'" for value in columns.values())
         return int(self.sql(f"insert into mail_resp ({', '.join(columns)}) values ({values});"
                             "select last_insert_id();"))
+
+    def limit(self, text):
+        """Writes the mail server's size limit; None for no such file."""
+        path = sandbox.QMAIL / "control" / "databytes"
+        path.unlink(missing_ok=True)
+        if text is not None:
+            path.write_text(text)
+
+    def attach(self, rule, *names, content=b"content"):
+        """Adds attachments to a rule and their files to the store."""
+        self.name_attachments(rule, *names)
+        for name in names:
+            (sandbox.store() / name).write_bytes(content)
+
+    def name_attachments(self, rule, *names):
+        """Adds attachments to a rule without their files."""
+        for name in names:
+            text = "NULL" if name is None else "'" + name.replace("'", "''") + "'"
+            self.sql(f"insert into resp_attach values ({rule}, {text});")
+
+    def forward(self, rule, *addresses):
+        for address in addresses:
+            text = "NULL" if address is None else f"'{address}'"
+            self.sql(f"insert into resp_forward values ({rule}, {text});")
 
     def run(self, message, recipient=RECIPIENT, env=None, faults=None, **options):
         """Runs the program on a message; `recipient` None leaves RECIPIENT unset."""
@@ -84,8 +144,19 @@ class Panel:
         return Result(subprocess.run([self.program], input=message, capture_output=True,
                                      env=environment, **options))
 
+    def start(self, recipient=RECIPIENT, env=None, **options):
+        """Starts the program with a pipe as its standard input."""
+        environment = {"PATH": "/usr/bin:/bin", "RECIPIENT": recipient, **(env or {})}
+        return subprocess.Popen([self.program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                stderr=subprocess.PIPE, env=environment, **options)
+
     def mails(self):
         return sandbox.mails()
+
+    def commands(self):
+        """The command lines that the shell was given, in order."""
+        calls = COMMANDS.read_text().split("\0\0\n")[:-1]
+        return [call.split("\0")[-1] for call in calls if call.split("\0")[0] == "-c"]
 
     def temporary_files(self):
         return sorted(name for name in os.listdir("/tmp") if name.startswith("kem-"))
@@ -118,7 +189,15 @@ def _panel():
 def panel(_panel):
     _panel.reset()
     yield _panel
-    assert _panel.temporary_files() == [] or getattr(_panel, "leaves_files", False)
+    assert _panel.temporary_files() == []
+
+
+def wait_until(condition, seconds=20):
+    """Waits for what another process does; fails when it takes too long."""
+    deadline = time.monotonic() + seconds
+    while not condition():
+        assert time.monotonic() < deadline, "it did not happen"
+        time.sleep(0.005)
 
 
 def message(sender="otto@customer.example", subject="Hello", body="A question.\n"):

@@ -5,7 +5,9 @@
 //   CALL            every call fails
 //   CALL#N          the Nth call fails (from 1)
 //   malloc=SIZE     the allocation of exactly SIZE bytes fails
-// where CALL is mkstemp, popen, mysql_init, mysql_store_result or iconv_close.
+// where CALL is mkstemp, popen, mysql_init, mysql_real_query (which every statement passes, the four
+// of the session among them), mysql_store_result or iconv_close. A failing query reaches the server
+// as one that it does not understand.
 
 #include <dlfcn.h>
 #include <iconv.h>
@@ -16,6 +18,8 @@
 #include <cstring>
 
 namespace {
+
+constexpr const char* kNonsense = "nonsense";
 
 template <class Function>
 Function next(const char* name) {
@@ -73,6 +77,13 @@ void* mysql_init(void* handle) {
   static int calls = 0;
   if (fails("mysql_init", calls)) return nullptr;
   return next<void* (*)(void*)>("mysql_init")(handle);
+}
+
+int mysql_real_query(void* handle, const char* statement, unsigned long length) {
+  static int calls = 0;
+  const auto real = next<int (*)(void*, const char*, unsigned long)>("mysql_real_query");
+  if (fails("mysql_real_query", calls)) return real(handle, kNonsense, strlen(kNonsense));
+  return real(handle, statement, length);
 }
 
 void* mysql_store_result(void* handle) {

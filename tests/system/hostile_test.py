@@ -1,0 +1,184 @@
+"""Input and circumstances that are meant to break it: size, charsets, closed descriptors."""
+
+import base64
+import os
+import subprocess
+import time
+from pathlib import Path
+
+import pytest
+
+import panel as sandbox
+from conftest import RECIPIENT, message
+
+SANITIZED = os.environ.get("KEM_SANITIZED") == "ON"
+MEGABYTE = 1 << 20
+# What a run of a small message takes, several times over.
+CONSTANT = 32 * MEGABYTE
+INPUT = Path("/run/panel/input")
+
+
+# A small process that runs a program and tells its peak memory (KiB) and its end: as a child of the
+# tests themselves it would be charged with what they hold.
+MEASURE = """
+import os, sys
+pid = os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ)
+_, status, usage = os.wait4(pid, 0)
+print(usage.ru_maxrss, os.waitstatus_to_exitcode(status), file=sys.stderr)
+"""
+
+
+def run_large(panel, text):
+    """Runs the program on a large message; checks its time and memory."""
+    INPUT.write_bytes(text)
+    size = len(text)
+    del text
+    start = time.monotonic()
+    with open(INPUT, "rb") as stdin:
+        process = subprocess.run(
+            ["/usr/bin/python3", "-S", "-c", MEASURE, panel.program], stdin=stdin,
+            stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
+            env={"PATH": "/usr/bin:/bin", "RECIPIENT": RECIPIENT})
+    seconds = time.monotonic() - start
+    INPUT.unlink()
+    *err, measured = process.stderr.decode().splitlines()
+    kib, status = map(int, measured.split())
+    assert status == 0
+    if not SANITIZED:
+        assert kib * 1024 <= 3 * size + CONSTANT, f"{kib} KiB for {size >> 10} KiB"
+        assert seconds < 20
+    return err
+
+
+HEAD = b"From: otto@customer.example\nSubject: Hello\n"
+BIG = (20 if SANITIZED else 100) * MEGABYTE
+
+
+def lines(size):
+    return (b"All work and no play makes Jack a dull boy, " + b"x" * 32 + b"\n") * (size // 77)
+
+
+@pytest.mark.parametrize("make", [
+    lambda: HEAD + b"\n" + lines(BIG),
+    lambda: HEAD + b"Content-Type: text/plain; charset=utf-8\n\n" + lines(BIG),
+    lambda: HEAD + b"\n" + b"\n" * BIG,
+    lambda: HEAD + b"\n" + b"x" * BIG,
+    lambda: HEAD + b"\n" + b"\0" * BIG,
+    lambda: HEAD + b"Content-Type: text/plain; charset=iso-8859-1\n\n" + b"\xfc" * (BIG // 2),
+    lambda: HEAD + b"Content-Transfer-Encoding: base64\n\n"
+    + base64.encodebytes(lines(BIG * 3 // 4)),
+    lambda: HEAD + b"Content-Transfer-Encoding: quoted-printable\n\n" + b"=41=42=\n" * (BIG // 8),
+    lambda: HEAD + b"Content-Type: multipart/mixed; boundary=b\n\n" + lines(BIG)
+    + b"--b\nContent-Type: text/plain\n\nbody\n--b--\n",
+], ids=["text", "utf-8", "empty lines", "one line", "NULs", "latin-1", "base64",
+        "quoted-printable", "preamble"])
+def test_takes_a_hundred_megabytes(panel, make):
+    panel.rule()
+    assert run_large(panel, make()) == []
+    assert len(panel.mails()) == 1
+
+
+@pytest.mark.parametrize("make", [
+    lambda: b"X-Line: value\n" * 1000000 + HEAD + b"\nbody\n",
+    lambda: b"To: a@b\n" * 1000000 + HEAD + b"\nbody\n",
+    lambda: HEAD + b"X:\n" + b" folded line\n" * 1000000 + b"\nbody\n",
+    lambda: b"Subject: s\n" + b" folded line\n" * 1000000 + HEAD + b"\nbody\n",
+    lambda: HEAD + b"Content-Type: multipart/mixed; boundary=b\n\n"
+    + b"--b\nContent-Type: image/png\n\nx\n" * 10000 + b"--b--\n",
+    lambda: HEAD + b"Content-Type: multipart/mixed; boundary=b\n\n" + b"--b\n" * 2000000,
+    lambda: HEAD + b"Content-Type: text/plain" + b"; a=b" * 1000000 + b"; charset=utf-8\n\nbody\n",
+    lambda: b"Reply-To: " + b"g:;," * 1000000 + b"a@b\n" + HEAD + b"\nbody\n",
+    lambda: b"Reply-To: " + b"(" * 5000000 + b"\n" + HEAD + b"\nbody\n",
+    lambda: HEAD + b"\n" + b"--b\n" * 2000000,
+], ids=["header lines", "equal fields", "folded field", "folded subject", "parts", "empty parts",
+        "parameters", "groups", "comments", "boundaries"])
+def test_takes_a_million_of_anything(panel, make):
+    panel.rule()
+    run_large(panel, make())
+    assert len(panel.mails()) == 1
+
+
+@pytest.mark.parametrize("charset", [
+    "UTF-8//IGNORE", "UTF-8//TRANSLIT", "//", "/", "", "//IGNORE", "x" * 300, "UTF-8//", "ISO-2022-JP",
+    "UTF-7", "UTF-16", "UCS-4", "WCHAR_T", "../../etc/passwd", "%s%s%s%n",
+], ids=lambda charset: charset[:20] or "none")
+@pytest.mark.parametrize("body", [b"plain", b"bad \xff\xfe byte", b"cut \xc3", b"\x1b$B\xff"],
+                         ids=["plain", "bad", "cut", "shifted"])
+def test_survives_any_charset_name(panel, charset, body):
+    panel.rule()
+    result = panel.run(HEAD + b'Content-Type: text/plain; charset="' + charset.encode()
+                       + b'"\n\n' + body * 2000, timeout=20)
+    assert result.status == 0
+    failure = f"Could not convert message body text from {charset} to UTF-8.\n".encode()
+    assert result.err in (b"", failure)
+    assert len(panel.mails()) == 1
+
+
+def test_survives_a_word_of_the_subject_in_any_charset(panel):
+    panel.rule()
+    words = " x ".join(f"=?{charset}?Q?a=FF=FE?=" for charset in ("UTF-8//IGNORE", "//", "UTF-16"))
+    assert panel.run(f"From: a@b\nSubject: {words}\n\nbody\n".encode(), timeout=20).status == 0
+
+
+@pytest.mark.parametrize("closed", [(0,), (0, 1, 2), (1, 2), (2,)], ids=str)
+def test_runs_without_standard_descriptors(panel, closed):
+    def close():
+        for descriptor in closed:
+            os.close(descriptor)
+    panel.rule()
+    process = subprocess.run([panel.program], input=None if 0 in closed else message(),
+                             preexec_fn=close, timeout=20,
+                             env={"PATH": "/usr/bin:/bin", "RECIPIENT": RECIPIENT})
+    assert process.returncode == 0
+    assert len(panel.mails()) == (0 if 0 in closed else 1)
+
+
+def test_input_that_cannot_be_read_is_an_empty_message(panel):
+    directory = os.open("/", os.O_RDONLY)
+    process = subprocess.run([panel.program], stdin=directory, capture_output=True, timeout=20,
+                             env={"RECIPIENT": RECIPIENT})
+    os.close(directory)
+    assert (process.returncode, process.stderr) == (
+        0, b"Could not get sender's e-mail address from Reply-To: or From: headers.\n"
+           b"Abnormal exit.\n")
+
+
+def test_output_that_nobody_reads_does_not_end_the_run(panel):
+    panel.attach(panel.rule(), "list.txt")
+    panel.sql("drop table misc")  # a report on both streams
+    reader, writer = os.pipe()
+    os.close(reader)
+    process = subprocess.run([panel.program], input=message(), stdout=writer, stderr=writer,
+                             env={"PATH": "/usr/bin:/bin", "RECIPIENT": RECIPIENT}, timeout=20)
+    os.close(writer)
+    assert process.returncode == 0
+
+
+def test_a_database_that_dies_during_the_run_ends_it(panel):
+    sandbox.write_sendmail(
+        f"#!/bin/sh\nkill -9 {panel.database.process.pid}\n{sandbox.SENDMAIL[10:]}")
+    panel.forward(panel.rule(), "copy@colleague.example")
+    try:
+        result = panel.run(message(), timeout=20)
+    finally:
+        panel.database.stop()
+        panel.database.start()
+    assert result.status == 0
+    assert result.err.startswith(b"autoresponder: Unable to exec query :")
+    assert len(panel.mails()) == 1
+
+
+def test_a_full_disk_neither_stops_nor_breaks_the_run(panel):
+    subprocess.run(["mount", "-t", "tmpfs", "-o", "size=16k,mode=1777", "tmpfs", "/tmp"], check=True)
+    try:
+        panel.forward(panel.rule(text="x" * 50000), "copy@colleague.example")
+        result = panel.run(message(body="y" * 100000), timeout=20)
+        assert panel.temporary_files() == []
+    finally:
+        subprocess.run(["umount", "/tmp"], check=True)
+    assert result.status == 0
+
+
+def test_a_small_run_takes_little_memory(panel):
+    panel.rule()
+    assert run_large(panel, message()) == []

@@ -1,0 +1,163 @@
+"""What may reach the shell, and what the commands that are started find."""
+
+import os
+import signal
+import subprocess
+from pathlib import Path
+
+import pytest
+
+import panel as sandbox
+from conftest import RECIPIENT, message
+
+REFUSED = "autoresponder: refused to run a command with a quote in: "
+
+
+def refusals(result):
+    return [line[len(REFUSED):] for line in result.err.decode().splitlines()
+            if line.startswith(REFUSED)]
+
+
+@pytest.mark.parametrize("sender", ["a';id;'@x.y", "o'brien@example.com", "\"a'b\"@x"])
+def test_refuses_a_delivery_to_a_sender_with_a_quote(panel, sender):
+    rule = panel.rule()
+    panel.forward(rule, "copy@colleague.example")
+    panel.attach(rule, "list.txt")
+    panel.name_attachments(rule, "missing.txt")
+    result = panel.run(message(sender=sender))
+    assert result.status == 0
+    assert refusals(result) == [sender.replace(";", "")]
+    # Everything else of the rule took place.
+    assert [mail.arguments[-1] for mail in panel.mails()] == [
+        b"copy@colleague.example", b"grete@customer.example"]
+    assert len(panel.senders()) == 1
+
+
+@pytest.mark.parametrize("name", ["o'brien", "o\N{FULLWIDTH APOSTROPHE}brien"])
+def test_refuses_a_recipient_with_a_quote(panel, name):
+    panel.sql("insert into misc values ('mysql41_compatible', 'true');"
+              f"insert into mail values (2, 1, '{name.replace(chr(39), chr(39) * 2)}')")
+    panel.forward(panel.rule(mn_id=2), "copy@colleague.example")
+    result = panel.run(message(), recipient=f"{name}@shop.example")
+    # The forwarding takes the recipient as it is, the reply takes its ASCII form.
+    assert refusals(result) == ["o'brien@shop.example"] * (2 if "'" in name else 1)
+    assert len(panel.mails()) == (0 if "'" in name else 1)
+    assert (result.status, panel.temporary_files()) == (0, [])
+
+
+@pytest.mark.parametrize("name", ["it's here.pdf", "'", "';id>/run/panel/pwned;'"])
+def test_refuses_attachments_with_a_quote_in_a_name(panel, name):
+    rule = panel.rule(text="See below.")
+    (sandbox.store() / "plain.txt").write_text("x")
+    name_on_disk = sandbox.store() / name
+    name_on_disk.parent.mkdir(parents=True, exist_ok=True)
+    name_on_disk.write_text("x")
+    panel.name_attachments(rule, "plain.txt", name)
+    result = panel.run(message())
+    assert refusals(result) == [name if "/" not in name else refusals(result)[0]]
+    assert not Path("/run/panel/pwned").exists()
+    # The reply stands as its text part left it.
+    (mail,) = panel.mails()
+    assert mail.message.endswith(b"\n\nSee below.\n\n\n")
+    assert b"multipart/mixed" in mail.message and mail.message.count(b"----------=_") == 1
+
+
+def test_refuses_attachments_below_a_mailbox_with_a_quote(panel):
+    panel.sql("insert into mail values (2, 1, 'o''brien');"
+              "insert into mail_aliases values (1, 2, 'plain');")
+    rule = panel.rule(mn_id=2)
+    (sandbox.store(mail_name="o'brien") / "list.txt").write_text("x")
+    panel.name_attachments(rule, "list.txt")
+    result = panel.run(message(), recipient="plain@shop.example")
+    assert refusals(result) == [
+        "/run/panel/mailnames/shop.example/o'brien/@attachments/list.txt"]
+    assert len(panel.mails()) == 1
+
+
+@pytest.mark.parametrize("statement, value", [
+    ("update misc set val = 'admin@x''y' where param = 'admin_email'", "admin@x'y"),
+    ("update clients set email = 'grete''s@x'", "grete's@x"),
+])
+def test_refuses_a_notification_with_a_quote_in_an_address(panel, statement, value):
+    panel.sql(statement)
+    panel.name_attachments(panel.rule(), "missing.txt")
+    result = panel.run(message())
+    assert result.err.decode() == REFUSED + value + "\n"
+    assert [mail.arguments[-1] for mail in panel.mails()] == [b"otto@customer.example"]
+
+
+@pytest.mark.parametrize("sender, argument", [
+    ("$HOME@x", b"$HOME@x"), ("`id`@x", b"`id`@x"), ("a|b@x", b"a|b@x"), ("-oQ@x", b"-oQ@x"),
+    ('"a b"@x', b'"a b"@x'), ("a*b@x", b"a*b@x"), ("&@x", b"&@x"), ('"\\$(id)"@x', b'"\\$(id)"@x'),
+])
+def test_other_shell_syntax_in_an_address_is_inert(panel, sender, argument):
+    panel.rule()
+    panel.run(message(sender=sender))
+    assert panel.mails()[0].arguments == [b"-f", b"info@shop.example", argument]
+
+
+# --- what commands find --------------------------------------------------------------------------
+
+def ignored_signals(pid="self"):
+    for line in Path(f"/proc/{pid}/status").read_text().splitlines():
+        if line.startswith("SigIgn:"):
+            mask = int(line.split()[1], 16)
+            return {number for number in range(1, 32) if mask & 1 << number - 1}
+    raise AssertionError
+
+
+@pytest.mark.parametrize("ignored_by_caller", [set(), {signal.SIGPIPE}])
+def test_commands_have_the_default_signal_actions(panel, ignored_by_caller):
+    sandbox.write_sendmail("#!/bin/sh\n/bin/grep SigIgn /proc/self/status >>/run/panel/ignored\n")
+    rule = panel.rule()
+    panel.forward(rule, "copy@colleague.example")
+    panel.name_attachments(rule, "missing.txt")
+
+    def ignore():
+        for number in ignored_by_caller:
+            signal.signal(number, signal.SIG_IGN)
+    panel.run(message(), preexec_fn=ignore, restore_signals=False)
+    masks = Path("/run/panel/ignored").read_text().split()[1::2]
+    os.unlink("/run/panel/ignored")
+    assert [int(mask, 16) & 1 << signal.SIGPIPE - 1 for mask in masks] == [0, 0, 0]
+
+
+def test_commands_inherit_none_of_our_descriptors(panel):
+    sandbox.write_sendmail("#!/bin/sh\n/bin/ls -l /proc/self/fd >>/run/panel/open\n")
+    rule = panel.rule()
+    panel.forward(rule, "copy@colleague.example")
+    panel.name_attachments(rule, "missing.txt")
+    panel.run(message())
+    listing = Path("/run/panel/open").read_text()
+    os.unlink("/run/panel/open")
+    assert "socket:" not in listing
+    # The notification has the pipe and nothing of the reply that is being written.
+    assert listing.count("kem-response") == 1 and listing.count("kem-autoresponder") == 1
+
+
+def real_root():
+    return Path("/proc/self/uid_map").read_text().split() == ["0", "0", "4294967295"]
+
+
+@pytest.mark.skipif(not real_root(), reason="needs a second user to start the program as")
+def test_started_setuid_it_hands_nothing_of_the_environment_on(panel):
+    program = sandbox.HOME / "autoresponder"
+    program.write_bytes(panel.program.read_bytes())
+    program.chmod(0o4755)
+    panel.attach(panel.rule(), "list.txt")
+    hostile = {"PATH": "/tmp/evil", "IFS": "/", "ENV": "/tmp/evil", "BASH_ENV": "/tmp/evil",
+               "LD_PRELOAD": "/tmp/evil.so", "QMAILINJECT": "f", "QMAILSUSER": "evil",
+               "MYSQL_UNIX_PORT": "/tmp/evil", "TMPDIR": "/tmp/evil", "LC_ALL": "tr_TR.UTF-8",
+               "POSIXLY_CORRECT": "1", "RECIPIENT": RECIPIENT}
+    result = subprocess.run(
+        ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "/usr/bin/env", "-i",
+         *(f"{name}={value}" for name, value in hostile.items()), program],
+        input=message(), capture_output=True)
+    program.unlink()
+    assert (result.returncode, result.err if hasattr(result, "err") else result.stderr) == (0, b"")
+    (mail,) = panel.mails()
+    assert b"application/octet-stream" in mail.message
+    names = {entry.split(b"=")[0] for entry in mail.environment}
+    assert names <= {b"PATH", b"RECIPIENT", b"PWD", b"OLDPWD", b"SHLVL", b"_"}
+    assert b"PATH=/usr/bin:/bin:/usr/sbin:/sbin" in mail.environment
+    assert b"RECIPIENT=" + RECIPIENT.encode() in mail.environment
