@@ -46,7 +46,7 @@ std::string setting(PanelDatabase& database, const char* name) {
 }
 
 std::string notification_sender(PanelDatabase& database) {
-  const std::string admin = setting(database, "admin_email");
+  std::string admin = setting(database, "admin_email");
   if (!admin.empty()) return admin;
   const std::string host = setting(database, "FullHostName");
   return host.empty() ? kLastResortSender : "root@" + host;

@@ -46,7 +46,8 @@ class Converter {
   }
 
  private:
-  static iconv_t Invalid() { return reinterpret_cast<iconv_t>(-1); }
+  // The interface's own value for a descriptor that could not be had.
+  static iconv_t Invalid() { return reinterpret_cast<iconv_t>(-1); }  // NOLINT
 
   iconv_t handle_;
 };

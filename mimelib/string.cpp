@@ -31,7 +31,7 @@ const char* DwString::c_str() const {
 }
 
 DwString& DwString::append(const DwString& text) {
-  const DwString kept = text;  // its bytes may be our own
+  const DwString kept = text;  // NOLINT: its bytes may be our own, and have to stay
   return append(kept.data(), kept.length());
 }
 

@@ -89,7 +89,9 @@ int mysql_real_query(void* handle, const char* statement, unsigned long length) 
 void* mysql_store_result(void* handle) {
   static int calls = 0;
   void* const result = next<void* (*)(void*)>("mysql_store_result")(handle);
-  return fails("mysql_store_result", calls) ? nullptr : result;
+  if (!fails("mysql_store_result", calls)) return result;
+  next<void (*)(void*)>("mysql_free_result")(result);
+  return nullptr;
 }
 
 int iconv_close(iconv_t handle) {

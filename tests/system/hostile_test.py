@@ -9,9 +9,8 @@ from pathlib import Path
 import pytest
 
 import panel as sandbox
-from conftest import RECIPIENT, message
+from conftest import RECIPIENT, SANITIZED, message
 
-SANITIZED = os.environ.get("KEM_SANITIZED") == "ON"
 MEGABYTE = 1 << 20
 # What a run of a small message takes, several times over.
 CONSTANT = 32 * MEGABYTE

@@ -5,7 +5,7 @@ import re
 import pytest
 
 import panel as sandbox
-from conftest import NONSENSE, message
+from conftest import NONSENSE, SANITIZED, message
 
 SESSION = [
     "set foreign_key_checks=0",
@@ -107,6 +107,7 @@ def test_ends_the_run_when_the_fourth_lookup_fails(panel):
     assert (result.status, result.err) == (0, b"autoresponder: Unable to query: " + NONSENSE)
 
 
+@pytest.mark.skipif(SANITIZED, reason="the sanitizer answers malloc itself; other builds run this")
 @pytest.mark.parametrize("size, recipient", [
     (2 * 1234 + 1, "x@" + "d" * 1234), (2 * 1234 + 1, "m" * 1234 + "@y")],
     ids=["domain", "mail name"])
