@@ -1,4 +1,5 @@
-"""Runs the autoresponder once inside the sandbox and shows a person what happened."""
+"""Runs the autoresponder once inside the sandbox and shows a person what happened. Bytes that are
+not UTF-8 are shown as \\xNN."""
 
 import os
 import subprocess
@@ -54,4 +55,7 @@ def main():
 
 
 if __name__ == "__main__":
-    main()
+    try:
+        main()
+    except KeyboardInterrupt:
+        sys.exit(130)

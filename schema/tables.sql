@@ -87,3 +87,78 @@ create table resp_attach (
   filename varchar(255),
   key (rn_id)
 );
+
+-- Tables that the panel's other programs read and write through the library in support/; the
+-- autoresponder itself does not touch them.
+
+alter table domains
+  add status        int unsigned not null default 0,  -- 0: active
+  add htype         varchar(16) not null default 'none', -- hosting type
+  add params_id     int unsigned,             -- Parameters.id
+  add limits_id     int unsigned,             -- Limits.id
+  add dns_zone_id   int unsigned;             -- dns_zone.id
+
+-- Parameters of one domain.
+create table dom_param (
+  dom_id int unsigned not null,               -- domains.id
+  param  varchar(255) not null,
+  val    text,
+  primary key (dom_id, param)
+);
+
+-- Sets of parameters, of a domain or of one of its services.
+create table Parameters (
+  id        int unsigned not null,
+  parameter varchar(255) not null,
+  value     text,
+  primary key (id, parameter)
+);
+
+create table DomainServices (
+  dom_id        int unsigned not null,        -- domains.id
+  type          varchar(32) not null,
+  parameters_id int unsigned,                 -- Parameters.id
+  primary key (dom_id, type)
+);
+
+create table Limits (
+  id         int unsigned not null,
+  limit_name varchar(255) not null,
+  value      bigint not null default -1,      -- -1: unlimited
+  primary key (id, limit_name)
+);
+
+create table IP_Addresses (
+  id         int unsigned not null auto_increment primary key,
+  ip_address varchar(45) not null
+);
+
+-- A domain's web hosting; fp and fp_ssl say whether its publishing extensions are on.
+create table hosting (
+  dom_id        int unsigned not null primary key,  -- domains.id
+  ip_address_id int unsigned,                       -- IP_Addresses.id
+  fp            varchar(8) not null default 'false',
+  fp_ssl        varchar(8) not null default 'false'
+);
+
+create table dns_zone (
+  id int unsigned not null auto_increment primary key
+);
+
+create table dns_recs (
+  dns_zone_id int unsigned not null,          -- dns_zone.id
+  type        varchar(8) not null,
+  host        varchar(255) not null,
+  key (dns_zone_id)
+);
+
+create table subdomains (
+  dom_id int unsigned not null,               -- domains.id
+  name   varchar(255) not null,
+  primary key (dom_id, name)
+);
+
+create table anon_ftp (
+  dom_id int unsigned not null primary key,   -- domains.id
+  status varchar(8) not null default 'false'
+);

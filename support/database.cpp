@@ -52,7 +52,24 @@ int fail(MYSQL* connection, char* error, size_t error_size, const char* context)
   return -1;
 }
 
+// The first line of an open password file; false when there is none.
+bool read_first_line(FILE* file, char* line, size_t size) {
+  if (fgets(line, static_cast<int>(size), file) == nullptr) return false;
+  const size_t length = strlen(line);
+  if (length > 0 && line[length - 1] == '\n') line[length - 1] = '\0';
+  return true;
+}
+
 }  // namespace
+
+int db_get_utf8_mode() {
+  return db_utf8_mode;
+}
+
+int db_probe_utf8_mode() {
+  if (db_utf8_mode == -1) OwnedConnection(db_connect()).reset();
+  return db_utf8_mode;
+}
 
 int read_admin_password(char* password, size_t password_size, char* error, size_t error_size) {
   const OwnedFile file(fopen(kAdminPasswordFile, "rt"));
@@ -60,13 +77,21 @@ int read_admin_password(char* password, size_t password_size, char* error, size_
     snprintf(error, error_size, "Unable to open admin password file: %s", strerror(errno));
     return -1;
   }
-  if (fgets(password, static_cast<int>(password_size), file.get()) == nullptr) {
+  if (!read_first_line(file.get(), password, password_size)) {
     snprintf(error, error_size, "Unable to read admin password file: %s", strerror(errno));
     return -1;
   }
-  const size_t length = strlen(password);
-  if (length > 0 && password[length - 1] == '\n') password[length - 1] = '\0';
   return 0;
+}
+
+const char* read_admin_password_file() {
+  static char password[kPasswordSize];
+  const OwnedFile file(fopen(kAdminPasswordFile, "rt"));
+  if (!file) report_error(1, 0, "Unable to open admin password file");
+  if (!read_first_line(file.get(), password, sizeof password)) {
+    report_error(1, 0, "Unable to read admin password file");
+  }
+  return password;
 }
 
 st_mysql* db_real_connect(char* error, size_t error_size) {

@@ -12,9 +12,20 @@ constexpr const char* kAdminPasswordFile = "/etc/kem/.kem.shadow";
 /// a server without character sets), 1 "SET NAMES utf8". Set by every successful `db_set_charset`.
 extern int db_utf8_mode;
 
+/// `db_utf8_mode` as it is.
+int db_get_utf8_mode();
+
+/// `db_utf8_mode`, after one connection was opened and closed where it was not known yet. Still -1
+/// when that failed, which was reported as a warning.
+int db_probe_utf8_mode();
+
 /// Reads the first line of kAdminPasswordFile, without its newline and at most `password_size` - 1
 /// bytes of it, into `password`. Returns 0, or -1 with a message in `error` (cut at `error_size`).
 int read_admin_password(char* password, size_t password_size, char* error, size_t error_size);
+
+/// The same line, in a process-wide buffer of 100 bytes. A file that cannot be opened or read ends
+/// the process with status 1.
+const char* read_admin_password_file();
 
 /// A new connection to the database "kem" on the local host, owned by the caller, who closes it
 /// with `mysql_close`; or null with a message in `error`.

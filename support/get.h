@@ -3,19 +3,82 @@
 
 struct st_mysql;
 
-/// Readers of the panel's settings.
+/// Readers of the panel's settings and domain records.
 ///
-/// All of them return a NUL-terminated text of at most 4095 bytes in a process-wide buffer, valid
-/// until the next call: the value, an empty text where there is none, or null after a warning where
-/// the query failed or no connection could be opened. The connection may be null; then one is
-/// opened for the call. A key that holds a backslash or a quote of either kind aborts the process.
+/// Names, ids and values that are looked for are NUL-terminated keys: they go unescaped into a
+/// statement, and one that holds a backslash or a quote of either kind aborts the process. A
+/// statement of more than 4095 bytes is cut.
+///
+/// `connection` may be null; then one is opened for the call. Where it must not be, that is said.
+///
+/// A text that is returned is NUL-terminated, has at most 4095 bytes and stands in a buffer of the
+/// routine's own that its next call overwrites: the value; an empty text where there is no row or
+/// the value is NULL; null after a warning, where the query failed or there was no connection.
 
 /// Column `value_column` of the first row of `table` whose `key_column` is `value`. The three names
-/// go into the statement as they stand.
+/// go into the statement as they stand and are not checked.
 const char* get_table_value(const char* value, const char* table, const char* key_column,
                             const char* value_column, st_mysql* connection);
 
 /// The panel-wide setting `name`.
 const char* get_misc_param(const char* name, st_mysql* connection);
+
+/// The hosting type of a domain.
+const char* get_domain_htype(const char* domain_id, st_mysql* connection);
+
+/// The IP address of a domain's hosting.
+const char* get_ip_address(const char* domain_id, st_mysql* connection);
+
+/// Sets `status` to a domain's status and returns 0; or returns, after a warning, -1 when the query
+/// failed, -2 when there is no such domain, -3 when its status is no number. `connection` must not
+/// be null.
+int get_domain_status(const char* domain_id, unsigned* status, st_mysql* connection);
+
+/// The parameter `name` of a domain: from `dom_param`, from the domain's own set of parameters,
+/// from that of its service of type `service`; and the limit `name`.
+const char* get_dom_param(const char* domain_id, const char* name, st_mysql* connection);
+const char* get_domain_param(const char* domain_id, const char* name, st_mysql* connection);
+const char* get_service_param(const char* domain_id, const char* service, const char* name,
+                              st_mysql* connection);
+const char* get_domain_limit(const char* domain_id, const char* name, st_mysql* connection);
+
+/// 1 when the domain's zone has an address for "www." and the domain has no subdomain "www", 0 when
+/// not, -1 after a warning.
+int has_www_alias(const char* domain_id, st_mysql* connection);
+
+/// Whether the setting begins with "true"; false also after a warning.
+bool is_anon_ftp_on(const char* domain_id, st_mysql* connection);
+/// `ssl`: whether to look at the setting for SSL.
+bool is_frontpage_on(const char* domain_name, bool ssl, st_mysql* connection);
+
+/// The e-mail address of the domain's client, or else the panel administrator's; null after a
+/// warning where neither is set. Kept: up to 4096 bytes of the client's address are returned, one
+/// more than elsewhere.
+const char* get_client_email(const char* domain_id, st_mysql* connection);
+
+/// The id of the domain's client; 0 where there is none, or after a warning. `connection` must not
+/// be null.
+int get_client_id(const char* domain_id, st_mysql* connection);
+
+/// The id of the domain `domain_name`, which may be internationalised (UTF-8). Where there is no
+/// such domain: null with `quiet`, else the process ends with status 1, as it does for a name
+/// without an ASCII form and for a failing query. Null also after a warning, without a connection.
+const char* get_dom_id(const char* domain_name, st_mysql* connection, bool quiet);
+/// As `get_dom_id`, not quiet.
+const char* get_dom_id_strict(const char* domain_name, st_mysql* connection);
+
+/// The domain's name as it is stored, in lower case, or null where there is no such domain. Opens a
+/// connection of its own; without one, or with a failing query, the process ends with status 1.
+const char* get_domain_name(const char* domain_name);
+
+/// The largest id of `table` plus one; 0 after a warning.
+long get_next_id(const char* table, st_mysql* connection);
+
+/// The id of a domain's DNS zone.
+const char* get_dns_zone_id(const char* domain_id, st_mysql* connection);
+
+/// The number in the environment variable KEM_RUN_MODE: 1, 2 or 3, or 0 where it is not set. Any
+/// other value ends the process with status 1.
+int get_run_mode();
 
 #endif

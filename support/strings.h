@@ -5,17 +5,59 @@
 
 struct st_mysql;
 
-/// `text` (NUL-terminated, or null) escaped for a single-quoted SQL literal on `connection`, in a
-/// new buffer that the caller frees with `free`; null for a null text. A failed allocation ends the
-/// process as `xmalloc` does.
+/// Routines on NUL-terminated byte strings.
+
+/// `text`, or null, escaped for a single-quoted SQL literal on `connection`, in a new buffer that
+/// the caller frees with `free`; null for a null text. A failed allocation ends the process as
+/// `xmalloc` does.
 char* sql_escape(st_mysql* connection, const char* text);
 
-/// Overwrites the white space at the end of `text` (NUL-terminated) with NULs and returns a pointer
-/// to its first character that is not white space, inside the same buffer.
+/// Replaces every `find` by `replacement` in `source`, or, where `destination` is not null, copies
+/// `source` there with the replacements made; it must have room. Returns the one it wrote to.
+char* str_replace_char(char* source, char* destination, char find, char replacement);
+
+/// Copies `source` to `destination` with every occurrence of `find` replaced by `replacement`, at
+/// most `size` bytes with the NUL; the two may be the same.
+///
+/// The copy stops in front of the first piece with which it would reach `size`; what is left of the
+/// source then follows only if it still fits. Where `find` is null or empty, up to `size` bytes are
+/// copied as they stand, and a source of `size` bytes or more is not terminated. Returns
+/// `destination`; null where that is null; `source`, after a message on standard error, where
+/// memory fails.
+const char* strn_replace(const char* source, char* destination, const char* find,
+                         const char* replacement, size_t size);
+
+/// Overwrites the white space at the end of `text` with NULs and returns a pointer to its first
+/// character that is not white space, inside the same buffer.
 char* str_trim(char* text);
+
+/// Lower-cases `text` in place; nothing for null.
+void str_tolower(char* text);
+
+/// The first word between white space behind the first occurrence of `key` in `text`, at most 4095
+/// bytes of it, in a process-wide buffer that the next call overwrites; empty where the text is
+/// null or the key is not in it.
+const char* get_word_after(const char* text, const char* key);
+
+/// What follows the first occurrence of `key` in `text` up to the next newline or the end, as
+/// `get_word_after` does it, in another buffer.
+const char* get_line_after(const char* text, const char* key);
+
+/// Ends the process with status 1 when `condition` is not 0 and `value` is null or empty; `name` is
+/// what the parameter is called in the message.
+void check_param(int condition, const char* value, const char* name);
+
+/// Ends the process with status 1 when the two counts differ.
+void check_all_processed(int processed, int given);
 
 /// `size` bytes that the caller frees with `free`; on failure the process ends with status 1 and
 /// "alloc(%d)".
 void* xmalloc(size_t size);
+/// `memory` (from `xmalloc` or null) resized to `size` bytes, under the same terms.
+void* xrealloc(void* memory, size_t size);
+
+/// A number from 0 to `n` - 1. Not for secrets: every call starts anew from the time in seconds, so
+/// that two calls within one give the same.
+int random_below(int n);
 
 #endif

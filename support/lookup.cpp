@@ -1,0 +1,52 @@
+#include "support/lookup.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include "support/database.h"
+#include "support/report.h"
+
+LookupSession::LookupSession(MYSQL* given, const char* connect_text, int status)
+    : own_(given == nullptr ? db_connect() : nullptr),
+      handle_(given != nullptr ? given : own_.get()) {
+  if (handle_ == nullptr) report_error(status, 0, "%s", connect_text);
+}
+
+Statement::Statement(const char* format, ...) {
+  va_list keys;
+  va_start(keys, format);
+  vsnprintf(text_, sizeof text_, format, keys);
+  va_end(keys);
+}
+
+bool send_statement(MYSQL* connection, const Statement& statement, const Complaint& complaint) {
+  return send_text(connection, statement.text(), complaint);
+}
+
+bool send_text(MYSQL* connection, const char* statement, const Complaint& complaint) {
+  if (mysql_real_query(connection, statement, strlen(statement)) == 0) return true;
+  const char* const error = mysql_error(connection);
+  if (complaint.key != nullptr) {
+    report_error(complaint.status, 0, complaint.format, complaint.key, error);
+  } else {
+    report_error(complaint.status, 0, complaint.format, error);
+  }
+  return false;
+}
+
+const char* first_value(MYSQL* connection, OwnedResult& result) {
+  result.reset(mysql_store_result(connection));
+  const MYSQL_ROW row = next_row(result);
+  return row != nullptr ? row[0] : nullptr;
+}
+
+const char* read_value(char* result, const Statement& statement, MYSQL* given,
+                       const char* connect_text, const Complaint& complaint) {
+  const LookupSession session(given, connect_text);
+  if (!session || !send_statement(session.handle(), statement, complaint)) return nullptr;
+  OwnedResult rows;
+  const char* const value = first_value(session.handle(), rows);
+  snprintf(result, kResultSize, "%s", value != nullptr ? value : "");
+  return result;
+}

@@ -1,0 +1,66 @@
+#ifndef SUPPORT_LOOKUP_H
+#define SUPPORT_LOOKUP_H
+
+#include <cstddef>
+
+#include "support/mysql_owned.h"
+
+/// What the readers and writers of settings share.
+
+constexpr size_t kResultSize = 4096;
+
+/// A statement made of a printf format and keys, silently cut at 4095 bytes.
+class Statement {
+ public:
+  explicit Statement(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+  /// NUL-terminated; lives as long as the statement.
+  const char* text() const { return text_; }
+
+ private:
+  char text_[4096];
+};
+
+/// What the routines say when they cannot connect.
+constexpr const char* kConnectTextA = "Unable to connect to mysql database\n";
+constexpr const char* kConnectTextB = "Unable to connect to the mysql database\n";
+/// Kept: another routine than the one it names says this too.
+constexpr const char* kConnectTextC = "get_ip_address: Unable to connect to the mysql database";
+constexpr const char* kConnectTextD = "Unable to connect to mysql database";
+
+/// What a routine says when its statement fails.
+struct Complaint {
+  const char* format;         ///< for printf; takes the key, where there is one, and the error
+  const char* key = nullptr;  ///< null where the format takes the server's error alone
+  int status = 0;             ///< 0 for a warning, else the process exits with it
+};
+
+/// The connection of one call: the caller's, or, where that is null, one of its own that closes
+/// with it. A failure to connect is reported with `connect_text` and `status`.
+class LookupSession {
+ public:
+  LookupSession(MYSQL* given, const char* connect_text, int status = 0);
+
+  MYSQL* handle() const { return handle_; }
+  explicit operator bool() const { return handle_ != nullptr; }
+
+ private:
+  OwnedConnection own_;
+  MYSQL* handle_;
+};
+
+/// Sends a statement; false after the complaint.
+bool send_statement(MYSQL* connection, const Statement& statement, const Complaint& complaint);
+
+/// The same for a NUL-terminated statement of any length.
+bool send_text(MYSQL* connection, const char* statement, const Complaint& complaint);
+
+/// The first column of the first row of the last query; null for no row or NULL. `result` keeps it.
+const char* first_value(MYSQL* connection, OwnedResult& result);
+
+/// Copies the value that `statement` asks for into `result`, of kResultSize bytes, and returns it;
+/// an empty text where there is none; null after the complaint, or without a connection.
+const char* read_value(char* result, const Statement& statement, MYSQL* given,
+                       const char* connect_text, const Complaint& complaint);
+
+#endif
