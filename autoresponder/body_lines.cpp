@@ -2,7 +2,13 @@
 
 #include <utility>
 
+#include "autoresponder/search.h"
+
 BodyLines::BodyLines(std::string text) : text_(std::move(text)), has_lines_(true) {}
+
+bool BodyLines::Contain(std::string_view key) const {
+  return has_lines_ && key.find('\n') == std::string_view::npos && contains(text_, key);
+}
 
 BodyLines::Iterator::Iterator(std::string_view text, size_t position)
     : text_(text), position_(position) {

@@ -47,6 +47,10 @@ class BodyLines {
   Iterator end() const { return {text_, Iterator::kEnd}; }
   bool empty() const { return !has_lines_; }
 
+  /// Whether `key` occurs within a line; in time linear in the text. An empty key does where there
+  /// is a line, one with a newline nowhere.
+  bool Contain(std::string_view key) const;
+
  private:
   std::string text_;
   bool has_lines_ = false;

@@ -33,8 +33,9 @@ bool exceeds(int64_t limit) {
 void write_notice(const ResponderRule& rule, const IncomingMessage& message) {
   std::ofstream notice(response_file_path, std::ios::trunc);
   if (!rule.reply_to.empty()) notice << "Reply-To: " << rule.reply_to << "\n";
-  notice << "From: " << message.recipient
-         << "\nCC: \nSubject: " << header_encode("Re: " + message.subject) << "\n\n";
+  notice << "From: " << message.recipient << "\nCC: \nSubject: ";
+  write_header_encoded(notice, "Re: " + message.subject);
+  notice << "\n\n";
   notice << "An error occurred while responding on you request.\n\n";
   notice << "Autoresponder message size exceeds databytes limit.\n\n\n\n";
 }

@@ -15,6 +15,7 @@
 #include "autoresponder/temporary_files.h"
 #include "mime/charset.h"
 #include "mime/encoded_word.h"
+#include "support/diagnose.h"
 #include "support/ex_error.h"
 #include "support/owned.h"
 
@@ -34,7 +35,7 @@ struct RawMessage {
 bool spool_standard_input(DwString& message_text) {
   const OwnedDescriptor descriptor(create_spool_file());
   if (!descriptor.IsOpen()) {
-    std::cerr << "Could not create a temporary file." << std::endl;
+    diagnose({"Could not create a temporary file."});
     return false;
   }
   DwInitialize();
@@ -76,15 +77,14 @@ std::optional<RawMessage> take_apart(const DwString& message_text) {
   DwHeaders& headers = message->Headers();
   auto sender = find_sender(headers);
   if (!sender) {
-    std::cerr << "Could not get sender's e-mail address from Reply-To: or From: headers."
-              << std::endl;
+    diagnose({"Could not get sender's e-mail address from Reply-To: or From: headers."});
     return std::nullopt;
   }
   auto recipient = find_recipient(headers);
   if (!recipient) {
-    std::cerr << "Could not get recipient's e-mail address from environment variable RECIPIENT or "
-                 "To: header."
-              << std::endl;
+    diagnose(
+        {"Could not get recipient's e-mail address from environment variable RECIPIENT or "
+         "To: header."});
     return std::nullopt;
   }
   RawMessage raw{*std::move(sender), *std::move(recipient), {}, {}, {}};
@@ -96,8 +96,7 @@ std::optional<RawMessage> take_apart(const DwString& message_text) {
 
 // Kept: the charset in these messages is the body's, also where a word of the subject fails.
 void warn_unconverted(const char* what, const std::string& charset) {
-  std::cerr << "Could not convert message " << what << " text from " << charset << " to UTF-8."
-            << '\n';
+  diagnose({"Could not convert message ", what, " text from ", charset, " to UTF-8."});
 }
 
 std::string body_in_utf8(const TextPart& text) {
@@ -135,11 +134,12 @@ int read_incoming_message(IncomingMessage& record) {
   if (!spool_standard_input(message_text)) return 1;
   std::optional<RawMessage> raw = take_apart(message_text);
   if (!raw) return 1;
-  message_text = DwString();  // a large message is not held twice while its body is converted
+  message_text = DwString();  // what was decoded is all that is needed from here on
   std::string body = body_in_utf8(raw->text);
   raw->text.body = DwString();
   fill_addresses(*raw, record);
   record.subject = subject_in_utf8(*raw);
+  raw->subject = std::string();
   record.date = std::move(raw->date);
   record.charset = std::move(raw->text.charset);
   record.body_lines = BodyLines(std::move(body));

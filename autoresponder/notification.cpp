@@ -1,11 +1,11 @@
 #include "autoresponder/notification.h"
 
-#include <iostream>
 #include <optional>
 
 #include "autoresponder/pipe_stream.h"
 #include "autoresponder/sendmail.h"
 #include "autoresponder/shell.h"
+#include "support/diagnose.h"
 #include "support/get.h"
 
 namespace {
@@ -26,13 +26,12 @@ std::optional<Owner> find_owner(PanelDatabase& database, const std::string& doma
                   "d.cl_id=c.id and d.name='") +
       escaped.get() + "'");
   if (!rows) {
-    std::cerr << "Unable to define client email and personal name :" << database.error()
-              << std::endl;
+    diagnose({"Unable to define client email and personal name :", database.error()});
     return std::nullopt;
   }
   const Row row = rows->Next();
   if (row == nullptr) {
-    std::cerr << "This client does not exist :" << database.error() << std::endl;
+    diagnose({"This client does not exist :", database.error()});
     return std::nullopt;
   }
   Owner owner{text_or(row[0], ""), text_or(row[1], "")};
@@ -86,7 +85,7 @@ void notify_owner(PanelDatabase& database, const std::string& reply_to,
   opipestream mail(command);
   if (mail.refused()) return;
   if (mail.fail()) {
-    std::cerr << "Unable to send mail with notify of not exist attachment." << std::endl;
+    diagnose({"Unable to send mail with notify of not exist attachment."});
     return;
   }
   write_notification(mail, sender, *owner, reply_to, message, missing);

@@ -1,17 +1,17 @@
 #include "autoresponder/panel_database.h"
 
 #include <cstring>
-#include <iostream>
 
 #include "autoresponder/process.h"
 #include "autoresponder/temporary_files.h"
 #include "support/database.h"
+#include "support/diagnose.h"
 #include "support/strings.h"
 
 PanelDatabase::PanelDatabase() : connection_(db_connect()) {
-  survive_broken_pipes();  // the client library ignores them, and commands would inherit that
+  survive_failing_writes();  // the client library ignores SIGPIPE, and commands would inherit that
   if (connection_) return;
-  std::cerr << "autoresponder: Unable to connect to the mysql database " << std::endl;
+  diagnose({"autoresponder: Unable to connect to the mysql database "});
   cleanup_and_exit();
 }
 
@@ -20,7 +20,7 @@ bool PanelDatabase::Send(const std::string& statement) {
 }
 
 void PanelDatabase::Fail(const char* diagnostic) {
-  std::cerr << diagnostic << error() << std::endl;
+  diagnose({diagnostic, error()});
   cleanup_and_exit();
 }
 

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <iostream>
-#include <sys/auxv.h>
 #include <unistd.h>
 
 namespace {
@@ -18,9 +17,8 @@ void open_standard_descriptors() {
   if (descriptor > STDERR_FILENO) close(descriptor);
 }
 
-// The kernel's word for "started by somebody who has fewer rights than the program".
 bool started_by_another_user() {
-  return getauxval(AT_SECURE) != 0;
+  return getuid() != geteuid() || getgid() != getegid();
 }
 
 void reset_environment() {
@@ -32,19 +30,19 @@ void reset_environment() {
 
 }  // namespace
 
-// A handler and not SIG_IGN: started commands get the default action back of themselves.
-void survive_broken_pipes() {
+// Handlers and not SIG_IGN: started commands get the default actions back of themselves.
+void survive_failing_writes() {
   struct sigaction action {};
   action.sa_handler = [](int) {};
   action.sa_flags = SA_RESTART;
-  sigaction(SIGPIPE, &action, nullptr);
+  for (const int signal : {SIGPIPE, SIGXFSZ}) sigaction(signal, &action, nullptr);
 }
 
 void prepare_process() {
   const int saved_errno = errno;
   open_standard_descriptors();
   if (started_by_another_user()) reset_environment();
-  survive_broken_pipes();
+  survive_failing_writes();
   std::ios::sync_with_stdio(false);
   errno = saved_errno;
 }

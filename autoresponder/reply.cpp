@@ -68,7 +68,9 @@ void write_reply_text(std::ostream& reply, const ResponderRule& rule,
   reply << "From: " << idn_toascii_string(message.recipient.c_str()) << '\n';
   reply << "To: " << message.sender << '\n';
   reply << "MIME-Version: 1.0\n";
-  reply << "Subject: " << header_encode(reply_subject(rule, message)) << '\n';
+  reply << "Subject: ";
+  write_header_encoded(reply, reply_subject(rule, message));
+  reply << '\n';
   if (!boundary.empty()) {
     reply << "Content-Type: multipart/mixed;\n\tboundary=\"" << boundary << "\"\n\n";
     reply << "--" << boundary << '\n';

@@ -1,7 +1,6 @@
 #include "autoresponder/rule.h"
 
-#include <algorithm>
-#include <string_view>
+#include "autoresponder/search.h"
 
 std::string rules_query(const std::string& mailbox_id) {
   return "select id, keystr, key_where, text, resp_on, ans_freq, mem_limit, subject, reply_to, "
@@ -21,11 +20,6 @@ bool is_active(const ResponderRule& rule) {
 }
 
 bool rule_fires(const ResponderRule& rule, const IncomingMessage& message) {
-  const auto holds_trigger = [&rule](std::string_view text) {
-    return text.find(rule.keystr) != std::string_view::npos;
-  };
-  if (rule.key_where == "subj") return holds_trigger(message.subject);
-  if (rule.key_where != "body") return true;
-  const BodyLines& lines = message.body_lines;
-  return std::any_of(lines.begin(), lines.end(), holds_trigger);
+  if (rule.key_where == "subj") return contains(message.subject, rule.keystr);
+  return rule.key_where != "body" || message.body_lines.Contain(rule.keystr);
 }

@@ -1,6 +1,5 @@
 #include "autoresponder/run.h"
 
-#include <iostream>
 #include <string>
 #include <unistd.h>
 
@@ -11,6 +10,7 @@
 #include "autoresponder/temporary_files.h"
 #include "autoresponder/termination.h"
 #include "support/conf.h"
+#include "support/diagnose.h"
 #include "support/report.h"
 
 namespace {
@@ -22,7 +22,7 @@ void become_root() {
 }
 
 [[noreturn]] void refuse(const char* why) {
-  std::cerr << why << std::endl;
+  diagnose({why});
   cleanup_and_exit();
 }
 

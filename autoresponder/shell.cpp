@@ -1,9 +1,9 @@
 #include "autoresponder/shell.h"
 
 #include <cstdlib>
-#include <iostream>
 
 #include "autoresponder/termination.h"
+#include "support/diagnose.h"
 
 ShellCommand& ShellCommand::Text(std::string_view text) {
   line_ += text;
@@ -15,27 +15,29 @@ ShellCommand& ShellCommand::Value(std::string_view value) {
   return Text(value);
 }
 
-ShellCommand& ShellCommand::Append(const ShellCommand& command) {
-  if (!escaping_value_) escaping_value_ = command.escaping_value_;
-  return Text(command.line_);
+namespace {
+
+void run(const std::string& line) {
+  [[maybe_unused]] const int status = system(line.c_str());
 }
+
+}  // namespace
 
 ShellOutcome hand_to_shell(const ShellCommand& command, ShellUse use) {
   if (const auto& value = command.escaping_value()) {
-    std::cerr << "autoresponder: refused to run a command with a quote in: " << *value << std::endl;
+    diagnose({"autoresponder: refused to run a command with a quote in: ", *value});
     return {true, nullptr};
   }
-  const char* const line = command.line().c_str();
+  const std::string& line = command.line();
   switch (use) {
-    case ShellUse::kRun: {
-      [[maybe_unused]] const int status = system(line);
+    case ShellUse::kRun:
+      run(line);
       break;
-    }
     case ShellUse::kWriteFile:
-      run_file_writer(command.line());
+      run_file_writer([&line] { run(line); });
       break;
     case ShellUse::kReadFromUs:
-      return {false, popen(line, "w")};
+      return {false, popen(line.c_str(), "w")};
   }
   return {};
 }

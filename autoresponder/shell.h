@@ -10,17 +10,10 @@
 /// quotes.
 class ShellCommand {
  public:
-  ShellCommand() = default;
-  /// A command without values.
-  ShellCommand(std::string_view text) : line_(text) {}  // NOLINT(google-explicit-constructor)
-  ShellCommand(const char* text) : line_(text) {}       // NOLINT(google-explicit-constructor)
-
   /// Adds a text as it stands; the shell reads its syntax.
   ShellCommand& Text(std::string_view text);
   /// Adds a value, in front of which and behind which a text puts a single quote.
   ShellCommand& Value(std::string_view value);
-  /// Adds another command, its values with it.
-  ShellCommand& Append(const ShellCommand& command);
 
   const std::string& line() const { return line_; }
   /// The first value that holds a single quote and would leave its own quotes.

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr char kResponseTemplate[] = "/tmp/kem-response-uu-XXXXXX";
+#define RESPONSE_TEMPLATE "/tmp/kem-response-uu-XXXXXX"
 
 // Commands that the run starts have no business with the file's descriptor.
 int create(char* name) {
@@ -19,14 +19,14 @@ int create(char* name) {
 }  // namespace
 
 char spool_file_path[] = "/tmp/kem-autoresponder-XXXXXX";
-char response_file_path[sizeof kResponseTemplate] = "/tmp/kem-response-uu-XXXXXX";
+char response_file_path[] = RESPONSE_TEMPLATE;
 
 int create_spool_file() {
   return create(spool_file_path);
 }
 
 int create_response_file() {
-  memcpy(response_file_path, kResponseTemplate, sizeof kResponseTemplate);
+  memcpy(response_file_path, RESPONSE_TEMPLATE, sizeof response_file_path);
   return create(response_file_path);
 }
 

@@ -36,11 +36,12 @@ void end_writers() {
   }
 }
 
-// The action is reset when the handler starts, so that the signal raised here ends the process as
-// soon as the handler returns.
+// The signal that is raised here ends the process as soon as the handler returns. Until then it and
+// the others wait, however often they are sent.
 void handle_termination(int signal) {
   end_writers();
   remove_temporary_files();
+  ::signal(signal, SIG_DFL);
   raise(signal);
 }
 
@@ -61,17 +62,26 @@ class SignalBlock {
   sigset_t before_{};
 };
 
-[[noreturn]] void be_writer(const std::string& command, const SignalBlock& block) {
-  setpgid(0, 0);
-  for (const int signal : kSignals) ::signal(signal, SIG_DFL);
-  block.Release();
-  _exit(system(command.c_str()) == 0 ? 0 : 1);
+bool is_handled(int signal) {
+  struct sigaction action {};
+  sigaction(signal, nullptr, &action);
+  return action.sa_handler == handle_termination;
 }
 
-pid_t start_writer(const std::string& command) {
+[[noreturn]] void be_writer(const std::function<void()>& write, const SignalBlock& block) {
+  setpgid(0, 0);
+  for (const int signal : kSignals) {
+    if (is_handled(signal)) ::signal(signal, SIG_DFL);
+  }
+  block.Release();
+  write();
+  _exit(0);
+}
+
+pid_t start_writer(const std::function<void()>& write) {
   const SignalBlock block;
   const pid_t writer = fork();
-  if (writer == 0) be_writer(command, block);
+  if (writer == 0) be_writer(write, block);
   if (writer > 0) {
     setpgid(writer, writer);
     writer_group = writer;
@@ -86,7 +96,6 @@ void remove_files_on_termination() {
   struct sigaction action {};
   action.sa_handler = handle_termination;
   action.sa_mask = termination_signals();
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
   for (const int signal : kSignals) {
     struct sigaction before {};
     sigaction(signal, nullptr, &before);
@@ -94,8 +103,8 @@ void remove_files_on_termination() {
   }
 }
 
-void run_file_writer(const std::string& command) {
-  const pid_t writer = start_writer(command);
+void run_file_writer(const std::function<void()>& write) {
+  const pid_t writer = start_writer(write);
   if (writer < 0) return;
   while (waitpid(writer, nullptr, 0) < 0 && errno == EINTR) {
   }

@@ -1,7 +1,8 @@
 #include "mime/base64.h"
 
 #include <algorithm>
-#include <iostream>
+
+#include "support/diagnose.h"
 
 namespace {
 
@@ -19,7 +20,7 @@ unsigned base64_symbol(std::string_view payload, size_t& position) {
     const char c = payload[position++];
     const size_t value = kAlphabet.find(c);
     if (value != std::string_view::npos) return static_cast<unsigned>(value);
-    if (!is_white_space(c)) std::cerr << "Bad base64 symbol: " << c << '\n';
+    if (!is_white_space(c)) diagnose({"Bad base64 symbol: ", {&c, 1}});
   }
   return 0;
 }

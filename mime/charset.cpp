@@ -1,5 +1,6 @@
 #include "mime/charset.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include <iconv.h>
@@ -60,6 +61,19 @@ void replace_one_byte(std::string_view& text, std::string& output) {
   output += '?';
 }
 
+// Makes room for the next chunk. After a first stretch the room for all of `size` bytes is
+// estimated from what the `converted` ones gave, so that a large output is seldom moved.
+void make_room(std::string& output, size_t size, size_t converted) {
+  constexpr size_t kStretch = 16 * kChunk;
+  if (output.capacity() - output.size() > kChunk) return;
+  size_t room = kStretch;
+  if (converted > 0) {
+    const double growth = static_cast<double>(output.size()) / static_cast<double>(converted);
+    room = static_cast<size_t>(growth * static_cast<double>(size - converted));
+  }
+  output.reserve(output.size() + std::max(room + room / 16, output.size() / 2) + 2 * kChunk);
+}
+
 // False when the conversion cannot go on.
 bool convert_step(Converter& converter, std::string_view& text, bool replace_invalid,
                   std::string& output) {
@@ -83,9 +97,10 @@ std::string convert_charset(std::string_view text, const std::string& from_chars
   if (!converter.IsOpen()) {
     throw quern::ExError("Cannot convert from " + from_charset + " to " + to_charset);
   }
+  const size_t size = text.size();
   std::string output;
-  output.reserve(text.size());
   while (!text.empty()) {
+    make_room(output, size, size - text.size());
     if (!convert_step(converter, text, replace_invalid, output)) {
       throw quern::ExError("Conversion from " + from_charset + " to " + to_charset);
     }

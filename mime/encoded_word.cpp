@@ -1,10 +1,11 @@
 #include "mime/encoded_word.h"
 
-#include <iostream>
+#include <utility>
 
 #include "mime/base64.h"
 #include "mime/charset.h"
 #include "mime/quoted_printable.h"
+#include "support/diagnose.h"
 
 namespace {
 
@@ -12,7 +13,7 @@ constexpr auto npos = std::string_view::npos;
 constexpr std::string_view kBlanks = " \t";
 
 void warn(const char* what, std::string_view token) {
-  std::cerr << "wrong rfc1522 sequence (" << what << "): " << token << '\n';
+  diagnose({"wrong rfc1522 sequence (", what, "): ", token});
 }
 
 // Kept: `next` is npos when the blanks run to the end of the value. The sum then wraps to a small
@@ -39,7 +40,12 @@ std::string decode_tokens(std::string_view value, TokenDecoder decode_one) {
   size_t position = 0;
   for (;;) {
     const size_t blank = value.find_first_of(kBlanks, position);
-    result += decode_one(value.substr(position, blank - position));
+    std::string token = decode_one(value.substr(position, blank - position));
+    if (result.empty()) {
+      result = std::move(token);  // a value of one large token is not held twice
+    } else {
+      result += token;
+    }
     if (blank == npos) return result;
     const size_t next = value.find_first_not_of(kBlanks, blank);
     if (!stand_between_words(value, blank, next)) result += value.substr(blank, next - blank);
@@ -70,5 +76,7 @@ std::string rfc1522_decode_word(std::string_view token) {
   const std::string charset(token.substr(2, charset_end - 2));
   const auto encoding = token.substr(charset_end + 1, encoding_end - charset_end - 1);
   const auto data = token.substr(encoding_end + 1, data_end - encoding_end - 1);
-  return convert_charset(decode_data(encoding, data), charset, "utf-8", true).append(trailing);
+  std::string word = convert_charset(decode_data(encoding, data), charset, "utf-8", true);
+  word += trailing;
+  return word;
 }

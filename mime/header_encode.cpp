@@ -1,12 +1,24 @@
 #include "mime/header_encode.h"
 
 #include <algorithm>
+#include <sstream>
 
 namespace {
 
-void append_q_encoding(std::string& encoded, std::string_view text) {
+constexpr size_t kPiece = 4096;
+
+}  // namespace
+
+bool needs_q_encoding(char byte) {
+  constexpr std::string_view kSpecial = "!\"()*+-/=?_";
+  const auto code = static_cast<signed char>(byte);
+  return code < 0x20 || kSpecial.find(byte) != std::string_view::npos;
+}
+
+std::string q_encode(std::string_view text) {
   constexpr char kDigits[] = "0123456789ABCDEF";
-  encoded.reserve(encoded.size() + 3 * text.size() + 2);
+  std::string encoded;
+  encoded.reserve(3 * text.size());
   for (const char c : text) {
     if (c == ' ') {
       encoded += '_';
@@ -19,29 +31,28 @@ void append_q_encoding(std::string& encoded, std::string_view text) {
       encoded += kDigits[code & 0xF];
     }
   }
-}
-
-}  // namespace
-
-bool needs_q_encoding(char byte) {
-  constexpr std::string_view kSpecial = "!\"()*+-/=?_";
-  const auto code = static_cast<signed char>(byte);
-  return code < 0x20 || kSpecial.find(byte) != std::string_view::npos;
-}
-
-std::string q_encode(std::string_view text) {
-  std::string encoded;
-  append_q_encoding(encoded, text);
   return encoded;
 }
 
 std::string header_encode(std::string_view text) {
-  if (std::none_of(text.begin(), text.end(), needs_q_encoding)) return std::string(text);
+  std::ostringstream out;
+  write_header_encoded(out, text);
+  return out.str();
+}
+
+void write_header_encoded(std::ostream& out, std::string_view text) {
+  if (std::none_of(text.begin(), text.end(), needs_q_encoding)) {
+    out << text;
+    return;
+  }
   // Kept: only a blank at the very start stays outside the encoded word, never a plain word.
-  const std::string_view lead = text.substr(0, text[0] == ' ' ? 1 : 0);
-  std::string header(lead);
-  header += "=?utf-8?Q?";
-  append_q_encoding(header, text.substr(lead.size()));
-  header += "?=";
-  return header;
+  if (text[0] == ' ') {
+    out << ' ';
+    text.remove_prefix(1);
+  }
+  out << "=?utf-8?Q?";
+  for (; !text.empty(); text.remove_prefix(std::min(text.size(), kPiece))) {
+    out << q_encode(text.substr(0, kPiece));
+  }
+  out << "?=";
 }

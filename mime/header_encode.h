@@ -1,6 +1,7 @@
 #ifndef MIME_HEADER_ENCODE_H
 #define MIME_HEADER_ENCODE_H
 
+#include <iosfwd>
 #include <string>
 #include <string_view>
 
@@ -8,6 +9,9 @@
 /// needs encoding, else one encoded word (RFC 2047, "Q") of any length, with a leading blank left
 /// in front of it. Lines are never folded.
 std::string header_encode(std::string_view text);
+
+/// Writes that form, of a text of any size, without holding it.
+void write_header_encoded(std::ostream& out, std::string_view text);
 
 /// Whether `byte` may not stand plainly in a header. Kept: stricter than RFC 2047 asks for.
 bool needs_q_encoding(char byte);

@@ -1,7 +1,8 @@
 #include "mime/quoted_printable.h"
 
 #include <cstdlib>
-#include <iostream>
+
+#include "support/diagnose.h"
 
 namespace {
 
@@ -15,7 +16,7 @@ char escaped_byte(std::string_view payload, int& position) {
   char* end = nullptr;
   const unsigned long value = strtoul(digits, &end, 16);
   if (end == digits && digits[0] != '\0') {
-    std::cerr << "Bad hex in quoted-printable string: " << digits << '\n';
+    diagnose({"Bad hex in quoted-printable string: ", digits});
   }
   return static_cast<char>(value & 0xFF);
 }

@@ -71,11 +71,10 @@ bool operator!=(const DwString& a, const DwString& b) {
 }
 
 std::istream& getline(std::istream& in, DwString& line) {
-  line.length_ = 0;
-  std::string& buffer = line.OwnBuffer();
+  if (line.buffer_.use_count() != 1) line.buffer_ = std::make_shared<std::string>();
+  std::getline(in, *line.buffer_);
   line.start_ = 0;
-  std::getline(in, buffer);
-  line.length_ = buffer.size();
+  line.length_ = line.buffer_->size();
   return in;
 }
 

@@ -115,7 +115,7 @@ def test_a_text_cut_inside_a_character_goes_out_as_it_is(panel):
 # --- addresses -----------------------------------------------------------------------------------
 
 def test_from_and_the_envelope_are_in_ascii(panel):
-    panel.sql("insert into domains values (2, 'müller.example', 1);"
+    panel.sql("insert into domains (id, name, cl_id) values (2, 'müller.example', 1);"
               "insert into misc values ('mysql41_compatible', 'true');"
               "insert into mail values (2, 2, 'info');")
     panel.rule(mn_id=2)

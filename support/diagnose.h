@@ -1,0 +1,18 @@
+#ifndef SUPPORT_DIAGNOSE_H
+#define SUPPORT_DIAGNOSE_H
+
+#include <initializer_list>
+#include <iostream>
+#include <string>
+#include <string_view>
+
+/// Writes the pieces and a newline to standard error, as one line at once: lines of runs that share
+/// a log stay whole, and a stranger who provokes many of them does not cost a write for each piece.
+inline void diagnose(std::initializer_list<std::string_view> pieces) {
+  std::string line;
+  for (const std::string_view piece : pieces) line += piece;
+  line += '\n';
+  std::cerr.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+}
+
+#endif
