@@ -3,12 +3,14 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <unistd.h>
 
 #include "autoresponder/attachments.h"
 #include "autoresponder/delivery.h"
 #include "autoresponder/temporary_files.h"
 #include "mime/charset.h"
 #include "mime/header_encode.h"
+#include "support/diagnose.h"
 #include "support/ex_error.h"
 #include "support/idn.h"
 #include "support/owned.h"
@@ -30,6 +32,15 @@ ConvertedText convert_text(const ResponderRule& rule) {
   } catch (const quern::ExError&) {
     return {rule.text, "UTF-8"};
   }
+}
+
+// False when the disk did not take all of it.
+bool write_response_file(const ResponderRule& rule, const IncomingMessage& message,
+                         std::string_view boundary) {
+  std::ofstream reply(response_file_path, std::ios::trunc);
+  write_reply_text(reply, rule, message, boundary);
+  reply.close();
+  return reply.good();
 }
 
 }  // namespace
@@ -85,11 +96,16 @@ void send_reply(PanelDatabase& database, const ResponderRule& rule, const Mailbo
                 const IncomingMessage& message) {
   const std::string boundary = draw_boundary();
   Attachments attachments;
+  bool whole = false;
   {
     const OwnedDescriptor descriptor(create_response_file());
     attachments = collect_attachments(database, rule, mailbox, message, boundary);
-    std::ofstream reply(response_file_path, std::ios::trunc);
-    write_reply_text(reply, rule, message, attachments.count > 0 ? boundary : "");
+    whole = write_response_file(rule, message, attachments.count > 0 ? boundary : "");
+  }
+  if (!whole) {
+    diagnose({"autoresponder: Unable to write the reply to ", response_file_path});
+    unlink(response_file_path);
+    return;
   }
   append_attachments(attachments, boundary);
   deliver_reply(rule, message);

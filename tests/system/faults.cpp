@@ -5,17 +5,21 @@
 //   CALL            every call fails
 //   CALL#N          the Nth call fails (from 1)
 //   malloc=SIZE     the allocation of exactly SIZE bytes fails
-// where CALL is mkstemp, popen, mysql_init, mysql_real_query (which every statement passes, the four
-// of the session among them), mysql_store_result or iconv_close. A failing query reaches the server
-// as one that it does not understand.
-
-#include <dlfcn.h>
-#include <iconv.h>
+//   signal=S@N      signal number S arrives in front of the Nth of all these calls
+//   kill=PID@N      process PID is killed in front of the Nth of all these calls
+// where CALL is mkstemp, popen, system, mysql_init, mysql_real_query (which every statement passes,
+// the four of the session among them), mysql_store_result or iconv_close. A failing query reaches
+// the server as one that it does not understand.
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <iconv.h>
 
 namespace {
 
@@ -39,7 +43,21 @@ const char* fault(const char* name) {
   return nullptr;
 }
 
+// Whether `name` has the form "name=X@N" and this is the Nth call; `x` is then X.
+bool is_due(const char* name, int calls, int& x) {
+  const char* const what = fault(name);
+  return what != nullptr && sscanf(what, "%d@", &x) == 1 && atoi(strchr(what, '@') + 1) == calls;
+}
+
 bool fails(const char* name, int& calls) {
+  static int all_calls = 0;
+  int x = 0;
+  ++all_calls;
+  if (is_due("signal", all_calls, x)) raise(x);
+  if (is_due("kill", all_calls, x)) {
+    kill(x, SIGKILL);
+    usleep(50000);  // it takes the server a moment to be gone
+  }
   ++calls;
   const char* const which = fault(name);
   return which != nullptr && (*which == '\0' || atoi(which) == calls);
@@ -68,9 +86,17 @@ int mkstemp(char* name) {
 
 FILE* popen(const char* command, const char* mode) {
   static int calls = 0;
-  if (!fails("popen", calls)) return next<FILE* (*)(const char*, const char*)>("popen")(command, mode);
+  if (!fails("popen", calls))
+    return next<FILE* (*)(const char*, const char*)>("popen")(command, mode);
   errno = EMFILE;
   return nullptr;
+}
+
+int system(const char* command) {
+  static int calls = 0;
+  if (!fails("system", calls)) return next<int (*)(const char*)>("system")(command);
+  errno = EAGAIN;
+  return -1;
 }
 
 void* mysql_init(void* handle) {

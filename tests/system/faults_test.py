@@ -1,0 +1,305 @@
+"""What the world does to a run: a table of injected faults, and what an operator finds afterwards."""
+
+import os
+import resource
+import signal
+import subprocess
+from pathlib import Path
+
+import pytest
+
+import panel as sandbox
+from conftest import NONSENSE, SANITIZED, message, wait_until
+
+COPY, OWNER, REPLY = b"copy@colleague.example", b"grete@customer.example", b"otto@customer.example"
+EXEC = b"autoresponder: Unable to exec query :" + NONSENSE
+NO_DATABASE = b"autoresponder: Unable to connect to the mysql database \n"
+
+
+def busy_rule(panel):
+    """A rule that does everything: forwards, attaches a file, misses another."""
+    rule = panel.rule(text="See below.")
+    panel.forward(rule, COPY.decode())
+    panel.attach(rule, "list.txt")
+    panel.name_attachments(rule, "missing.txt")
+    return rule
+
+
+def sent(panel):
+    return [mail.arguments[-1] for mail in panel.mails()]
+
+
+def whole(panel):
+    """Whether every mail that left is complete, and none left twice."""
+    for mail in panel.mails():
+        end = {COPY: b"A question.\n\n", OWNER: b"missing.txt\n\n"}.get(
+            mail.arguments[-1], b"--\n" if b"multipart" in mail.message else b"\n\n\n")
+        if not mail.message.endswith(end):
+            return False
+    return len(set(sent(panel))) == len(sent(panel))
+
+
+# The statements of a run with one busy rule, in order, and what is left of the run when one fails.
+STATEMENTS = [
+    ("foreign keys", b"", [COPY, OWNER, REPLY]),
+    ("version", NO_DATABASE, []),
+    ("setting", NO_DATABASE, []),
+    ("names", NO_DATABASE, []),
+    ("mailbox", b"autoresponder: Unable to query: " + NONSENSE, []),
+    ("rules", EXEC, []),
+    ("forget", EXEC, []),
+    ("count", EXEC, []),
+    ("known", EXEC, []),
+    ("remember", EXEC, []),
+    ("forwards", EXEC, []),
+    ("attachments", EXEC, [COPY]),
+    ("owner", b"Unable to define client email and personal name :" + NONSENSE, [COPY, REPLY]),
+    ("admin_email", NONSENSE, [COPY, OWNER, REPLY]),
+]
+
+
+@pytest.mark.parametrize("number, err, mails",
+                         [(n + 1, err, mails) for n, (_, err, mails) in enumerate(STATEMENTS)],
+                         ids=[name for name, _, _ in STATEMENTS])
+def test_each_statement_failing_in_turn(panel, number, err, mails):
+    busy_rule(panel)
+    result = panel.run(message(), faults=f"mysql_real_query#{number}")
+    assert result.status == 0
+    # A warning may carry a system error number behind it.
+    assert err in result.err or err.rstrip(b"\n") in result.err
+    assert sent(panel) == mails and whole(panel)
+    assert panel.temporary_files() == []
+    assert len(panel.senders()) == (1 if 11 <= number or number == 1 else 0)
+
+
+# Of all the calls that the faults library sees in such a run, every third.
+@pytest.mark.parametrize("call", range(2, 30, 3))
+def test_the_server_is_killed_in_the_middle(panel, call):
+    busy_rule(panel)
+    try:
+        result = panel.run(message(), faults=f"kill={panel.database.process.pid}@{call}",
+                           timeout=30)
+    finally:
+        panel.database.stop()
+        panel.database.start()
+    assert result.status == 0
+    assert panel.temporary_files() == []
+    assert whole(panel)
+    assert (REPLY in sent(panel)) or result.err != b""
+
+
+def test_the_server_refuses_another_connection(panel):
+    busy_rule(panel)
+    panel.sql("alter user 'admin'@'localhost' with max_user_connections 1")
+    client = subprocess.Popen(
+        ["mariadb", "--no-defaults", f"--socket={sandbox.SOCKET}", "--user=admin",
+         f"--password={sandbox.PASSWORD}", "kem", "-e", "select sleep(60)"],
+        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    try:
+        wait_until(lambda: "sleep(60)" in panel.sql(
+            "select info from information_schema.processlist where user = 'admin'"))
+        result = panel.run(message())
+    finally:
+        panel.end_sql(client, "sleep(60)")
+        panel.sql("alter user 'admin'@'localhost' with max_user_connections 0")
+    assert result.status == 0
+    assert result.err.startswith(b"autoresponder: Unable to connect to Quern Database: User 'admin'"
+                                 b" has exceeded the 'max_user_connections' resource")
+    assert result.err.endswith(NO_DATABASE)
+
+
+def test_the_server_answers_slowly(panel):
+    busy_rule(panel)
+    lock = panel.start_sql("lock tables resp_freq write; select sleep(1.5);")
+    wait_until(lambda: "resp_freq" in panel.sql("show open tables where in_use > 0"))
+    result = panel.run(message(), timeout=30)
+    lock.wait()
+    assert (result.status, result.err) == (0, b"")
+    assert sent(panel) == [COPY, OWNER, REPLY] and whole(panel)
+
+
+# --- the disk ------------------------------------------------------------------------------------
+
+@pytest.fixture
+def small_tmp(panel):
+    """/tmp with room for so many bytes."""
+    mounted = []
+
+    def mount(size):
+        subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={size},mode=1777", "tmpfs", "/tmp"],
+                       check=True)
+        mounted.append(size)
+    yield mount
+    for _ in mounted:
+        subprocess.run(["umount", "/tmp"], check=True)
+
+
+def test_a_disk_that_is_full_at_the_reply(panel, small_tmp):
+    panel.rule(text="x" * 60000)
+    panel.rule(text="short")
+    small_tmp(32768)
+    result = panel.run(message())
+    assert result.status == 0
+    assert result.err.startswith(b"autoresponder: Unable to write the reply to /tmp/kem-response-uu-")
+    assert result.err.count(b"\n") == 1
+    # The one that did not fit is not sent in pieces; the next one is sent.
+    (mail,) = panel.mails()
+    assert b"\n\nshort\n\n\n" in mail.message
+    assert panel.temporary_files() == []
+
+
+def test_a_disk_that_is_full_at_the_attachments(panel, small_tmp):
+    panel.attach(panel.rule(text="See below."), "big.bin", content=b"x" * 200000)
+    small_tmp(65536)
+    result = panel.run(message())
+    assert result.status == 0
+    assert b"No space left on device" in result.err  # the tools' own words
+    (mail,) = panel.mails()
+    assert b"\n\nSee below.\n\n\n" in mail.message
+    assert panel.temporary_files() == []
+
+
+@pytest.mark.parametrize("options", ["ro", "mode=0000,nr_inodes=1"])
+def test_no_file_can_be_made_in_tmp(panel, options):
+    busy_rule(panel)
+    subprocess.run(["mount", "-t", "tmpfs", "-o", options, "tmpfs", "/tmp"], check=True)
+    try:
+        result = panel.run(message())
+    finally:
+        subprocess.run(["umount", "/tmp"], check=True)
+    assert (result.status, result.err) == (
+        0, b"Could not create a temporary file.\nAbnormal exit.\n")
+    assert panel.mails() == []
+
+
+# --- resources -----------------------------------------------------------------------------------
+
+def limited(name, value):
+    return lambda: resource.setrlimit(name, (value, value))
+
+
+@pytest.mark.skipif(SANITIZED, reason="the sanitizers want descriptors of their own")
+@pytest.mark.parametrize("descriptors", range(3, 12))
+def test_few_descriptors(panel, descriptors):
+    busy_rule(panel)
+    result = panel.run(message(), preexec_fn=limited(resource.RLIMIT_NOFILE, descriptors))
+    assert result.status in (0, 1, 127)
+    assert panel.temporary_files() == []
+    # Either somebody said what he missed, or sendmail was reached.
+    assert result.err != b"" or any(sandbox.RECORDS.iterdir())
+
+
+@pytest.mark.skipif(SANITIZED, reason="the sanitizers reserve more than any limit")
+@pytest.mark.parametrize("mebibytes", [4, 8, 12, 16, 24, 32, 48, 64, 96, 128])
+def test_little_memory(panel, mebibytes):
+    busy_rule(panel)
+    result = panel.run(message(body="line\n" * 2000000),
+                       preexec_fn=limited(resource.RLIMIT_AS, mebibytes << 20))
+    assert result.status in (0, 1, 127, -signal.SIGABRT)
+    left = panel.temporary_files()
+    if result.status == -signal.SIGABRT:
+        # Nobody expects that exception, and then nobody removes the files.
+        for name in left:
+            os.unlink(f"/tmp/{name}")
+    else:
+        assert left == []
+
+
+@pytest.mark.parametrize("limit", [0, 10, 1000])
+def test_a_limit_on_file_size(panel, limit):
+    busy_rule(panel)
+    result = panel.run(message(), preexec_fn=limited(resource.RLIMIT_FSIZE, limit))
+    assert result.status == 0
+    assert panel.temporary_files() == []
+
+
+# --- tools ---------------------------------------------------------------------------------------
+
+@pytest.mark.parametrize("mode, script", [
+    (0o644, sandbox.SENDMAIL), (0o755, "#!/nowhere\n"), (0o755, "#!/bin/sh\nexit 100\n"),
+    (0o755, "#!/bin/sh\nexec 0<&-\nexit 111\n"),
+], ids=["not executable", "no interpreter", "100", "closes its input"])
+def test_a_sendmail_that_does_not_work(panel, mode, script):
+    sandbox.write_sendmail(script)
+    (sandbox.QMAIL / "bin" / "sendmail").chmod(mode)
+    busy_rule(panel)
+    result = panel.run(message(body="y" * 300000), timeout=30)
+    assert result.status == 0
+    assert panel.temporary_files() == []
+    assert len(panel.senders()) == 1
+
+
+def test_no_uuencode(panel):
+    tools = sandbox.HOME / "few-tools"
+    tools.mkdir(exist_ok=True)
+    if not (tools / "sed").exists():
+        (tools / "sed").symlink_to("/usr/bin/sed")
+    busy_rule(panel)
+    result = panel.run(message(), env={"PATH": str(tools)})
+    assert result.status == 0
+    assert b"uuencode: not found" in result.err
+    assert sent(panel) == [COPY, OWNER, REPLY] and whole(panel)
+
+
+def test_an_attachment_that_vanishes_before_it_is_used(panel):
+    file = sandbox.store() / "list.txt"
+    sandbox.write_sendmail(f"#!/bin/sh\n/bin/rm -f '{file}'\n{sandbox.SENDMAIL[10:]}"
+                           .replace("/bin/rm", '[ "$3" = grete@customer.example ] && /bin/rm'))
+    busy_rule(panel)
+    result = panel.run(message())
+    assert result.status == 0
+    assert b"list.txt" in result.err  # uuencode's own words
+    assert sent(panel) == [COPY, OWNER, REPLY] and whole(panel)
+
+
+def test_a_size_limit_that_cannot_be_read(panel):
+    panel.rule()
+    (sandbox.QMAIL / "control" / "databytes").mkdir()
+    try:
+        result = panel.run(message())
+    finally:
+        (sandbox.QMAIL / "control" / "databytes").rmdir()
+    assert (result.status, result.err) == (0, b"")
+    assert sent(panel) == [REPLY] and whole(panel)
+
+
+@pytest.mark.parametrize("call", [1, 2, 3])
+def test_a_shell_that_cannot_be_started(panel, call):
+    busy_rule(panel)
+    result = panel.run(message(), faults=f"system#{call}")
+    assert result.status == 0
+    assert panel.temporary_files() == []
+
+
+# --- signals -------------------------------------------------------------------------------------
+
+POINTS = range(1, 33)
+
+
+@pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT, signal.SIGHUP])
+def test_signals_at_every_call(panel, number):
+    ends = []
+    for point in POINTS:
+        panel.reset()
+        busy_rule(panel)
+        result = panel.run(message(), faults=f"signal={int(number)}@{point}")
+        ends.append(result.status)
+        assert result.status in (-number, 0), point
+        assert panel.temporary_files() == [], point
+        assert whole(panel), point
+    # All points that lie within the run end it; behind its last call nothing is sent any more.
+    assert ends.count(-number) >= 20
+    assert ends == sorted(ends)
+
+
+def test_a_broken_pipe_at_any_call_changes_nothing(panel):
+    for point in POINTS:
+        panel.reset()
+        busy_rule(panel)
+        result = panel.run(message(), faults=f"signal={int(signal.SIGPIPE)}@{point}")
+        assert (result.status, result.err) == (0, b""), point
+        assert sent(panel) == [COPY, OWNER, REPLY] and whole(panel), point
+
+
+def test_nothing_of_the_tests_themselves_is_left():
+    assert Path("/tmp").is_dir() and os.listdir("/tmp") == []
