@@ -33,9 +33,10 @@ void add_steps(ShellCommand& command, const std::string& path, const std::string
   command.Text("' | sed -e '1d;$d' >>").Text(response_file_path).Text(" ; echo ; ");
 }
 
-void add_attachment(Attachments& attachments, std::string filename, const std::string& store,
+void add_attachment(Attachments& attachments, const std::string& filename, const std::string& store,
                     const std::string& boundary) {
-  const std::string name = str_trim(filename.data());
+  std::string untrimmed = filename;
+  const std::string name = str_trim(untrimmed.data());
   const std::string path = store + "/" + name;
   if (!exists(path)) {
     attachments.missing += name + "\n";

@@ -52,9 +52,9 @@ int fail(MYSQL* connection, char* error, size_t error_size, const char* context)
   return -1;
 }
 
-// The first line of an open password file; false when there is none.
+// The first line of the password file; false when there is no file or no line.
 bool read_first_line(FILE* file, char* line, size_t size) {
-  if (fgets(line, static_cast<int>(size), file) == nullptr) return false;
+  if (file == nullptr || fgets(line, static_cast<int>(size), file) == nullptr) return false;
   const size_t length = strlen(line);
   if (length > 0 && line[length - 1] == '\n') line[length - 1] = '\0';
   return true;

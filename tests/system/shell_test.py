@@ -8,7 +8,7 @@ from pathlib import Path
 import pytest
 
 import panel as sandbox
-from conftest import RECIPIENT, message
+from conftest import RECIPIENT, message, real_root
 
 REFUSED = "autoresponder: refused to run a command with a quote in: "
 
@@ -133,10 +133,6 @@ def test_commands_inherit_none_of_our_descriptors(panel):
     assert "socket:" not in listing
     # The notification has the pipe and nothing of the reply that is being written.
     assert listing.count("kem-response") == 1 and listing.count("kem-autoresponder") == 1
-
-
-def real_root():
-    return Path("/proc/self/uid_map").read_text().split() == ["0", "0", "4294967295"]
 
 
 @pytest.mark.skipif(not real_root(), reason="needs a second user to start the program as")
