@@ -1,0 +1,76 @@
+// A header value with encoded words.
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "fuzz.h"
+#include "mime/encoded_word.h"
+#include "support/ex_error.h"
+#include "utf8.h"
+
+namespace {
+
+bool is_blank(char c) {
+  return c == ' ' || c == '\t';
+}
+
+bool word_ends_before(const std::string& value, size_t position) {
+  return position >= 2 && value.compare(position - 2, 2, "?=") == 0;
+}
+
+// Kept by the decoder: it throws for such a value.
+bool ends_in_word_and_blanks(const std::string& value) {
+  size_t end = value.size();
+  while (end > 0 && is_blank(value[end - 1])) --end;
+  return end < value.size() && word_ends_before(value, end);
+}
+
+// The value without the blanks that stand between two encoded words.
+std::string with_words_joined(const std::string& value) {
+  std::string joined;
+  for (size_t i = 0; i < value.size();) {
+    size_t end = i;
+    while (end < value.size() && is_blank(value[end])) ++end;
+    const bool dropped = word_ends_before(value, i) && value.compare(end, 2, "=?") == 0;
+    if (!dropped) joined.append(value, i, end - i);
+    if (end < value.size()) joined += value[end++];
+    i = end;
+  }
+  return joined;
+}
+
+// Nothing when the value names a charset that nobody knows.
+std::optional<std::string> decode(const std::string& value, TokenDecoder decode_one) {
+  try {
+    std::string decoded = decode_tokens(value, decode_one);
+    require(!ends_in_word_and_blanks(value), "a word and blanks at the end throw");
+    return decoded;
+  } catch (const quern::ExError&) {
+    require(value.find("=?") != std::string::npos, "only an encoded word can fail");
+  } catch (const std::out_of_range&) {
+    require(ends_in_word_and_blanks(value), "nothing but a word and blanks at the end throws");
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const CapturedDiagnostics diagnostics;
+  const std::string value = Input(data, size).Rest();
+
+  const auto same = [](std::string_view token) { return std::string(token); };
+  if (const auto joined = decode(value, same)) {
+    require(*joined == with_words_joined(value), "only blanks between two words are dropped");
+  }
+  if (const auto decoded = decode(value, rfc1522_decode_word)) {
+    require(!is_utf8(value, kLargestOfIconv) || is_utf8(*decoded, kLargestOfIconv),
+            "UTF-8 stays UTF-8");
+    require(value.find("=?") != std::string::npos || *decoded == value,
+            "a value without encoded words stays as it is");
+    require(rfc1522_decode(value) == *decoded, "a header value is decoded token by token");
+  }
+  return 0;
+}

@@ -1,0 +1,84 @@
+// Text for a header, and back through a reader of its own.
+//
+// An input is: how often the text stands in a row, and the text. Long ones are written in pieces.
+
+#include <algorithm>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include "fuzz.h"
+#include "mime/encoded_word.h"
+#include "mime/header_encode.h"
+#include "utf8.h"
+
+namespace {
+
+constexpr std::string_view kStart = "=?utf-8?Q?";
+constexpr std::string_view kEnd = "?=";
+constexpr size_t kLongest = 20000;
+
+// RFC 2047, 4.2. Nothing when the data is not what the rules allow in it.
+std::optional<std::string> read_q(std::string_view data) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string text;
+  for (size_t i = 0; i < data.size(); ++i) {
+    if (data[i] == '?' || data[i] <= ' ') return std::nullopt;
+    if (data[i] != '=') {
+      text += data[i] == '_' ? ' ' : data[i];
+      continue;
+    }
+    if (i + 2 >= data.size()) return std::nullopt;
+    const size_t high = kDigits.find(data[++i]);
+    const size_t low = kDigits.find(data[++i]);
+    if (high >= 16 || low >= 16) return std::nullopt;
+    text += static_cast<char>(high * 16 + low);
+  }
+  return text;
+}
+
+// The text that a header's value stands for.
+std::optional<std::string> read_header(std::string_view value) {
+  if (value.find("=?") == std::string_view::npos) return std::string(value);
+  std::string blank;
+  if (value[0] == ' ') {
+    blank = " ";
+    value.remove_prefix(1);
+  }
+  const bool framed = value.size() >= kStart.size() + kEnd.size() &&
+                      value.substr(0, kStart.size()) == kStart &&
+                      value.substr(value.size() - kEnd.size()) == kEnd;
+  if (!framed) return std::nullopt;
+  value.remove_prefix(kStart.size());
+  value.remove_suffix(kEnd.size());
+  const std::optional<std::string> text = read_q(value);
+  return text ? std::optional<std::string>(blank + *text) : std::nullopt;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  Input input(data, size);
+  const unsigned repeats = input.Byte() + 1;
+  const std::string once = input.Rest();
+  std::string text;
+  for (unsigned i = 0; i < repeats && text.size() <= kLongest; ++i) text += once;
+
+  const std::string value = header_encode(text);
+  require(std::none_of(value.begin(), value.end(),
+                       [](char c) { return static_cast<signed char>(c) < 0x20; }),
+          "a header value has no control characters and no eighth bit");
+  require(read_header(value) == text, "a header value stands for the text");
+  std::ostringstream written;
+  write_header_encoded(written, text);
+  require(written.str() == value, "what is written is what is returned");
+  require(value == text || value.find(q_encode(text.substr(value[0] == ' '))) != std::string::npos,
+          "pieces are encoded as the whole is");
+  // A reader that knows charsets takes any UTF-8 back, but gives up where a word ends half-way
+  // through a character.
+  if (is_utf8(text, kLargestToday)) {
+    require(rfc1522_decode(value) == text, "our own decoder takes it back");
+  }
+  return 0;
+}

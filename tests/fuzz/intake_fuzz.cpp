@@ -1,0 +1,182 @@
+// The whole intake, from the bytes on standard input to the record.
+//
+// An input is: a line that, where it begins with "=", sets RECIPIENT to what follows it, and the
+// message.
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+
+#include <mimelib/mimepp.h>
+
+#include "autoresponder/intake.h"
+#include "autoresponder/temporary_files.h"
+#include "fuzz.h"
+#include "mime/encoded_word.h"
+#include "support/ex_error.h"
+
+namespace {
+
+const std::string kSpoolTemplate = spool_file_path;
+
+// A value of its own for each run, without what `setenv` would keep of all earlier ones.
+void set_recipient(const std::string& line) {
+  static char variable[4096];
+  if (line.empty() || line[0] != '=') {
+    unsetenv("RECIPIENT");
+    return;
+  }
+  snprintf(variable, sizeof variable, "RECIPIENT=%s", line.c_str() + 1);
+  putenv(variable);
+}
+
+// What standard input holds while it lives.
+class StandardInput {
+ public:
+  explicit StandardInput(const std::string& text) : text_(text), before_(std::cin.rdbuf(&text_)) {
+    std::cin.clear();
+  }
+  ~StandardInput() { std::cin.rdbuf(before_); }
+  StandardInput(const StandardInput&) = delete;
+  StandardInput& operator=(const StandardInput&) = delete;
+
+ private:
+  std::stringbuf text_;
+  std::streambuf* before_;
+};
+
+// A spool file of its own for each run, under a fresh name, that does not stay.
+class Spool {
+ public:
+  Spool() { strcpy(spool_file_path, kSpoolTemplate.c_str()); }
+  ~Spool() { unlink(spool_file_path); }
+  Spool(const Spool&) = delete;
+  Spool& operator=(const Spool&) = delete;
+
+  static std::string Bytes() {
+    std::ifstream file(spool_file_path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  }
+};
+
+// A field's text as far as it is handed on: up to its first NUL.
+std::string raw_field(DwMessageComponent& field) {
+  const DwString& text = field.AsString();
+  return std::string(text.data(), text.length()).c_str();
+}
+
+bool ends_in_word_and_blanks(const std::string& value) {
+  const size_t end = value.find_last_not_of(" \t") + 1;
+  return end < value.size() && end >= 2 && value.compare(end - 2, 2, "?=") == 0;
+}
+
+bool is_one_line(const std::string& address) {
+  return address.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
+}
+
+void check_recipient(const IncomingMessage& record) {
+  const size_t at = record.recipient.find('@');
+  if (at == std::string::npos) {
+    require(record.recipient_mailname == record.recipient, "without @ the name is all of it");
+    require(record.recipient_domain == record.recipient, "without @ the domain is all of it");
+  } else {
+    require(record.recipient_mailname.find('@') == std::string::npos, "the first @ counts");
+    require(record.recipient_mailname + "@" + record.recipient_domain == record.recipient,
+            "name and domain make the recipient");
+  }
+  if (const char* const variable = getenv("RECIPIENT")) {
+    const char* const dash = strchr(variable, '-');
+    require(record.recipient == (dash != nullptr ? dash + 1 : variable),
+            "RECIPIENT counts behind its first dash");
+  } else {
+    require(is_one_line(record.recipient), "a recipient from the message is one line");
+  }
+}
+
+void check_lines(const BodyLines& lines) {
+  std::string joined;
+  size_t count = 0;
+  for (const std::string_view line : lines) {
+    require(line.find('\n') == std::string_view::npos, "a line holds no newline");
+    if (count > 0) joined += '\n';
+    joined += line;
+    ++count;
+  }
+  require(count > 0, "a body has a line at least");
+  require(lines.Contain(""), "an empty key is in every line");
+  require(!lines.Contain("\n"), "no key stands in two lines");
+  // Some key from the text itself, and the same one made to be in no line by chance.
+  const std::string key = joined.substr(joined.size() / 3, 5);
+  require(lines.Contain(key) == (key.find('\n') == std::string::npos), "a key is found in a line");
+  require(lines.Contain(key + "~") ==
+              (key.find('\n') == std::string::npos && joined.find(key + "~") != std::string::npos),
+          "no other key is found");
+}
+
+void check_fields(const IncomingMessage& record, DwHeaders& headers) {
+  require(record.date == (headers.HasDate() ? raw_field(headers.Date()) : ""),
+          "the date stands as it was written");
+  require(record.charset.find('\0') == std::string::npos, "the charset ends at a NUL");
+  const std::string raw = headers.HasSubject() ? raw_field(headers.Subject()) : "";
+  std::string expected;
+  try {
+    expected = rfc1522_decode(raw);
+  } catch (const quern::ExError&) {
+  }
+  require(record.subject == expected, "the subject is decoded, or else empty");
+}
+
+void check(const IncomingMessage& record, DwHeaders& headers) {
+  require(!record.sender.empty() && is_one_line(record.sender), "the sender is one line");
+  check_recipient(record);
+  check_lines(record.body_lines);
+  check_fields(record, headers);
+}
+
+// The intake's result; nothing where it threw what it may throw for a subject.
+std::optional<int> take_in(IncomingMessage& record, const std::string& raw_subject) {
+  try {
+    return read_incoming_message(record);
+  } catch (const std::out_of_range&) {
+    require(ends_in_word_and_blanks(raw_subject), "nothing but a subject's last blanks throws");
+    return std::nullopt;
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const CapturedDiagnostics diagnostics;
+  Input input(data, size);
+  set_recipient(input.UpTo('\n'));
+  const std::string text = input.Rest();
+  const std::string spooled = text + "\n";
+  const std::unique_ptr<DwMessage> message(
+      DwMessage::NewMessage(DwString(spooled.data(), spooled.size()), nullptr));
+  message->Parse();
+  DwHeaders& headers = message->Headers();
+
+  const StandardInput standard_input(text);
+  const Spool spool;
+  IncomingMessage record;
+  const auto status =
+      take_in(record, headers.HasSubject() ? raw_field(headers.Subject()) : std::string());
+  require(Spool::Bytes() == spooled, "the spool file is the input and a newline");
+  if (!status) return 0;
+  require(*status == 0 || *status == 1, "the intake ends with 0 or 1");
+  if (*status == 0) {
+    check(record, headers);
+  } else {
+    require(diagnostics.Text().find("Could not get ") == 0, "a failure is told");
+    require(record.sender.empty(), "a failure leaves no sender");
+  }
+  return 0;
+}

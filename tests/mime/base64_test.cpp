@@ -1,0 +1,128 @@
+#include "mime/base64.h"
+
+#include <gtest/gtest.h>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+using namespace std::string_view_literals;
+
+namespace {
+
+struct Payload {
+  const char* name;
+  std::string_view payload;
+  std::string_view want;
+  std::string_view message;
+};
+
+void PrintTo(const Payload& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class Base64 : public testing::TestWithParam<Payload> {};
+
+TEST_P(Base64, Decodes) {
+  const Payload& row = GetParam();
+  testing::internal::CaptureStderr();
+  const std::string got = base64_decode(row.payload);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), row.message);
+  EXPECT_EQ(got, row.want);
+}
+
+constexpr Payload kPayloads[] = {
+    {"Nothing", "", "", ""},
+    {"FullGroup", "QUJD", "ABC", ""},
+    {"TwoGroups", "QUJDREVG", "ABCDEF", ""},
+    {"OnePaddingByte", "QUI=", "AB", ""},
+    {"TwoPaddingBytes", "QQ==", "A", ""},
+    {"EveryBitSet", "////", "\xFF\xFF\xFF", ""},
+    {"BothPunctuationSymbols", "+/+/", "\xFB\xFF\xBF", ""},
+    {"NulBytes", "AAAA", "\0\0\0"sv, ""},
+    {"OneSymbol", "Q", "\x40", ""},
+    {"TwoSymbols", "QQ", "A", ""},
+    {"ThreeSymbols", "QUI", "AB", ""},
+    {"OneSymbolBehindAGroup", "QUJDQ", "ABC\x40", ""},
+    {"OnePaddingByteTooFew", "QQ=", "A", ""},
+    {"NothingBehindPadding", "QQ==QUJD", "A", ""},
+    {"NothingBehindOnePaddingByte", "QUI=QUJD", "AB", ""},
+    {"PaddingBehindAFullGroup", "QUJD=", "ABC", ""},
+    {"PaddingAlone", "====", "", ""},
+    {"PaddingInFront", "=QUJD", "", ""},
+    {"PaddingBehindOneSymbol", "Q===", "\x40", ""},
+    // Skipped bytes count where the bytes of a group are counted.
+    {"SkippedLineEndAsSymbols", "Q\r\nQ==", "A\0\0"sv, ""},
+    {"SkippedBlankAsSymbol", "Q Q==", "A\0"sv, ""},
+    {"BlanksBetweenSymbols", "Q U J D", "ABC", ""},
+    {"TabInFront", "\tQUJD", "ABC", ""},
+    {"LineEndBehindAGroup", "QUJD\n", "ABC\0"sv, ""},
+    {"ThreeBlanks", "   ", "\0\0"sv, ""},
+    {"FourBlanks", "    ", "\0\0\0"sv, ""},
+    {"BlankBeforePadding", "QQ ==", "A\0"sv, ""},
+    {"BadByteInAGroup", "QU*JD", "ABC", "Bad base64 symbol: *\n"},
+    {"BadByteAlone", "*", "\0"sv, "Bad base64 symbol: *\n"},
+    {"BadByteBeforePadding", "QQ*==", "A\0"sv, "Bad base64 symbol: *\n"},
+    {"EveryBadByte", "-_Q", "\x40\0"sv, "Bad base64 symbol: -\nBad base64 symbol: _\n"},
+    {"EightBitByte", "QUJ\xFF\x44", "ABC", "Bad base64 symbol: \xFF\n"},
+    {"NulByte", "QUJ\0D"sv, "ABC", "Bad base64 symbol: \0\n"sv},
+    {"VerticalTab", "QUJ\vD", "ABC", "Bad base64 symbol: \v\n"},
+    {"NothingBadBehindPadding", "QQ==*", "A", ""},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, Base64, testing::ValuesIn(kPayloads));
+
+TEST(Base64, SkipsAMillionBlanks) {
+  EXPECT_EQ(base64_decode("QUJ" + std::string(1000000, ' ') + "D"), "ABC");
+}
+
+TEST(Base64Symbol, KnowsTheWholeAlphabet) {
+  constexpr std::string_view kAlphabet =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  ASSERT_EQ(kAlphabet.size(), 64U);
+  size_t position = 0;
+  for (unsigned want = 0; want < 64; ++want) {
+    EXPECT_EQ(base64_symbol(kAlphabet, position), want);
+    EXPECT_EQ(position, want + 1);
+  }
+}
+
+TEST(Base64Symbol, ReportsEveryOtherByte) {
+  constexpr std::string_view kQuiet =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=\t\n\r ";
+  for (int code = 0; code < 256; ++code) {
+    const std::string byte(1, static_cast<char>(code));
+    SCOPED_TRACE(code);
+    size_t position = 0;
+    testing::internal::CaptureStderr();
+    base64_symbol(byte, position);
+    const bool quiet = kQuiet.find(byte) != std::string_view::npos;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              quiet ? "" : "Bad base64 symbol: " + byte + "\n");
+  }
+}
+
+TEST(Base64Symbol, DoesNotMoveAtTheEnd) {
+  size_t position = 2;
+  EXPECT_EQ(base64_symbol("QQ", position), 0U);
+  EXPECT_EQ(position, 2U);
+}
+
+TEST(Base64Symbol, DoesNotMovePastPadding) {
+  size_t position = 1;
+  EXPECT_EQ(base64_symbol("Q=Q", position), 0U);
+  EXPECT_EQ(position, 1U);
+}
+
+TEST(Base64Symbol, MovesBehindWhatItSkips) {
+  size_t position = 0;
+  EXPECT_EQ(base64_symbol(" \t\r\nB", position), 1U);
+  EXPECT_EQ(position, 5U);
+}
+
+TEST(Base64Symbol, StopsAtPaddingBehindWhiteSpace) {
+  size_t position = 0;
+  EXPECT_EQ(base64_symbol("  =B", position), 0U);
+  EXPECT_EQ(position, 2U);
+}
+
+}  // namespace

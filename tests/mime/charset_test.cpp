@@ -1,0 +1,268 @@
+#include "mime/charset.h"
+
+#include <algorithm>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+#include <iconv.h>
+
+#include "support/ex_error.h"
+
+using namespace std::string_view_literals;
+
+namespace {
+
+bool closing_fails = false;
+int open_conversions = 0;
+
+// The library's own function of this name, which ours hide in this program.
+template <class Function>
+Function* hidden(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" {
+
+iconv_t iconv_open(const char* to, const char* from) {
+  const iconv_t handle = hidden<iconv_t(const char*, const char*)>("iconv_open")(to, from);
+  if (handle != reinterpret_cast<iconv_t>(-1)) ++open_conversions;
+  return handle;
+}
+
+int iconv_close(iconv_t handle) {
+  --open_conversions;
+  const int status = hidden<int(iconv_t)>("iconv_close")(handle);
+  return closing_fails ? -1 : status;
+}
+
+}  // extern "C"
+
+namespace {
+
+// Bytes with nothing behind them, so that AddressSanitizer sees a read beyond their end.
+class Exactly {
+ public:
+  explicit Exactly(std::string_view text) : bytes_(new char[text.size()]), size_(text.size()) {
+    std::copy(text.begin(), text.end(), bytes_.get());
+  }
+  operator std::string_view() const { return {bytes_.get(), size_}; }
+
+ private:
+  std::unique_ptr<char[]> bytes_;
+  size_t size_;
+};
+
+std::string times(size_t count, std::string_view text) {
+  std::string all;
+  for (size_t i = 0; i < count; ++i) all += text;
+  return all;
+}
+
+// What `convert_charset` says when it throws; "nothing thrown" when it does not.
+std::string failure(std::string_view text, const std::string& from, const std::string& to,
+                    bool replace_invalid) {
+  try {
+    convert_charset(Exactly(text), from, to, replace_invalid);
+  } catch (const quern::ExError& error) {
+    return error.what();
+  }
+  return "nothing thrown";
+}
+
+struct Conversion {
+  const char* name;
+  std::string_view text;
+  const char* from;
+  const char* to;
+  std::string_view want;
+};
+
+void PrintTo(const Conversion& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class CharsetConversion : public testing::TestWithParam<Conversion> {};
+
+TEST_P(CharsetConversion, WithReplacementGives) {
+  const Conversion& row = GetParam();
+  EXPECT_EQ(convert_charset(Exactly(row.text), row.from, row.to, true), row.want);
+}
+
+constexpr Conversion kConversions[] = {
+    {"NothingForNothing", "", "UTF-8", "UTF-8", ""},
+    {"PlainText", "Hello, world.\n", "US-ASCII", "UTF-8", "Hello, world.\n"},
+    {"Latin1AsUtf8", "Gr\xFC\xDF", "ISO-8859-1", "UTF-8", "Gr\xC3\xBC\xC3\x9F"},
+    {"Utf8AsLatin1", "Gr\xC3\xBC\xC3\x9F", "UTF-8", "ISO-8859-1", "Gr\xFC\xDF"},
+    {"Utf16AsUtf8", "A\0\xE4\0"sv, "UTF-16LE", "UTF-8", "A\xC3\xA4"},
+    {"NulBytesAsTheyAre", "a\0b\0"sv, "UTF-8", "UTF-8", "a\0b\0"sv},
+    {"QuestionMarkForInvalidByte", "A\xFF\x42", "UTF-8", "UTF-8", "A?B"},
+    {"QuestionMarkForInvalidFirstByte", "\xFF\x42", "UTF-8", "UTF-8", "?B"},
+    {"QuestionMarkForInvalidLastByte", "A\xFF", "UTF-8", "UTF-8", "A?"},
+    {"QuestionMarkForEachByteOfABadSequence", "a\xE0\x80\x80z", "UTF-8", "UTF-8", "a???z"},
+    {"QuestionMarkForASequenceCutByText", "a\xC3z", "UTF-8", "UTF-8", "a?z"},
+    {"QuestionMarkForEachByteWithoutCounterpart", "a\xE2\x82\xACz", "UTF-8", "ISO-8859-1", "a???z"},
+    {"QuestionMarkForEightBitsInSevenBitText", "a\xE4z", "US-ASCII", "UTF-8", "a?z"},
+    {"NoClosingShiftSequence", "\xE3\x81\x82", "UTF-8", "ISO-2022-JP", "\x1B$B$\""},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, CharsetConversion, testing::ValuesIn(kConversions));
+
+struct Failure {
+  const char* name;
+  std::string_view text;
+  const char* from;
+  const char* to;
+  bool replace_invalid;
+  const char* want;
+};
+
+void PrintTo(const Failure& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class CharsetFailure : public testing::TestWithParam<Failure> {};
+
+TEST_P(CharsetFailure, IsThrownFor) {
+  const Failure& row = GetParam();
+  EXPECT_EQ(failure(row.text, row.from, row.to, row.replace_invalid), row.want);
+}
+
+constexpr Failure kFailures[] = {
+    {"UnknownSource", "text", "x-unknown", "utf-8", true, "Cannot convert from x-unknown to utf-8"},
+    {"UnknownTarget", "text", "UTF-8", "x-unknown", true, "Cannot convert from UTF-8 to x-unknown"},
+    {"UnknownSourceOfNoText", "", "x-unknown", "UTF-8", true,
+     "Cannot convert from x-unknown to UTF-8"},
+    {"UnknownSourceOfInvalidText", "\xFF\xC3", "x-unknown", "UTF-8", false,
+     "Cannot convert from x-unknown to UTF-8"},
+    {"InvalidByteWithoutReplacement", "A\xFF\x42", "UTF-8", "UTF-16", false,
+     "Conversion from UTF-8 to UTF-16"},
+    {"NoCounterpartWithoutReplacement", "\xE2\x82\xAC", "UTF-8", "ISO-8859-1", false,
+     "Conversion from UTF-8 to ISO-8859-1"},
+    {"CutTwoByteSequence", "Gr\xC3", "UTF-8", "utf-8", true, "Conversion from UTF-8 to utf-8"},
+    {"CutFourByteSequence", "\xF0\x9F\x98", "UTF-8", "UTF-8", true,
+     "Conversion from UTF-8 to UTF-8"},
+    {"CutSequenceWithoutReplacement", "Gr\xC3", "UTF-8", "UTF-8", false,
+     "Conversion from UTF-8 to UTF-8"},
+    {"HalfUnitOfUtf16", "A\0B"sv, "UTF-16LE", "UTF-8", true, "Conversion from UTF-16LE to UTF-8"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, CharsetFailure, testing::ValuesIn(kFailures));
+
+TEST(Charset, ConvertsWithoutReplacementWhatIsValid) {
+  EXPECT_EQ(convert_charset("Gr\xFC\xDF", "ISO-8859-1", "UTF-8", false), "Gr\xC3\xBC\xC3\x9F");
+}
+
+TEST(Charset, JoinsTheChunksOfALongText) {
+  EXPECT_EQ(convert_charset(times(4096, "a"), "UTF-8", "UTF-8", true), times(4096, "a"));
+  EXPECT_EQ(convert_charset(times(4097, "a"), "UTF-8", "UTF-8", true), times(4097, "a"));
+  EXPECT_EQ(convert_charset(times(5000, "\xE4"), "ISO-8859-1", "UTF-8", true),
+            times(5000, "\xC3\xA4"));
+}
+
+TEST(Charset, DoesNotTearACharacterAtTheEndOfAChunk) {
+  EXPECT_EQ(convert_charset("a" + times(5000, "\xE4"), "ISO-8859-1", "UTF-8", true),
+            "a" + times(5000, "\xC3\xA4"));
+  EXPECT_EQ(convert_charset(times(4095, "a") + "\xFF" + times(4095, "b") + "\xFF\xC3\xA4", "UTF-8",
+                            "UTF-8", true),
+            times(4095, "a") + "?" + times(4095, "b") + "?\xC3\xA4");
+}
+
+TEST(Charset, ReplacesManyInvalidBytes) {
+  EXPECT_EQ(convert_charset(std::string(100000, '\xFF'), "UTF-8", "UTF-8", true),
+            std::string(100000, '?'));
+}
+
+// Kept: the message names utf-8 whatever the target was.
+TEST(Charset, ThrowsWhenClosingFails) {
+  closing_fails = true;
+  const std::string got = failure("text", "UTF-8", "ISO-8859-1", true);
+  closing_fails = false;
+  EXPECT_EQ(got, "Closing conversion from UTF-8 to utf-8 failed");
+}
+
+TEST(Charset, ClosesEveryConversionThatItOpens) {
+  const int before = open_conversions;
+  convert_charset("text", "UTF-8", "UTF-8", true);
+  EXPECT_EQ(open_conversions, before);
+  EXPECT_EQ(failure("\xC3", "UTF-8", "UTF-8", true), "Conversion from UTF-8 to UTF-8");
+  EXPECT_EQ(open_conversions, before);
+}
+
+// A stranger writes the charset name, and iconv reads more into some names than a charset. What
+// comes out is its business; that something comes out, and nothing beyond the text is read, is
+// ours.
+struct CharsetName {
+  const char* name;
+  const char* charset;
+};
+
+void PrintTo(const CharsetName& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class HostileCharsetName : public testing::TestWithParam<CharsetName> {};
+
+TEST_P(HostileCharsetName, EndsInATextOrInAnError) {
+  const std::string hostile = GetParam().charset;
+  const std::string texts[] = {"",
+                               "plain",
+                               "Gr\xC3\xBC\xC3\x9F",
+                               "\xE2\x82\xAC",
+                               "A\xFF\x42",
+                               "\xFF",
+                               "A\xC3",
+                               "\xF0\x9F\x98",
+                               std::string("a\0b", 3),
+                               times(3000, "\xC3\xBC\xFF") + "\xC3"};
+  for (const std::string& text : texts) {
+    for (const bool as_source : {true, false}) {
+      const std::string from = as_source ? hostile : "UTF-8";
+      const std::string to = as_source ? "UTF-8" : hostile;
+      SCOPED_TRACE(testing::Message() << "from '" << from << "' to '" << to << "': " << text);
+      try {
+        EXPECT_LE(convert_charset(Exactly(text), from, to, true).size(), 4 * text.size() + 4);
+      } catch (const quern::ExError& error) {
+        const std::string names = "from " + from + " to " + to;
+        EXPECT_TRUE(error.what() == "Cannot convert " + names ||
+                    error.what() == "Conversion " + names)
+            << error.what();
+      }
+    }
+  }
+}
+
+constexpr CharsetName kHostileNames[] = {
+    {"Empty", ""},
+    {"Slash", "/"},
+    {"TwoSlashes", "//"},
+    {"ThreeSlashes", "///"},
+    {"IgnoreAlone", "//IGNORE"},
+    {"EmptySuffix", "UTF-8//"},
+    {"Ignore", "UTF-8//IGNORE"},
+    {"Translit", "UTF-8//TRANSLIT"},
+    {"TranslitAndIgnore", "UTF-8//TRANSLIT//IGNORE"},
+    {"TranslitToSevenBits", "ASCII//TRANSLIT"},
+    {"WithByteOrderMark", "UTF-16"},
+    {"WithShifts", "UTF-7"},
+    {"WithEscapes", "ISO-2022-JP"},
+    {"Path", "../../../etc/passwd"},
+    {"Format", "%s%n"},
+    {"BlankAtTheEnd", "utf-8 "},
+    {"EightBitByte", "\xFF"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, HostileCharsetName, testing::ValuesIn(kHostileNames));
+
+TEST(Charset, DoesNotKnowANameOfThreeHundredLetters) {
+  const std::string name(300, 'x');
+  EXPECT_EQ(failure("text", name, "UTF-8", true), "Cannot convert from " + name + " to UTF-8");
+  EXPECT_EQ(failure("\xC3", "UTF-8", name, true), "Cannot convert from UTF-8 to " + name);
+}
+
+}  // namespace

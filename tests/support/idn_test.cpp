@@ -1,0 +1,185 @@
+#include "support/idn.h"
+
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <ostream>
+#include <string>
+
+#include <idna.h>
+
+#include "support/owned.h"
+
+namespace {
+
+// The return code of every conversion in this program, or 0 for what libidn returns.
+int forced_code = 0;
+
+}  // namespace
+
+// Hides the function of libidn, so that a test can make it fail.
+extern "C" int idna_to_ascii_8z(const char* input, char** output, int flags) {
+  if (forced_code != 0) return forced_code;
+  using Function = int(const char*, char**, int);
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "idna_to_ascii_8z"))(input, output, flags);
+}
+
+namespace {
+
+// 63 bytes, the longest label there can be.
+#define LONGEST_LABEL "abcdefghijklmnopqrstuvwxyz0123456789abcdefghijklmnopqrstuvwxyz0"
+
+struct Name {
+  const char* name;
+  const char* text;
+  const char* want;
+};
+
+void PrintTo(const Name& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class IdnToAscii : public testing::TestWithParam<Name> {};
+
+TEST_P(IdnToAscii, Gives) {
+  const OwnedText got(idn_toascii(GetParam().text));
+  EXPECT_STREQ(got.get(), GetParam().want);
+}
+
+TEST_P(IdnToAscii, GivesTheSameAsAString) {
+  EXPECT_EQ(idn_toascii_string(GetParam().text), GetParam().want);
+}
+
+constexpr Name kNames[] = {
+    {"Empty", "", ""},
+    {"AsciiWithItsCase", "Example.COM", "Example.COM"},
+    {"AddressUnchanged", "Info@Example.com", "Info@Example.com"},
+    {"LastDotKept", "example.com.", "example.com."},
+    {"AceUnchanged", "XN--bcher-KVA.de", "XN--bcher-KVA.de"},
+    {"LabelOf63Bytes", LONGEST_LABEL ".de", LONGEST_LABEL ".de"},
+    {"OtherAsciiUnchanged", "a'b\"c d_", "a'b\"c d_"},
+    {"Umlaut", "b\xC3\xBC\x63her.example", "xn--bcher-kva.example"},
+    {"UpperCaseUmlaut", "B\xC3\x9C\x43HER.example", "xn--bcher-kva.example"},
+    {"CaseOfTheAsciiLabels", "WWW.b\xC3\xBC\x63her.DE", "WWW.xn--bcher-kva.DE"},
+    {"Ideographs", "\xE6\x97\xA5\xE6\x9C\xAC.example", "xn--wgv71a.example"},
+    // Dots alone part labels, so the local part goes with the first label of the domain.
+    {"AddressWithUmlaut", "info@b\xC3\xBC\x63her.example", "xn--info@bcher-feb.example"},
+    // U+FF07 is compatible with the ASCII quote: a name without quotes comes back with one.
+    {"FullwidthApostropheAsQuote", "o\xEF\xBC\x87x@example.com", "o'x@example.com"},
+    {"FullwidthLettersAsLowerCaseAscii", "\xEF\xBC\xA1\xEF\xBC\xA2@example.com", "ab@example.com"},
+    {"IdeographicFullStopAsDot", "a\xE3\x80\x82\x62", "a.b"},
+    {"SoftHyphenDropped", "a\xC2\xAD\x62", "ab"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, IdnToAscii, testing::ValuesIn(kNames));
+
+struct Refused {
+  const char* name;
+  const char* text;
+  int code;
+  const char* message;
+};
+
+void PrintTo(const Refused& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class IdnRefuses : public testing::TestWithParam<Refused> {};
+
+TEST_P(IdnRefuses, ATextWithoutAsciiForm) {
+  idn_last_error = 0;
+  const OwnedText got(idn_toascii(GetParam().text));
+  EXPECT_EQ(got, nullptr);
+  EXPECT_EQ(idn_last_error, GetParam().code);
+}
+
+using IdnRefusesDeathTest = IdnRefuses;
+
+TEST_P(IdnRefusesDeathTest, AndEndsTheProcess) {
+  const Refused& row = GetParam();
+  const std::string message =
+      "idn_toascii_safe(" + std::string(row.text) + ") failed: " + row.message;
+  EXPECT_EXIT(OwnedText(idn_toascii_safe(row.text)), testing::ExitedWithCode(1),
+              testing::HasSubstr(message));
+  EXPECT_EXIT(idn_toascii_string(row.text), testing::ExitedWithCode(1),
+              testing::HasSubstr(message));
+}
+
+constexpr Refused kRefused[] = {
+    {"LabelOf64Bytes", LONGEST_LABEL "1.de", 5, "Invalid length"},
+    {"LongLocalPart", LONGEST_LABEL "@example.com", 5, "Invalid length"},
+    {"LabelTooLongOnceConverted",
+     "\xC3\xBC-abcdefghijklmnopqrstuvwxyz0123456789abcdefghijklmnopqrstuvw", 2, "Punycode error"},
+    {"EmptyLabel", "a..b", 5, "Invalid length"},
+    {"AcePrefixBeforeUmlaut", "xn--b\xC3\xBC\x63her", 8, "ACE prefix found"},
+    {"UnassignedCharacter", "a\xC8\xA1", 1, "Stringprep error"},
+    {"InvalidUtf8", "a\xFF", 9, "Iconv error"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, IdnRefuses, testing::ValuesIn(kRefused));
+INSTANTIATE_TEST_SUITE_P(Rows, IdnRefusesDeathTest, testing::ValuesIn(kRefused));
+
+TEST(IdnLastError, IsNotResetByASuccess) {
+  idn_last_error = 0;
+  const OwnedText refused(idn_toascii("a..b"));
+  EXPECT_EQ(refused, nullptr);
+  const OwnedText accepted(idn_toascii("example.com"));
+  EXPECT_STREQ(accepted.get(), "example.com");
+  EXPECT_EQ(idn_last_error, 5);
+}
+
+TEST(IdnLastError, IsThatOfTheLastFailure) {
+  idn_last_error = 0;
+  const OwnedText first(idn_toascii("a\xFF"));
+  EXPECT_EQ(idn_last_error, 9);
+  const OwnedText second(idn_toascii("a..b"));
+  EXPECT_EQ(idn_last_error, 5);
+}
+
+void convert_without_memory() {
+  forced_code = 201;
+  idn_toascii("example.com");
+}
+
+TEST(IdnDeathTest, EndsTheProcessWithoutMemory) {
+  EXPECT_EXIT(convert_without_memory(), testing::ExitedWithCode(1),
+              testing::HasSubstr("Allocation failed"));
+}
+
+struct CodeText {
+  const char* name;
+  int code;
+  const char* want;
+};
+
+void PrintTo(const CodeText& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class IdnStrerror : public testing::TestWithParam<CodeText> {};
+
+TEST_P(IdnStrerror, Tells) {
+  EXPECT_STREQ(idn_strerror(GetParam().code), GetParam().want);
+}
+
+constexpr CodeText kCodeTexts[] = {
+    {"Success", 0, "Success"},
+    {"StringprepError", 1, "Stringprep error"},
+    {"PunycodeError", 2, "Punycode error"},
+    {"ContainsNonLdh", 3, "Contains non-LDH characters"},
+    {"ContainsMinus", 4, "Contains minus"},
+    {"InvalidLength", 5, "Invalid length"},
+    {"NoAcePrefix", 6, "ACE prefix not found"},
+    {"VerifyError", 7, "Verify error"},
+    {"ContainsAcePrefix", 8, "ACE prefix found"},
+    {"IconvError", 9, "Iconv error"},
+    {"MallocError", 201, "Cannot allocate buffer"},
+    {"BehindTheSmallCodes", 10, "Unknown error"},
+    {"BeforeTheLargeCode", 200, "Unknown error"},
+    {"BehindTheLargeCode", 202, "Unknown error"},
+    {"NegativeCode", -1, "Unknown error"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, IdnStrerror, testing::ValuesIn(kCodeTexts));
+
+}  // namespace

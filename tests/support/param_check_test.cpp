@@ -1,0 +1,66 @@
+#include "support/param_check.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <ostream>
+#include <string>
+
+#include "support/get.h"
+
+namespace {
+
+constexpr const char* kAssertion =
+    R"(Assertion `param_val == NULL || strpbrk(param_val, "\\\"'") == NULL' failed.)";
+
+struct Key {
+  const char* name;
+  const char* key;
+};
+
+void PrintTo(const Key& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class ParamCheckDeathTest : public testing::TestWithParam<Key> {};
+
+TEST_P(ParamCheckDeathTest, AbortsBeforeThereIsAStatement) {
+  EXPECT_EXIT(get_misc_param(GetParam().key, nullptr), testing::KilledBySignal(SIGABRT),
+              testing::AllOf(testing::HasSubstr(" get:"), testing::HasSubstr(kAssertion)));
+}
+
+TEST_P(ParamCheckDeathTest, SaysWhere) {
+  EXPECT_EXIT(assert_plain_param(GetParam().key, "put", 42, "put_misc_param"),
+              testing::KilledBySignal(SIGABRT),
+              testing::AllOf(testing::HasSubstr(" put:42: put_misc_param: "),
+                             testing::HasSubstr(kAssertion)));
+}
+
+constexpr Key kKeys[] = {
+    {"SingleQuote", "admin'email"},    {"DoubleQuote", "admin\"email"},
+    {"Backslash", "admin\\email"},     {"QuoteAtTheStart", "'admin_email"},
+    {"QuoteAtTheEnd", "admin_email'"}, {"QuoteAlone", "'"},
+    {"QuoteBehindUtf8", "\xC3\xBC'"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, ParamCheckDeathTest, testing::ValuesIn(kKeys));
+
+// These return, or the process is dead.
+TEST(ParamCheck, AcceptsEveryOtherByte) {
+  std::string key;
+  for (int code = 1; code < 256; ++code) {
+    if (code != '\\' && code != '"' && code != '\'') key += static_cast<char>(code);
+  }
+  ASSERT_EQ(key.size(), 252U);
+  assert_plain_param(key.c_str(), "get", 1, "get_misc_param");
+}
+
+TEST(ParamCheck, AcceptsAnEmptyKeyAndNull) {
+  assert_plain_param("", "get", 1, "get_misc_param");
+  assert_plain_param(nullptr, "get", 1, "get_misc_param");
+}
+
+TEST(ParamCheck, LooksAtNothingBehindTheNul) {
+  assert_plain_param("admin_email\0'", "get", 1, "get_misc_param");
+}
+
+}  // namespace
