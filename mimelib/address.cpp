@@ -97,7 +97,7 @@ DwString on_one_line(std::string text) {
 
 }  // namespace
 
-DwAddress::DwAddress(DwString text, DwAddressSequence* sequence, size_t resume)
+DwAddress::DwAddress(DwString text, const DwAddressSequence* sequence, size_t resume)
     : DwMessageComponent(std::move(text)), sequence_(sequence), resume_(resume) {}
 
 DwAddress* DwAddress::Next() const {
@@ -105,14 +105,14 @@ DwAddress* DwAddress::Next() const {
   return next_;
 }
 
-DwMailbox::DwMailbox(const DwString& text, DwAddressSequence* sequence, size_t resume)
+DwMailbox::DwMailbox(const DwString& text, const DwAddressSequence* sequence, size_t resume)
     : DwAddress(text, sequence, resume) {
   Lexer lexer = at_local_part(text.View());
   local_part_ = on_one_line(collect_until(lexer, '@', Kind::kQuoted));
   domain_ = on_one_line(collect_until(lexer, '>', Kind::kDomainLiteral));
 }
 
-DwAddress* DwAddressSequence::ParseAt(size_t position) {
+DwAddress* DwAddressSequence::ParseAt(size_t position) const {
   const Entry entry = find_entry(text_.View(), with_groups_, position);
   if (entry.end == 0) return nullptr;
   const DwString text = text_.Slice(entry.start, entry.end - entry.start);

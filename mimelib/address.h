@@ -13,7 +13,7 @@ class DwAddress : public DwMessageComponent {
  public:
   /// `sequence`: the list that it was found in, which owns it; `resume`: where its successor is
   /// looked for.
-  DwAddress(DwString text, DwAddressSequence* sequence, size_t resume);
+  DwAddress(DwString text, const DwAddressSequence* sequence, size_t resume);
 
   /// Whether the text could be read as what the entry is.
   virtual bool IsValid() const = 0;
@@ -24,7 +24,7 @@ class DwAddress : public DwMessageComponent {
   DwAddress* Next() const;
 
  private:
-  DwAddressSequence* sequence_;
+  const DwAddressSequence* sequence_;
   size_t resume_;
   mutable DwAddress* next_ = nullptr;  // younger than this entry, so kept at least as long
 };
@@ -42,7 +42,7 @@ class DwGroup : public DwAddress {
 /// quoted string or domain literal become blanks.
 class DwMailbox : public DwAddress {
  public:
-  DwMailbox(const DwString& text, DwAddressSequence* sequence, size_t resume);
+  DwMailbox(const DwString& text, const DwAddressSequence* sequence, size_t resume);
 
   /// Whether there is a local part; the domain may be empty.
   bool IsValid() const override { return local_part_.length() > 0; }
@@ -65,12 +65,12 @@ class DwAddressSequence {
       : text_(std::move(text)), with_groups_(with_groups) {}
 
   /// The first entry at or after `position`, or null.
-  DwAddress* ParseAt(size_t position);
+  DwAddress* ParseAt(size_t position) const;
 
  private:
   DwString text_;
   bool with_groups_;
-  KeptItems<DwAddress> kept_;
+  mutable KeptItems<DwAddress> kept_;
 };
 
 /// The body of a field that lists mailboxes and groups: Reply-To, To.
@@ -80,7 +80,7 @@ class DwAddressList : public DwMessageComponent {
       : DwMessageComponent(text), entries_(text, /*with_groups=*/true) {}
 
   /// The first entry, or null.
-  DwAddress* FirstAddress() { return entries_.ParseAt(0); }
+  DwAddress* FirstAddress() const { return entries_.ParseAt(0); }
 
  private:
   DwAddressSequence entries_;
@@ -93,7 +93,7 @@ class DwMailboxList : public DwMessageComponent {
       : DwMessageComponent(text), entries_(text, /*with_groups=*/false) {}
 
   /// The first mailbox, or null. What follows it are mailboxes too.
-  DwMailbox* FirstMailbox() { return static_cast<DwMailbox*>(entries_.ParseAt(0)); }
+  DwMailbox* FirstMailbox() const { return static_cast<DwMailbox*>(entries_.ParseAt(0)); }
 
  private:
   DwAddressSequence entries_;

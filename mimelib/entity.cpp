@@ -79,13 +79,13 @@ DwBody::DwBody(const DwString& text, bool is_multipart, DwString boundary)
 
 DwBody::~DwBody() = default;
 
-DwBodyPart* DwBody::FirstBodyPart() {
+DwBodyPart* DwBody::FirstBodyPart() const {
   if (!is_multipart_) return nullptr;
   const Delimiter opening = find_delimiter(text().View(), boundary_.View(), 0);
   return ParsePartAt(opening.end);
 }
 
-DwBodyPart* DwBody::ParsePartAt(size_t position) {
+DwBodyPart* DwBody::ParsePartAt(size_t position) const {
   if (position >= text().length()) return nullptr;
   const Delimiter next = find_delimiter(text().View(), boundary_.View(), position);
   const DwString part = text().Slice(position, next.start - position);
@@ -109,7 +109,7 @@ void DwEntity::Parse() {
                                    is_multipart ? type.Boundary() : DwString());
 }
 
-DwBodyPart::DwBodyPart(const DwString& text, DwBody* owner, size_t resume)
+DwBodyPart::DwBodyPart(const DwString& text, const DwBody* owner, size_t resume)
     : DwEntity(text), owner_(owner), resume_(resume) {
   DwEntity::Parse();
 }

@@ -18,16 +18,16 @@ class DwBody : public DwMessageComponent {
   ~DwBody() override;
 
   /// The first part, or null. The first delimiter line opens it, be it a closing one (kept).
-  DwBodyPart* FirstBodyPart();
+  DwBodyPart* FirstBodyPart() const;
 
  private:
   friend class DwBodyPart;
 
-  DwBodyPart* ParsePartAt(size_t position);
+  DwBodyPart* ParsePartAt(size_t position) const;
 
   bool is_multipart_;
   DwString boundary_;
-  KeptItems<DwBodyPart> kept_;
+  mutable KeptItems<DwBodyPart> kept_;
 };
 
 /// Header and body (RFC 822, 3.1). A line that neither holds a colon nor is folded ends the header
@@ -51,13 +51,13 @@ class DwEntity : public DwMessageComponent {
 class DwBodyPart : public DwEntity {
  public:
   /// `resume`: where the next part starts in the body of `owner`; npos for the last part.
-  DwBodyPart(const DwString& text, DwBody* owner, size_t resume);
+  DwBodyPart(const DwString& text, const DwBody* owner, size_t resume);
 
   /// The next part, or null.
   DwBodyPart* Next() const;
 
  private:
-  DwBody* owner_;
+  const DwBody* owner_;
   size_t resume_;
   mutable DwBodyPart* next_ = nullptr;  // younger than this part, so kept at least as long
 };

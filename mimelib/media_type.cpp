@@ -63,7 +63,8 @@ std::string_view without_quotes(const Token& token) {
 
 }  // namespace
 
-DwParameter::DwParameter(DwString attribute, DwString value, DwMediaType* owner, size_t resume)
+DwParameter::DwParameter(DwString attribute, DwString value, const DwMediaType* owner,
+                         size_t resume)
     : DwMessageComponent(attribute),
       attribute_(std::move(attribute)),
       value_(std::move(value)),
@@ -84,7 +85,7 @@ DwMediaType::DwMediaType(const DwString& text) : DwMessageComponent(text) {
   parameters_start_ = lexer.position();
 }
 
-DwParameter* DwMediaType::ParseParameterAt(size_t position) {
+DwParameter* DwMediaType::ParseParameterAt(size_t position) const {
   Lexer lexer(text().View(), Lexer::Syntax::kMime, position);
   seek_special(lexer, ';');
   const Token attribute = seek_atom(lexer);
@@ -98,7 +99,7 @@ DwParameter* DwMediaType::ParseParameterAt(size_t position) {
       slice(attribute.text), slice(without_quotes(value)), this, lexer.position()));
 }
 
-DwString DwMediaType::Boundary() {
+DwString DwMediaType::Boundary() const {
   for (const DwParameter* p = FirstParameter(); p != nullptr; p = p->Next()) {
     if (equal_ignoring_case(p->Attribute().View(), "boundary")) return p->Value();
   }

@@ -12,7 +12,7 @@ class DwMediaType;
 /// A parameter of a Content-Type field.
 class DwParameter : public DwMessageComponent {
  public:
-  DwParameter(DwString attribute, DwString value, DwMediaType* owner, size_t resume);
+  DwParameter(DwString attribute, DwString value, const DwMediaType* owner, size_t resume);
 
   /// The name, as written.
   const DwString& Attribute() const { return attribute_; }
@@ -25,7 +25,7 @@ class DwParameter : public DwMessageComponent {
  private:
   DwString attribute_;
   DwString value_;
-  DwMediaType* owner_;
+  const DwMediaType* owner_;
   size_t resume_;
   mutable DwParameter* next_ = nullptr;  // younger than this one, so kept at least as long
 };
@@ -41,19 +41,19 @@ class DwMediaType : public DwMessageComponent {
   int Type() const { return type_; }
 
   /// The first parameter that has a name and a value, or null.
-  DwParameter* FirstParameter() { return ParseParameterAt(parameters_start_); }
+  DwParameter* FirstParameter() const { return ParseParameterAt(parameters_start_); }
 
   /// The value of the first parameter called "boundary", empty when there is none.
-  DwString Boundary();
+  DwString Boundary() const;
 
  private:
   friend class DwParameter;
 
-  DwParameter* ParseParameterAt(size_t position);
+  DwParameter* ParseParameterAt(size_t position) const;
 
   int type_ = DwMime::kTypeNull;
   size_t parameters_start_ = 0;
-  KeptItems<DwParameter> kept_;
+  mutable KeptItems<DwParameter> kept_;
 };
 
 /// The body of a Content-Transfer-Encoding field (RFC 2045, 6.1).

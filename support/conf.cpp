@@ -26,15 +26,6 @@ bool is_space(char c) {
   return isspace(static_cast<unsigned char>(c)) != 0;
 }
 
-// Ends every line at its newline and drops the white space in front of it.
-void cut_into_lines(char* text, size_t length) {
-  for (size_t i = 0; i < length; ++i) {
-    if (text[i] != '\n') continue;
-    text[i] = '\0';
-    for (size_t back = i; back > 0 && is_space(text[back - 1]); --back) text[back - 1] = '\0';
-  }
-}
-
 void read_image() {
   const OwnedFile file(fopen(kConfFile, "r"));
   struct stat status {};
@@ -48,7 +39,7 @@ void read_image() {
   }
   text[size] = '\0';
   text[size + 1] = '\0';
-  cut_into_lines(text, size);
+  cut_conf_lines(text, size);
   image = text;
   image_length = size;
 }
@@ -70,11 +61,17 @@ constexpr ConfValue kConfValues[] = {KEM_CONF_KEYS(KEM_CONF_VALUE)};
 
 }  // namespace
 
-const char* conf_lookup(const char* key) {
-  if (image == nullptr) read_image();
-  if (image == nullptr) return nullptr;
+void cut_conf_lines(char* text, size_t length) {
+  for (size_t i = 0; i < length; ++i) {
+    if (text[i] != '\n') continue;
+    text[i] = '\0';
+    for (size_t back = i; back > 0 && is_space(text[back - 1]); --back) text[back - 1] = '\0';
+  }
+}
+
+const char* find_conf_value(const char* image, size_t length, const char* key) {
   const size_t key_length = strlen(key);
-  const char* const end = image + image_length;
+  const char* const end = image + length;
   for (const char* line = image; line < end; line += strlen(line) + 1) {
     line = skip_space(line);
     if (strncmp(line, key, key_length) == 0 && is_space(line[key_length])) {
@@ -82,6 +79,11 @@ const char* conf_lookup(const char* key) {
     }
   }
   return nullptr;
+}
+
+const char* conf_lookup(const char* key) {
+  if (image == nullptr) read_image();
+  return image != nullptr ? find_conf_value(image, image_length, key) : nullptr;
 }
 
 const char* conf_require(const char* key) {

@@ -20,7 +20,7 @@ constexpr std::string_view kGaps[] = {
     "(a (nested (comment)))",
     " (quoted \\) and \\( pairs)",
     "(other@example.org, <other@example.org>; \"quoted)",
-    " (=?utf-8?Q?encoded_=28?=) ",
+    " (=?utf-8?Q?encoded_word?=) ",
     " (a comment\n in two lines) ",
 };
 
@@ -30,8 +30,8 @@ constexpr std::string_view kAtoms[] = {
 };
 
 constexpr std::string_view kQuotedWords[] = {
-    R"("john doe")",     R"("john\"doe")", R"("back\\slash")", R"("a@b")",  R"("a,b;c:d")",
-    R"("<x>")",          R"("(none)")",    R"("a\ b")",        R"("")",     R"("plain")",
+    R"("john doe")",      R"("john\"doe")", R"("back\\slash")", R"("a@b")",    R"("a,b;c:d")",
+    R"("<x>")",           R"-("(none)")-",  R"("a\ b")",        R"("")",       R"("plain")",
     "\"in two\n lines\"", R"("[1]")",       R"("a.b")",         R"("';id;'")",
 };
 
@@ -43,7 +43,7 @@ constexpr std::string_view kDisplayNames[] = {
     R"("other@example.org")",
     R"("<other@example.org>")",
     R"("Ann \"the\" B")",
-    R"("(no comment)")",
+    R"-("(no comment)")-",
     R"("friends: ;")",
     "=?utf-8?Q?J=C3=BCrgen?=",
     "=?iso-8859-1?Q?M=FCller=2C_Ann?=",
@@ -80,11 +80,12 @@ std::string make_domain_literal(Random& random) {
 }
 
 std::string make_domain(Random& random) {
-  constexpr std::string_view kTops[] = {"example", "ORG", "com", "xn--80akhbyknj4f"};
+  constexpr std::string_view kTops[] = {"example", "ORG",     "com",
+                                        "net",     "Example", "xn--80akhbyknj4f"};
   if (random.Chance(8)) return make_domain_literal(random);
   if (random.Chance(8)) return "xn--mller-kva." + random.Letters(6) + ".example";
   if (random.Chance(4)) return random.Letters(8) + ".example.";
-  std::string domain = random.AnyCase(random.Letters(1 + random.Below(8)));
+  std::string domain = random.AnyCase(random.Letters(3 + random.Below(8)));
   for (size_t labels = random.Below(3); labels > 0; --labels) {
     domain += rare_gap(random) + "." + rare_gap(random);
     domain += labels == 1 ? std::string(random.Pick(kTops)) : random.Letters(4) + "-1";

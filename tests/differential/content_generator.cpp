@@ -45,9 +45,8 @@ std::string make_charset_parameter(Random& random, const Charset& charset) {
 std::string content_type(Random& random, std::string_view type,
                          std::vector<std::string> parameters) {
   constexpr std::string_view kOthers[] = {
-      "format=flowed",         "name=\"a; charset=x\"", "name=\"a \\\" ; charset=x\"",
-      "delsp=yes",             "name*=utf-8''%C3%BC",   "x-charset=other",
-      "name=\"(not a comment\"",
+      "format=flowed",       "name=\"a; charset=x\"", "name=\"a \\\" ; charset=x\"", "delsp=yes",
+      "name*=utf-8''%C3%BC", "x-charset=other",       "name=\"(not a comment\"",
   };
   if (random.Chance(30)) parameters.emplace_back(random.Pick(kOthers));
   random.Shuffle(parameters);
@@ -58,9 +57,10 @@ std::string content_type(Random& random, std::string_view type,
   value += '/';
   if (random.Chance(5)) value += make_gap(random);
   value += random.AnyCase(type.substr(slash + 1));
+  // Behind an unquoted value GMime does not know a comment, which may hold a ";".
+  if (random.Chance(10)) value += make_gap(random);
   for (const std::string& parameter : parameters) {
-    value += (random.Chance(10) ? make_gap(random) : "") + ";";
-    value += (random.Chance(30) ? make_gap(random) : " ") + parameter;
+    value += ";" + (random.Chance(30) ? make_gap(random) : " ") + parameter;
   }
   return without_blank_lines(random.AnyCase("Content-Type") + ": " + value);
 }
@@ -162,10 +162,10 @@ Entity make_multipart(Random& random, unsigned depth) {
   const bool is_token = boundary.find_first_of("'()+,./:=? ") == std::string::npos;
   const bool quoted = !is_token || random.Chance(50);
   Entity entity;
-  entity.fields.push_back(content_type(
-      random, random.Pick(kTypes),
-      {make_parameter(random, "boundary", quoted ? "\"" + boundary + "\"" : boundary,
-                      quoted ? Comments::kAnywhere : Comments::kNotBehindValue)}));
+  entity.fields.push_back(
+      content_type(random, random.Pick(kTypes),
+                   {make_parameter(random, "boundary", quoted ? "\"" + boundary + "\"" : boundary,
+                                   quoted ? Comments::kAnywhere : Comments::kNotBehindValue)}));
   if (random.Chance(20)) entity.fields.emplace_back("Content-Transfer-Encoding: 8bit");
   const std::string delimiter = "--" + boundary;
   if (random.Chance(40)) entity.body = "This is a preamble.\nContent-Type: text/plain\n\n";
@@ -174,7 +174,8 @@ Entity make_multipart(Random& random, unsigned depth) {
     entity.body += make_content(random, depth + 1).Text() + "\n";
   }
   constexpr std::string_view kEnds[] = {"", "\n", "\n", " \n", "\nThis is an epilogue.\n"};
-  return entity.body += delimiter + "--" + std::string(random.Pick(kEnds)), entity;
+  entity.body += delimiter + "--" + std::string(random.Pick(kEnds));
+  return entity;
 }
 
 }  // namespace

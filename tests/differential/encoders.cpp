@@ -5,7 +5,8 @@
 namespace {
 
 constexpr Charset kCharsets[] = {
-    {"utf-8", {"Gr\xC3\xBC\xC3\x9F", "\xD0\x9F\xD1\x80", "\xE6\x97\xA5\xE6\x9C\xAC", "a=b", "?", "plain"}},
+    {"utf-8",
+     {"Gr\xC3\xBC\xC3\x9F", "\xD0\x9F\xD1\x80", "\xE6\x97\xA5\xE6\x9C\xAC", "a=b", "?", "plain"}},
     {"iso-8859-1", {"Gr\xFC\xDF", "caf\xE9", "\xA9 1999", "a=b", "_", "plain"}},
     {"koi8-r", {"\xF0\xD2\xC9\xD7\xC5\xD4", "\xCD\xC9\xD2", "a=b", "?=", "\"", "plain"}},
     {"us-ascii", {"plain", "From", "a=b", "=41", "--", "_?"}},

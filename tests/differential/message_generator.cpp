@@ -20,10 +20,11 @@ std::string make_encoded_word(Random& random) {
 }
 
 std::string make_subject(Random& random) {
-  constexpr std::string_view kWords[] = {"Re:", "hello", "a=b", "what?", "x_y", "(no comment)",
-                                         "\"q\"", "Gr\xC3\xBC\xC3\x9F", "=", "?=", "a;b,c"};
-  constexpr std::string_view kBlanks[] = {" ", " ", " ", " ", "  ", "\t", "\n ", "\n\t", "\n  ",
-                                          " \n "};
+  constexpr std::string_view kWords[] = {"Re:", "hello",        "a=b",   "what?",
+                                         "x_y", "(no comment)", "\"q\"", "Gr\xC3\xBC\xC3\x9F",
+                                         "=",   "?=",           "a;b,c"};
+  constexpr std::string_view kBlanks[] = {" ",  " ",   " ",    " ",    "  ",
+                                          "\t", "\n ", "\n\t", "\n  ", " \n "};
   std::string subject = random.Chance(5) ? "\n " : " ";
   for (size_t words = random.Below(7); words > 0; --words) {
     subject += random.Chance(50) ? make_encoded_word(random) : std::string(random.Pick(kWords));

@@ -1,7 +1,8 @@
 // Charset conversion with names and bytes of a stranger's choice.
 //
-// An input is: a byte for each of the two names (see `charset_name`), names of their own where
-// those say so, and the text.
+// An input is: a byte for each of the two names (see `charset_name`), each followed by a name of
+// its own where it says so, how often the text stands in a row, and the text. Long ones are
+// converted in pieces.
 
 #include <algorithm>
 #include <optional>
@@ -29,6 +30,8 @@ constexpr const char* kNames[] = {
     "WCHAR_T",       "x-unknown",
 };
 
+constexpr size_t kLongest = 10000;
+
 // An even byte chooses from the list; behind an odd one the name itself follows, up to a NUL.
 std::string charset_name(Input& input) {
   const unsigned choice = input.Byte();
@@ -55,9 +58,18 @@ std::string latin1_in_utf8(const std::string& text) {
   return longer;
 }
 
+std::string ascii_with_question_marks(std::string text) {
+  for (char& c : text) {
+    if (static_cast<unsigned char>(c) >= 0x80) c = '?';
+  }
+  return text;
+}
+
 void check_known_charsets(const std::string& text) {
   require(convert(text, "ISO-8859-1", "UTF-8", false) == latin1_in_utf8(text),
           "every byte is a character of ISO-8859-1");
+  require(convert(text, "US-ASCII", "UTF-8", true) == ascii_with_question_marks(text),
+          "every byte that is no character becomes a question mark");
   const auto replaced = convert(text, "UTF-8", "UTF-8", true);
   require(!replaced || is_utf8(*replaced, kLargestOfIconv), "what is replaced leaves UTF-8");
   if (!is_utf8(text, kLargestToday)) return;
@@ -72,7 +84,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input input(data, size);
   const std::string from = charset_name(input);
   const std::string to = charset_name(input);
-  const std::string text = input.Rest();
+  const unsigned repeats = input.Byte() + 1;
+  const std::string once = input.Rest();
+  std::string text;
+  for (unsigned i = 0; i < repeats && text.size() <= kLongest; ++i) text += once;
 
   const auto strict = convert(text, from, to, false);
   const auto lenient = convert(text, from, to, true);

@@ -17,15 +17,18 @@
 
 #include <mimelib/mimepp.h>
 
+#include "autoresponder/body_text.h"
 #include "autoresponder/intake.h"
 #include "autoresponder/temporary_files.h"
 #include "fuzz.h"
+#include "mime/charset.h"
 #include "mime/encoded_word.h"
 #include "support/ex_error.h"
 
 namespace {
 
-const std::string kSpoolTemplate = spool_file_path;
+// In memory where there is room for it: a run that waits for a disk finds little.
+constexpr const char* kSpoolTemplates[] = {"/dev/shm/kem-intake-XXXXXX", "/tmp/kem-intake-XXXXXX"};
 
 // A value of its own for each run, without what `setenv` would keep of all earlier ones.
 void set_recipient(const std::string& line) {
@@ -53,10 +56,16 @@ class StandardInput {
   std::streambuf* before_;
 };
 
+const size_t kLongestName = strlen(spool_file_path);
+
 // A spool file of its own for each run, under a fresh name, that does not stay.
 class Spool {
  public:
-  Spool() { strcpy(spool_file_path, kSpoolTemplate.c_str()); }
+  Spool() {
+    const char* const name = kSpoolTemplates[access("/dev/shm", W_OK) == 0 ? 0 : 1];
+    require(strlen(name) <= kLongestName, "the name has room");
+    strcpy(spool_file_path, name);
+  }
   ~Spool() { unlink(spool_file_path); }
   Spool(const Spool&) = delete;
   Spool& operator=(const Spool&) = delete;
@@ -101,7 +110,16 @@ void check_recipient(const IncomingMessage& record) {
   }
 }
 
-void check_lines(const BodyLines& lines) {
+std::string in_utf8(const TextPart& text) {
+  const std::string body(up_to_nul(text.body));
+  try {
+    return convert_charset(body, text.charset, "UTF-8", true);
+  } catch (const quern::ExError&) {
+    return body;
+  }
+}
+
+void check_lines(const BodyLines& lines, const TextPart& text) {
   std::string joined;
   size_t count = 0;
   for (const std::string_view line : lines) {
@@ -111,6 +129,7 @@ void check_lines(const BodyLines& lines) {
     ++count;
   }
   require(count > 0, "a body has a line at least");
+  require(joined == in_utf8(text), "the lines are the text");
   require(lines.Contain(""), "an empty key is in every line");
   require(!lines.Contain("\n"), "no key stands in two lines");
   // Some key from the text itself, and the same one made to be in no line by chance.
@@ -124,7 +143,6 @@ void check_lines(const BodyLines& lines) {
 void check_fields(const IncomingMessage& record, DwHeaders& headers) {
   require(record.date == (headers.HasDate() ? raw_field(headers.Date()) : ""),
           "the date stands as it was written");
-  require(record.charset.find('\0') == std::string::npos, "the charset ends at a NUL");
   const std::string raw = headers.HasSubject() ? raw_field(headers.Subject()) : "";
   std::string expected;
   try {
@@ -134,11 +152,13 @@ void check_fields(const IncomingMessage& record, DwHeaders& headers) {
   require(record.subject == expected, "the subject is decoded, or else empty");
 }
 
-void check(const IncomingMessage& record, DwHeaders& headers) {
+void check(const IncomingMessage& record, DwMessage& message) {
   require(!record.sender.empty() && is_one_line(record.sender), "the sender is one line");
   check_recipient(record);
-  check_lines(record.body_lines);
-  check_fields(record, headers);
+  check_fields(record, message.Headers());
+  const TextPart text = find_text_part(message);
+  require(record.charset == text.charset, "the charset is the text's");
+  check_lines(record.body_lines, text);
 }
 
 // The intake's result; nothing where it threw what it may throw for a subject.
@@ -173,10 +193,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (!status) return 0;
   require(*status == 0 || *status == 1, "the intake ends with 0 or 1");
   if (*status == 0) {
-    check(record, headers);
+    check(record, *message);
   } else {
     require(diagnostics.Text().find("Could not get ") == 0, "a failure is told");
-    require(record.sender.empty(), "a failure leaves no sender");
+    require(record.sender.empty() && record.body_lines.empty(), "a failure leaves no record");
   }
   return 0;
 }

@@ -42,9 +42,10 @@ def corpus(messages):
         yield "codecs", data
 
     for choices in [b"\0\0", b"\6\0", b"\0\6", b"\x0a\0", b"\0\x14", b"\x14\0", b"\x3a\x24", b"\0\x3a"]:
-        yield "charset", choices + "plain, Grüße, 日本語, 😀".encode()
-        yield "charset", choices + b"A\xffB\xc3"
-    yield "charset", b"\1\1ISO-2022-JP\0UTF-8//TRANSLIT\0\x1b$B$\"\x1b(B"
+        for repeats in b"\0\xff":
+            yield "charset", choices + bytes([repeats]) + "plain, Grüße, 日本語, 😀".encode()
+        yield "charset", choices + b"\0A\xffB\xc3"
+    yield "charset", b"\1ISO-2022-JP\0\1UTF-8//TRANSLIT\0\0\x1b$B$\"\x1b(B"
 
     for text in ["Re: Grüße", " x-y", "Hello world", "a=?b?=", "tab\there", ""]:
         yield "header_encode", b"\0" + text.encode()

@@ -1,6 +1,7 @@
 #include "mime/charset.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -17,6 +18,7 @@ using namespace std::string_view_literals;
 namespace {
 
 bool closing_fails = false;
+bool conversion_sticks = false;
 int open_conversions = 0;
 
 // The library's own function of this name, which ours hide in this program.
@@ -39,6 +41,14 @@ int iconv_close(iconv_t handle) {
   --open_conversions;
   const int status = hidden<int(iconv_t)>("iconv_close")(handle);
   return closing_fails ? -1 : status;
+}
+
+size_t iconv(iconv_t handle, char** in, size_t* in_left, char** out, size_t* out_left) {
+  using Function = size_t(iconv_t, char**, size_t*, char**, size_t*);
+  static Function* const real = hidden<Function>("iconv");
+  if (!conversion_sticks) return real(handle, in, in_left, out, out_left);
+  errno = E2BIG;
+  return static_cast<size_t>(-1);
 }
 
 }  // extern "C"
@@ -184,6 +194,14 @@ TEST(Charset, ThrowsWhenClosingFails) {
   const std::string got = failure("text", "UTF-8", "ISO-8859-1", true);
   closing_fails = false;
   EXPECT_EQ(got, "Closing conversion from UTF-8 to utf-8 failed");
+}
+
+// It would be asked for the same step for ever.
+TEST(Charset, GivesUpAConversionThatDoesNotMove) {
+  conversion_sticks = true;
+  const std::string got = failure("text", "UTF-8", "ISO-8859-1", true);
+  conversion_sticks = false;
+  EXPECT_EQ(got, "Conversion from UTF-8 to ISO-8859-1");
 }
 
 TEST(Charset, ClosesEveryConversionThatItOpens) {

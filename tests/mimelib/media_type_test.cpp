@@ -105,6 +105,8 @@ constexpr Parameters kParameters[] = {
     {"NoSemicolon", "text/plain charset=utf-8", ""},
     {"CommaForSemicolon", "text/plain, charset=utf-8", ""},
     {"NoSubtype", "text; charset=utf-8", ""},
+    {"NoSubtypeAndTwoParameters", "text; format=flowed; charset=utf-8", ""},
+    {"SlashBehindTheParameters", "text; a=b; c=d /e; f=g", "f=g\n"},
     {"EqualsSignTwice", "text/plain; a==b", "a=b\n"},
     {"BlankInValue", "text/plain; a=b c; d=e", "a=b\nd=e\n"},
     {"SlashInValue", "text/plain; a=b/c", "a=b\n"},

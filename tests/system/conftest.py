@@ -23,6 +23,10 @@ BUILD = CHECKOUT / os.environ.get("KEM_BUILD", "build")
 PROGRAM = BUILD / "autoresponder" / "autoresponder"
 FAULTS = BUILD / "tests" / "libfaults.so"
 SANITIZED = os.environ.get("KEM_SANITIZED") == "ON"
+OPTIMISED = os.environ.get("KEM_BUILD_TYPE", "Release") == "Release"
+# Where it is asked for, what stands in front of the program; its errors end the run with status 97.
+VALGRIND = ["/usr/bin/valgrind", "-q", "--error-exitcode=97", "--leak-check=full",
+            "--errors-for-leak-kinds=definite"] if "KEM_VALGRIND" in os.environ else []
 RECIPIENT = "shop.example-info@shop.example"
 
 # The boundary of the first reply in a run.
@@ -144,7 +148,7 @@ class Panel:
                             "ASAN_OPTIONS": "verify_asan_link_order=0"}
         if isinstance(message, str):
             message = textwrap.dedent(message).encode()
-        return Result(subprocess.run([self.program], input=message, capture_output=True,
+        return Result(subprocess.run([*VALGRIND, self.program], input=message, capture_output=True,
                                      env=environment, **options))
 
     def start(self, recipient=RECIPIENT, env=None, **options):

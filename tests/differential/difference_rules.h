@@ -1,0 +1,22 @@
+#ifndef TESTS_DIFFERENTIAL_DIFFERENCE_RULES_H
+#define TESTS_DIFFERENTIAL_DIFFERENCE_RULES_H
+
+#include <vector>
+
+#include "second_opinion.h"
+
+/// A known difference between GMime's reading and ours.
+struct DifferenceRule {
+  const char* name;
+  const char* reason;
+  /// Changes the reading to ours where the rule has something to say; never anywhere else.
+  void (*apply)(SecondOpinion& opinion);
+};
+
+/// The rules for sender, recipient and subject, in the order in which they apply.
+const std::vector<DifferenceRule>& header_rules();
+
+/// The rules for the charset and body of the text part, in the order in which they apply.
+const std::vector<DifferenceRule>& body_rules();
+
+#endif
