@@ -14,44 +14,50 @@ DwString::DwString(const char* bytes, size_t length)
 DwString::DwString(std::string&& bytes)
     : buffer_(std::make_shared<std::string>(std::move(bytes))), length_(buffer_->size()) {}
 
-// A buffer that no other string uses and that ends where this string ends.
-std::string& DwString::OwnBuffer() const {
-  const bool own = buffer_ && buffer_.use_count() == 1 && start_ + length_ == buffer_->size();
-  if (!own) {
-    buffer_ = std::make_shared<std::string>(data(), length_);
-    start_ = 0;
-  }
-  return *buffer_;
+// Whether no other string uses the buffer and it ends where this string ends.
+bool DwString::OwnsBuffer() const {
+  return buffer_ && buffer_.use_count() == 1 && start_ + length_ == buffer_->size();
+}
+
+// Gives the string a buffer of its own, with room for `more` bytes.
+void DwString::TakeBuffer(size_t more) const {
+  auto own = std::make_shared<std::string>();
+  own->reserve(length_ + more);
+  own->append(data(), length_);
+  buffer_ = std::move(own);
+  start_ = 0;
 }
 
 const char* DwString::c_str() const {
   if (!buffer_) return "";
-  const bool ends_with_buffer = start_ + length_ == buffer_->size();
-  return (ends_with_buffer ? *buffer_ : OwnBuffer()).c_str() + start_;
+  if (start_ + length_ != buffer_->size()) TakeBuffer(0);
+  return buffer_->c_str() + start_;
 }
 
 DwString& DwString::append(const DwString& text) {
-  const DwString kept = text;  // NOLINT: its bytes may be our own, and have to stay
-  return append(kept.data(), kept.length());
+  return append(text.data(), text.length());
 }
 
 DwString& DwString::append(const char* text) {
   return append(text, strlen(text));
 }
 
+// The bytes may be those of the string itself.
 DwString& DwString::append(const char* bytes, size_t length) {
   if (length == 0) return *this;
-  OwnBuffer().append(bytes, length);
+  const std::shared_ptr<std::string> before = OwnsBuffer() ? nullptr : buffer_;
+  if (!OwnsBuffer()) TakeBuffer(length);
+  buffer_->append(bytes, length);
   length_ += length;
   return *this;
 }
 
 void DwString::ConvertToLowerCase() {
-  std::string& buffer = OwnBuffer();
-  std::transform(buffer.begin() + static_cast<std::ptrdiff_t>(start_), buffer.end(),
-                 buffer.begin() + static_cast<std::ptrdiff_t>(start_), [](char c) {
-                   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-                 });
+  if (!OwnsBuffer()) TakeBuffer(0);
+  const auto begin = buffer_->begin() + static_cast<std::ptrdiff_t>(start_);
+  std::transform(begin, buffer_->end(), begin, [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
 }
 
 DwString DwString::Slice(size_t start, size_t count) const {

@@ -40,7 +40,8 @@ class DwString {
  private:
   friend std::istream& getline(std::istream& in, DwString& line);
 
-  std::string& OwnBuffer() const;
+  bool OwnsBuffer() const;
+  void TakeBuffer(size_t more) const;
 
   mutable std::shared_ptr<std::string> buffer_;
   mutable size_t start_ = 0;

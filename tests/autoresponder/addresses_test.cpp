@@ -1,9 +1,10 @@
 #include "autoresponder/addresses.h"
 
-#include <gtest/gtest.h>
 #include <ostream>
 #include <string>
 #include <string_view>
+
+#include <gtest/gtest.h>
 
 using namespace std::string_view_literals;
 

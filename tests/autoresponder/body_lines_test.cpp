@@ -1,12 +1,13 @@
 #include "autoresponder/body_lines.h"
 
-#include <gtest/gtest.h>
 #include <iterator>
 #include <ostream>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 using namespace std::string_view_literals;
 

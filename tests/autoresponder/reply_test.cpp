@@ -1,12 +1,13 @@
 #include "autoresponder/reply.h"
 
 #include <cstdlib>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <ostream>
 #include <sstream>
 #include <string>
 #include <string_view>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 using namespace std::string_view_literals;
 

@@ -1,9 +1,10 @@
 #include "autoresponder/rule.h"
 
-#include <gtest/gtest.h>
 #include <optional>
 #include <ostream>
 #include <string>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -3,10 +3,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <ostream>
 #include <string>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <dlfcn.h>
-#include <gtest/gtest.h>
 #include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
 
+#include <gtest/gtest.h>
 #include <iconv.h>
 
 #include "support/ex_error.h"

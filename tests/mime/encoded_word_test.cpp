@@ -1,10 +1,11 @@
 #include "mime/encoded_word.h"
 
-#include <gtest/gtest.h>
 #include <ostream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+
+#include <gtest/gtest.h>
 
 #include "support/ex_error.h"
 

@@ -1,10 +1,11 @@
 #include "mime/header_encode.h"
 
-#include <gtest/gtest.h>
 #include <ostream>
 #include <sstream>
 #include <string>
 #include <string_view>
+
+#include <gtest/gtest.h>
 
 using namespace std::string_view_literals;
 

@@ -1,10 +1,11 @@
 #include "mimelib/entity.h"
 
-#include <gtest/gtest.h>
 #include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
+
+#include <gtest/gtest.h>
 
 using namespace std::string_view_literals;
 

@@ -1,12 +1,12 @@
 #include <algorithm>
 #include <cstdlib>
-#include <gtest/gtest.h>
 #include <malloc.h>
 #include <memory>
 #include <new>
 #include <string>
 #include <unistd.h>
 
+#include <gtest/gtest.h>
 #include <mimelib/mimepp.h>
 
 // A stranger decides how many elements the lists of a message have. They are walked here as long as

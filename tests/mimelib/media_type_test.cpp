@@ -1,9 +1,10 @@
 #include "mimelib/media_type.h"
 
-#include <gtest/gtest.h>
 #include <ostream>
 #include <string>
 #include <string_view>
+
+#include <gtest/gtest.h>
 
 using namespace std::string_view_literals;
 

@@ -1,12 +1,12 @@
 #include <fstream>
-#include <gtest/gtest.h>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <ostream>
 #include <string>
 
+#include <gtest/gtest.h>
 #include <mimelib/mimepp.h>
+#include <nlohmann/json.hpp>
 
 // What the program makes of recorded messages, through the calls that it makes. A character of a
 // string in the file is one byte; null stands for none.

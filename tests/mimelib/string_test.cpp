@@ -1,10 +1,11 @@
 #include "mimelib/string.h"
 
 #include <cstring>
-#include <gtest/gtest.h>
 #include <memory>
 #include <sstream>
 #include <string>
+
+#include <gtest/gtest.h>
 
 using namespace std::string_literals;
 
@@ -236,6 +237,16 @@ TEST(String, GrowsByAMillionLinesInLinearTime) {
   for (int i = 0; i < 1000000; ++i) text.append(line).append("\n", 1);
   ASSERT_EQ(text.length(), 5000000U);
   EXPECT_EQ(bytes_of(text.Slice(4999990, 10)), "line\nline\n");
+}
+
+TEST(DwString, AppendsItsOwnBytesAsTheLastUserOfASlice) {
+  DwString part;
+  {
+    const DwString whole("forty-two bytes that do not fit in a small");
+    part = whole.Slice(0, 20);
+  }
+  part.append(part.data(), part.length());
+  EXPECT_TRUE(part == "forty-two bytes thatforty-two bytes that");
 }
 
 }  // namespace

@@ -1,11 +1,11 @@
 #include "support/idn.h"
 
 #include <dlfcn.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <ostream>
 #include <string>
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <idna.h>
 
 #include "support/owned.h"

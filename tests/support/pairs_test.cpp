@@ -1,10 +1,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "support/templates.h"
 

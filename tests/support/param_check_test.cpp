@@ -1,9 +1,10 @@
 #include "support/param_check.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <ostream>
 #include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "support/get.h"
 

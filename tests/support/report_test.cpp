@@ -2,13 +2,14 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <ostream>
 #include <string>
 #include <string_view>
 #include <sys/resource.h>
 #include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "support/owned.h"
 

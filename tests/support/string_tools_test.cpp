@@ -1,7 +1,9 @@
 #include <climits>
 #include <cstring>
-#include <gtest/gtest.h>
 #include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "support/report.h"
 #include "support/strings.h"
@@ -74,7 +76,9 @@ TEST(StrnReplace, ReturnsTheSourceWithoutMemory) {
   const char* const source = "abc";
   testing::internal::CaptureStderr();
   EXPECT_EQ(strn_replace(source, destination, "b", "X", SIZE_MAX / 2), source);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "strn_replace: Cannot allocate memory\n");
+  // A sanitizer has its own word before it.
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              testing::EndsWith("strn_replace: Cannot allocate memory\n"));
   EXPECT_STREQ(destination, "kept");
 }
 
@@ -163,7 +167,7 @@ TEST_F(Fatal, CheckAllProcessedEndsTheProcessWhenCountsDiffer) {
 }
 
 TEST_F(Fatal, XreallocEndsTheProcessWithoutMemory) {
-  EXPECT_EXIT(xrealloc(nullptr, SIZE_MAX / 2), testing::ExitedWithCode(1), "^alloc\\(-1\\)\n");
+  EXPECT_EXIT(xrealloc(nullptr, SIZE_MAX / 2), testing::ExitedWithCode(1), "alloc\\(-1\\)\n");
 }
 
 TEST(Xrealloc, GrowsWhatItIsGiven) {

@@ -2,11 +2,12 @@
 
 #include <cstdint>
 #include <cstring>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <ostream>
 #include <string>
 #include <string_view>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "support/mysql_owned.h"
 #include "support/owned.h"

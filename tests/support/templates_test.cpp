@@ -1,10 +1,11 @@
 #include "support/templates.h"
 
-#include <gtest/gtest.h>
 #include <iterator>
 #include <ostream>
 #include <string>
 #include <string_view>
+
+#include <gtest/gtest.h>
 
 namespace {
 
