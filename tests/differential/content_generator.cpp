@@ -169,7 +169,8 @@ Entity make_multipart(Random& random, unsigned depth) {
   if (random.Chance(20)) entity.fields.emplace_back("Content-Transfer-Encoding: 8bit");
   const std::string delimiter = "--" + boundary;
   if (random.Chance(40)) entity.body = "This is a preamble.\nContent-Type: text/plain\n\n";
-  if (random.Chance(10)) entity.body += delimiter + "x is no delimiter\n";
+  // A line that only starts like a delimiter; what follows would make a text part.
+  if (random.Chance(10)) entity.body += delimiter + "x: y\nContent-Type: text/plain\n\nno part\n";
   for (size_t parts = 1 + random.Below(4); parts > 0; --parts) {
     entity.body += delimiter + (random.Chance(5) ? " \t\n" : "\n");
     entity.body += make_content(random, depth + 1).Text() + "\n";

@@ -1,9 +1,10 @@
 #include <algorithm>
-#include <gtest/gtest.h>
 #include <iostream>
 #include <set>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "difference_rules.h"
 #include "message_generator.h"

@@ -1,9 +1,10 @@
 #include <algorithm>
-#include <gtest/gtest.h>
 #include <iostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "message_generator.h"
 #include "mutation.h"

@@ -1,8 +1,8 @@
 #include "reading.h"
 
-#include <gtest/gtest.h>
 #include <memory>
 
+#include <gtest/gtest.h>
 #include <mimelib/mimepp.h>
 
 #include "autoresponder/addresses.h"

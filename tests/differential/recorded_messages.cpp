@@ -1,8 +1,9 @@
 #include "recorded_messages.h"
 
 #include <fstream>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
+
+#include <nlohmann/json.hpp>
 
 namespace {
 

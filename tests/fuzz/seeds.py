@@ -28,20 +28,23 @@ def corpus(messages):
     for value in [
         b"=?utf-8?Q?Caf=C3=A9?= =?utf-8?B?QUJD?=", b"Re: =?utf-8?q?x_y?=  tail",
         b"=?utf-8?Q?abc?=xyz", b"=?utf-8?X?abc?=", b"=?utf-8", b"=?utf-8?Q", b"=?utf-8?Q?abc",
-        b"?= =?utf-8?Q?abc?=", b"=?utf-8?Q?abc?= ", b"=?x-unknown?Q?abc?=", b"=?ISO-2022-JP?B?GyRCJCIbKEI=?=",
+        b"?= =?utf-8?Q?abc?=", b"=?utf-8?Q?abc?= ", b"=?x-unknown?Q?abc?=",
+        b"=?ISO-2022-JP?B?GyRCJCIbKEI=?=",
         b"=?UCS-4?B?f////w==?=", b"=?utf-8?Q?=C3?= tail", "=?utf-8?Q?ä?= ö".encode(),
     ]:
         yield "encoded_word", value
         yield "intake", b"\nFrom: a@b\nTo: c@d\nSubject: " + value + b"\n\nbody\n"
         yield "codecs", value.split(b"?")[3] if value.count(b"?") > 3 else value
     yield "intake", b"=\nFrom: a@b\n\nempty recipient"
+    yield "intake", b'\nFrom: "a\0b"@c\nTo: d@"e\0"\n\naddresses end at a NUL'
     yield "intake", b"\nFrom: a@b\nTo: c@d\nSubject: =?utf-8?Q?a?= \0\n\nends in blanks"
 
     for data in [b"", b"Q", b"QQ==QUJD", b"Q\r\nQ==", b"QU*JD", b"=4G=G1= A=-1=0x", b"abc=",
                  b"soft=\r\nhard \r\n=3D=ZZ=", b"\xc1=\xb4\xb1\n"]:
         yield "codecs", data
 
-    for choices in [b"\0\0", b"\6\0", b"\0\6", b"\x0a\0", b"\0\x14", b"\x14\0", b"\x3a\x24", b"\0\x3a"]:
+    for choices in [b"\0\0", b"\6\0", b"\0\6", b"\x0a\0", b"\0\x14", b"\x14\0", b"\x3a\x24",
+                    b"\0\x3a"]:
         for repeats in b"\0\xff":
             yield "charset", choices + bytes([repeats]) + "plain, Grüße, 日本語, 😀".encode()
         yield "charset", choices + b"\0A\xffB\xc3"
@@ -56,14 +59,17 @@ def corpus(messages):
         for capacity in b"\x03\xe7", b"\0\x14", b"\0\x01":
             head = bytes([options]) + capacity + b"\0"
             yield "template_subst", head + table + b"To <to> from <from>: <subject> <unknown><>"
-            yield "template_subst", head + table + b"<<from>> <" + 33 * b"n" + b"> <long><long> tail"
+            yield "template_subst", head + table + b"<<from>> <" + 33 * b"n" + b"> <long> tail"
 
     for size in b"\x10\0", b"\0\6", b"\0\0":
         yield "string_tools", size + b"\0" + b"b\0BBB\0abcabc"
         yield "string_tools", size + b"\0" + b"\0X\0abc def\nnext"
+    for length in 4095, 4096, 4097:
+        yield "string_tools", b"\x20\0\0" + b"key=\0v\0key=" + length * b"v"
     yield "string_tools", b"\x20\0\xff" + b"key=\0v\0  key=" + 60 * b"v" + b" \t\r\n"
 
-    conf = b"# kem\n PRODUCT_ROOT_D \t/opt/kem  \r\nQMAIL_ROOT_D /var/qmail with blank\nEMPTY\nLAST   "
+    conf = (b"# kem\n PRODUCT_ROOT_D \t/opt/kem  \r\n"
+            b"QMAIL_ROOT_D /var/qmail with blank\nEMPTY\nLAST   ")
     for key in b"PRODUCT_ROOT_D", b"QMAIL_ROOT_D", b"EMPTY", b"LAST", b"#", b"NONE":
         yield "conf", key + b"\0" + conf
 
