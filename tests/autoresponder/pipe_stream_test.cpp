@@ -4,15 +4,31 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+namespace {
+
+bool popen_fails = false;
+
+}  // namespace
+
+// Stands in front of the C library's. A real shortage of descriptors would hit the sanitizers too.
+extern "C" FILE* popen(const char* command, const char* mode) {
+  if (popen_fails) {
+    errno = EMFILE;
+    return nullptr;
+  }
+  using Popen = FILE* (*)(const char*, const char*);
+  return reinterpret_cast<Popen>(dlsym(RTLD_NEXT, "popen"))(command, mode);
+}
 
 namespace {
 
@@ -149,25 +165,18 @@ TEST_F(PipeStream, FailsForARefusedCommand) {
   EXPECT_FALSE(std::filesystem::exists(Path("it's")));
 }
 
-// Without a free descriptor there is no pipe.
-class NoDescriptors {
+// While it lives, there is no pipe to be had.
+class NoPipes {
  public:
-  NoDescriptors() {
-    getrlimit(RLIMIT_NOFILE, &before_);
-    const rlimit none = {0, before_.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
-  }
-  ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
-  NoDescriptors(const NoDescriptors&) = delete;
-  NoDescriptors& operator=(const NoDescriptors&) = delete;
-
- private:
-  rlimit before_{};
+  NoPipes() { popen_fails = true; }
+  ~NoPipes() { popen_fails = false; }
+  NoPipes(const NoPipes&) = delete;
+  NoPipes& operator=(const NoPipes&) = delete;
 };
 
 TEST_F(PipeStream, FailsWithoutAPipe) {
   const ShellCommand command = Store();
-  const NoDescriptors none;
+  const NoPipes none;
   opipestream out(command);
   EXPECT_TRUE(out.fail());
   EXPECT_FALSE(out.refused());
@@ -176,7 +185,7 @@ TEST_F(PipeStream, FailsWithoutAPipe) {
 TEST_F(PipeStream, WritesNothingOnceItHasFailed) {
   const ShellCommand command = Store();
   {
-    const NoDescriptors none;
+    const NoPipes none;
     opipestream out(command);
     out << "lost" << std::endl;
     EXPECT_TRUE(out.fail());

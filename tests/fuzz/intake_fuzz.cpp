@@ -70,11 +70,16 @@ class Spool {
   Spool(const Spool&) = delete;
   Spool& operator=(const Spool&) = delete;
 
-  static std::string Bytes() {
+  // Its bytes. The file is gone before anything can end the process over them.
+  std::string Take() {
     std::ifstream file(spool_file_path, std::ios::binary);
+    unlink(spool_file_path);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   }
 };
+}
+}
+;
 
 // A field's text as far as it is handed on: up to its first NUL.
 std::string raw_field(DwMessageComponent& field) {
@@ -162,11 +167,10 @@ void check(const IncomingMessage& record, DwMessage& message) {
 }
 
 // The intake's result; nothing where it threw what it may throw for a subject.
-std::optional<int> take_in(IncomingMessage& record, const std::string& raw_subject) {
+std::optional<int> take_in(IncomingMessage& record) {
   try {
     return read_incoming_message(record);
   } catch (const std::out_of_range&) {
-    require(ends_in_word_and_blanks(raw_subject), "nothing but a subject's last blanks throws");
     return std::nullopt;
   }
 }
@@ -187,10 +191,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const StandardInput standard_input(text);
   const Spool spool;
   IncomingMessage record;
-  const auto status =
-      take_in(record, headers.HasSubject() ? raw_field(headers.Subject()) : std::string());
-  require(Spool::Bytes() == spooled, "the spool file is the input and a newline");
-  if (!status) return 0;
+  const auto status = take_in(record);
+  require(spool.Take() == spooled, "the spool file is the input and a newline");
+  if (!status) {
+    require(headers.HasSubject() && ends_in_word_and_blanks(raw_field(headers.Subject())),
+            "nothing but a subject's last blanks throws");
+    return 0;
+  }
   require(*status == 0 || *status == 1, "the intake ends with 0 or 1");
   if (*status == 0) {
     check(record, *message);
