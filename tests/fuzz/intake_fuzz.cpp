@@ -71,15 +71,12 @@ class Spool {
   Spool& operator=(const Spool&) = delete;
 
   // Its bytes. The file is gone before anything can end the process over them.
-  std::string Take() {
+  std::string Take() const {
     std::ifstream file(spool_file_path, std::ios::binary);
     unlink(spool_file_path);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   }
 };
-}
-}
-;
 
 // A field's text as far as it is handed on: up to its first NUL.
 std::string raw_field(DwMessageComponent& field) {
