@@ -69,10 +69,10 @@ void cut_conf_lines(char* text, size_t length) {
   }
 }
 
-const char* find_conf_value(const char* image, size_t length, const char* key) {
+const char* find_conf_value(const char* text, size_t length, const char* key) {
   const size_t key_length = strlen(key);
-  const char* const end = image + length;
-  for (const char* line = image; line < end; line += strlen(line) + 1) {
+  const char* const end = text + length;
+  for (const char* line = text; line < end; line += strlen(line) + 1) {
     line = skip_space(line);
     if (strncmp(line, key, key_length) == 0 && is_space(line[key_length])) {
       return skip_space(line + key_length);

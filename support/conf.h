@@ -59,7 +59,7 @@ const char* conf_lookup(const char* key);
 /// behind its `length` bytes) at its newline and drops the white space in front of it, in place;
 /// and finds the value of `key` in the result, or null.
 void cut_conf_lines(char* text, size_t length);
-const char* find_conf_value(const char* image, size_t length, const char* key);
+const char* find_conf_value(const char* text, size_t length, const char* key);
 
 /// As `conf_lookup`, but a null or empty value ends the process with status 1 and
 /// "Error: %s not defined".

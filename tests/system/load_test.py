@@ -81,24 +81,23 @@ def test_every_message_is_answered_once_and_whole(panel):
           f" {MESSAGES / seconds:.0f} a second")
 
 
-def test_the_count_of_one_sender_is_never_above_the_answers(panel):
-    # The statements are not locked: of two runs at once both may read the same number, and both may
-    # insert the sender's first row. So answers can be more than the count, never fewer.
+def test_one_sender_at_once_is_answered_every_time(panel):
+    # The statements are not locked: of two runs at once both may insert the sender's first row, both
+    # may read the same number, and a slow one may write back a small one. So the numbers are no more
+    # than a bound from below on the answers.
     panel.rule(ans_freq=1000000)
     ends, _ = deliver(panel, lambda number: message(subject=f"message {number}"))
     assert ends == [(0, b"")] * MESSAGES
     assert mails() == {("otto@customer.example", f"message {n}"): 1 for n in range(MESSAGES)}
-    rows = panel.senders()
-    counted = sum(int(num) for _, _, num in rows)
-    assert len(rows) <= DELIVERIES
-    assert MESSAGES / DELIVERIES <= counted <= MESSAGES
+    numbers = [int(num) for _, _, num in panel.senders()]
+    assert 1 <= len(numbers) <= DELIVERIES
+    assert 1 <= max(numbers) <= MESSAGES
 
 
-def test_a_limit_is_passed_by_no_more_than_the_deliveries_at_once(panel):
+def test_a_limit_holds_but_for_what_is_under_way(panel):
     panel.rule(ans_freq=10)
     ends, _ = deliver(panel, lambda number: message(subject=f"message {number}"))
     assert ends == [(0, b"")] * MESSAGES
     answers = mails()
     assert set(answers.values()) == {1}
-    # Each of the ten counts can be read by all deliveries at once before one of them raises it.
-    assert 10 <= len(answers) <= 10 * DELIVERIES
+    assert 10 <= len(answers) < MESSAGES

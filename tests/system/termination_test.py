@@ -11,15 +11,22 @@ import panel as sandbox
 from conftest import message, wait_until
 
 SIGNALS = [signal.SIGTERM, signal.SIGINT, signal.SIGHUP]
-HANGING = "#!/bin/sh\n: >/run/panel/hangs\nexec /bin/sleep 100\n"
+HANGING = "#!/bin/sh\necho $$ >/run/panel/hangs.new\nmv /run/panel/hangs.new /run/panel/hangs\n" \
+          "exec /bin/sleep 100\n"
 HANGS = Path("/run/panel/hangs")
+
+
+def hangs():
+    """Whether the command that hangs is still there."""
+    return HANGS.exists() and Path(f"/proc/{HANGS.read_text().strip() or 0}/comm").exists()
 
 
 @pytest.fixture(autouse=True)
 def _no_hanging_command():
     HANGS.unlink(missing_ok=True)
     yield
-    os.system("pkill -KILL -x sleep")
+    if hangs():
+        os.kill(int(HANGS.read_text()), signal.SIGKILL)
 
 
 def feed(process, text=None):
@@ -77,7 +84,7 @@ def test_while_sendmail_hangs(panel, number, what):
 
 
 def test_an_interrupt_waits_for_sendmail_as_system_does(panel):
-    sandbox.write_sendmail("#!/bin/sh\n: >/run/panel/hangs\n/bin/sleep 0.3\n" + sandbox.SENDMAIL[10:])
+    sandbox.write_sendmail("#!/bin/sh\necho 0 >/run/panel/hangs\n/bin/sleep 0.3\n" + sandbox.SENDMAIL[10:])
     panel.rule()
     process = panel.start()
     feed(process)
@@ -94,8 +101,8 @@ def test_while_attachments_are_appended(panel, number, step):
     tools = sandbox.HOME / "tools"
     tools.mkdir(exist_ok=True)
     hang = tools / "uuencode"
-    hang.write_text("#!/bin/sh\ncase $3 in *z.txt) : >/run/panel/hangs; exec /bin/sleep 100;; esac\n"
-                    "exec /usr/bin/uuencode \"$@\"\n")
+    hang.write_text(HANGING.replace("echo", "case $3 in *z.txt) ;; *)"
+                                    " exec /usr/bin/uuencode \"$@\";; esac\necho", 1))
     hang.chmod(0o755)
     names = ["z.txt", "a.txt"] if step == "first" else ["a.txt", "z.txt"]
     panel.attach(panel.rule(), *names)
@@ -106,7 +113,7 @@ def test_while_attachments_are_appended(panel, number, step):
     assert_died_of(process, number, panel)
     time.sleep(0.1)  # nobody is left who could create the file again
     assert panel.temporary_files() == []
-    assert os.system("pgrep -x sleep >/dev/null") != 0
+    assert not hangs()
 
 
 def test_at_random_moments(panel):
