@@ -127,14 +127,20 @@ class Database:
             shutil.copytree(TEMPLATE, DATA, symlinks=True)
         self.start()
 
-    def start(self):
+    def restart(self, *more_options):
+        """Shuts the server down in order and starts it with further options for this time."""
+        self.process.terminate()
+        self.process.wait()
+        self.start(*more_options)
+
+    def start(self, *more_options):
         SOCKET.parent.mkdir(parents=True, exist_ok=True)
         self.process = subprocess.Popen(
             ["setpriv", "--pdeathsig", "KILL", "mariadbd", "--no-defaults", "--user=root",
              f"--datadir={DATA}", f"--socket={SOCKET}", f"--pid-file={HOME}/mysqld.pid",
              "--skip-networking", "--innodb-buffer-pool-size=16M", "--innodb-log-file-size=4M",
              "--innodb-flush-log-at-trx-commit=0", "--skip-log-bin", "--key-buffer-size=1M",
-             "--performance-schema=OFF", *self.options],
+             "--performance-schema=OFF", *self.options, *more_options],
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
             stderr=open(HOME / "mysqld.log", "ab"))
         deadline = time.monotonic() + 60

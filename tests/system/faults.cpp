@@ -8,7 +8,8 @@
 //   signal=S@N      signal number S arrives in front of the Nth of all these calls
 //   kill=PID@N      process PID is killed in front of the Nth of all these calls
 // where CALL is mkstemp, popen, system, mysql_init, mysql_real_query (which every statement passes,
-// the four of the session among them), mysql_store_result or iconv_close. A failing query reaches
+// the four of the session among them), mysql_store_result, mysql_fetch_row or iconv_close, or
+// null_columns for a row whose columns are all NULL. A failing query reaches
 // the server as one that it does not understand.
 
 #include <cerrno>
@@ -118,6 +119,15 @@ void* mysql_store_result(void* handle) {
   if (!fails("mysql_store_result", calls)) return result;
   next<void (*)(void*)>("mysql_free_result")(result);
   return nullptr;
+}
+
+char** mysql_fetch_row(void* result) {
+  static int calls = 0;
+  static int null_calls = 0;
+  static char* nulls[16] = {};
+  char** const row = next<char** (*)(void*)>("mysql_fetch_row")(result);
+  if (fails("mysql_fetch_row", calls)) return nullptr;
+  return row != nullptr && fails("null_columns", null_calls) ? nulls : row;
 }
 
 int iconv_close(iconv_t handle) {

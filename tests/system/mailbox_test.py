@@ -220,6 +220,30 @@ def test_reports_a_version_without_a_result(panel):
                          b"DB error (store query result): unknown error")
 
 
+def test_reports_a_version_without_a_row(panel):
+    assert_not_connected(panel.run(message(), faults="mysql_fetch_row#1"),
+                         b"DB error (fetch version row): unknown error")
+
+
+def test_reports_an_empty_version(panel):
+    assert_not_connected(panel.run(message(), faults="null_columns#1"),
+                         b"DB error (empty version result): unknown error")
+
+
+@pytest.mark.parametrize("version, names", [
+    ("3.23.58", 0), ("4.0.27", 0), ("4.1.0", 1), ("4.00", 1), ("30.1", 1)])
+def test_an_old_server_is_not_asked_for_a_character_set(panel, version, names):
+    panel.rule()
+    panel.database.restart(f"--version={version}")
+    try:
+        sent = panel.statements(lambda: panel.run(message()))
+    finally:
+        panel.database.restart()
+    assert sent[:2] == SESSION[:2]
+    assert sum(statement.startswith("SET NAMES") for statement in sent) == names
+    assert len(panel.mails()) == 1
+
+
 def test_counts_a_missing_result_of_the_setting_as_no_setting(panel):
     panel.sql("insert into misc (param, val) values ('mysql41_compatible', 'true')")
     sent = panel.statements(lambda: panel.run(message(), faults="mysql_store_result#2"))
