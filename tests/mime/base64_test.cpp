@@ -1,34 +1,20 @@
 #include "mime/base64.h"
 
-#include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "payload.h"
+
 using namespace std::string_view_literals;
 
 namespace {
 
-struct Payload {
-  const char* name;
-  std::string_view payload;
-  std::string_view want;
-  std::string_view message;
-};
-
-void PrintTo(const Payload& row, std::ostream* out) {
-  *out << row.name;
-}
-
 class Base64 : public testing::TestWithParam<Payload> {};
 
 TEST_P(Base64, Decodes) {
-  const Payload& row = GetParam();
-  testing::internal::CaptureStderr();
-  const std::string got = base64_decode(row.payload);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), row.message);
-  EXPECT_EQ(got, row.want);
+  expect_decoded(GetParam(), base64_decode);
 }
 
 constexpr Payload kPayloads[] = {

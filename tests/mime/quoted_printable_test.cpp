@@ -1,34 +1,20 @@
 #include "mime/quoted_printable.h"
 
-#include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "payload.h"
+
 using namespace std::string_view_literals;
 
 namespace {
 
-struct Payload {
-  const char* name;
-  std::string_view payload;
-  std::string_view want;
-  std::string_view message;
-};
-
-void PrintTo(const Payload& row, std::ostream* out) {
-  *out << row.name;
-}
-
 class QuotedPrintable : public testing::TestWithParam<Payload> {};
 
 TEST_P(QuotedPrintable, Decodes) {
-  const Payload& row = GetParam();
-  testing::internal::CaptureStderr();
-  const std::string got = qp_decode(row.payload);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), row.message);
-  EXPECT_EQ(got, row.want);
+  expect_decoded(GetParam(), qp_decode);
 }
 
 constexpr Payload kPayloads[] = {

@@ -1,0 +1,29 @@
+#ifndef TESTS_MIME_PAYLOAD_H
+#define TESTS_MIME_PAYLOAD_H
+
+#include <ostream>
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+/// A row for the decoders of encoded words: what a payload gives, and what standard error shows.
+struct Payload {
+  const char* name;
+  std::string_view payload;
+  std::string_view want;
+  std::string_view message;
+};
+
+inline void PrintTo(const Payload& row, std::ostream* out) {
+  *out << row.name;
+}
+
+inline void expect_decoded(const Payload& row, std::string (*decode)(std::string_view)) {
+  testing::internal::CaptureStderr();
+  const std::string got = decode(row.payload);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), row.message);
+  EXPECT_EQ(got, row.want);
+}
+
+#endif
