@@ -1,26 +1,16 @@
 #include "mimelib/entity.h"
 
-#include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "../parsed_message.h"
+
 using namespace std::string_view_literals;
 
 namespace {
-
-std::string bytes_of(const DwString& text) {
-  return {text.data(), text.length()};
-}
-
-std::unique_ptr<DwMessage> parsed(std::string_view text) {
-  std::unique_ptr<DwMessage> message(
-      DwMessage::NewMessage(DwString(text.data(), text.size()), nullptr));
-  message->Parse();
-  return message;
-}
 
 struct Entity {
   const char* name;
