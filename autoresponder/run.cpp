@@ -1,10 +1,10 @@
 #include "autoresponder/run.h"
 
-#include <string>
 #include <unistd.h>
 
 #include "autoresponder/incoming_message.h"
 #include "autoresponder/intake.h"
+#include "autoresponder/loop_guard.h"
 #include "autoresponder/process.h"
 #include "autoresponder/responder.h"
 #include "autoresponder/temporary_files.h"
@@ -26,20 +26,6 @@ void become_root() {
   cleanup_and_exit();
 }
 
-// Kept: these three spellings, as substrings of the whole address, and no others.
-bool is_mailer_daemon(const std::string& sender) {
-  for (const char* name : {"MAILER-DAEMON", "mailer-daemon", "DrWEB-DAEMON"}) {
-    if (sender.find(name) != std::string::npos) return true;
-  }
-  return false;
-}
-
-// Kept: the messages name From even when the sender was taken from Reply-To, and "equial".
-void guard_against_loops(const IncomingMessage& message) {
-  if (message.sender == message.recipient) refuse("Field From: equial field To:");
-  if (is_mailer_daemon(message.sender)) refuse("Field From: contains MAILER-DAEMON");
-}
-
 }  // namespace
 
 void run(const char* program) {
@@ -50,7 +36,8 @@ void run(const char* program) {
   become_root();
   remove_files_on_termination();
   if (read_incoming_message(message) != 0) refuse("Abnormal exit.");
-  guard_against_loops(message);
+  const LoopGuard guard = loop_guard(message);
+  if (guard != LoopGuard::kPassed) refuse(loop_guard_diagnostic(guard));
   run_responder(message);
   cleanup_and_exit();
 }
