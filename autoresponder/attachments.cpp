@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 
-#include "autoresponder/notification.h"
 #include "autoresponder/temporary_files.h"
 #include "mime/header_encode.h"
 #include "support/conf.h"
@@ -15,60 +14,52 @@ std::string store_directory(const MailboxRef& mailbox) {
          "/@attachments";
 }
 
-bool exists(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0;
-}
-
 // The shell steps for one file: boundary and headers, then its base64 lines without the first and
 // last line of uuencode. Kept: the blank line at the end goes to the command's own output.
-void add_steps(ShellCommand& command, const std::string& path, const std::string& name,
-               const std::string& boundary) {
+void add_steps(ShellCommand& command, const Attachment& attachment, const std::string& boundary) {
   command.Text("echo '--").Value(boundary).Text("\n");
   command.Text("Content-Type: application/octet-stream\n");
   command.Text("Content-Transfer-Encoding: base64\n");
   command.Text("Content-Disposition: attachment;\n\tfilename=\"");
-  command.Value(header_encode(name)).Text("\"\n' >>").Text(response_file_path).Text(" ; ");
-  command.Text("uuencode -m -- '").Value(path).Text("' '").Value(name);
+  command.Value(header_encode(attachment.name));
+  command.Text("\"\n' >>").Text(response_file_path).Text(" ; ");
+  command.Text("uuencode -m -- '").Value(attachment.path).Text("' '").Value(attachment.name);
   command.Text("' | sed -e '1d;$d' >>").Text(response_file_path).Text(" ; echo ; ");
 }
 
-void add_attachment(Attachments& attachments, const std::string& filename, const std::string& store,
-                    const std::string& boundary) {
+void look_for(const std::string& filename, const std::string& store, AttachmentList& attachments) {
   std::string untrimmed = filename;
   const std::string name = str_trim(untrimmed.data());
   const std::string path = store + "/" + name;
-  if (!exists(path)) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) == 0) {
+    attachments.found.push_back({name, path, status.st_size});
+  } else {
     attachments.missing += name + "\n";
-    return;
   }
-  ++attachments.count;
-  add_steps(attachments.command, path, name, boundary);
 }
 
 }  // namespace
 
-Attachments collect_attachments(PanelDatabase& database, const ResponderRule& rule,
-                                const MailboxRef& mailbox, const IncomingMessage& message,
-                                const std::string& boundary) {
-  Attachments attachments;
+AttachmentList find_attachments(PanelDatabase& database, const std::string& rule_id,
+                                const MailboxRef& mailbox) {
+  AttachmentList attachments;
   const std::string store = store_directory(mailbox);
-  {
-    Rows rows = database.Query("select filename from resp_attach where rn_id=" + rule.id);
-    while (const Row row = rows.Next()) {
-      const std::string filename = text_or(row[0], "");
-      if (!filename.empty()) add_attachment(attachments, filename, store, boundary);
-    }
-  }
-  if (!attachments.missing.empty()) {
-    notify_owner(database, rule.reply_to, message, attachments.missing);
+  Rows rows = database.Query("select filename from resp_attach where rn_id=" + rule_id);
+  while (const Row row = rows.Next()) {
+    const std::string filename = text_or(row[0], "");
+    if (!filename.empty()) look_for(filename, store, attachments);
   }
   return attachments;
 }
 
-void append_attachments(const Attachments& attachments, const std::string& boundary) {
-  if (attachments.count == 0) return;
-  ShellCommand command = attachments.command;
-  command.Text("echo '--").Value(boundary).Text("--' >>").Text(response_file_path).Text(" ; ");
-  hand_to_shell(command, ShellUse::kWriteFile);
+ShellCommand attachment_command(const std::vector<Attachment>& found, const std::string& boundary) {
+  ShellCommand command;
+  for (const Attachment& attachment : found) add_steps(command, attachment, boundary);
+  command.Text("echo '--").Value(boundary).Text("--' >>");
+  return command.Text(response_file_path).Text(" ; ");
+}
+
+void append_attachments(const std::vector<Attachment>& found, const std::string& boundary) {
+  if (!found.empty()) hand_to_shell(attachment_command(found, boundary), ShellUse::kWriteFile);
 }

@@ -1,30 +1,37 @@
 #ifndef AUTORESPONDER_ATTACHMENTS_H
 #define AUTORESPONDER_ATTACHMENTS_H
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
-#include "autoresponder/incoming_message.h"
 #include "autoresponder/mailbox.h"
 #include "autoresponder/panel_database.h"
-#include "autoresponder/rule.h"
 #include "autoresponder/shell.h"
 
-/// The attachments of a rule that fires.
-struct Attachments {
-  int count = 0;         ///< the files that exist
-  ShellCommand command;  ///< appends them to the response file as MIME parts
-  std::string missing;   ///< the names of those that do not, a newline behind each
+/// A file in a mailbox's attachment store.
+struct Attachment {
+  std::string name;  ///< as the rule names it, without blanks around it
+  std::string path;
+  int64_t size;  ///< bytes
 };
 
-/// Finds the rule's attachments in the mailbox's store and prepares the command that appends those
-/// that exist; `boundary` separates the parts. The owner is notified about missing ones. A failing
-/// query ends the run with its diagnostic and status 0.
-Attachments collect_attachments(PanelDatabase& database, const ResponderRule& rule,
-                                const MailboxRef& mailbox, const IncomingMessage& message,
-                                const std::string& boundary);
+/// The attachments that a rule names.
+struct AttachmentList {
+  std::vector<Attachment> found;
+  std::string missing;  ///< the names of those that do not exist, a newline behind each
+};
 
-/// Appends the attachments and the closing boundary to the response file; nothing where there are
-/// none. Where a name holds a single quote none is appended.
-void append_attachments(const Attachments& attachments, const std::string& boundary);
+/// Looks for a rule's attachments in the mailbox's store. A failing query stops the engine.
+AttachmentList find_attachments(PanelDatabase& database, const std::string& rule_id,
+                                const MailboxRef& mailbox);
+
+/// The command that appends `found`, which is not empty, to the response file as MIME parts, and
+/// the closing boundary.
+ShellCommand attachment_command(const std::vector<Attachment>& found, const std::string& boundary);
+
+/// Runs that command; does nothing where no file was found. Where a name holds a single quote
+/// nothing is appended.
+void append_attachments(const std::vector<Attachment>& found, const std::string& boundary);
 
 #endif

@@ -1,13 +1,17 @@
 #include "autoresponder/body_lines.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "autoresponder/search.h"
 
 BodyLines::BodyLines(std::string text) : text_(std::move(text)), has_lines_(true) {}
 
-bool BodyLines::Contain(std::string_view key) const {
-  return has_lines_ && key.find('\n') == std::string_view::npos && contains(text_, key);
+size_t BodyLines::FirstWith(std::string_view key) const {
+  if (!has_lines_ || key.find('\n') != std::string_view::npos) return 0;
+  const char* const found = find_text(text_, key);
+  if (found == nullptr) return 0;
+  return 1 + static_cast<size_t>(std::count(text_.data(), found, '\n'));
 }
 
 BodyLines::Iterator::Iterator(std::string_view text, size_t position)

@@ -47,9 +47,9 @@ class BodyLines {
   Iterator end() const { return {text_, Iterator::kEnd}; }
   bool empty() const { return !has_lines_; }
 
-  /// Whether `key` occurs within a line; in time linear in the text. An empty key does where there
-  /// is a line, one with a newline nowhere.
-  bool Contain(std::string_view key) const;
+  /// The number, from 1 on, of the first line within which `key` occurs, or 0; in time linear in
+  /// the text. An empty key occurs where there is a line, one with a newline nowhere.
+  size_t FirstWith(std::string_view key) const;
 
  private:
   std::string text_;

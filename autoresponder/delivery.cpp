@@ -1,6 +1,5 @@
 #include "autoresponder/delivery.h"
 
-#include <cstdint>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -8,15 +7,11 @@
 #include <unistd.h>
 
 #include "autoresponder/sendmail.h"
-#include "autoresponder/shell.h"
 #include "autoresponder/temporary_files.h"
 #include "mime/header_encode.h"
 #include "support/conf.h"
 #include "support/idn.h"
 
-namespace {
-
-// The mail server's limit in bytes; 0 or less for none.
 int64_t size_limit() {
   std::ifstream file(std::string(QMAIL_ROOT_D) + "/control/databytes");
   std::string word;
@@ -24,13 +19,13 @@ int64_t size_limit() {
   return atoi(word.c_str());
 }
 
-bool exceeds(int64_t limit) {
+bool response_file_exceeds(int64_t limit) {
   struct stat status {};
   return limit > 0 && stat(response_file_path, &status) == 0 && status.st_size > limit;
 }
 
 // Kept: "on you request", the empty CC, and no To and MIME headers.
-void write_notice(const ResponderRule& rule, const IncomingMessage& message) {
+void replace_by_notice(const ResponderRule& rule, const IncomingMessage& message) {
   std::ofstream notice(response_file_path, std::ios::trunc);
   if (!rule.reply_to.empty()) notice << "Reply-To: " << rule.reply_to << "\n";
   notice << "From: " << message.recipient << "\nCC: \nSubject: ";
@@ -40,13 +35,14 @@ void write_notice(const ResponderRule& rule, const IncomingMessage& message) {
   notice << "Autoresponder message size exceeds databytes limit.\n\n\n\n";
 }
 
-}  // namespace
-
-void deliver_reply(const ResponderRule& rule, const IncomingMessage& message) {
-  if (exceeds(size_limit())) write_notice(rule, message);
+ShellCommand delivery_command(const IncomingMessage& message) {
   ShellCommand command;
   command.Text(sendmail_path()).Text(" -f '").Value(idn_toascii_string(message.recipient.c_str()));
-  command.Text("' '").Value(message.sender).Text("' <").Text(response_file_path);
-  hand_to_shell(command, ShellUse::kRun);
+  return command.Text("' '").Value(message.sender).Text("' <").Text(response_file_path);
+}
+
+void deliver_reply(const ResponderRule& rule, const IncomingMessage& message) {
+  if (response_file_exceeds(size_limit())) replace_by_notice(rule, message);
+  hand_to_shell(delivery_command(message), ShellUse::kRun);
   unlink(response_file_path);
 }

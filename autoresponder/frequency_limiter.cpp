@@ -19,6 +19,13 @@ int remembered_senders(PanelDatabase& database, const std::string& rule_id) {
   return row != nullptr ? number(text_or(row[0], "0")) : 0;
 }
 
+std::optional<std::string> replies_today(PanelDatabase& database, const std::string& of_sender) {
+  Rows rows = database.Query("select num from resp_freq" + of_sender);
+  const Row row = rows.Next();
+  if (row == nullptr) return std::nullopt;
+  return text_or(row[0], "0");
+}
+
 // Kept: all senders that share the oldest time stamp go, and it is done once.
 void evict_oldest(PanelDatabase& database, const std::string& rule_id) {
   std::string oldest;
@@ -32,22 +39,41 @@ void evict_oldest(PanelDatabase& database, const std::string& rule_id) {
 
 }  // namespace
 
+bool never_replies(const std::string& ans_freq) {
+  return number(ans_freq) <= 0;
+}
+
+LimiterStep limiter_step(const std::optional<std::string>& replies_today, int senders,
+                         const std::string& ans_freq, const std::string& mem_limit) {
+  if (replies_today) {
+    const bool is_enough = number(*replies_today) >= number(ans_freq);
+    return is_enough ? LimiterStep::kRefuse : LimiterStep::kCountUp;
+  }
+  const bool is_full = senders >= number(mem_limit);
+  return is_full ? LimiterStep::kEvictAndRemember : LimiterStep::kRemember;
+}
+
 bool check_reply_frequency(PanelDatabase& database, const IncomingMessage& message,
                            const std::string& rule_id, const std::string& ans_freq,
                            const std::string& mem_limit) {
   forget_earlier_days(database, rule_id);
-  if (number(ans_freq) <= 0) return false;
-  const int count = remembered_senders(database, rule_id);
+  if (never_replies(ans_freq)) return false;
+  const int senders = remembered_senders(database, rule_id);
   const std::string sender = database.Escape(message.sender);
   const std::string of_sender = " where rn_id=" + rule_id + " and email='" + sender + "'";
-  Rows rows = database.Query("select num from resp_freq" + of_sender);
-  if (const Row row = rows.Next()) {
-    const std::string num = text_or(row[0], "0");
-    if (number(num) >= number(ans_freq)) return false;
-    database.Execute("update resp_freq set num=" + num + "+1" + of_sender);
-    return true;
+  const std::optional<std::string> num = replies_today(database, of_sender);
+  switch (limiter_step(num, senders, ans_freq, mem_limit)) {
+    case LimiterStep::kRefuse:
+      return false;
+    case LimiterStep::kCountUp:
+      database.Execute("update resp_freq set num=" + *num + "+1" + of_sender);
+      return true;
+    case LimiterStep::kEvictAndRemember:
+      evict_oldest(database, rule_id);
+      break;
+    case LimiterStep::kRemember:
+      break;
   }
-  if (count >= number(mem_limit)) evict_oldest(database, rule_id);
   database.Execute("insert into resp_freq set rn_id=" + rule_id + ", email='" + sender +
                    "', num=1");
   return true;

@@ -1,10 +1,30 @@
 #ifndef AUTORESPONDER_FREQUENCY_LIMITER_H
 #define AUTORESPONDER_FREQUENCY_LIMITER_H
 
+#include <optional>
 #include <string>
 
 #include "autoresponder/incoming_message.h"
 #include "autoresponder/panel_database.h"
+
+/// What the limiter does about a sender.
+enum class LimiterStep {
+  kRefuse,            ///< he was answered often enough today
+  kCountUp,           ///< he was answered today, and is once more
+  kRemember,          ///< he is new, and is answered
+  kEvictAndRemember,  ///< the same, and the oldest of the others are forgotten first
+};
+
+/// Whether a rule with this number of replies a day (decimal text) never replies.
+bool never_replies(const std::string& ans_freq);
+
+/// What to do about a sender, for a rule that does reply.
+///
+/// `replies_today`: the column `num` of the sender's row, "0" where it is NULL; nothing for a
+/// sender without a row. `senders`: how many the rule remembers. The limits are decimal texts; what
+/// is no number counts as 0.
+LimiterStep limiter_step(const std::optional<std::string>& replies_today, int senders,
+                         const std::string& ans_freq, const std::string& mem_limit);
 
 /// Whether the rule may answer the message's sender once more today. Where it may, the answer has
 /// been counted.

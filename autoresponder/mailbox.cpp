@@ -1,5 +1,7 @@
 #include "autoresponder/mailbox.h"
 
+#include <utility>
+
 #include "autoresponder/temporary_files.h"
 #include "support/diagnose.h"
 
@@ -7,36 +9,34 @@ namespace {
 
 // The texts before, between and behind the escaped domain and mail name, most direct lookup first.
 struct Lookup {
+  MailboxLookup name;
   const char* domain_is;
   const char* mail_name_is;
   const char* end;
 };
 
 constexpr Lookup kLookups[] = {
-    {"select m.id, m.mail_name, d.name from mail m, domains d where m.dom_id=d.id and d.name='",
+    {MailboxLookup::kMailName,
+     "select m.id, m.mail_name, d.name from mail m, domains d where m.dom_id=d.id and d.name='",
      "' and m.mail_name='", "'"},
-    {"select m.id, m.mail_name, d.name from mail m, mail_aliases ma, domains d where "
+    {MailboxLookup::kAlias,
+     "select m.id, m.mail_name, d.name from mail m, mail_aliases ma, domains d where "
      "m.id=ma.mn_id and m.dom_id=d.id and d.name='",
      "' and ma.alias='", "'"},
-    {"select m.id, m.mail_name, d.name from mail m, domains d, domainaliases da where "
+    {MailboxLookup::kDomainAlias,
+     "select m.id, m.mail_name, d.name from mail m, domains d, domainaliases da where "
      "m.dom_id=d.id and d.id=da.dom_id and da.name='",
      "' and m.mail_name='", "' and da.mail='true'"},
-    {"select m.id, m.mail_name, d.name from mail m, mail_aliases ma, domains d, domainaliases da "
+    {MailboxLookup::kAliasAndDomainAlias,
+     "select m.id, m.mail_name, d.name from mail m, mail_aliases ma, domains d, domainaliases da "
      "where m.id=ma.mn_id and m.dom_id=d.id and d.id=da.dom_id and da.name='",
      "' and ma.alias='", "' and da.mail='true'"},
 };
 
-// The rows of the first lookup that has any, else of the last one.
-Rows look_up(PanelDatabase& database, const EscapedRecipient& recipient) {
-  Rows rows(nullptr);
-  for (const Lookup& lookup : kLookups) {
-    std::string query = lookup.domain_is;
-    query.append(recipient.domain.get()).append(lookup.mail_name_is);
-    query.append(recipient.mail_name.get()).append(lookup.end);
-    rows = database.Query(query, "autoresponder: Unable to query: ");
-    if (!rows.IsEmpty()) break;
-  }
-  return rows;
+std::string query_of(const Lookup& lookup, const EscapedRecipient& recipient) {
+  std::string query = lookup.domain_is;
+  query.append(recipient.domain.get()).append(lookup.mail_name_is);
+  return query.append(recipient.mail_name.get()).append(lookup.end);
 }
 
 }  // namespace
@@ -51,14 +51,25 @@ EscapedRecipient escape_recipient(const IncomingMessage& message) {
   return recipient;
 }
 
+std::optional<FoundMailbox> find_mailbox(PanelDatabase& database,
+                                         const EscapedRecipient& recipient) {
+  for (const Lookup& lookup : kLookups) {
+    Rows rows = database.Query(query_of(lookup, recipient), "autoresponder: Unable to query: ");
+    const Row row = rows.Next();
+    if (row == nullptr) continue;
+    return FoundMailbox{{text_or(row[0], ""), text_or(row[1], ""), text_or(row[2], "")},
+                        lookup.name};
+  }
+  return std::nullopt;
+}
+
 MailboxRef resolve_mailbox(PanelDatabase& database, const EscapedRecipient& recipient,
                            const IncomingMessage& message) {
-  Rows rows = look_up(database, recipient);
-  const Row row = rows.Next();
-  if (row == nullptr) {
+  std::optional<FoundMailbox> found = find_mailbox(database, recipient);
+  if (!found) {
     diagnose({"autoresponder: Mailname not found: ", message.recipient_mailname, "@",
               message.recipient_domain});
     cleanup_and_exit();
   }
-  return {text_or(row[0], ""), text_or(row[1], ""), text_or(row[2], "")};
+  return std::move(found->mailbox);
 }

@@ -1,6 +1,7 @@
 #ifndef AUTORESPONDER_MAILBOX_H
 #define AUTORESPONDER_MAILBOX_H
 
+#include <optional>
 #include <string>
 
 #include "autoresponder/incoming_message.h"
@@ -22,9 +23,20 @@ struct EscapedRecipient {
 /// Escapes both halves; without memory the run ends with its diagnostic and status 0.
 EscapedRecipient escape_recipient(const IncomingMessage& message);
 
-/// The mailbox that the recipient's address names: directly, by an alias of the mailbox, by an
-/// alias of the domain, or by both, the first of these that matches. A failing query or an unknown
-/// address ends the run with its diagnostic and status 0.
+/// The ways in which an address can name a mailbox, in the order in which they are tried.
+enum class MailboxLookup { kMailName, kAlias, kDomainAlias, kAliasAndDomainAlias };
+
+struct FoundMailbox {
+  MailboxRef mailbox;
+  MailboxLookup lookup;  ///< the first that matched
+};
+
+/// The mailbox that the recipient's address names, or nothing. A failing query stops the engine.
+std::optional<FoundMailbox> find_mailbox(PanelDatabase& database,
+                                         const EscapedRecipient& recipient);
+
+/// The same mailbox. A failing query or an unknown address ends the run with its diagnostic and
+/// status 0.
 MailboxRef resolve_mailbox(PanelDatabase& database, const EscapedRecipient& recipient,
                            const IncomingMessage& message);
 

@@ -1,10 +1,7 @@
 #include "autoresponder/notification.h"
 
-#include <optional>
-
 #include "autoresponder/pipe_stream.h"
 #include "autoresponder/sendmail.h"
-#include "autoresponder/shell.h"
 #include "support/diagnose.h"
 #include "support/get.h"
 
@@ -12,13 +9,9 @@ namespace {
 
 constexpr const char* kLastResortSender = "root@localhost";
 
-struct Owner {
-  std::string email;
-  std::string name;
-};
-
-// Nothing when the owner is unknown, which has been reported, or has no address.
-std::optional<Owner> find_owner(PanelDatabase& database, const std::string& domain) {
+// Without a sender yet. Nothing when the owner is unknown, which has been reported, or has no
+// address.
+std::optional<Notification> find_owner(PanelDatabase& database, const std::string& domain) {
   const OwnedText escaped = escape_without_connection(domain);
   if (!escaped) return std::nullopt;
   std::optional<Rows> rows = database.TryQuery(
@@ -34,9 +27,9 @@ std::optional<Owner> find_owner(PanelDatabase& database, const std::string& doma
     diagnose({"This client does not exist :", database.error()});
     return std::nullopt;
   }
-  Owner owner{text_or(row[0], ""), text_or(row[1], "")};
-  if (owner.email.empty()) return std::nullopt;
-  if (owner.name.empty()) owner.name = text_or(row[2], "");
+  Notification owner{"", text_or(row[0], ""), text_or(row[1], "")};
+  if (owner.owner_email.empty()) return std::nullopt;
+  if (owner.owner_name.empty()) owner.owner_name = text_or(row[2], "");
   return owner;
 }
 
@@ -53,19 +46,20 @@ std::string notification_sender(PanelDatabase& database) {
 
 // Every line is flushed into the pipe as it is written. Kept: a Reply-To has no line end of its
 // own, so that the From line follows on the same line.
-void write_notification(std::ostream& mail, const std::string& sender, const Owner& owner,
+void write_notification(std::ostream& mail, const Notification& notification,
                         const std::string& reply_to, const IncomingMessage& message,
                         const std::string& missing) {
   if (!reply_to.empty()) mail << "Reply-To: " << reply_to;
-  mail << "From: " << sender << std::endl;
-  mail << "To: " << owner.email << std::endl;
+  mail << "From: " << notification.sender << std::endl;
+  mail << "To: " << notification.owner_email << std::endl;
   mail << "CC: " << std::endl;
   mail << "Subject: kem notification (files missing in attachments repository). " << std::endl;
   mail << "Content-Type: text/plain; charset=utf-8" << std::endl;
   mail << "Content-Disposition: inline" << std::endl;
   mail << "Content-Transfer-Encoding: 8bit" << std::endl;
   mail << std::endl << std::endl;
-  mail << "Notification for kem client '" << owner.name << "'." << std::endl << std::endl;
+  mail << "Notification for kem client '" << notification.owner_name << "'." << std::endl
+       << std::endl;
   mail << "The following files are missing in the attachment repository" << std::endl;
   mail << "for the mailname '" << message.recipient_mailname << "' on domain '"
        << message.recipient_domain << "':" << std::endl;
@@ -74,19 +68,28 @@ void write_notification(std::ostream& mail, const std::string& sender, const Own
 
 }  // namespace
 
+std::optional<Notification> address_notification(PanelDatabase& database,
+                                                 const IncomingMessage& message) {
+  std::optional<Notification> notification = find_owner(database, message.recipient_domain);
+  if (notification) notification->sender = notification_sender(database);
+  return notification;
+}
+
+ShellCommand notification_command(const Notification& notification) {
+  ShellCommand command;
+  command.Text(sendmail_path()).Text(" -f '").Value(notification.sender);
+  return command.Text("' '").Value(notification.owner_email).Text("'");
+}
+
 void notify_owner(PanelDatabase& database, const std::string& reply_to,
                   const IncomingMessage& message, const std::string& missing) {
-  const std::optional<Owner> owner = find_owner(database, message.recipient_domain);
-  if (!owner) return;
-  const std::string sender = notification_sender(database);
-  ShellCommand command;
-  command.Text(sendmail_path()).Text(" -f '").Value(sender);
-  command.Text("' '").Value(owner->email).Text("'");
-  opipestream mail(command);
+  const std::optional<Notification> notification = address_notification(database, message);
+  if (!notification) return;
+  opipestream mail(notification_command(*notification));
   if (mail.refused()) return;
   if (mail.fail()) {
     diagnose({"Unable to send mail with notify of not exist attachment."});
     return;
   }
-  write_notification(mail, sender, *owner, reply_to, message, missing);
+  write_notification(mail, *notification, reply_to, message, missing);
 }

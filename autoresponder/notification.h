@@ -1,10 +1,27 @@
 #ifndef AUTORESPONDER_NOTIFICATION_H
 #define AUTORESPONDER_NOTIFICATION_H
 
+#include <optional>
 #include <string>
 
 #include "autoresponder/incoming_message.h"
 #include "autoresponder/panel_database.h"
+#include "autoresponder/shell.h"
+
+/// Who tells whom about missing files.
+struct Notification {
+  std::string sender;
+  std::string owner_email;  ///< never empty
+  std::string owner_name;
+};
+
+/// The notification of the client who owns the domain that the message was addressed to. Nothing
+/// where the owner is unknown, which is reported on standard error, or has no e-mail address.
+std::optional<Notification> address_notification(PanelDatabase& database,
+                                                 const IncomingMessage& message);
+
+/// The command that mails it.
+ShellCommand notification_command(const Notification& notification);
 
 /// Mails the client who owns the domain that the message was addressed to about files that are not
 /// in the attachment store. Failures are reported on standard error and end nothing but this mail.

@@ -1,5 +1,6 @@
 #include "autoresponder/panel_database.h"
 
+#include <cstdlib>
 #include <cstring>
 
 #include "autoresponder/process.h"
@@ -8,20 +9,24 @@
 #include "support/diagnose.h"
 #include "support/strings.h"
 
-PanelDatabase::PanelDatabase() : connection_(db_connect()) {
-  survive_failing_writes();  // the client library ignores SIGPIPE, and commands would inherit that
-  if (connection_) return;
-  diagnose({"autoresponder: Unable to connect to the mysql database "});
+void end_run(const std::string& diagnostic) {
+  diagnose({diagnostic});
   cleanup_and_exit();
+}
+
+PanelDatabase::PanelDatabase(DatabaseFailure on_failure)
+    : connection_(db_connect()), on_failure_(on_failure) {
+  survive_failing_writes();  // the client library ignores SIGPIPE, and commands would inherit that
+  if (!connection_) Fail("autoresponder: Unable to connect to the mysql database ");
 }
 
 bool PanelDatabase::Send(const std::string& statement) {
   return mysql_real_query(handle(), statement.data(), statement.size()) == 0;
 }
 
-void PanelDatabase::Fail(const char* diagnostic) {
-  diagnose({diagnostic, error()});
-  cleanup_and_exit();
+void PanelDatabase::Fail(const std::string& diagnostic) {
+  on_failure_(diagnostic);
+  abort();  // nobody could go on
 }
 
 std::optional<Rows> PanelDatabase::TryQuery(const std::string& query) {
@@ -30,12 +35,12 @@ std::optional<Rows> PanelDatabase::TryQuery(const std::string& query) {
 }
 
 Rows PanelDatabase::Query(const std::string& query, const char* diagnostic) {
-  if (!Send(query)) Fail(diagnostic);
+  if (!Send(query)) Fail(std::string(diagnostic) + error());
   return Rows(mysql_store_result(handle()));
 }
 
 void PanelDatabase::Execute(const std::string& statement) {
-  if (!Send(statement)) Fail(kExecDiagnostic);
+  if (!Send(statement)) Fail(std::string(kExecDiagnostic) + error());
 }
 
 std::string PanelDatabase::Escape(const std::string& text) {

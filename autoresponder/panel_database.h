@@ -28,20 +28,25 @@ class Rows {
   OwnedResult result_;
 };
 
+/// What to do about a database that fails; gets the line that tells of it, and does not return.
+using DatabaseFailure = void (*)(const std::string& diagnostic);
+
+/// Writes the line to standard error and ends the run with status 0.
+[[noreturn]] void end_run(const std::string& diagnostic);
+
 /// The run's one connection to the panel's database, and the engine's way to end when it fails.
 class PanelDatabase {
  public:
-  /// Connects; a failure is reported and ends the run with status 0.
-  PanelDatabase();
+  /// Connects. A failure here or later is handed to `on_failure`; what that throws passes through.
+  explicit PanelDatabase(DatabaseFailure on_failure = end_run);
 
   /// Runs a query; nothing when it failed, and `error()` says why.
   std::optional<Rows> TryQuery(const std::string& query);
 
-  /// As `TryQuery`, but a failure ends the run with status 0, after `diagnostic` and the server's
-  /// words on standard error.
+  /// As `TryQuery`, but a failure is handed on, as `diagnostic` and the server's words.
   Rows Query(const std::string& query, const char* diagnostic = kExecDiagnostic);
 
-  /// Runs a statement without rows; a failure ends the run as in `Query`.
+  /// Runs a statement without rows; a failure is handed on as in `Query`.
   void Execute(const std::string& statement);
 
   /// `text` (up to its first NUL) escaped for a single-quoted literal.
@@ -57,9 +62,10 @@ class PanelDatabase {
   static constexpr const char* kExecDiagnostic = "autoresponder: Unable to exec query :";
 
   bool Send(const std::string& statement);
-  [[noreturn]] void Fail(const char* diagnostic);
+  [[noreturn]] void Fail(const std::string& diagnostic);
 
   OwnedConnection connection_;
+  DatabaseFailure on_failure_;
 };
 
 /// `text` (up to its first NUL) escaped without a connection; null without memory.

@@ -7,6 +7,7 @@
 
 #include "autoresponder/attachments.h"
 #include "autoresponder/delivery.h"
+#include "autoresponder/notification.h"
 #include "autoresponder/temporary_files.h"
 #include "mime/charset.h"
 #include "mime/header_encode.h"
@@ -32,15 +33,6 @@ ConvertedText convert_text(const ResponderRule& rule) {
   } catch (const quern::ExError&) {
     return {rule.text, "UTF-8"};
   }
-}
-
-// False when the disk did not take all of it.
-bool write_response_file(const ResponderRule& rule, const IncomingMessage& message,
-                         std::string_view boundary) {
-  std::ofstream reply(response_file_path, std::ios::trunc);
-  write_reply_text(reply, rule, message, boundary);
-  reply.close();
-  return reply.good();
 }
 
 }  // namespace
@@ -92,21 +84,31 @@ void write_reply_text(std::ostream& reply, const ResponderRule& rule,
   reply << converted.text << "\n\n\n";
 }
 
+bool write_response_file(const ResponderRule& rule, const IncomingMessage& message,
+                         std::string_view boundary) {
+  std::ofstream reply(response_file_path, std::ios::trunc);
+  write_reply_text(reply, rule, message, boundary);
+  reply.close();
+  return reply.good();
+}
+
 void send_reply(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
                 const IncomingMessage& message) {
   const std::string boundary = draw_boundary();
-  Attachments attachments;
+  AttachmentList attachments;
   bool whole = false;
   {
     const OwnedDescriptor descriptor(create_response_file());
-    attachments = collect_attachments(database, rule, mailbox, message, boundary);
-    whole = write_response_file(rule, message, attachments.count > 0 ? boundary : "");
+    attachments = find_attachments(database, rule.id, mailbox);
+    const std::string& missing = attachments.missing;
+    if (!missing.empty()) notify_owner(database, rule.reply_to, message, missing);
+    whole = write_response_file(rule, message, attachments.found.empty() ? "" : boundary);
   }
   if (!whole) {
     diagnose({"autoresponder: Unable to write the reply to ", response_file_path});
     unlink(response_file_path);
     return;
   }
-  append_attachments(attachments, boundary);
+  append_attachments(attachments.found, boundary);
   deliver_reply(rule, message);
 }

@@ -29,4 +29,8 @@ std::string draw_boundary();
 void write_reply_text(std::ostream& reply, const ResponderRule& rule,
                       const IncomingMessage& message, std::string_view boundary);
 
+/// Writes the same into the response file. False when the disk did not take all of it.
+bool write_response_file(const ResponderRule& rule, const IncomingMessage& message,
+                         std::string_view boundary);
+
 #endif

@@ -19,7 +19,19 @@ bool is_active(const ResponderRule& rule) {
   return rule.resp_on != "false";
 }
 
+TriggerPlace trigger_place(const ResponderRule& rule) {
+  if (rule.key_where == "subj") return TriggerPlace::kSubject;
+  return rule.key_where == "body" ? TriggerPlace::kBody : TriggerPlace::kNowhere;
+}
+
 bool rule_fires(const ResponderRule& rule, const IncomingMessage& message) {
-  if (rule.key_where == "subj") return contains(message.subject, rule.keystr);
-  return rule.key_where != "body" || message.body_lines.Contain(rule.keystr);
+  switch (trigger_place(rule)) {
+    case TriggerPlace::kSubject:
+      return find_text(message.subject, rule.keystr) != nullptr;
+    case TriggerPlace::kBody:
+      return message.body_lines.FirstWith(rule.keystr) != 0;
+    case TriggerPlace::kNowhere:
+      break;
+  }
+  return true;
 }

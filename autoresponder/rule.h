@@ -31,8 +31,13 @@ ResponderRule rule_from_row(Row row);
 /// Whether the rule is on.
 bool is_active(const ResponderRule& rule);
 
+/// Where a rule looks for its trigger.
+enum class TriggerPlace { kNowhere, kSubject, kBody };
+
+TriggerPlace trigger_place(const ResponderRule& rule);
+
 /// Whether the rule's trigger occurs in the message: byte for byte, in the subject or within one
-/// line of the body.
+/// line of the body. A rule that looks nowhere always fires.
 bool rule_fires(const ResponderRule& rule, const IncomingMessage& message);
 
 #endif

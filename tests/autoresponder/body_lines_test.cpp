@@ -103,7 +103,7 @@ struct Key {
   const char* name;
   std::string_view text;
   std::string_view key;
-  bool want;
+  size_t want;
 };
 
 void PrintTo(const Key& row, std::ostream* out) {
@@ -112,42 +112,44 @@ void PrintTo(const Key& row, std::ostream* out) {
 
 class BodyLinesKey : public testing::TestWithParam<Key> {};
 
-TEST_P(BodyLinesKey, IsContained) {
-  EXPECT_EQ(BodyLines(std::string(GetParam().text)).Contain(GetParam().key), GetParam().want);
+TEST_P(BodyLinesKey, IsFirstFoundInLine) {
+  EXPECT_EQ(BodyLines(std::string(GetParam().text)).FirstWith(GetParam().key), GetParam().want);
 }
 
 constexpr Key kKeys[] = {
-    {"WholeLine", "one\ntwo\n", "two", true},
-    {"PartOfALine", "one\ntwo\n", "w", true},
-    {"LastLineWithoutNewline", "one\ntwo", "two", true},
-    {"Nowhere", "one\ntwo\n", "three", false},
-    {"OtherCase", "one\n", "One", false},
-    {"AcrossLines", "one\ntwo\n", "onetwo", false},
-    {"WithTheNewlineBetween", "one\ntwo\n", "one\ntwo", false},
-    {"WithTheNewlineBehind", "one\n", "one\n", false},
-    {"NewlineAlone", "one\n", "\n", false},
-    {"EmptyInText", "one\n", "", true},
-    {"EmptyInOneEmptyLine", "", "", true},
-    {"LongerThanTheText", "one", "one two", false},
-    {"CrAtTheEndOfALine", "one\r\n", "one\r", true},
-    {"BehindANul", "a\0key"sv, "key", true},
-    {"WithNul", "a\0b"sv, "a\0b"sv, true},
-    {"WithAnotherByteBehindNul", "a\0b"sv, "a\0c"sv, false},
+    {"WholeLine", "one\ntwo\n", "two", 2},
+    {"PartOfALine", "one\ntwo\n", "w", 2},
+    {"LastLineWithoutNewline", "one\ntwo", "two", 2},
+    {"InTwoLines", "one\ntwo\nanother two", "two", 2},
+    {"BehindEmptyLines", "\n\n\nkey", "key", 4},
+    {"Nowhere", "one\ntwo\n", "three", 0},
+    {"OtherCase", "one\n", "One", 0},
+    {"AcrossLines", "one\ntwo\n", "onetwo", 0},
+    {"WithTheNewlineBetween", "one\ntwo\n", "one\ntwo", 0},
+    {"WithTheNewlineBehind", "one\n", "one\n", 0},
+    {"NewlineAlone", "one\n", "\n", 0},
+    {"EmptyInText", "one\n", "", 1},
+    {"EmptyInOneEmptyLine", "", "", 1},
+    {"LongerThanTheText", "one", "one two", 0},
+    {"CrAtTheEndOfALine", "one\r\n", "one\r", 1},
+    {"BehindANul", "a\0key"sv, "key", 1},
+    {"WithNul", "a\0b"sv, "a\0b"sv, 1},
+    {"WithAnotherByteBehindNul", "a\0b"sv, "a\0c"sv, 0},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, BodyLinesKey, testing::ValuesIn(kKeys));
 
-TEST(BodyLines, ContainNothingWhereThereAreNone) {
-  EXPECT_FALSE(BodyLines().Contain(""));
-  EXPECT_FALSE(BodyLines().Contain("one"));
+TEST(BodyLines, HoldNothingWhereThereAreNone) {
+  EXPECT_EQ(BodyLines().FirstWith(""), 0U);
+  EXPECT_EQ(BodyLines().FirstWith("one"), 0U);
 }
 
 TEST(BodyLines, AreSearchedInLinearTime) {
   const std::string half(500000, 'a');
   const BodyLines lines(half + half + "\n" + half);
-  EXPECT_FALSE(lines.Contain(half + "b"));
-  EXPECT_FALSE(lines.Contain("b" + half));
-  EXPECT_TRUE(lines.Contain(half));
+  EXPECT_EQ(lines.FirstWith(half + "b"), 0U);
+  EXPECT_EQ(lines.FirstWith("b" + half), 0U);
+  EXPECT_EQ(lines.FirstWith(half), 1U);
 }
 
 }  // namespace
