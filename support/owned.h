@@ -29,6 +29,7 @@ class OwnedDescriptor {
   OwnedDescriptor& operator=(const OwnedDescriptor&) = delete;
 
   bool IsOpen() const { return descriptor_ >= 0; }
+  int number() const { return descriptor_; }
 
  private:
   int descriptor_;

@@ -3,6 +3,7 @@
 Each test starts with an empty panel: mailbox info@shop.example (id 1) of client `shop`, no rules.
 """
 
+import json
 import os
 import re
 import shutil
@@ -21,6 +22,7 @@ import panel as sandbox  # noqa: E402
 
 BUILD = CHECKOUT / os.environ.get("KEM_BUILD", "build")
 PROGRAM = BUILD / "autoresponder" / "autoresponder"
+EXPLAIN = BUILD / "explain" / "autoresponder-explain"
 FAULTS = BUILD / "tests" / "libfaults.so"
 SANITIZED = os.environ.get("KEM_SANITIZED") == "ON"
 OPTIMISED = os.environ.get("KEM_BUILD_TYPE", "Release") == "Release"
@@ -67,6 +69,10 @@ class Result:
         self.out = process.stdout
         self.err = process.stderr
 
+    def answer(self):
+        """What was written as JSON."""
+        return json.loads(self.out)
+
 
 class Panel:
     """The sandbox with what the tests do in it."""
@@ -80,7 +86,7 @@ class Panel:
     def reset(self):
         sandbox.install()
         sandbox.forget_mails()
-        COMMANDS.write_bytes(b"")
+        self.forget_commands()
         self.limit(None)
         for path in sandbox.MAILNAMES.iterdir():
             shutil.rmtree(path)
@@ -157,8 +163,28 @@ class Panel:
         return subprocess.Popen([self.program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                 stderr=subprocess.PIPE, env=environment, **options)
 
+    def explain(self, message, *options, recipient=RECIPIENT, env=None):
+        """Runs autoresponder-explain on a message."""
+        environment = {"PATH": "/usr/bin:/bin", **(env or {})}
+        if recipient is not None:
+            environment["RECIPIENT"] = recipient
+        return Result(subprocess.run([*VALGRIND, EXPLAIN, *options], input=message,
+                                     capture_output=True, env=environment))
+
+    def state(self):
+        """What a program that changes nothing leaves as it is: the tables and the panel's files."""
+        tables = self.sql("show tables").split()
+        files = [path for directory in ("/tmp", "/etc/kem", sandbox.MAILNAMES, sandbox.QMAIL)
+                 for path in sorted(Path(directory).rglob("*"))]
+        return (self.sql("checksum table " + ", ".join(tables)),
+                [(path, path.lstat().st_mode, path.lstat().st_size, path.lstat().st_mtime_ns)
+                 for path in files])
+
     def mails(self):
         return sandbox.mails()
+
+    def forget_commands(self):
+        COMMANDS.write_bytes(b"")
 
     def commands(self):
         """The command lines that the shell was given, in order."""
@@ -167,6 +193,10 @@ class Panel:
 
     def temporary_files(self):
         return sorted(name for name in os.listdir("/tmp") if name.startswith("kem-"))
+
+    def remove_temporary_files(self):
+        for name in self.temporary_files():
+            os.unlink(f"/tmp/{name}")
 
     def statements(self, run):
         """The statements that the server received from the program while `run` was called."""

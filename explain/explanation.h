@@ -1,0 +1,106 @@
+#ifndef EXPLAIN_EXPLANATION_H
+#define EXPLAIN_EXPLANATION_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "autoresponder/attachments.h"
+#include "autoresponder/extraction.h"
+#include "autoresponder/frequency_limiter.h"
+#include "autoresponder/incoming_message.h"
+#include "autoresponder/loop_guard.h"
+#include "autoresponder/mailbox.h"
+#include "autoresponder/notification.h"
+#include "autoresponder/rule.h"
+#include "autoresponder/shell.h"
+
+/// The answer, as the exit status says it.
+enum class Verdict { kReply = 0, kNoReply = 1, kUnknown = 2 };
+
+/// Why the whole message gets a reply or none, or why that could not be told.
+enum class Reason {
+  kRuleReplies,
+  kNoSender,
+  kNoRecipient,
+  kRunAborts,
+  kSenderIsRecipient,
+  kMailerDaemon,
+  kMailboxNotFound,
+  kNoRules,
+  kNoRuleReplies,
+  kNoSuchRule,
+  kMessageUnreadable,
+  kDatabaseFails,
+  kReplyNotBuilt,
+};
+
+/// What becomes of one rule.
+enum class RuleOutcome {
+  kReplies,
+  kRepliesWithNotice,  ///< the reply is larger than the mail server takes
+  kSwitchedOff,
+  kNotTriggered,
+  kNeverReplies,  ///< it allows no reply a day
+  kLimitReached,
+  kQuoteInCommand,  ///< the reply would leave by a command that is refused
+  kRunEnds,         ///< the recipient has no ASCII form, which ends the run with status 1
+  kNotReached,      ///< an earlier rule ended the run
+};
+
+/// Where the address of the delivery was taken from.
+enum class RecipientSource { kOption, kEnvironment, kTo };
+
+struct TriggerFacts {
+  TriggerPlace place = TriggerPlace::kNowhere;
+  bool found = false;
+  size_t line = 0;  ///< of the body, from 1 on, where it was found there
+};
+
+/// The limiter's memory of today, before this message.
+struct LimiterFacts {
+  int senders = 0;                           ///< whom the rule remembers
+  std::optional<std::string> replies_today;  ///< to this sender; nothing where he is new
+  std::optional<LimiterStep> step;           ///< nothing for a rule that never replies
+  std::vector<std::string> evicted;          ///< the senders that would be forgotten
+};
+
+struct CommandFacts {
+  const char* purpose;  ///< a word for programs
+  ShellCommand command;
+};
+
+struct ReplyFacts {
+  std::string subject;  ///< UTF-8
+  int64_t size = 0;     ///< bytes, as built
+  int64_t limit = 0;    ///< bytes; 0 or less for none
+  std::string text;     ///< what leaves: the reply, or the notice in its place
+};
+
+struct RuleExplanation {
+  ResponderRule rule;
+  RuleOutcome outcome = RuleOutcome::kNotReached;
+  std::optional<TriggerFacts> trigger;
+  std::optional<LimiterFacts> limiter;
+  std::optional<std::string> forwarding;  ///< the addresses, as they stand on the command line
+  AttachmentList attachments;
+  std::optional<Notification> notification;
+  std::optional<ReplyFacts> reply;
+  std::vector<CommandFacts> commands;  ///< in the order in which they would run
+};
+
+/// Everything there is to say about one message. What was not reached is empty.
+struct Explanation {
+  Verdict verdict = Verdict::kUnknown;
+  Reason reason = Reason::kDatabaseFails;
+  std::string trouble;  ///< the diagnostic, where the verdict is kUnknown
+  IncomingMessage message;
+  SenderField sender_field = SenderField::kNone;
+  RecipientSource recipient_source = RecipientSource::kTo;
+  std::optional<LoopGuard> guard;
+  std::optional<FoundMailbox> mailbox;
+  std::vector<RuleExplanation> rules;
+};
+
+#endif

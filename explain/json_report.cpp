@@ -1,0 +1,112 @@
+#include "explain/json_report.h"
+
+#include <ostream>
+
+#include <nlohmann/json.hpp>
+
+#include "explain/wording.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+template <class Enumeration>
+const char* code(Enumeration value) {
+  return words_for(value).code;
+}
+
+Json message_of(const Explanation& explanation) {
+  const IncomingMessage& message = explanation.message;
+  return {{"sender", message.sender},       {"sender_from", code(explanation.sender_field)},
+          {"recipient", message.recipient}, {"recipient_from", code(explanation.recipient_source)},
+          {"subject", message.subject},     {"charset", message.charset}};
+}
+
+Json mailbox_of(const FoundMailbox& found) {
+  return {{"id", found.mailbox.id},
+          {"mail_name", found.mailbox.mail_name},
+          {"domain_name", found.mailbox.domain_name},
+          {"found_by", code(found.lookup)}};
+}
+
+Json trigger_of(const ResponderRule& rule, const TriggerFacts& trigger) {
+  Json result{{"place", code(trigger.place)}, {"key", rule.keystr}, {"found", trigger.found}};
+  if (trigger.line > 0) result["line"] = trigger.line;
+  return result;
+}
+
+Json limiter_of(const ResponderRule& rule, const LimiterFacts& limiter) {
+  Json result{{"replies_a_day", rule.ans_freq}, {"senders_remembered", rule.mem_limit}};
+  if (!limiter.step) return result;
+  result["senders"] = limiter.senders;
+  result["replies_today"] = limiter.replies_today ? Json(*limiter.replies_today) : Json(nullptr);
+  result["step"] = code(*limiter.step);
+  result["evicted"] = limiter.evicted;
+  return result;
+}
+
+Json attachments_of(const AttachmentList& attachments) {
+  Json found = Json::array();
+  for (const Attachment& attachment : attachments.found) {
+    found.push_back(
+        {{"name", attachment.name}, {"path", attachment.path}, {"size", attachment.size}});
+  }
+  return {{"found", found}, {"missing", attachments.missing}};
+}
+
+Json notification_of(const Notification& notification) {
+  return {{"sender", notification.sender},
+          {"owner_email", notification.owner_email},
+          {"owner_name", notification.owner_name}};
+}
+
+Json reply_of(const ReplyFacts& reply, bool show_reply) {
+  Json result{{"subject", reply.subject},
+              {"headers", reply.text.substr(0, reply.text.find("\n\n"))},
+              {"size", reply.size},
+              {"limit", reply.limit}};
+  if (show_reply) result["text"] = reply.text;
+  return result;
+}
+
+Json commands_of(const std::vector<CommandFacts>& commands) {
+  Json result = Json::array();
+  for (const auto& [purpose, command] : commands) {
+    result.push_back({{"purpose", purpose},
+                      {"line", command.line()},
+                      {"refused", command.escaping_value().has_value()}});
+  }
+  return result;
+}
+
+Json rule_of(const RuleExplanation& facts, bool show_reply) {
+  Json result{{"id", facts.rule.id}, {"outcome", code(facts.outcome)}};
+  if (facts.trigger) result["trigger"] = trigger_of(facts.rule, *facts.trigger);
+  if (facts.limiter) result["limiter"] = limiter_of(facts.rule, *facts.limiter);
+  if (facts.forwarding) result["forwarding"] = *facts.forwarding;
+  const AttachmentList& attachments = facts.attachments;
+  if (!attachments.found.empty() || !attachments.missing.empty()) {
+    result["attachments"] = attachments_of(attachments);
+  }
+  if (facts.notification) result["notification"] = notification_of(*facts.notification);
+  if (facts.reply) result["reply"] = reply_of(*facts.reply, show_reply);
+  result["commands"] = commands_of(facts.commands);
+  return result;
+}
+
+}  // namespace
+
+void write_json(std::ostream& out, const Explanation& explanation, bool show_reply) {
+  Json result{{"verdict", code(explanation.verdict)}, {"reason", code(explanation.reason)}};
+  if (!explanation.trouble.empty()) result["trouble"] = explanation.trouble;
+  if (explanation.guard) {
+    result["message"] = message_of(explanation);
+    result["guard"] = code(*explanation.guard);
+  }
+  if (explanation.mailbox) result["mailbox"] = mailbox_of(*explanation.mailbox);
+  result["rules"] = Json::array();
+  for (const RuleExplanation& rule : explanation.rules) {
+    result["rules"].push_back(rule_of(rule, show_reply));
+  }
+  out << result.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}

@@ -1,0 +1,11 @@
+#ifndef EXPLAIN_JSON_REPORT_H
+#define EXPLAIN_JSON_REPORT_H
+
+#include <iosfwd>
+
+#include "explain/explanation.h"
+
+/// Writes the explanation as one JSON object. Texts are UTF-8; what is not becomes U+FFFD.
+void write_json(std::ostream& out, const Explanation& explanation, bool show_reply);
+
+#endif

@@ -1,0 +1,26 @@
+#ifndef EXPLAIN_REPLY_IN_MEMORY_H
+#define EXPLAIN_REPLY_IN_MEMORY_H
+
+#include <string>
+
+#include "support/owned.h"
+
+/// While it lives, the response file is memory of this process, under a name that this process and
+/// the commands that it starts can open, so that the run's own functions and commands write the
+/// reply and no file. Interrupted or not, nothing of it stays.
+class ReplyInMemory {
+ public:
+  ReplyInMemory();
+  ~ReplyInMemory();
+  ReplyInMemory(const ReplyInMemory&) = delete;
+  ReplyInMemory& operator=(const ReplyInMemory&) = delete;
+
+  /// What has been written; empty where there is no such memory.
+  std::string Text() const;
+
+ private:
+  std::string name_before_;
+  OwnedDescriptor descriptor_;
+};
+
+#endif

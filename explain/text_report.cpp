@@ -1,0 +1,177 @@
+#include "explain/text_report.h"
+
+#include <iomanip>
+#include <ostream>
+#include <sstream>
+
+#include "explain/printable.h"
+#include "explain/wording.h"
+
+namespace {
+
+enum class Colour { kNone = 0, kBold = 1, kRed = 31, kGreen = 32, kYellow = 33 };
+
+class Report {
+ public:
+  Report(std::ostream& out, const TextStyle& style) : out_(out), style_(style) {}
+
+  void Message(const Explanation& explanation);
+  void Mailbox(const FoundMailbox& found);
+  void Rule(const RuleExplanation& facts);
+  void Verdict(const Explanation& explanation);
+
+ private:
+  // Begins a line about `topic`.
+  std::ostream& Line(const char* topic) {
+    return out_ << "  " << std::left << std::setw(12) << topic;
+  }
+  std::string Coloured(Colour colour, const std::string& text) const;
+  void Trigger(const ResponderRule& rule, const TriggerFacts& trigger);
+  void Limiter(const ResponderRule& rule, const LimiterFacts& limiter);
+  void Attachments(const RuleExplanation& facts);
+  void Reply(const ReplyFacts& reply);
+  void Commands(const std::vector<CommandFacts>& commands);
+
+  std::ostream& out_;
+  const TextStyle& style_;
+};
+
+template <class Enumeration>
+const char* words(Enumeration value) {
+  return words_for(value).text;
+}
+
+std::string quoted(const std::string& text) {
+  return "\"" + printable(text) + "\"";
+}
+
+bool is_reply(RuleOutcome outcome) {
+  return outcome == RuleOutcome::kReplies || outcome == RuleOutcome::kRepliesWithNotice;
+}
+
+// Each line of `text`, the last one without a line end too, with `indent` in front.
+void write_indented(std::ostream& out, const std::string& text, const char* indent) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) out << indent << printable_lines(line) << '\n';
+}
+
+std::string Report::Coloured(Colour colour, const std::string& text) const {
+  if (!style_.on_terminal) return text;
+  return "\033[" + std::to_string(static_cast<int>(colour)) + "m" + text + "\033[0m";
+}
+
+void Report::Message(const Explanation& explanation) {
+  const IncomingMessage& message = explanation.message;
+  out_ << Coloured(Colour::kBold, "Message") << '\n';
+  Line("sender") << printable(message.sender) << " (" << words(explanation.sender_field) << ")\n";
+  Line("recipient") << printable(message.recipient) << " (" << words(explanation.recipient_source)
+                    << ")\n";
+  Line("subject") << quoted(message.subject) << '\n';
+  Line("charset") << printable(message.charset) << '\n';
+  Line("guards") << words(*explanation.guard) << '\n';
+}
+
+void Report::Mailbox(const FoundMailbox& found) {
+  const MailboxRef& mailbox = found.mailbox;
+  Line("mailbox") << printable(mailbox.mail_name) << '@' << printable(mailbox.domain_name)
+                  << ", id " << printable(mailbox.id) << ", found " << words(found.lookup) << '\n';
+}
+
+void Report::Trigger(const ResponderRule& rule, const TriggerFacts& trigger) {
+  std::ostream& line = Line("trigger");
+  if (trigger.place == TriggerPlace::kNowhere) {
+    line << words(trigger.place) << '\n';
+    return;
+  }
+  line << quoted(rule.keystr) << (trigger.found ? " is in " : " is not in ");
+  if (trigger.line > 0) {
+    line << "line " << trigger.line << " of ";
+  }
+  line << words(trigger.place) << '\n';
+}
+
+void Report::Limiter(const ResponderRule& rule, const LimiterFacts& limiter) {
+  std::ostream& line = Line("limiter");
+  if (!limiter.step) {
+    line << quoted(rule.ans_freq) << " replies a day: none\n";
+    return;
+  }
+  line << "this sender: " << printable(limiter.replies_today.value_or("0")) << " of "
+       << printable(rule.ans_freq) << " replies today; " << limiter.senders << " of "
+       << printable(rule.mem_limit) << " senders; " << words(*limiter.step) << '\n';
+  for (const std::string& sender : limiter.evicted)
+    Line("") << "forgets " << printable(sender) << '\n';
+}
+
+void Report::Attachments(const RuleExplanation& facts) {
+  for (const Attachment& file : facts.attachments.found) {
+    Line("attachment") << printable(file.path) << ", " << file.size << " bytes\n";
+  }
+  std::istringstream missing(facts.attachments.missing);
+  for (std::string name; std::getline(missing, name);) {
+    Line("missing") << Coloured(Colour::kYellow, printable(name)) << '\n';
+  }
+  if (!facts.notification) return;
+  Line("") << "tells " << printable(facts.notification->owner_email) << " about it\n";
+}
+
+void Report::Reply(const ReplyFacts& reply) {
+  std::ostream& line = Line("reply");
+  line << reply.size << " bytes, ";
+  if (reply.limit > 0) {
+    line << (reply.size > reply.limit ? "above" : "within") << " the limit of " << reply.limit;
+  } else {
+    line << "no limit";
+  }
+  line << '\n';
+  write_indented(out_, reply.text.substr(0, reply.text.find("\n\n")), "    | ");
+  if (!style_.show_reply) return;
+  Line("text") << "the whole reply\n";
+  if (style_.on_terminal) {
+    write_indented(out_, reply.text, "    | ");
+  } else {
+    out_ << reply.text;
+  }
+}
+
+void Report::Commands(const std::vector<CommandFacts>& commands) {
+  for (const auto& [purpose, command] : commands) {
+    Line("command") << purpose;
+    if (command.escaping_value()) {
+      out_ << ": " << Coloured(Colour::kRed, "refused, it holds a quote:");
+    }
+    out_ << '\n';
+    write_indented(out_, command.line(), "    $ ");
+  }
+}
+
+void Report::Rule(const RuleExplanation& facts) {
+  const Colour colour = is_reply(facts.outcome) ? Colour::kGreen : Colour::kRed;
+  out_ << '\n'
+       << Coloured(Colour::kBold, "Rule " + printable(facts.rule.id)) << ' '
+       << Coloured(colour, words(facts.outcome)) << '\n';
+  if (facts.trigger) Trigger(facts.rule, *facts.trigger);
+  if (facts.limiter) Limiter(facts.rule, *facts.limiter);
+  if (facts.forwarding) Line("forward to") << printable(*facts.forwarding) << '\n';
+  Attachments(facts);
+  if (facts.reply) Reply(*facts.reply);
+  Commands(facts.commands);
+}
+
+void Report::Verdict(const Explanation& explanation) {
+  const bool is_good = explanation.verdict == ::Verdict::kReply;
+  const std::string verdict = words(explanation.verdict);
+  out_ << '\n' << Coloured(is_good ? Colour::kGreen : Colour::kRed, verdict);
+  out_ << " Reason: " << words(explanation.reason) << ".\n";
+  if (!explanation.trouble.empty()) out_ << printable(explanation.trouble) << '\n';
+}
+
+}  // namespace
+
+void write_text(std::ostream& out, const Explanation& explanation, const TextStyle& style) {
+  Report report(out, style);
+  if (explanation.guard) report.Message(explanation);
+  if (explanation.mailbox) report.Mailbox(*explanation.mailbox);
+  for (const RuleExplanation& rule : explanation.rules) report.Rule(rule);
+  report.Verdict(explanation);
+}

@@ -1,0 +1,112 @@
+#include "explain/wording.h"
+
+#include <cstddef>
+
+namespace {
+
+// In the order of the enumeration.
+template <class Enumeration, size_t kCount>
+Words pick(const Words (&words)[kCount], Enumeration value) {
+  return words[static_cast<size_t>(value)];
+}
+
+}  // namespace
+
+Words words_for(Verdict verdict) {
+  static constexpr Words kWords[] = {
+      {"reply", "A reply would leave."},
+      {"no_reply", "No reply would leave."},
+      {"unknown", "It cannot be told."},
+  };
+  return pick(kWords, verdict);
+}
+
+Words words_for(Reason reason) {
+  static constexpr Words kWords[] = {
+      {"rule_replies", "at least one rule replies"},
+      {"no_sender", "neither Reply-To nor From names a sender"},
+      {"no_recipient", "there is no recipient: no RECIPIENT, and To names nobody"},
+      {"run_aborts", "the end of the subject aborts the run"},
+      {"sender_is_recipient", "the sender is the recipient"},
+      {"mailer_daemon", "the sender is a mailer daemon"},
+      {"mailbox_not_found", "the recipient is no mailbox of the panel"},
+      {"no_rules", "the mailbox has no rules"},
+      {"no_rule_replies", "no rule replies"},
+      {"no_such_rule", "the mailbox has no such rule"},
+      {"message_unreadable", "the message cannot be read"},
+      {"database_fails", "the database fails"},
+      {"reply_not_built", "the reply cannot be built"},
+  };
+  return pick(kWords, reason);
+}
+
+Words words_for(RuleOutcome outcome) {
+  static constexpr Words kWords[] = {
+      {"replies", "replies"},
+      {"replies_with_notice", "sends a notice, because the reply is too large"},
+      {"switched_off", "is switched off"},
+      {"not_triggered", "is not triggered"},
+      {"never_replies", "allows no reply a day"},
+      {"limit_reached", "has answered this sender often enough today"},
+      {"quote_in_command", "gets no reply out: its command holds a quote and is refused"},
+      {"run_ends", "ends the run: the recipient has no ASCII form"},
+      {"not_reached", "is not reached: an earlier rule ends the run"},
+  };
+  return pick(kWords, outcome);
+}
+
+Words words_for(SenderField field) {
+  static constexpr Words kWords[] = {
+      {"none", ""},
+      {"reply_to", "Reply-To"},
+      {"from", "From"},
+  };
+  return pick(kWords, field);
+}
+
+Words words_for(RecipientSource source) {
+  static constexpr Words kWords[] = {
+      {"option", "--recipient"},
+      {"environment", "RECIPIENT"},
+      {"to", "To"},
+  };
+  return pick(kWords, source);
+}
+
+Words words_for(LoopGuard guard) {
+  static constexpr Words kWords[] = {
+      {"passed", "passed"},
+      {"sender_is_recipient", "refused: the sender is the recipient"},
+      {"mailer_daemon", "refused: the sender is a mailer daemon"},
+  };
+  return pick(kWords, guard);
+}
+
+Words words_for(MailboxLookup lookup) {
+  static constexpr Words kWords[] = {
+      {"mail_name", "by its name"},
+      {"alias", "by an alias of the mailbox"},
+      {"domain_alias", "by an alias of the domain"},
+      {"alias_and_domain_alias", "by an alias of the mailbox and one of the domain"},
+  };
+  return pick(kWords, lookup);
+}
+
+Words words_for(TriggerPlace place) {
+  static constexpr Words kWords[] = {
+      {"nowhere", "every message"},
+      {"subject", "the subject"},
+      {"body", "the body"},
+  };
+  return pick(kWords, place);
+}
+
+Words words_for(LimiterStep step) {
+  static constexpr Words kWords[] = {
+      {"refuse", "refuses"},
+      {"count_up", "counts one more"},
+      {"remember", "remembers the sender"},
+      {"evict_and_remember", "forgets the oldest and remembers the sender"},
+  };
+  return pick(kWords, step);
+}
