@@ -35,7 +35,7 @@ void look_for(const std::string& filename, const std::string& store, AttachmentL
   if (stat(path.c_str(), &status) == 0) {
     attachments.found.push_back({name, path, status.st_size});
   } else {
-    attachments.missing += name + "\n";
+    attachments.missing.push_back(name);
   }
 }
 

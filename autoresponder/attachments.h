@@ -19,7 +19,7 @@ struct Attachment {
 /// The attachments that a rule names.
 struct AttachmentList {
   std::vector<Attachment> found;
-  std::string missing;  ///< the names of those that do not exist, a newline behind each
+  std::vector<std::string> missing;  ///< the names of those that do not exist
 };
 
 /// Looks for a rule's attachments in the mailbox's store. A failing query stops the engine.

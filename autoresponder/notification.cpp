@@ -48,7 +48,7 @@ std::string notification_sender(PanelDatabase& database) {
 // own, so that the From line follows on the same line.
 void write_notification(std::ostream& mail, const Notification& notification,
                         const std::string& reply_to, const IncomingMessage& message,
-                        const std::string& missing) {
+                        const std::vector<std::string>& missing) {
   if (!reply_to.empty()) mail << "Reply-To: " << reply_to;
   mail << "From: " << notification.sender << std::endl;
   mail << "To: " << notification.owner_email << std::endl;
@@ -63,7 +63,8 @@ void write_notification(std::ostream& mail, const Notification& notification,
   mail << "The following files are missing in the attachment repository" << std::endl;
   mail << "for the mailname '" << message.recipient_mailname << "' on domain '"
        << message.recipient_domain << "':" << std::endl;
-  mail << missing << std::endl;
+  for (const std::string& name : missing) mail << name << '\n';
+  mail << std::endl;
 }
 
 }  // namespace
@@ -82,7 +83,7 @@ ShellCommand notification_command(const Notification& notification) {
 }
 
 void notify_owner(PanelDatabase& database, const std::string& reply_to,
-                  const IncomingMessage& message, const std::string& missing) {
+                  const IncomingMessage& message, const std::vector<std::string>& missing) {
   const std::optional<Notification> notification = address_notification(database, message);
   if (!notification) return;
   opipestream mail(notification_command(*notification));

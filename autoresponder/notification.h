@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "autoresponder/incoming_message.h"
 #include "autoresponder/panel_database.h"
@@ -26,8 +27,8 @@ ShellCommand notification_command(const Notification& notification);
 /// Mails the client who owns the domain that the message was addressed to about files that are not
 /// in the attachment store. Failures are reported on standard error and end nothing but this mail.
 ///
-/// `reply_to`: the rule's, possibly empty. `missing`: the names, a newline behind each.
+/// `reply_to`: the rule's, possibly empty. `missing`: the names.
 void notify_owner(PanelDatabase& database, const std::string& reply_to,
-                  const IncomingMessage& message, const std::string& missing);
+                  const IncomingMessage& message, const std::vector<std::string>& missing);
 
 #endif

@@ -100,7 +100,7 @@ void send_reply(PanelDatabase& database, const ResponderRule& rule, const Mailbo
   {
     const OwnedDescriptor descriptor(create_response_file());
     attachments = find_attachments(database, rule.id, mailbox);
-    const std::string& missing = attachments.missing;
+    const std::vector<std::string>& missing = attachments.missing;
     if (!missing.empty()) notify_owner(database, rule.reply_to, message, missing);
     whole = write_response_file(rule, message, attachments.found.empty() ? "" : boundary);
   }

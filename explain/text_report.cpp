@@ -45,6 +45,12 @@ std::string quoted(const std::string& text) {
   return "\"" + printable(text) + "\"";
 }
 
+std::string trimmed(const std::string& text) {
+  const size_t start = text.find_first_not_of(' ');
+  return start == std::string::npos ? ""
+                                    : text.substr(start, text.find_last_not_of(' ') - start + 1);
+}
+
 bool is_reply(RuleOutcome outcome) {
   return outcome == RuleOutcome::kReplies || outcome == RuleOutcome::kRepliesWithNotice;
 }
@@ -96,9 +102,9 @@ void Report::Limiter(const ResponderRule& rule, const LimiterFacts& limiter) {
     line << quoted(rule.ans_freq) << " replies a day: none\n";
     return;
   }
-  line << "this sender: " << printable(limiter.replies_today.value_or("0")) << " of "
-       << printable(rule.ans_freq) << " replies today; " << limiter.senders << " of "
-       << printable(rule.mem_limit) << " senders; " << words(*limiter.step) << '\n';
+  line << printable(limiter.replies_today.value_or("0")) << " of " << printable(rule.ans_freq)
+       << " replies to this sender today, " << limiter.senders << " of "
+       << printable(rule.mem_limit) << " senders remembered: " << words(*limiter.step) << '\n';
   for (const std::string& sender : limiter.evicted)
     Line("") << "forgets " << printable(sender) << '\n';
 }
@@ -107,12 +113,13 @@ void Report::Attachments(const RuleExplanation& facts) {
   for (const Attachment& file : facts.attachments.found) {
     Line("attachment") << printable(file.path) << ", " << file.size << " bytes\n";
   }
-  std::istringstream missing(facts.attachments.missing);
-  for (std::string name; std::getline(missing, name);) {
+  if (facts.attachments.missing.empty()) return;
+  for (const std::string& name : facts.attachments.missing) {
     Line("missing") << Coloured(Colour::kYellow, printable(name)) << '\n';
   }
-  if (!facts.notification) return;
-  Line("") << "tells " << printable(facts.notification->owner_email) << " about it\n";
+  const auto& notification = facts.notification;
+  Line("") << "tells " << (notification ? printable(notification->owner_email) : "nobody")
+           << " about it\n";
 }
 
 void Report::Reply(const ReplyFacts& reply) {
@@ -152,7 +159,7 @@ void Report::Rule(const RuleExplanation& facts) {
        << Coloured(colour, words(facts.outcome)) << '\n';
   if (facts.trigger) Trigger(facts.rule, *facts.trigger);
   if (facts.limiter) Limiter(facts.rule, *facts.limiter);
-  if (facts.forwarding) Line("forward to") << printable(*facts.forwarding) << '\n';
+  if (facts.forwarding) Line("forward to") << trimmed(printable(*facts.forwarding)) << '\n';
   Attachments(facts);
   if (facts.reply) Reply(*facts.reply);
   Commands(facts.commands);

@@ -103,10 +103,10 @@ Words words_for(TriggerPlace place) {
 
 Words words_for(LimiterStep step) {
   static constexpr Words kWords[] = {
-      {"refuse", "refuses"},
-      {"count_up", "counts one more"},
-      {"remember", "remembers the sender"},
-      {"evict_and_remember", "forgets the oldest and remembers the sender"},
+      {"refuse", "no reply"},
+      {"count_up", "replies, and counts it"},
+      {"remember", "replies, and remembers this one"},
+      {"evict_and_remember", "forgets the oldest, replies, and remembers this one"},
   };
   return pick(kWords, step);
 }

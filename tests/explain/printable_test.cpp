@@ -1,0 +1,63 @@
+#include "explain/printable.h"
+
+#include <ostream>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+using namespace std::string_view_literals;
+
+namespace {
+
+struct Row {
+  const char* name;
+  std::string_view text;
+  std::string_view want;
+};
+
+void PrintTo(const Row& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class Printable : public testing::TestWithParam<Row> {};
+
+TEST_P(Printable, Is) {
+  EXPECT_EQ(printable(GetParam().text), GetParam().want);
+}
+
+constexpr Row kRows[] = {
+    {"Nothing", "", ""},
+    {"Ascii", "a b~", "a b~"},
+    {"Umlaut", "Gr\xC3\xBC\xC3\x9F", "Gr\xC3\xBC\xC3\x9F"},
+    {"ThreeBytes", "\xE6\x97\xA5", "\xE6\x97\xA5"},
+    {"FourBytes", "\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},
+    {"HighestCharacter", "\xF4\x8F\xBF\xBF", "\xF4\x8F\xBF\xBF"},
+    {"LineEnds", "a\r\nb\tc", "a\\x0D\\x0Ab\\x09c"},
+    {"Nul", "a\0b"sv, "a\\x00b"},
+    {"Escape", "\033[2J", "\\x1B[2J"},
+    {"Delete", "\x7F", "\\x7F"},
+    {"FirstHighControl", "\xC2\x80", "\\xC2\\x80"},
+    {"LastHighControl", "\xC2\x9F", "\\xC2\\x9F"},
+    {"BehindTheHighControls", "\xC2\xA0", "\xC2\xA0"},
+    {"Latin1",
+     "\xFC"
+     "a",
+     "\\xFC"
+     "a"},
+    {"ContinuationAlone", "\x80", "\\x80"},
+    {"Truncated", "\xE6\x97", "\\xE6\\x97"},
+    {"TruncatedInText", "\xE6\x97 x", "\\xE6\\x97 x"},
+    {"OverlongTwoBytes", "\xC0\xAF", "\\xC0\\xAF"},
+    {"OverlongThreeBytes", "\xE0\x9F\xBF", "\\xE0\\x9F\\xBF"},
+    {"OverlongFourBytes", "\xF0\x8F\xBF\xBF", "\\xF0\\x8F\\xBF\\xBF"},
+    {"Surrogate", "\xED\xA0\x80", "\\xED\\xA0\\x80"},
+    {"AboveTheHighest", "\xF4\x90\x80\x80", "\\xF4\\x90\\x80\\x80"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, Printable, testing::ValuesIn(kRows));
+
+TEST(PrintableLines, KeepLineEndsAndTabs) {
+  EXPECT_EQ(printable_lines("a\n\tb\r\033"), "a\n\tb\\x0D\\x1B");
+}
+
+}  // namespace

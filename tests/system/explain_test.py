@@ -1,0 +1,354 @@
+"""autoresponder-explain: what it tells, how it ends, and that it changes nothing."""
+
+import os
+import pty
+import signal
+import subprocess
+import time
+
+import pytest
+
+import panel as sandbox
+from conftest import CHECKOUT, COMMANDS, EXPLAIN, OPTIMISED, message
+
+ANSWERS = {"verdict", "reason", "rules"}
+
+
+def test_tells_the_whole_decision(panel):
+    panel.sql("insert into misc values ('mysql41_compatible', 'true')")
+    rule = panel.rule(keystr="question", key_where="body", subject="Re: <request_subject>",
+                      ans_freq=3, mem_limit=2, text="Soon.")
+    panel.forward(rule, "anna@colleague.example", "ben@colleague.example")
+    panel.attach(rule, "list.txt")
+    panel.name_attachments(rule, "gone.txt")
+    panel.sql(f"insert into resp_freq (rn_id, email, num, time_resp) values"
+              f" ({rule}, 'p@x.example', 1, timestamp(curdate())),"
+              f" ({rule}, 'q@x.example', 1, timestamp(curdate(), '00:00:01')),"
+              f" ({rule}, 'r@x.example', 9, timestamp(curdate() - interval 1 day))")
+    panel.limit("5000")
+    text = (b"From: Otto <otto@customer.example>\nSubject: =?utf-8?Q?Gr=C3=BC=C3=9Fe?=\n\n"
+            b"Dear shop,\nI have a question.\n")
+    result = panel.explain(text)
+    assert (result.status, result.err) == (0, b"")
+    assert result.out.decode() == f"""\
+Message
+  sender      otto@customer.example (From)
+  recipient   info@shop.example (RECIPIENT)
+  subject     "Grüße"
+  charset     US-ASCII
+  guards      passed
+  mailbox     info@shop.example, id 1, found by its name
+
+Rule 1 replies
+  trigger     "question" is in line 2 of the body
+  limiter     0 of 3 replies to this sender today, 2 of 2 senders remembered: \
+forgets the oldest, replies, and remembers this one
+              forgets p@x.example
+  forward to  anna@colleague.example ben@colleague.example
+  attachment  {sandbox.store()}/list.txt, 7 bytes
+  missing     gone.txt
+              tells grete@customer.example about it
+  reply       573 bytes, within the limit of 5000
+    | From: info@shop.example
+    | To: otto@customer.example
+    | MIME-Version: 1.0
+    | Subject: =?utf-8?Q?Re:_Gr=C3=BC=C3=9Fe?=
+    | Content-Type: multipart/mixed;
+    | \tboundary="--------=_nWlrBbmQBhCDarzOwKkYHIDdqSCDX"
+  command     forward
+    $ {sandbox.QMAIL}/bin/sendmail -f 'info@shop.example'  anna@colleague.example \
+ben@colleague.example  </tmp/kem-autoresponder-XXXXXX
+  command     notify
+    $ {sandbox.QMAIL}/bin/sendmail -f 'hostmaster@panel.example' 'grete@customer.example'
+  command     attach
+    $ echo '----------=_nWlrBbmQBhCDarzOwKkYHIDdqSCDX
+    $ Content-Type: application/octet-stream
+    $ Content-Transfer-Encoding: base64
+    $ Content-Disposition: attachment;
+    $ \tfilename="list.txt"
+    $ ' >>/tmp/kem-response-uu-XXXXXX ; uuencode -m -- '{sandbox.store()}/list.txt' 'list.txt' \
+| sed -e '1d;$d' >>/tmp/kem-response-uu-XXXXXX ; echo ; \
+echo '----------=_nWlrBbmQBhCDarzOwKkYHIDdqSCDX--' >>/tmp/kem-response-uu-XXXXXX ;\x20
+  command     reply
+    $ {sandbox.QMAIL}/bin/sendmail -f 'info@shop.example' 'otto@customer.example' \
+</tmp/kem-response-uu-XXXXXX
+
+A reply would leave. Reason: at least one rule replies.
+"""
+    panel.run(text)
+    assert len(panel.mails()[-1].message) == 573
+
+
+@pytest.mark.parametrize("text, options, recipient, reason, status", [
+    (message(), [], "info@shop.example", "no_rule_replies", 1),
+    (message(subject="yes"), [], "info@shop.example", "rule_replies", 0),
+    (message(subject="yes"), [], "nobody@shop.example", "mailbox_not_found", 1),
+    (message(sender="info@shop.example"), [], "info@shop.example", "sender_is_recipient", 1),
+    (message(sender="MAILER-DAEMON@x"), [], "info@shop.example", "mailer_daemon", 1),
+    (b"Subject: yes\n\n", [], "info@shop.example", "no_sender", 1),
+    (b"From: a@b\n\n", [], None, "no_recipient", 1),
+    (message(subject="=?utf-8?Q?a?= \0"), [], "info@shop.example", "run_aborts", 1),
+    (message(subject="yes"), ["--rule", "1"], "info@shop.example", "rule_replies", 0),
+    (message(subject="yes"), ["--rule", "2"], "info@shop.example", "no_rule_replies", 1),
+    (message(subject="yes"), ["--rule", "3"], "info@shop.example", "no_such_rule", 2),
+    (message(), ["/nowhere"], "info@shop.example", "message_unreadable", 2),
+    (message(), ["/tmp"], "info@shop.example", "message_unreadable", 2),
+])
+def test_ends_with_the_verdict(panel, text, options, recipient, reason, status):
+    panel.rule(keystr="yes", key_where="subj")
+    panel.rule(resp_on="false")
+    result = panel.explain(text, "--json", *options, recipient=recipient)
+    assert (result.answer()["reason"], result.status) == (reason, status)
+    in_words = panel.explain(text, *options, recipient=recipient)
+    assert in_words.status == status
+    assert [b"A reply would leave.", b"No reply would leave.", b"It cannot be told."][status] \
+        in in_words.out
+
+
+def test_tells_of_a_mailbox_without_rules(panel):
+    result = panel.explain(message(), "--json")
+    assert (result.answer()["reason"], result.status) == ("no_rules", 1)
+
+
+def test_cannot_tell_without_a_database(panel):
+    sandbox.write_shadow("another password")
+    result = panel.explain(message(), "--json")
+    assert result.status == 2
+    assert result.answer()["verdict"] == "unknown"
+    assert result.answer()["reason"] == "database_fails"
+    assert result.answer()["trouble"] == "autoresponder: Unable to connect to the mysql database "
+    assert b"Access denied" in result.err
+
+
+def test_cannot_tell_without_a_table(panel):
+    panel.rule()
+    panel.sql("drop table resp_forward")
+    result = panel.explain(message(), "--json")
+    assert result.status == 2
+    assert result.answer()["trouble"] == ("autoresponder: Unable to exec query :"
+                                          "Table 'kem.resp_forward' doesn't exist")
+
+
+def test_cannot_tell_without_the_configuration(panel):
+    sandbox.write_conf({})
+    result = panel.explain(message(), "--json")
+    assert (result.status, result.out) == (2, b"")
+    assert result.err.startswith(b"autoresponder-explain: Error: PRODUCT_ROOT_D not defined")
+
+
+def test_cannot_tell_when_nobody_takes_the_answer(panel):
+    panel.rule()
+    with open("/dev/full", "w") as full:
+        process = subprocess.run([EXPLAIN, "--recipient", "info@shop.example"], stdout=full,
+                                 input=message())
+    assert process.returncode == 2
+
+
+@pytest.mark.parametrize("options, status, says", [
+    (["--help"], 0, b"--show-reply"),
+    (["--version"], 0, b"autoresponder-explain 1."),
+    (["--nonsense"], 2, b"--nonsense"),
+    (["one", "two"], 2, b"two"),
+    (["--rule"], 2, b"--rule"),
+])
+def test_reads_its_command_line(panel, options, status, says):
+    result = panel.explain(b"", *options)
+    assert (result.status, says in (result.err if status else result.out)) == (status, True)
+
+
+@pytest.mark.parametrize("options, recipient, want", [
+    (["--recipient", "info@my-shop.example"], "x-a@b", ("info@my-shop.example", "option")),
+    ([], "x-a@b", ("a@b", "environment")),
+    ([], None, ("info@shop.example", "to")),
+    (["--recipient", ""], None, ("", "option")),
+])
+def test_takes_the_recipient_from(panel, options, recipient, want):
+    told = panel.explain(message(), "--json", *options, recipient=recipient).answer()["message"]
+    assert (told["recipient"], told["recipient_from"]) == want
+
+
+@pytest.mark.parametrize("header, want", [
+    ("Reply-To: team@x.example\nFrom: a@b", ("team@x.example", "reply_to")),
+    ("Reply-To: list:a@b;\nFrom: a@b", ("a@b", "from")),
+])
+def test_tells_which_field_names_the_sender(panel, header, want):
+    told = panel.explain(f"{header}\n\n".encode(), "--json").answer()["message"]
+    assert (told["sender"], told["sender_from"]) == want
+
+
+def test_reads_a_message_from_a_file(panel):
+    panel.rule()
+    file = sandbox.HOME / "message"
+    file.write_bytes(message())
+    assert panel.explain(b"", str(file)).out == panel.explain(message()).out
+    assert panel.explain(message(), "-").out == panel.explain(message()).out
+    file.unlink()
+
+
+def test_shows_the_reply_as_it_would_leave(panel):
+    rule = panel.rule(charset="ISO-8859-1", text="Gr\N{LATIN SMALL LETTER U WITH DIAERESIS}ße")
+    panel.sql("insert into misc values ('mysql41_compatible', 'true')")
+    panel.attach(rule, "data", content=bytes(range(256)))
+    shown = panel.explain(message(), "--show-reply").out
+    panel.run(message())
+    (mail,) = panel.mails()
+    assert b"Gr\xfc\xdfe" in mail.message
+    assert mail.message in shown
+
+
+def test_shows_the_notice_in_place_of_a_large_reply(panel):
+    panel.rule(text="x" * 1000)
+    panel.limit("500")
+    result = panel.explain(message(), "--json", "--show-reply")
+    (rule,) = result.answer()["rules"]
+    assert (rule["outcome"], rule["reply"]["limit"], result.status) == ("replies_with_notice", 500, 0)
+    assert rule["reply"]["size"] > 1000
+    panel.run(message())
+    assert [mail.message.decode() for mail in panel.mails()] == [rule["reply"]["text"]]
+
+
+def test_tells_about_one_rule_as_about_all(panel):
+    for number in range(3):
+        panel.attach(panel.rule(), f"{number}.txt")
+    everything = panel.explain(message(), "--json", "--show-reply").answer()["rules"]
+    for rule in everything:
+        alone = panel.explain(message(), "--json", "--show-reply", "--rule", rule["id"]).answer()
+        assert alone["rules"] == [rule]
+
+
+def test_writes_text_that_is_no_utf8_as_replacement_characters(panel):
+    panel.rule()
+    told = panel.explain(message(sender="\udcff@x".encode(errors="surrogateescape").decode("latin-1")),
+                         "--json")
+    assert told.status == 0
+    raw = panel.explain(b"From: \xff@x\n\n", "--json").answer()
+    assert raw["message"]["sender"] == "\N{REPLACEMENT CHARACTER}@x"
+
+
+def test_keeps_the_commands_output_out_of_the_answer(panel):
+    panel.attach(panel.rule(), "list.txt")
+    assert panel.explain(message(), "--json").out.startswith(b"{")
+
+
+def on_terminal(text, *options):
+    """What a terminal is shown."""
+    master, slave = pty.openpty()
+    process = subprocess.Popen([EXPLAIN, "--recipient", "info@shop.example", *options],
+                               stdin=subprocess.PIPE, stdout=slave, stderr=subprocess.DEVNULL)
+    os.close(slave)
+    process.stdin.write(text)
+    process.stdin.close()
+    shown = b""
+    try:
+        while block := os.read(master, 65536):
+            shown += block
+    except OSError:  # the other end is closed
+        pass
+    os.close(master)
+    process.wait()
+    return shown
+
+
+def test_uses_colour_on_a_terminal_only(panel):
+    panel.rule()
+    assert b"\033[32mreplies\033[0m" in on_terminal(message())
+    assert b"\033" not in panel.explain(message()).out
+    assert b"\033" not in on_terminal(message(), "--json")
+
+
+def test_shows_strangers_bytes_as_text(panel):
+    rule = panel.rule(text="\033]0;owned\a", keystr="\033[2J", key_where="body", charset="UTF-8")
+    panel.name_attachments(rule, "\033[31m.txt")
+    text = b"From: a@b\nSubject: =?utf-8?Q?=1B[31m=C2=9B?= \x1b[2J\n\n\x1b[2J\r\n"
+    shown = on_terminal(text, "--show-reply")
+    for part in shown.split(b"\033")[1:]:  # the colours of the report alone
+        assert part.startswith((b"[0m", b"[1m", b"[31m", b"[32m", b"[33m"))
+    assert rb"\x1B[2J" in shown and b"\xc2\x9b" not in shown and b"\a" not in shown
+    plain = panel.explain(text).out
+    assert b"\033" not in plain
+
+
+def file_system():
+    """Every file that is not the kernel's, the server's, or what the tests themselves write."""
+    skipped = {"/proc", "/sys", "/dev", "/mnt", "/run/mysqld", str(sandbox.DATA)}
+    noted = {str(sandbox.HOME), str(COMMANDS), str(sandbox.HOME / "mysqld.log")}
+    found = {}
+    for directory, directories, files in os.walk("/"):
+        directories[:] = [name for name in directories
+                          if os.path.join(directory, name) not in skipped
+                          and not os.path.samefile(os.path.join(directory, name), CHECKOUT)]
+        for path in [directory, *(os.path.join(directory, name) for name in files)]:
+            if path not in noted:
+                status = os.lstat(path)
+                found[path] = (status.st_mode, status.st_uid, status.st_size, status.st_mtime_ns,
+                               status.st_ino)
+    return found
+
+
+def full_panel(panel):
+    """Rules that would forward, notify, evict and reply with attachments."""
+    for _ in range(3):
+        rule = panel.rule(mem_limit=1)
+        panel.forward(rule, "anna@colleague.example")
+        panel.attach(rule, "list.txt", content=b"x" * 100000)
+        panel.name_attachments(rule, "gone.txt")
+        panel.sql(f"insert into resp_freq (rn_id, email, num, time_resp) values"
+                  f" ({rule}, 'p@x.example', 1, now()), ({rule}, 'r@x.example', 9, '2020-01-01');")
+
+
+def test_changes_no_file_and_no_row(panel):
+    full_panel(panel)
+    dump = ["mariadb-dump", "--no-defaults", f"--socket={sandbox.SOCKET}", "--user=root",
+            "--skip-dump-date", "--all-databases"]
+    rows, files = subprocess.check_output(dump), file_system()
+    assert panel.explain(message(), "--show-reply").status == 0
+    after = file_system()
+    assert {path for path in files.keys() | after.keys()
+            if files.get(path) != after.get(path)} == set()
+    assert subprocess.check_output(dump) == rows
+    assert panel.mails() == []
+
+
+def test_changes_nothing_when_it_is_interrupted(panel):
+    full_panel(panel)
+    before = panel.state()
+    start = time.monotonic()
+    panel.explain(message())
+    duration = time.monotonic() - start
+    endings = set()
+    for number in range(40):
+        process = subprocess.Popen([EXPLAIN, "--recipient", "info@shop.example"],
+                                   stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL)
+        process.stdin.write(message())
+        process.stdin.close()
+        time.sleep(duration * number / 40)
+        process.send_signal([signal.SIGTERM, signal.SIGINT, signal.SIGHUP, signal.SIGKILL][number % 4])
+        endings.add(process.wait())
+    assert min(endings) < 0
+    assert panel.state() == before
+    assert panel.mails() == [] and panel.temporary_files() == []
+
+
+def test_holds_itself_to_reading(panel):
+    full_panel(panel)
+    statements = panel.statements(lambda: panel.explain(message()))
+    assert "start transaction read only" in statements
+    assert not [statement for statement in statements
+                if statement.lower().startswith(("insert", "update", "delete", "replace"))]
+
+
+@pytest.mark.skipif(not OPTIMISED, reason="measures the optimised program")
+def test_explains_a_large_message(panel):
+    panel.rule(keystr="needle", key_where="body")
+    start = time.monotonic()
+    result = panel.explain(message(body="hay\n" * 5_000_000 + "a needle\n"), "--json")
+    assert result.answer()["rules"][0]["trigger"]["line"] == 5_000_001
+    assert time.monotonic() - start < 10
+
+
+def test_is_described_in_its_help(panel):
+    shown = panel.explain(b"", "--help").out.decode()
+    for option in ("--recipient", "--rule", "--json", "--show-reply", "--version", "--help"):
+        assert option in shown
+    assert CHECKOUT.joinpath("explain", "options.cpp").read_text().count('"--') == 6
