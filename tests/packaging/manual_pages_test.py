@@ -1,0 +1,174 @@
+"""Holds the list of diagnostics in autoresponder(8) against the sources: every text that the program
+can write is in the page, and the page has none that it cannot write. And the keys in kem.conf(5).
+
+What the program can write is read from the sources: a definition counts when its name is mentioned
+in one that counts already, beginning with main. That takes in a few texts too many and none too
+few; those are named in NOT_BY_A_RUN.
+"""
+
+import re
+from pathlib import Path
+
+import pytest
+
+CHECKOUT = Path(__file__).resolve().parent.parent.parent
+FOLDERS = ("autoresponder", "mime", "support", "mimelib")
+PAGE = CHECKOUT / "packaging" / "autoresponder.8"
+
+TOKEN = re.compile(r'//[^\n]*|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])*\'|R"\((?:.|\n)*?\)"')
+LITERAL = re.compile(r'"((?:\\.|[^"\\\n])*)"')
+# What takes texts for people: routines, tables and the like.
+WRITERS = re.compile(
+    r"\b(diagnose|report_error|put_message|perror|refuse|warn|warn_unconverted|Fail|fail|"
+    r"end_process|db_error_text|stop|Complaint)\s*(?=[({])"
+    r"|\bsnprintf\(error\b|\bfailure =|\bk\w*Diagnostic =|\bkCodeTexts\[\] ="
+    r"|#define KEM_CONF_VALUE|\.Query\(|\breturn (?=\"[^\"]* [^\"]*\";)")
+STATEMENT = re.compile(r"(select|insert|update|delete) ")  # for the server, not for people
+
+# Texts of a definition that counts, which a run cannot come to, and why.
+NOT_BY_A_RUN = {
+    "Unable to connect to the mysql database": "the run's readers of settings are given its connection",
+}
+
+
+def sources():
+    for folder in FOLDERS:
+        yield from sorted((CHECKOUT / folder).glob("*.cpp"))
+        yield from sorted((CHECKOUT / folder).glob("*.h"))
+
+
+def without_comments(text):
+    return TOKEN.sub(lambda m: "" if m[0].startswith("//") else m[0], text)
+
+
+def definitions(text):
+    """The stretches of a file that begin at the left margin, each with its name."""
+    lines = text.replace("\\\n", "").split("\n")
+    starts = [i for i, line in enumerate(lines) if re.match(r"[A-Za-z_#\[]", line)]
+    for start, end in zip(starts, starts[1:] + [len(lines)]):
+        head = lines[start]
+        name = (re.match(r"#define (\w+)", head)
+                or re.match(r"[^(]*?(\w+)(?:\[\w*\])? =", head)
+                or re.match(r"(?:template.*?> )?(?:class|struct|enum(?: class)?) (\w+)", head)
+                or re.search(r"([\w~]+)(?:<[^<>]*>)?\(", head)
+                or re.search(r"(\w+)(?:\[\w*\])?(?: =|\{| \{|;)", head))
+        if name is not None:
+            yield name[1], "\n".join(lines[start:end])
+
+
+def reachable(found, start):
+    """The texts of all definitions that `start` mentions, directly or not."""
+    names, todo = set(), {start}
+    while todo:
+        names |= todo
+        mentioned = set()
+        for name in todo:
+            for text in found.get(name, ()):
+                mentioned |= set(re.findall(r"\w+", LITERAL.sub('""', text)))
+        todo = {name for name in mentioned if name in found} - names
+    return {name: found[name] for name in names}
+
+
+def argument(text):
+    """From an opening bracket in front of `text` to the one that closes it, else to the end of the
+    statement."""
+    depth = 0
+    for match in re.finditer(r'"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])*\'|[(){};]', text):
+        if match[0] in "({":
+            depth += 1
+        elif match[0] in ")}":
+            depth -= 1
+            if depth == 0:
+                return text[:match.end()]
+        elif match[0] == ";" and depth == 0:
+            return text[:match.start()]
+    return text
+
+
+def stated(definition):
+    """The texts for people in a definition, cut where a value is put in."""
+    for writer in WRITERS.finditer(definition):
+        opened = writer.end() if writer[0][-1] != "(" else writer.end() - 1
+        argued = argument(definition[opened:] if not writer[0].startswith("snprintf")
+                          else "(" + definition[opened:])
+        if "#define" in writer[0]:
+            argued = definition[opened:].split("{", 1)[1]
+        for literal in LITERAL.findall(re.sub(r'"\s*\n?\s*"', "", argued)):
+            text = re.sub(r"\\n", "", literal).replace('\\"', '"')
+            for piece in re.split(r"%[sdu]", text):
+                if re.search(r"[A-Za-z]", piece) and not STATEMENT.match(piece):
+                    yield piece.strip(" ")
+
+
+def texts_of_the_program():
+    found = {}
+    for path in sources():
+        for name, text in definitions(without_comments(path.read_text())):
+            found.setdefault(name, []).append(text)
+    counted = reachable(found, "main")
+    return {piece for texts in counted.values() for text in texts for piece in stated(text)}
+
+
+def unquoted(text):
+    return text.replace("\\&", "")
+
+
+def page_items():
+    """The diagnostics of the page, each as its fixed texts."""
+    section = PAGE.read_text().split(".Sh DIAGNOSTICS")[1].split("\n.Sh ")[0]
+    heads = re.findall(r'^\.It (Li .*)$', section, re.MULTILINE)
+    return [[unquoted(text).strip(" ") for text in re.findall(r'Li "([^"]*)"', head)]
+            for head in heads]
+
+
+def page_texts():
+    """Those texts, and the words in quotes that stand for a value of one of them."""
+    section = PAGE.read_text().split(".Sh DIAGNOSTICS")[1].split("\n.Sh ")[0]
+    return ([text for item in page_items() for text in item]
+            + [unquoted(words) for words in re.findall(r"^\.Dq ([^\n]*?)(?: [,;.])?$", section,
+                                                       re.MULTILINE)])
+
+
+TEXTS = texts_of_the_program() - NOT_BY_A_RUN.keys()
+
+
+# Pieces of a text that is put together, as the page has it in one.
+def whole(piece):
+    return {"idn_toascii_safe": "idn_toascii_safe("}.get(piece, piece)
+
+
+@pytest.mark.parametrize("text", sorted(TEXTS))
+def test_the_page_has_every_text_of_the_program(text):
+    assert any(whole(text) in entry for entry in page_texts())
+
+
+@pytest.mark.parametrize("item", page_items(), ids=" … ".join)
+def test_the_program_has_every_text_of_the_page(item):
+    for text in item:
+        if re.search(r"[A-Za-z]", text):
+            assert any(piece in text for piece in TEXTS), text
+
+
+def test_the_sources_were_understood():
+    assert {"Field From: equial field To:", "autoresponder: Unable to exec query :", "alloc(",
+            "Could not convert message", "set names query", "Invalid length", "no charset",
+            "autoresponder: refused to run a command with a quote in:", "Bad base64 symbol:",
+            "Unable to query parameter by query", "Unknown error"} <= TEXTS
+    assert "Unable to query IP address:" not in TEXTS
+
+
+def test_no_other_way_to_write_a_text():
+    """Only these write to the two streams; else the search above would miss a text."""
+    writing = re.compile(r"std::c(?:err|out|log)\b|\bstderr\b|\bstdout\b|\bperror\(|\bf?printf\("
+                         r"|\bSTD(?:ERR|OUT)_FILENO\b")
+    found = {path.name for path in sources()
+             if writing.search(LITERAL.sub('""', without_comments(path.read_text())))}
+    assert found == {"diagnose.h", "report.cpp", "process.cpp", "strings.cpp"}
+
+
+def test_the_keys_of_the_configuration():
+    header = (CHECKOUT / "support" / "conf.h").read_text()
+    page = (CHECKOUT / "packaging" / "kem.conf.5").read_text().split(".Sh KEYS")[1]
+    keys = re.findall(r"\bKEY\((\w+)\)", header)
+    assert len(keys) == 30
+    assert re.findall(r"^\.It Li (\w+)$", page, re.MULTILINE) == keys
