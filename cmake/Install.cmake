@@ -1,0 +1,34 @@
+# What `cmake --install` puts below CMAKE_INSTALL_PREFIX. The default is the root that the file system
+# hierarchy reserves for software that is no part of the distribution: /usr/local is the
+# administrator's, and no package may write there. /etc/kem belongs to the panel: nothing here touches
+# it.
+if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)
+  set(CMAKE_INSTALL_PREFIX /opt/kem CACHE PATH "The panel's root" FORCE)
+endif()
+set(KEM_MAIL_GROUP vmail CACHE STRING
+    "Primary group of the mail server's deliveries, the only one that may run the autoresponder")
+set(KEM_PACKAGE kem-autoresponder)
+
+# A directory is as open as the system's are, whatever the umask of who installs.
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+# Closed to everybody but root until its group is set: it must not be setuid with a wrong one for a
+# moment.
+install(TARGETS autoresponder_program RUNTIME DESTINATION sbin
+        PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE)
+configure_file(${CMAKE_SOURCE_DIR}/cmake/OpenToDeliveries.cmake.in
+               ${CMAKE_BINARY_DIR}/OpenToDeliveries.cmake @ONLY)
+install(SCRIPT ${CMAKE_BINARY_DIR}/OpenToDeliveries.cmake)
+
+# Runs as who starts it, who must be root to be of use.
+install(TARGETS explain_program RUNTIME DESTINATION sbin)
+
+foreach(section 5 8)
+  file(GLOB pages CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/packaging/*.${section})
+  install(FILES ${pages} DESTINATION share/man/man${section})
+endforeach()
+install(FILES README.md CHANGELOG.md DESTINATION share/doc/${KEM_PACKAGE})
+install(FILES schema/tables.sql DESTINATION share/doc/${KEM_PACKAGE}/schema)
+
+include(${CMAKE_SOURCE_DIR}/packaging/Package.cmake)

@@ -1,0 +1,41 @@
+# `cpack -G DEB`: the installation as a Debian package. Manual pages and documents stand where Debian
+# looks for them, the program below CMAKE_INSTALL_PREFIX.
+set(package_dir ${CMAKE_BINARY_DIR}/package)
+foreach(file postinst lintian-overrides)
+  configure_file(packaging/${file}.in ${package_dir}/${file} @ONLY
+                 FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE
+                                  GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+endforeach()
+configure_file(packaging/finish-package.cmake.in ${package_dir}/finish-package.cmake @ONLY)
+configure_file(packaging/cpack-options.cmake.in ${package_dir}/cpack-options.cmake @ONLY)
+
+set(CPACK_PACKAGE_CONTACT "Autoresponder Maintainers <autoresponder@panel.example>"
+    CACHE STRING "Maintainer of the package")
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME ${KEM_PACKAGE})
+set(CPACK_PACKAGE_VENDOR kem)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_SET_DESTDIR ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
+set(CPACK_PRE_BUILD_SCRIPTS ${package_dir}/finish-package.cmake)
+set(CPACK_PROJECT_CONFIG_FILE ${package_dir}/cpack-options.cmake)
+
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_SECTION mail)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# What it runs besides sed and the shell, which every system has.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS sharutils)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "mail autoresponder of a hosting panel with qmail")
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
+"The mail server's delivery runs it once per message. It finds the mailbox
+and its rules in the panel's database, and for each rule that fires it
+forwards the message and sends a MIME reply, with a charset, a subject
+template and attachments of the rule's own.
+.
+The program is setuid root and open to one group, that of the mail
+deliveries. It needs the panel's configuration in /etc/kem.")
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${package_dir}/postinst)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+include(CPack)

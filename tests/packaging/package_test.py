@@ -1,0 +1,262 @@
+"""The Debian package in a scratch root: what it installs and leaves alone, and the installed program
+as the mail server starts it. Run by `tests/packaging/run`."""
+
+import grp
+import os
+import shutil
+import stat
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+CHECKOUT = Path(__file__).resolve().parent.parent.parent
+sys.path.insert(0, str(CHECKOUT / "sandbox"))
+
+import panel as sandbox  # noqa: E402
+
+BUILD = CHECKOUT / "build-package"
+NAME = "kem-autoresponder"
+PACKAGE, NEXT_PACKAGE = (next(BUILD.glob(f"{NAME}_*-{release}_*.deb")) for release in (1, 2))
+PROGRAM = Path("/opt/kem/sbin/autoresponder")
+GROUP = "vmail"  # the package's default
+OTHER_GROUP = "deliveries"
+DELIVERY, STRANGER = 64001, 64002  # user ids without an account
+MESSAGE = b"From: otto@customer.example\nSubject: Hello\n\nA question.\n"
+
+# Where dpkg and its triggers keep their own records.
+RECORDS = ("/var/lib/dpkg", "/var/log", "/var/cache")
+
+
+def shell(*command, **options):
+    return subprocess.run(command, check=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                          **options)
+
+
+def dpkg(*arguments):
+    return shell("dpkg", *arguments).stderr.decode()
+
+
+def owner_and_mode(path=PROGRAM):
+    status = path.stat()
+    return status.st_uid, grp.getgrgid(status.st_gid).gr_name, stat.S_IMODE(status.st_mode)
+
+
+def files(*roots):
+    """Every file below the directories, with what an installation could change of it."""
+    found = {}
+    for root in roots:
+        for directory, names, others in os.walk(root):
+            if directory.startswith(RECORDS):
+                names.clear()
+                continue
+            for path in (directory, *(os.path.join(directory, name) for name in others)):
+                status = os.lstat(path)
+                found[path] = (status.st_mode, status.st_uid, status.st_gid,
+                               None if os.path.isdir(path) else (status.st_size, status.st_mtime_ns))
+    return found
+
+
+def system_files():
+    return files("/etc", "/opt", "/usr", "/var")
+
+
+@pytest.fixture(scope="session", autouse=True)
+def _plain_machine():
+    """Whatever this machine is like: none of the groups is there, no part of a package is left out,
+    and another package lives below /opt, which dpkg would take away with its last entry."""
+    group_file = Path("/etc/group")
+    group_file.write_text("".join(line for line in group_file.read_text().splitlines(True)
+                                  if line.split(":")[0] not in (GROUP, OTHER_GROUP)))
+    for options in Path("/etc/dpkg/dpkg.cfg.d").glob("*"):
+        options.unlink()
+    Path("/opt/neighbour").mkdir(parents=True)
+    shell("groupadd", "--system", OTHER_GROUP)
+
+
+@pytest.fixture
+def group():
+    shell("groupadd", "--system", GROUP)
+    yield GROUP
+    shell("groupdel", GROUP)
+
+
+@pytest.fixture
+def override():
+    """The administrator's own choice of the group."""
+    shell("dpkg-statoverride", "--add", "root", OTHER_GROUP, "4750", str(PROGRAM))
+    yield (0, OTHER_GROUP, 0o4750)
+    shell("dpkg-statoverride", "--remove", str(PROGRAM))
+
+
+@pytest.fixture(autouse=True)
+def _no_package():
+    yield
+    dpkg("--purge", NAME)
+
+
+def test_belongs_to_root_and_the_deliveries(group):
+    dpkg("--install", str(PACKAGE))
+    assert owner_and_mode() == (0, GROUP, 0o4750)
+
+
+def test_stays_closed_until_the_group_exists():
+    said = dpkg("--install", str(PACKAGE))
+    assert f"there is no group '{GROUP}'" in said
+    assert owner_and_mode() == (0, "root", 0o750)
+    shell("groupadd", "--system", GROUP)
+    try:
+        shell("dpkg-reconfigure", NAME)
+        assert owner_and_mode() == (0, GROUP, 0o4750)
+    finally:
+        shell("groupdel", GROUP)
+
+
+def test_another_group_can_be_chosen_afterwards(override):
+    del override  # only for its end
+    shell("dpkg-statoverride", "--remove", str(PROGRAM))
+    dpkg("--install", str(PACKAGE))
+    shell("dpkg-statoverride", "--update", "--add", "root", OTHER_GROUP, "4750", str(PROGRAM))
+    assert owner_and_mode() == (0, OTHER_GROUP, 0o4750)
+
+
+def test_an_override_of_the_administrator_counts(group, override):
+    assert dpkg("--install", str(PACKAGE)) == ""
+    assert owner_and_mode() == override
+    dpkg("--install", str(NEXT_PACKAGE))
+    assert owner_and_mode() == override
+    dpkg("--purge", NAME)
+    assert shell("dpkg-statoverride", "--list", str(PROGRAM)).stdout.decode() \
+        == f"root {OTHER_GROUP} 4750 {PROGRAM}\n"
+
+
+def test_an_upgrade_is_open_to_the_deliveries_again(group):
+    dpkg("--install", str(PACKAGE))
+    dpkg("--install", str(NEXT_PACKAGE))
+    assert shell("dpkg-query", "-W", "-f", "${Version}", NAME).stdout.endswith(b"-2")
+    assert owner_and_mode() == (0, GROUP, 0o4750)
+
+
+def test_removal_leaves_nothing(group):
+    before = system_files()
+    dpkg("--install", str(PACKAGE))
+    added = system_files().keys() - before.keys()
+    assert {str(PROGRAM), "/usr/share/man/man8/autoresponder.8.gz"} <= added
+    dpkg("--remove", NAME)
+    assert system_files() == before
+    dpkg("--purge", NAME)
+    assert system_files() == before
+
+
+def test_what_was_installed_is_what_was_packed(group):
+    dpkg("--install", str(PACKAGE))
+    assert shell("dpkg", "--verify", NAME).stdout == b""
+    listed = {Path(line) for line in shell("dpkg", "-L", NAME).stdout.decode().splitlines()}
+    for path in listed - {PROGRAM}:
+        program = path.is_dir() or path.parent == PROGRAM.parent
+        assert owner_and_mode(path) == (0, "root", 0o755 if program else 0o644), path
+
+
+def test_the_configuration_is_not_made():
+    shutil.rmtree("/etc/kem", ignore_errors=True)
+    dpkg("--install", str(PACKAGE))
+    assert not Path("/etc/kem").exists()
+
+
+def test_the_configuration_is_left_alone(group):
+    sandbox.write_conf()
+    sandbox.write_shadow()
+    before = files("/etc/kem")
+    assert len(before) == 3
+    for step in (("--install", str(PACKAGE)), ("--install", str(NEXT_PACKAGE)),
+                 ("--remove", NAME), ("--purge", NAME)):
+        dpkg(*step)
+        assert files("/etc/kem") == before
+
+
+@pytest.fixture
+def panel():
+    """A panel whose one mailbox has a rule that answers everything, with an attachment."""
+    sandbox.install()
+    sandbox.forget_mails()
+    database = sandbox.Database()
+    database.load("tables.sql", "sample.sql")
+    database.run("delete from mail_resp; delete from resp_forward; delete from resp_attach;"
+                 "insert into mail_resp (id, mn_id, resp_on, text)"
+                 " select 1, id, 'true', 'Thank you.' from mail where mail_name = 'info';"
+                 "insert into resp_attach values (1, 'list.txt');")
+    (sandbox.store() / "list.txt").write_text("Apples\n")
+    yield database
+    database.stop()
+    shutil.rmtree(sandbox.DATA)
+
+
+def deliver(user, group_id):
+    """Starts the program as the mail server's delivery does: by a shell, as the user and with the
+    one group of the mailbox, its environment beside it."""
+    return subprocess.run(
+        ["setpriv", f"--reuid={user}", f"--regid={group_id}", "--clear-groups",
+         "/bin/sh", "-c", str(PROGRAM)],
+        input=MESSAGE, capture_output=True, timeout=20, cwd="/",
+        env={"PATH": "/usr/bin:/bin", "RECIPIENT": "shop.example-sales@shop.example"})
+
+
+def test_a_delivery_gets_a_reply(panel, group):
+    dpkg("--install", str(PACKAGE))
+    result = deliver(DELIVERY, grp.getgrnam(GROUP).gr_gid)
+    assert (result.returncode, result.stderr) == (0, b"")
+    (mail,) = sandbox.mails()
+    assert mail.arguments == [b"-f", b"sales@shop.example", b"otto@customer.example"]
+    assert b"Thank you." in mail.message
+    assert b"QXBwbGVzCg==" in mail.message  # the attachment
+    assert [name for name in os.listdir("/tmp") if name.startswith("kem-")] == []
+
+
+def test_nobody_else_can_start_it(panel, group):
+    dpkg("--install", str(PACKAGE))
+    result = deliver(STRANGER, 64002)
+    assert result.returncode == 126
+    assert b"Permission denied" in result.stderr
+    assert sandbox.mails() == []
+
+
+def open_to_deliveries(prefix, **environment):
+    return subprocess.run(["cmake", f"-DCMAKE_INSTALL_PREFIX={prefix}", "-P",
+                           BUILD / "OpenToDeliveries.cmake"], check=True, capture_output=True,
+                          env={**os.environ, **environment}).stderr.decode()
+
+
+@pytest.fixture
+def installed(tmp_path):
+    """What `cmake --install` left, before its last step."""
+    shutil.copytree(BUILD / "installed", tmp_path / "kem")
+    program = tmp_path / "kem" / "sbin" / "autoresponder"
+    program.chmod(0o750)
+    os.chown(program, 0, 0)
+    return tmp_path / "kem"
+
+
+def test_an_installation_without_a_package_is_open_to_the_deliveries(installed, group):
+    assert open_to_deliveries(installed) == ""
+    assert owner_and_mode(installed / "sbin" / "autoresponder") == (0, GROUP, 0o4750)
+
+
+def test_an_installation_without_the_group_says_what_to_do(installed):
+    said = open_to_deliveries(installed)
+    assert "chown root:GROUP-OF-THE-DELIVERIES" in said
+    assert owner_and_mode(installed / "sbin" / "autoresponder") == (0, "root", 0o750)
+
+
+def test_a_staged_installation_is_nobodys_yet(installed, group):
+    assert open_to_deliveries(installed, DESTDIR="/nowhere") == ""
+    assert owner_and_mode(installed / "sbin" / "autoresponder") == (0, "root", 0o750)
+
+
+def test_an_installation_has_pages_and_documents(installed):
+    below = {str(path.relative_to(installed)) for path in installed.rglob("*") if path.is_file()}
+    assert below >= {
+        "sbin/autoresponder", "sbin/autoresponder-explain", "share/man/man8/autoresponder.8",
+        "share/man/man5/kem.conf.5",
+        *(f"share/doc/{NAME}/{name}" for name in (
+            "README.md", "CHANGELOG.md", "schema/tables.sql"))}
