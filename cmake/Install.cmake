@@ -28,7 +28,8 @@ foreach(section 5 8)
   file(GLOB pages CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/packaging/*.${section})
   install(FILES ${pages} DESTINATION share/man/man${section})
 endforeach()
-install(FILES README.md CHANGELOG.md DESTINATION share/doc/${KEM_PACKAGE})
+install(FILES README.md CHANGELOG.md docs/operators.md docs/security.md
+        DESTINATION share/doc/${KEM_PACKAGE})
 install(FILES schema/tables.sql DESTINATION share/doc/${KEM_PACKAGE}/schema)
 
 include(${CMAKE_SOURCE_DIR}/packaging/Package.cmake)

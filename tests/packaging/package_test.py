@@ -192,25 +192,42 @@ def panel():
     shutil.rmtree(sandbox.DATA)
 
 
-def deliver(user, group_id):
+def documented_line():
+    """The command of the .qmail file that operators are told to write."""
+    lines = (CHECKOUT / "docs" / "operators.md").read_text().splitlines()
+    (line,) = (line.strip() for line in lines if line.startswith("    |"))
+    return line.removeprefix("|")
+
+
+def deliver(user, group_id, command=str(PROGRAM)):
     """Starts the program as the mail server's delivery does: by a shell, as the user and with the
     one group of the mailbox, its environment beside it."""
     return subprocess.run(
         ["setpriv", f"--reuid={user}", f"--regid={group_id}", "--clear-groups",
-         "/bin/sh", "-c", str(PROGRAM)],
+         "/bin/sh", "-c", command],
         input=MESSAGE, capture_output=True, timeout=20, cwd="/",
         env={"PATH": "/usr/bin:/bin", "RECIPIENT": "shop.example-sales@shop.example"})
 
 
 def test_a_delivery_gets_a_reply(panel, group):
     dpkg("--install", str(PACKAGE))
-    result = deliver(DELIVERY, grp.getgrnam(GROUP).gr_gid)
+    result = deliver(DELIVERY, grp.getgrnam(GROUP).gr_gid, documented_line())
     assert (result.returncode, result.stderr) == (0, b"")
     (mail,) = sandbox.mails()
     assert mail.arguments == [b"-f", b"sales@shop.example", b"otto@customer.example"]
     assert b"Thank you." in mail.message
     assert b"QXBwbGVzCg==" in mail.message  # the attachment
     assert [name for name in os.listdir("/tmp") if name.startswith("kem-")] == []
+
+
+def test_the_documented_line_keeps_a_broken_configuration_from_the_mailbox(panel, group):
+    dpkg("--install", str(PACKAGE))
+    sandbox.CONF.unlink()
+    gid = grp.getgrnam(GROUP).gr_gid
+    assert deliver(DELIVERY, gid).returncode == 1
+    result = deliver(DELIVERY, gid, documented_line())
+    assert result.returncode == 0
+    assert result.stderr.startswith(b"autoresponder: Error: PRODUCT_ROOT_D not defined\n")
 
 
 def test_nobody_else_can_start_it(panel, group):
@@ -259,4 +276,4 @@ def test_an_installation_has_pages_and_documents(installed):
         "sbin/autoresponder", "sbin/autoresponder-explain", "share/man/man8/autoresponder.8",
         "share/man/man5/kem.conf.5",
         *(f"share/doc/{NAME}/{name}" for name in (
-            "README.md", "CHANGELOG.md", "schema/tables.sql"))}
+            "README.md", "CHANGELOG.md", "operators.md", "security.md", "schema/tables.sql"))}
