@@ -83,6 +83,15 @@ def install():
     write_sendmail()
 
 
+def sample():
+    """Everything, with the small panel of `schema/sample.sql`; returns the database."""
+    install()
+    database = Database()
+    database.load("tables.sql", "sample.sql")
+    (store() / "price list.txt").write_text("Apples  2.50\nPears   3.20\n")
+    return database
+
+
 def mails():
     """The recorded calls of sendmail, in order."""
     return [Mail(record) for record in sorted(RECORDS.iterdir(), key=lambda r: int(r.name))]

@@ -32,10 +32,7 @@ def show_mails(mails):
 
 def main():
     message = sys.stdin.buffer.read()
-    panel.install()
-    database = panel.Database()
-    database.load("tables.sql", "sample.sql")
-    (panel.store() / "price list.txt").write_text("Apples  2.50\nPears   3.20\n")
+    database = panel.sample()
 
     heading(f"the message, delivered to {RECIPIENT}")
     show(message[:4000])
@@ -50,7 +47,8 @@ def main():
     heading("who was answered today: rule, sender, replies, since")
     print(database.run("select * from resp_freq") or "  nobody")
     heading("the end")
-    print(f"  exit status {result.returncode}, {len(panel.mails())} mails,"
+    count = len(panel.mails())
+    print(f"  exit status {result.returncode}, {count} mail{'' if count == 1 else 's'},"
           f" {milliseconds:.0f} ms, files left in /tmp: {os.listdir('/tmp')}")
 
 
