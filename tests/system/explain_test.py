@@ -2,6 +2,7 @@
 
 import os
 import pty
+import re
 import signal
 import subprocess
 import time
@@ -10,8 +11,6 @@ import pytest
 
 import panel as sandbox
 from conftest import CHECKOUT, COMMANDS, EXPLAIN, OPTIMISED, message
-
-ANSWERS = {"verdict", "reason", "rules"}
 
 
 def test_tells_the_whole_decision(panel):
@@ -345,6 +344,15 @@ def test_explains_a_large_message(panel):
     result = panel.explain(message(body="hay\n" * 5_000_000 + "a needle\n"), "--json")
     assert result.answer()["rules"][0]["trigger"]["line"] == 5_000_001
     assert time.monotonic() - start < 10
+
+
+def test_manual_page_names_every_code():
+    words = (CHECKOUT / "explain" / "wording.cpp").read_text()
+    rules = (CHECKOUT / "explain" / "rule_examination.cpp").read_text()
+    codes = set(re.findall(r'\{"([a-z_]+)", ', words) + re.findall(r'push_back\(\{"([a-z]+)", ', rules))
+    assert len(codes) > 40
+    page = (CHECKOUT / "packaging" / "autoresponder-explain.8").read_text()
+    assert codes - set(re.findall(r"^\.Li (\w+)", page, re.MULTILINE)) == {"none"}
 
 
 def test_is_described_in_its_help(panel):
