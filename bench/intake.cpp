@@ -1,0 +1,32 @@
+// intake <MESSAGE: reads one message as the program does, and prints how long it took from the
+// first byte to the filled record, in seconds, and the most memory that was in use, in KiB.
+
+#include "autoresponder/intake.h"
+
+#include <chrono>
+#include <cstdio>
+#include <sys/resource.h>
+
+#include "autoresponder/process.h"
+#include "autoresponder/temporary_files.h"
+
+namespace {
+
+long peak_memory() {
+  struct rusage usage {};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
+}
+
+}  // namespace
+
+int main() {
+  prepare_process();
+  IncomingMessage message;
+  const auto start = std::chrono::steady_clock::now();
+  const int status = read_incoming_message(message);
+  const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+  printf("%.6f %ld\n", seconds.count(), peak_memory());
+  remove_temporary_files();
+  return status;
+}
