@@ -92,7 +92,7 @@ DwString on_one_line(std::string text) {
     text[length++] = line_end ? ' ' : text[i];
   }
   text.resize(length);
-  return DwString(std::move(text));
+  return DwString(text);
 }
 
 }  // namespace

@@ -46,20 +46,40 @@ size_t bytes_of(const Group& group) {
   return group[3] == kFill ? 2 : 3;
 }
 
-std::string decode_base64(std::string_view text) {
-  std::string out;
-  out.reserve(text.size() / kGroup * 3 + 3);
-  size_t position = 0;
-  size_t count = 3;
-  for (Group group{}; count == 3 && read_group(text, position, group);) {
-    count = bytes_of(group);
-    const unsigned bits =
-        (group[0] & 63U) << 18 | (group[1] & 63U) << 12 | (group[2] & 63U) << 6 | (group[3] & 63U);
-    const char bytes[] = {static_cast<char>(bits >> 16), static_cast<char>(bits >> 8),
-                          static_cast<char>(bits)};
-    out.append(bytes, count);
+// The bytes that a group stands for; all three are written, whatever counts of them.
+void write_group(const Group& group, char* out) {
+  const unsigned bits =
+      (group[0] & 63U) << 18 | (group[1] & 63U) << 12 | (group[2] & 63U) << 6 | (group[3] & 63U);
+  out[0] = static_cast<char>(bits >> 16);
+  out[1] = static_cast<char>(bits >> 8);
+  out[2] = static_cast<char>(bits);
+}
+
+// Decodes the groups at `position` that stand together and hold nothing but symbols.
+char* decode_plain_groups(std::string_view text, size_t& position, char* out) {
+  for (; text.size() - position >= kGroup; position += kGroup, out += 3) {
+    Group group;
+    for (size_t i = 0; i < kGroup; ++i) {
+      group[i] = kValues[static_cast<unsigned char>(text[position + i])];
+    }
+    if ((group[0] | group[1] | group[2] | group[3]) >= kFill) break;
+    write_group(group, out);
   }
   return out;
+}
+
+// Returns the end of what it wrote.
+char* decode_base64(std::string_view text, char* out) {
+  size_t position = 0;
+  Group group{};
+  for (;;) {
+    out = decode_plain_groups(text, position, out);
+    if (!read_group(text, position, group)) return out;
+    const size_t count = bytes_of(group);
+    write_group(group, out);
+    out += count;
+    if (count < 3) return out;
+  }
 }
 
 char seven_bits(char c) {
@@ -75,24 +95,34 @@ int digit_value(char c, bool& valid) {
   return c;
 }
 
-// One line without its line end. Returns false when it ends in a soft line break.
-bool decode_line(std::string_view line, std::string& out, bool& valid) {
-  for (size_t i = 0; i < line.size();) {
-    const char c = seven_bits(line[i++]);
-    if (c != '=') {
-      out += c;
-    } else if (i == line.size()) {
-      return false;
+// Copies the bytes in front of the next "=", which may have a highest bit to lose too.
+char* copy_plain(std::string_view line, size_t& position, char* out) {
+  while (position < line.size() && seven_bits(line[position]) != '=') {
+    *out++ = seven_bits(line[position++]);
+  }
+  return out;
+}
+
+// One line without its line end. Sets `hard_end` to whether it does not end in a soft line break,
+// and returns the end of what it wrote.
+char* decode_line(std::string_view line, char* out, bool& hard_end, bool& valid) {
+  hard_end = true;
+  size_t i = 0;
+  for (;;) {
+    out = copy_plain(line, i, out);
+    if (i == line.size()) return out;
+    ++i;
+    if (i == line.size()) {
+      hard_end = false;
     } else if (i + 1 == line.size()) {
       valid = false;
     } else {
       const int high = digit_value(seven_bits(line[i]), valid);
       const int low = digit_value(seven_bits(line[i + 1]), valid);
-      out += static_cast<char>(high * 16 + low);
+      *out++ = static_cast<char>(high * 16 + low);
       i += 2;
     }
   }
-  return true;
 }
 
 std::string_view without_white_space_at_end(std::string_view line) {
@@ -112,24 +142,27 @@ int DwDecodeBase64(const DwString& in, DwString& out) {
     out = DwString(std::string(in.length(), '\0'));
     return -1;
   }
-  out = DwString(decode_base64(in.View()));
+  Bytes decoded(room);
+  const char* const end = decode_base64(in.View(), decoded.data());
+  decoded.SetSize(static_cast<size_t>(end - decoded.data()));
+  out = DwString(std::move(decoded));
   return 0;
 }
 
 int DwDecodeQuotedPrintable(const DwString& in, DwString& out) {
   std::string_view rest = in.View();
   rest = rest.substr(0, rest.find('\0'));
-  std::string decoded;
-  decoded.reserve(rest.size());
+  Bytes decoded(rest.size());
+  char* end = decoded.data();
   bool valid = true;
   while (!rest.empty()) {
     const size_t line_end = rest.find('\n');
-    const bool hard_end =
-        decode_line(without_white_space_at_end(rest.substr(0, line_end)), decoded, valid) &&
-        line_end != npos;
-    if (hard_end) decoded += '\n';
+    bool hard_end = true;
+    end = decode_line(without_white_space_at_end(rest.substr(0, line_end)), end, hard_end, valid);
+    if (hard_end && line_end != npos) *end++ = '\n';
     rest.remove_prefix(line_end == npos ? rest.size() : line_end + 1);
   }
+  decoded.SetSize(static_cast<size_t>(end - decoded.data()));
   out = DwString(std::move(decoded));
   return valid ? 0 : -1;
 }

@@ -4,15 +4,18 @@
 #include <cstring>
 #include <istream>
 #include <ostream>
+#include <string>
 #include <utility>
 
 DwString::DwString(const char* text) : DwString(text, strlen(text)) {}
 
 DwString::DwString(const char* bytes, size_t length)
-    : buffer_(std::make_shared<std::string>(bytes, length)), length_(length) {}
+    : buffer_(std::make_shared<Bytes>(length)), length_(length) {
+  buffer_->Append(bytes, length);
+}
 
-DwString::DwString(std::string&& bytes)
-    : buffer_(std::make_shared<std::string>(std::move(bytes))), length_(buffer_->size()) {}
+DwString::DwString(Bytes&& bytes)
+    : buffer_(std::make_shared<Bytes>(std::move(bytes))), length_(buffer_->size()) {}
 
 // Whether no other string uses the buffer and it ends where this string ends.
 bool DwString::OwnsBuffer() const {
@@ -21,9 +24,8 @@ bool DwString::OwnsBuffer() const {
 
 // Gives the string a buffer of its own, with room for `more` bytes.
 void DwString::TakeBuffer(size_t more) const {
-  auto own = std::make_shared<std::string>();
-  own->reserve(length_ + more);
-  own->append(data(), length_);
+  auto own = std::make_shared<Bytes>(length_ + more);
+  own->Append(data(), length_);
   buffer_ = std::move(own);
   start_ = 0;
 }
@@ -31,7 +33,7 @@ void DwString::TakeBuffer(size_t more) const {
 const char* DwString::c_str() const {
   if (!buffer_) return "";
   if (start_ + length_ != buffer_->size()) TakeBuffer(0);
-  return buffer_->c_str() + start_;
+  return data();
 }
 
 DwString& DwString::append(const DwString& text) {
@@ -45,17 +47,17 @@ DwString& DwString::append(const char* text) {
 // The bytes may be those of the string itself.
 DwString& DwString::append(const char* bytes, size_t length) {
   if (length == 0) return *this;
-  const std::shared_ptr<std::string> before = OwnsBuffer() ? nullptr : buffer_;
+  const std::shared_ptr<Bytes> before = OwnsBuffer() ? nullptr : buffer_;
   if (!OwnsBuffer()) TakeBuffer(length);
-  buffer_->append(bytes, length);
+  buffer_->Append(bytes, length);
   length_ += length;
   return *this;
 }
 
 void DwString::ConvertToLowerCase() {
   if (!OwnsBuffer()) TakeBuffer(0);
-  const auto begin = buffer_->begin() + static_cast<std::ptrdiff_t>(start_);
-  std::transform(begin, buffer_->end(), begin, [](char c) {
+  char* const begin = buffer_->data() + start_;
+  std::transform(begin, begin + length_, begin, [](char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
   });
 }
@@ -77,10 +79,9 @@ bool operator!=(const DwString& a, const DwString& b) {
 }
 
 std::istream& getline(std::istream& in, DwString& line) {
-  if (line.buffer_.use_count() != 1) line.buffer_ = std::make_shared<std::string>();
-  std::getline(in, *line.buffer_);
-  line.start_ = 0;
-  line.length_ = line.buffer_->size();
+  std::string bytes;
+  std::getline(in, bytes);
+  line = DwString(bytes);
   return in;
 }
 

@@ -4,8 +4,9 @@
 #include <cstddef>
 #include <iosfwd>
 #include <memory>
-#include <string>
 #include <string_view>
+
+#include "mimelib/bytes.h"
 
 /// A byte string that may hold NULs. Copies and slices share one buffer; a string that is changed
 /// gets a buffer of its own first, unless it is the only one to use it.
@@ -14,8 +15,9 @@ class DwString {
   DwString() = default;
   DwString(const char* text);  // NOLINT(google-explicit-constructor): texts stand for strings
   DwString(const char* bytes, size_t length);
+  explicit DwString(std::string_view bytes) : DwString(bytes.data(), bytes.size()) {}
   /// Takes the bytes over without copying them.
-  explicit DwString(std::string&& bytes);
+  explicit DwString(Bytes&& bytes);
 
   /// The bytes, followed by a NUL; valid until the string is changed.
   const char* c_str() const;
@@ -38,12 +40,10 @@ class DwString {
   std::string_view View() const { return {data(), length_}; }
 
  private:
-  friend std::istream& getline(std::istream& in, DwString& line);
-
   bool OwnsBuffer() const;
   void TakeBuffer(size_t more) const;
 
-  mutable std::shared_ptr<std::string> buffer_;
+  mutable std::shared_ptr<Bytes> buffer_;
   mutable size_t start_ = 0;
   size_t length_ = 0;
 };
