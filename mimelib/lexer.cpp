@@ -1,15 +1,28 @@
 #include "mimelib/lexer.h"
 
+#include <array>
+
 namespace {
 
-// Space, the other control characters, DEL.
-bool separates(char c) {
-  const auto code = static_cast<unsigned char>(c);
-  return code <= 0x20 || code == 0x7F;
+// What a byte outside quotes and comments is.
+enum class ByteKind : char { kWord, kSeparator, kSpecial };
+using ByteKinds = std::array<ByteKind, 256>;
+
+// Space, the other control characters and DEL separate.
+constexpr ByteKinds make_kinds(std::string_view specials) {
+  ByteKinds kinds{};
+  for (size_t code = 0; code <= 0x20; ++code) kinds[code] = ByteKind::kSeparator;
+  kinds[0x7F] = ByteKind::kSeparator;
+  for (const char c : specials) kinds[static_cast<unsigned char>(c)] = ByteKind::kSpecial;
+  return kinds;
 }
 
-std::string_view specials(Lexer::Syntax syntax) {
-  return syntax == Lexer::Syntax::kAddress ? "()<>@,;:\\\".[]" : "()<>@,;:\\\"/[]?=";
+constexpr ByteKinds kAddressKinds = make_kinds("()<>@,;:\\\".[]");
+constexpr ByteKinds kMimeKinds = make_kinds("()<>@,;:\\\"/[]?=");
+
+ByteKind kind_of(char c, Lexer::Syntax syntax) {
+  const ByteKinds& kinds = syntax == Lexer::Syntax::kAddress ? kAddressKinds : kMimeKinds;
+  return kinds[static_cast<unsigned char>(c)];
 }
 
 }  // namespace
@@ -19,13 +32,9 @@ Token Lexer::Next() {
   const char c = text_[position_];
   if (c == '"') return Enclosed(Token::Kind::kQuoted, '"');
   if (c == '[' && syntax_ == Syntax::kAddress) return Enclosed(Token::Kind::kDomainLiteral, ']');
-  const std::string_view special = specials(syntax_);
-  if (special.find(c) != std::string_view::npos) return Cut(Token::Kind::kSpecial, 1);
+  if (kind_of(c, syntax_) == ByteKind::kSpecial) return Cut(Token::Kind::kSpecial, 1);
   size_t end = position_ + 1;
-  while (end < text_.size() && !separates(text_[end]) &&
-         special.find(text_[end]) == std::string_view::npos) {
-    ++end;
-  }
+  while (end < text_.size() && kind_of(text_[end], syntax_) == ByteKind::kWord) ++end;
   return Cut(Token::Kind::kAtom, end - position_);
 }
 
@@ -35,7 +44,7 @@ bool Lexer::SkipSeparators() {
     const char c = text_[position_];
     if (c == '(') {
       if (!SkipComment()) return false;
-    } else if (!separates(c)) {
+    } else if (kind_of(c, syntax_) != ByteKind::kSeparator) {
       return true;
     }
   }
