@@ -2,9 +2,9 @@
 #define MIMELIB_KEPT_ITEMS_H
 
 #include <cstddef>
-#include <deque>
 #include <memory>
 #include <utility>
+#include <vector>
 
 /// Owner of the last elements of a list that is parsed while it is walked. A list of millions of
 /// elements costs no more memory than one of a few.
@@ -13,16 +13,19 @@ class KeptItems {
  public:
   /// Takes the next element; the oldest one goes when there are too many.
   Item* Add(std::unique_ptr<Item> item) {
-    items_.push_back(std::move(item));
-    if (items_.size() > kKept) items_.pop_front();
-    return items_.back().get();
+    if (items_.size() < kKept) items_.emplace_back();
+    std::unique_ptr<Item>& place = items_[next_];
+    place = std::move(item);
+    next_ = (next_ + 1) % kKept;
+    return place.get();
   }
 
  private:
   // The newest one and the sixteen that mimepp.h promises.
   static constexpr size_t kKept = 17;
 
-  std::deque<std::unique_ptr<Item>> items_;
+  std::vector<std::unique_ptr<Item>> items_;  // a ring; most lists are never walked and have none
+  size_t next_ = 0;
 };
 
 #endif
