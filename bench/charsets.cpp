@@ -23,6 +23,12 @@ Conversion utf8() {
   return {"UTF-8", "UTF-8", sample_in_utf8()};
 }
 
+Conversion utf8_of_three_bytes() {
+  std::string text;
+  while (text.size() < kSampleSize) text += "\xE4\xBD\xA0\xE5\xA5\xBD";
+  return {"UTF-8", "UTF-8", text};
+}
+
 Conversion latin1() {
   return {"ISO-8859-1", "UTF-8", sample_in_latin1()};
 }
@@ -67,6 +73,8 @@ BENCHMARK_CAPTURE(by_us, ascii, ascii);
 BENCHMARK_CAPTURE(by_iconv, ascii, ascii);
 BENCHMARK_CAPTURE(by_us, utf8, utf8);
 BENCHMARK_CAPTURE(by_iconv, utf8, utf8);
+BENCHMARK_CAPTURE(by_us, utf8_of_three_bytes, utf8_of_three_bytes);
+BENCHMARK_CAPTURE(by_iconv, utf8_of_three_bytes, utf8_of_three_bytes);
 BENCHMARK_CAPTURE(by_us, latin1, latin1);
 BENCHMARK_CAPTURE(by_iconv, latin1, latin1);
 BENCHMARK_CAPTURE(by_us, windows, windows);

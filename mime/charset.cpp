@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <initializer_list>
+#include <strings.h>
 
 #include <iconv.h>
 
+#include "mime/utf8.h"
 #include "support/ex_error.h"
 
 namespace {
@@ -53,6 +56,55 @@ class Converter {
   iconv_t handle_;
 };
 
+// Names without a suffix, which iconv reads without regard to the case of ASCII letters.
+bool is_one_of(const std::string& name, std::initializer_list<const char*> charset) {
+  return std::any_of(charset.begin(), charset.end(),
+                     [&name](const char* alias) { return strcasecmp(name.c_str(), alias) == 0; });
+}
+
+// Every byte of ISO-8859-1 is the character of its number.
+void append_latin1(std::string_view text, std::string& output) {
+  const auto is_ascii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  const auto ascii = static_cast<size_t>(std::count_if(text.begin(), text.end(), is_ascii));
+  output.reserve(output.size() + 2 * text.size() - ascii);
+  for (size_t i = 0; i < text.size(); ++i) {
+    const size_t length = ascii_length(text.substr(i));
+    output.append(text, i, length);
+    i += length;
+    if (i == text.size()) return;
+    const auto code = static_cast<unsigned char>(text[i]);
+    output += static_cast<char>(0xC0 | code >> 6);
+    output += static_cast<char>(0x80 | (code & 0x3F));
+  }
+}
+
+// What iconv would only copy, or replace by two bytes, at the front of a text.
+class ShortWay {
+ public:
+  ShortWay(const std::string& to, const std::string& from) {
+    if (!is_one_of(to, {"UTF-8", "UTF8"})) return;
+    if (is_one_of(from, {"UTF-8", "UTF8"})) copied_ = utf8_length;
+    if (is_one_of(from, {"US-ASCII", "ASCII", "ANSI_X3.4-1968"})) copied_ = ascii_length;
+    is_latin1_ = is_one_of(from, {"ISO-8859-1", "ISO8859-1", "ISO_8859-1", "LATIN1"});
+  }
+
+  // Moves as much as there is of that from `text` to `output`.
+  void Take(std::string_view& text, std::string& output) const {
+    if (is_latin1_) {
+      append_latin1(text, output);
+      text = {};
+    } else if (copied_ != nullptr) {
+      const size_t length = copied_(text);
+      output.append(text, 0, length);
+      text.remove_prefix(length);
+    }
+  }
+
+ private:
+  size_t (*copied_)(std::string_view) = nullptr;
+  bool is_latin1_ = false;
+};
+
 // A converter may report a bad sequence when it has already consumed everything; then there is no
 // byte to step over, and none that a "?" could stand for.
 void replace_one_byte(std::string_view& text, std::string& output) {
@@ -97,9 +149,10 @@ std::string convert_charset(std::string_view text, const std::string& from_chars
   if (!converter.IsOpen()) {
     throw quern::ExError("Cannot convert from " + from_charset + " to " + to_charset);
   }
+  const ShortWay short_way(to_charset, from_charset);
   const size_t size = text.size();
   std::string output;
-  while (!text.empty()) {
+  for (short_way.Take(text, output); !text.empty(); short_way.Take(text, output)) {
     make_room(output, size, size - text.size());
     if (!convert_step(converter, text, replace_invalid, output)) {
       throw quern::ExError("Conversion from " + from_charset + " to " + to_charset);

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "../plain_iconv.h"
 #include "fuzz.h"
 #include "mime/charset.h"
 #include "support/ex_error.h"
@@ -46,6 +47,20 @@ std::optional<std::string> convert(const std::string& text, const std::string& f
     require(std::string_view(error.what()).substr(0, 1) == "C", "a failure is told");
     return std::nullopt;
   }
+}
+
+// Spellings of charsets for which there may be a shorter way than iconv's, and some close to them.
+constexpr const char* kShort[] = {
+    "utf-8",      "UTF8",   "us-ascii", "ASCII",  "ANSI_X3.4-1968", "iso-8859-1", "ISO8859-1",
+    "iso_8859-1", "latin1", "UTF-8//",  "utf-8,", "ISO-8859-15",    "iso88591",
+};
+
+// One of them a text, by its length.
+void check_short_way(const std::string& text, bool replace_invalid) {
+  const char* const from = kShort[text.size() % std::size(kShort)];
+  require(convert(text, from, "UTF-8", replace_invalid) ==
+              convert_by_iconv(text, from, "UTF-8", replace_invalid),
+          "a shorter way leads to where iconv leads");
 }
 
 std::string latin1_in_utf8(const std::string& text) {
@@ -93,6 +108,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const auto lenient = convert(text, from, to, true);
   if (strict) require(lenient == strict, "a text that is valid needs no replacement");
   if (text.empty() && strict) require(strict->empty(), "no text gives no text");
+  require(strict == convert_by_iconv(text, from, to, false), "it is what iconv alone gives");
+  require(lenient == convert_by_iconv(text, from, to, true), "so it is with question marks");
+  check_short_way(text, false);
+  check_short_way(text, true);
   check_known_charsets(text);
   return 0;
 }

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 #include <iconv.h>
 
+#include "../plain_iconv.h"
 #include "support/ex_error.h"
 
 using namespace std::string_view_literals;
@@ -210,6 +211,56 @@ TEST(Charset, ClosesEveryConversionThatItOpens) {
   EXPECT_EQ(open_conversions, before);
   EXPECT_EQ(failure("\xC3", "UTF-8", "UTF-8", true), "Conversion from UTF-8 to UTF-8");
   EXPECT_EQ(open_conversions, before);
+}
+
+// Sequences that are valid, cut, too long, surrogates or beyond Unicode, in any order.
+std::string mixed_sequences(unsigned seed) {
+  constexpr std::string_view kPieces[] = {
+      "plain text of some length",
+      "\n",
+      "\0"sv,
+      "\x7F",
+      "\xC3\xBC",
+      "\xE2\x82\xAC",
+      "\xF0\x9F\x98\x80",
+      "\xC3",
+      "\xE2\x82",
+      "\xF0\x9F\x98",
+      "\x80",
+      "\xC0\x80",
+      "\xE0\x80\x80",
+      "\xED\xA0\x80",
+      "\xEF\xBB\xBF",
+      "\xF4\x8F\xBF\xBF",
+      "\xF4\x90\x80\x80",
+      "\xF8\x88\x80\x80\x80",
+      "\xFD\xBF\xBF\xBF\xBF\xBF",
+      "\xFF",
+  };
+  std::string text;
+  for (unsigned i = 0; i < seed % 300; ++i) {
+    seed = seed * 1103515245 + 12345;
+    text += kPieces[(seed >> 16) % std::size(kPieces)];
+  }
+  return text;
+}
+
+TEST(Charset, GivesWhatIconvGivesForEachSpellingOfAName) {
+  for (const char* from :
+       {"utf-8", "UTF-8", "utf8", "Us-Ascii", "ascii", "ansi_x3.4-1968", "iso-8859-1", "ISO8859-1",
+        "iso_8859-1", "Latin1", "utf-8//", "utf-16"}) {
+    for (unsigned seed = 0; seed < 300; ++seed) {
+      const std::string text = mixed_sequences(seed);
+      const auto want = convert_by_iconv(text, from, "UTF-8", true);
+      SCOPED_TRACE(testing::Message() << "seed " << seed << " from " << from);
+      if (want) {
+        EXPECT_EQ(convert_charset(Exactly(text), from, "UTF-8", true), *want);
+      } else {
+        EXPECT_EQ(failure(text, from, "UTF-8", true),
+                  "Conversion from " + std::string(from) + " to UTF-8");
+      }
+    }
+  }
 }
 
 // A stranger writes the charset name, and iconv reads more into some names than a charset. What
