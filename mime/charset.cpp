@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <initializer_list>
+#include <map>
 #include <strings.h>
 
 #include <iconv.h>
@@ -163,4 +164,10 @@ std::string convert_charset(std::string_view text, const std::string& from_chars
     throw quern::ExError("Closing conversion from " + from_charset + " to utf-8 failed");
   }
   return output;
+}
+
+void keep_charset_loaded(const std::string& charset, const std::string& to_charset) {
+  constexpr size_t kMost = 64;
+  static std::map<std::string, Converter> kept;
+  if (kept.size() < kMost) kept.try_emplace(charset, to_charset, charset);
 }

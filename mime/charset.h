@@ -15,4 +15,10 @@
 std::string convert_charset(std::string_view text, const std::string& from_charset,
                             const std::string& to_charset, bool replace_invalid);
 
+/// Keeps what the C library has loaded for conversions from `charset` to `to_charset` until the end
+/// of the process. It loads a charset when the first conversion opens and drops it soon after the
+/// last one closed, which costs more than a short text's conversion where charsets take turns. Does
+/// nothing once sixty-four have been kept.
+void keep_charset_loaded(const std::string& charset, const std::string& to_charset);
+
 #endif

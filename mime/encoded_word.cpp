@@ -23,6 +23,15 @@ bool stand_between_words(std::string_view value, size_t blank, size_t next) {
          value.compare(next, 2, "=?") == 0;
 }
 
+// A stranger may let charsets take turns. Only names of an ordinary length are remembered.
+void note_charset(const std::string& charset) {
+  constexpr size_t kLongestName = 64;
+  static std::string last;
+  if (charset == last || charset.size() > kLongestName) return;
+  if (!last.empty()) keep_charset_loaded(charset, "utf-8");
+  last = charset;
+}
+
 std::string decode_data(std::string_view encoding, std::string_view data) {
   if (encoding == "q" || encoding == "Q") return qp_decode(data);
   if (encoding == "b" || encoding == "B") return base64_decode(data);
@@ -76,6 +85,7 @@ std::string rfc1522_decode_word(std::string_view token) {
   const std::string charset(token.substr(2, charset_end - 2));
   const auto encoding = token.substr(charset_end + 1, encoding_end - charset_end - 1);
   const auto data = token.substr(encoding_end + 1, data_end - encoding_end - 1);
+  note_charset(charset);
   std::string word = convert_charset(decode_data(encoding, data), charset, "utf-8", true);
   word += trailing;
   return word;

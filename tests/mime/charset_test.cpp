@@ -213,6 +213,17 @@ TEST(Charset, ClosesEveryConversionThatItOpens) {
   EXPECT_EQ(open_conversions, before);
 }
 
+TEST(Charset, KeepsAtMostSixtyFourLoaded) {
+  const int before = open_conversions;
+  keep_charset_loaded("koi8-r", "utf-8");
+  keep_charset_loaded("koi8-r", "utf-8");
+  EXPECT_EQ(open_conversions, before + 1);
+  keep_charset_loaded("x-unknown", "utf-8");
+  EXPECT_EQ(open_conversions, before + 1);
+  for (size_t i = 0; i < 100; ++i) keep_charset_loaded("koi8-r" + times(i, "/"), "utf-8");
+  EXPECT_LE(open_conversions, before + 64);
+}
+
 // Sequences that are valid, cut, too long, surrogates or beyond Unicode, in any order.
 std::string mixed_sequences(unsigned seed) {
   constexpr std::string_view kPieces[] = {

@@ -68,6 +68,10 @@ constexpr Value kValues[] = {
      ""},
     {"ManyBlanksBetweenWordsDropped", "=?utf-8?Q?a?= \t \t=?utf-8?Q?b?=", "ab", ""},
     {"BlanksOfThreeWordsDropped", "=?utf-8?Q?a?= =?utf-8?Q?b?= =?utf-8?Q?c?=", "abc", ""},
+    {"WordsWhoseCharsetsTakeTurns",
+     "=?koi8-r?Q?=C1?= =?iso-8859-1?Q?=E4?= =?koi8-r?Q?=C2?= =?iso-8859-15?Q?=A4?= "
+     "=?iso-8859-1?Q?=A4?= =?koi8-r?Q?=C1?=",
+     "\xD0\xB0\xC3\xA4\xD0\xB1\xE2\x82\xAC\xC2\xA4\xD0\xB0", ""},
     {"BlankBeforeTextBetweenWordsKept", "=?utf-8?Q?a?= x =?utf-8?Q?b?=", "a x b", ""},
     {"BlankBehindTextLikeTheEndOfAWordDropped", "a?= =?utf-8?Q?b?=", "a?=b", ""},
     {"BlankBehindTheShortestEndDropped", "?= =?utf-8?Q?b?=", "?=b", ""},
