@@ -1,13 +1,26 @@
 #include "mime/base64.h"
 
 #include <algorithm>
+#include <array>
 
 #include "support/diagnose.h"
 
 namespace {
 
-constexpr std::string_view kAlphabet =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr unsigned char kNoSymbol = 64;
+
+// The value of each byte.
+constexpr std::array<unsigned char, 256> make_values() {
+  constexpr std::string_view kAlphabet =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::array<unsigned char, 256> values{};
+  for (unsigned char& value : values) value = kNoSymbol;
+  for (size_t i = 0; i < kAlphabet.size(); ++i) {
+    values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<unsigned char>(i);
+  }
+  return values;
+}
+constexpr std::array<unsigned char, 256> kValues = make_values();
 
 bool is_white_space(char c) {
   return c == '\t' || c == '\n' || c == '\r' || c == ' ';
@@ -18,8 +31,8 @@ bool is_white_space(char c) {
 unsigned base64_symbol(std::string_view payload, size_t& position) {
   while (position < payload.size() && payload[position] != '=') {
     const char c = payload[position++];
-    const size_t value = kAlphabet.find(c);
-    if (value != std::string_view::npos) return static_cast<unsigned>(value);
+    const unsigned value = kValues[static_cast<unsigned char>(c)];
+    if (value != kNoSymbol) return value;
     if (!is_white_space(c)) diagnose({"Bad base64 symbol: ", {&c, 1}});
   }
   return 0;

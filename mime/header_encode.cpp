@@ -1,36 +1,43 @@
 #include "mime/header_encode.h"
 
 #include <algorithm>
+#include <array>
 #include <sstream>
 
 namespace {
 
 constexpr size_t kPiece = 4096;
 
+// Control characters, bytes beyond ASCII, and the special ones.
+constexpr std::array<bool, 256> make_encoded_bytes() {
+  std::array<bool, 256> encoded{};
+  for (size_t code = 0; code < encoded.size(); ++code) encoded[code] = code < 0x20 || code >= 0x80;
+  for (const char c : std::string_view("!\"()*+-/=?_")) encoded[static_cast<size_t>(c)] = true;
+  return encoded;
+}
+constexpr std::array<bool, 256> kEncodedBytes = make_encoded_bytes();
+
 }  // namespace
 
 bool needs_q_encoding(char byte) {
-  constexpr std::string_view kSpecial = "!\"()*+-/=?_";
-  const auto code = static_cast<signed char>(byte);
-  return code < 0x20 || kSpecial.find(byte) != std::string_view::npos;
+  return kEncodedBytes[static_cast<unsigned char>(byte)];
 }
 
 std::string q_encode(std::string_view text) {
   constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string encoded;
-  encoded.reserve(3 * text.size());
+  std::string encoded(3 * text.size(), '\0');
+  char* out = encoded.data();
   for (const char c : text) {
-    if (c == ' ') {
-      encoded += '_';
-    } else if (!needs_q_encoding(c)) {
-      encoded += c;
-    } else {
-      const auto code = static_cast<unsigned char>(c);
-      encoded += '=';
-      encoded += kDigits[code >> 4];
-      encoded += kDigits[code & 0xF];
+    if (!needs_q_encoding(c)) {
+      *out++ = c == ' ' ? '_' : c;
+      continue;
     }
+    const auto code = static_cast<unsigned char>(c);
+    *out++ = '=';
+    *out++ = kDigits[code >> 4];
+    *out++ = kDigits[code & 0xF];
   }
+  encoded.resize(static_cast<size_t>(out - encoded.data()));
   return encoded;
 }
 
