@@ -5,7 +5,14 @@
 
 #include "autoresponder/search.h"
 
-BodyLines::BodyLines(std::string text) : text_(std::move(text)), has_lines_(true) {}
+BodyLines::BodyLines(std::string text) : has_lines_(true) {
+  const auto own = std::make_shared<const std::string>(std::move(text));
+  text_ = *own;
+  owner_ = own;
+}
+
+BodyLines::BodyLines(std::string_view text, std::shared_ptr<const void> owner)
+    : owner_(std::move(owner)), text_(text), has_lines_(true) {}
 
 size_t BodyLines::FirstWith(std::string_view key) const {
   if (!has_lines_ || key.find('\n') != std::string_view::npos) return 0;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -42,6 +43,8 @@ class BodyLines {
 
   /// The lines of `text`: one more than it has newlines.
   explicit BodyLines(std::string text);
+  /// The lines of `text`, which stands in what `owner` keeps.
+  BodyLines(std::string_view text, std::shared_ptr<const void> owner);
 
   Iterator begin() const { return {text_, has_lines_ ? 0 : Iterator::kEnd}; }
   Iterator end() const { return {text_, Iterator::kEnd}; }
@@ -52,7 +55,8 @@ class BodyLines {
   size_t FirstWith(std::string_view key) const;
 
  private:
-  std::string text_;
+  std::shared_ptr<const void> owner_;
+  std::string_view text_;
   bool has_lines_ = false;
 };
 

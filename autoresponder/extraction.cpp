@@ -79,14 +79,23 @@ void warn_unconverted(const char* what, const std::string& charset) {
   diagnose({"Could not convert message ", what, " text from ", charset, " to UTF-8."});
 }
 
-std::string body_in_utf8(const TextPart& text) {
-  const std::string_view body = up_to_nul(text.body);
+std::string body_in_utf8(std::string_view body, const std::string& charset) {
   try {
-    return convert_charset(body, text.charset, "UTF-8", true);
+    return convert_charset(body, charset, "UTF-8", true);
   } catch (const quern::ExError&) {
-    warn_unconverted("body", text.charset);
+    warn_unconverted("body", charset);
     return std::string(body);
   }
+}
+
+// The body of a message of `message_length` bytes. One that need not be converted stays where it
+// is, unless it would keep a far larger message in memory.
+BodyLines lines_of(TextPart& text, size_t message_length) {
+  const auto bytes = std::make_shared<const DwString>(std::move(text.body));
+  const std::string_view body = up_to_nul(*bytes);
+  const bool stays = body.size() >= message_length / 2;
+  if (stays && is_unchanged(body, text.charset, "UTF-8")) return {body, bytes};
+  return BodyLines(body_in_utf8(body, text.charset));
 }
 
 std::string subject_in_utf8(const RawMessage& raw) {
@@ -114,14 +123,13 @@ ExtractionResult extract(DwString message_text, const std::optional<std::string>
   RawMessage raw;
   const Extraction outcome = take_apart(message_text, delivered_to, raw);
   if (outcome != Extraction::kDone) return {outcome, SenderField::kNone};
+  const size_t message_length = message_text.length();
   message_text = DwString();  // what was decoded is all that is needed from here on
-  std::string body = body_in_utf8(raw.text);
-  raw.text.body = DwString();
+  record.body_lines = lines_of(raw.text, message_length);
   fill_addresses(raw, record);
   record.subject = subject_in_utf8(raw);
   raw.subject = std::string();
   record.date = std::move(raw.date);
   record.charset = std::move(raw.text.charset);
-  record.body_lines = BodyLines(std::move(body));
   return {outcome, raw.sender_field};
 }

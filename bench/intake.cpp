@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <sys/resource.h>
 
 #include "autoresponder/process.h"
@@ -18,15 +19,23 @@ long peak_memory() {
   return usage.ru_maxrss;
 }
 
+double processor_seconds() {
+  struct timespec time {};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
 }  // namespace
 
 int main() {
   prepare_process();
   IncomingMessage message;
   const auto start = std::chrono::steady_clock::now();
+  const double processor_start = processor_seconds();
   const int status = read_incoming_message(message);
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-  printf("%.6f %ld\n", seconds.count(), peak_memory());
+  const double processor = processor_seconds() - processor_start;
+  printf("%.6f %.6f %ld\n", seconds.count(), processor, peak_memory());
   remove_temporary_files();
   return status;
 }

@@ -63,19 +63,39 @@ bool is_one_of(const std::string& name, std::initializer_list<const char*> chars
                      [&name](const char* alias) { return strcasecmp(name.c_str(), alias) == 0; });
 }
 
-// Every byte of ISO-8859-1 is the character of its number.
+// Makes room for the next chunk. After a first stretch the room for all of `size` bytes is
+// estimated from what the `converted` ones gave, so that a large output is seldom moved.
+void make_room(std::string& output, size_t size, size_t converted) {
+  constexpr size_t kStretch = 16 * kChunk;
+  if (output.capacity() - output.size() > kChunk) return;
+  size_t room = kStretch;
+  if (converted > 0) {
+    const double growth = static_cast<double>(output.size()) / static_cast<double>(converted);
+    room = static_cast<size_t>(growth * static_cast<double>(size - converted));
+  }
+  output.reserve(output.size() + std::max(room + room / 16, output.size() / 2) + 2 * kChunk);
+}
+
+// Every byte of ISO-8859-1 is the character of its number; returns the end of what was written.
+char* write_latin1(std::string_view text, char* out) {
+  for (const char c : text) {
+    const auto code = static_cast<unsigned char>(c);
+    if (code < 0x80) {
+      *out++ = c;
+    } else {
+      *out++ = static_cast<char>(0xC0 | code >> 6);
+      *out++ = static_cast<char>(0x80 | (code & 0x3F));
+    }
+  }
+  return out;
+}
+
 void append_latin1(std::string_view text, std::string& output) {
-  const auto is_ascii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
-  const auto ascii = static_cast<size_t>(std::count_if(text.begin(), text.end(), is_ascii));
-  output.reserve(output.size() + 2 * text.size() - ascii);
-  for (size_t i = 0; i < text.size(); ++i) {
-    const size_t length = ascii_length(text.substr(i));
-    output.append(text, i, length);
-    i += length;
-    if (i == text.size()) return;
-    const auto code = static_cast<unsigned char>(text[i]);
-    output += static_cast<char>(0xC0 | code >> 6);
-    output += static_cast<char>(0x80 | (code & 0x3F));
+  char chunk[kChunk];
+  for (size_t i = 0; i < text.size(); i += kChunk / 2) {
+    const char* const end = write_latin1(text.substr(i, kChunk / 2), chunk);
+    make_room(output, text.size(), i);
+    output.append(chunk, static_cast<size_t>(end - chunk));
   }
 }
 
@@ -87,6 +107,11 @@ class ShortWay {
     if (is_one_of(from, {"UTF-8", "UTF8"})) copied_ = utf8_length;
     if (is_one_of(from, {"US-ASCII", "ASCII", "ANSI_X3.4-1968"})) copied_ = ascii_length;
     is_latin1_ = is_one_of(from, {"ISO-8859-1", "ISO8859-1", "ISO_8859-1", "LATIN1"});
+  }
+
+  // Whether `text` would only be copied. Only between charsets that the C library always knows.
+  bool IsAllOf(std::string_view text) const {
+    return copied_ != nullptr && copied_(text) == text.size();
   }
 
   // Moves as much as there is of that from `text` to `output`.
@@ -114,19 +139,6 @@ void replace_one_byte(std::string_view& text, std::string& output) {
   output += '?';
 }
 
-// Makes room for the next chunk. After a first stretch the room for all of `size` bytes is
-// estimated from what the `converted` ones gave, so that a large output is seldom moved.
-void make_room(std::string& output, size_t size, size_t converted) {
-  constexpr size_t kStretch = 16 * kChunk;
-  if (output.capacity() - output.size() > kChunk) return;
-  size_t room = kStretch;
-  if (converted > 0) {
-    const double growth = static_cast<double>(output.size()) / static_cast<double>(converted);
-    room = static_cast<size_t>(growth * static_cast<double>(size - converted));
-  }
-  output.reserve(output.size() + std::max(room + room / 16, output.size() / 2) + 2 * kChunk);
-}
-
 // False when the conversion cannot go on.
 bool convert_step(Converter& converter, std::string_view& text, bool replace_invalid,
                   std::string& output) {
@@ -144,13 +156,19 @@ bool convert_step(Converter& converter, std::string_view& text, bool replace_inv
 
 }  // namespace
 
+bool is_unchanged(std::string_view text, const std::string& from_charset,
+                  const std::string& to_charset) {
+  return ShortWay(to_charset, from_charset).IsAllOf(text);
+}
+
 std::string convert_charset(std::string_view text, const std::string& from_charset,
                             const std::string& to_charset, bool replace_invalid) {
+  const ShortWay short_way(to_charset, from_charset);
+  if (short_way.IsAllOf(text)) return std::string(text);
   Converter converter(to_charset, from_charset);
   if (!converter.IsOpen()) {
     throw quern::ExError("Cannot convert from " + from_charset + " to " + to_charset);
   }
-  const ShortWay short_way(to_charset, from_charset);
   const size_t size = text.size();
   std::string output;
   for (short_way.Take(text, output); !text.empty(); short_way.Take(text, output)) {

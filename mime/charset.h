@@ -15,6 +15,11 @@
 std::string convert_charset(std::string_view text, const std::string& from_charset,
                             const std::string& to_charset, bool replace_invalid);
 
+/// Whether `convert_charset` would only copy `text`. Known of text in UTF-8 or US-ASCII that is to
+/// be in UTF-8; false for every other charset and name.
+bool is_unchanged(std::string_view text, const std::string& from_charset,
+                  const std::string& to_charset);
+
 /// Keeps what the C library has loaded for conversions from `charset` to `to_charset` until the end
 /// of the process. It loads a charset when the first conversion opens and drops it soon after the
 /// last one closed, which costs more than a short text's conversion where charsets take turns. Does

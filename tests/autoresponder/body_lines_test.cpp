@@ -1,6 +1,7 @@
 #include "autoresponder/body_lines.h"
 
 #include <iterator>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -62,6 +63,20 @@ TEST(BodyLines, AreTheSameWhenMoved) {
   const BodyLines moved = std::move(lines);
   EXPECT_EQ(std::vector<std::string_view>(moved.begin(), moved.end()),
             (std::vector<std::string_view>{"one", "two"}));
+}
+
+TEST(BodyLines, KeepWhatTheirTextStandsIn) {
+  auto text = std::make_shared<const std::string>("head\none\ntwo");
+  const std::weak_ptr<const std::string> seen = text;
+  {
+    const BodyLines lines(std::string_view(*text).substr(5), text);
+    text.reset();
+    EXPECT_FALSE(seen.expired());
+    EXPECT_EQ(std::vector<std::string_view>(lines.begin(), lines.end()),
+              (std::vector<std::string_view>{"one", "two"}));
+    EXPECT_EQ(lines.FirstWith("head"), 0U);
+  }
+  EXPECT_TRUE(seen.expired());
 }
 
 TEST(BodyLinesIterator, StepsBeforeAndAfterItsValue) {

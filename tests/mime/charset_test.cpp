@@ -213,6 +213,18 @@ TEST(Charset, ClosesEveryConversionThatItOpens) {
   EXPECT_EQ(open_conversions, before);
 }
 
+TEST(Charset, KnowsWhichTextStaysAsItIs) {
+  EXPECT_TRUE(is_unchanged("Gr\xC3\xBC\xC3\x9F", "utf-8", "UTF-8"));
+  EXPECT_TRUE(is_unchanged("plain", "US-ASCII", "UTF-8"));
+  EXPECT_TRUE(is_unchanged("", "UTF8", "UTF-8"));
+  EXPECT_FALSE(is_unchanged("Gr\xC3\xBC\xC3", "UTF-8", "UTF-8"));
+  EXPECT_FALSE(is_unchanged("Gr\xC3\xBC\xC3\x9F", "US-ASCII", "UTF-8"));
+  EXPECT_FALSE(is_unchanged("plain", "US-ASCII", "UTF-16"));
+  EXPECT_FALSE(is_unchanged("plain", "ISO-8859-1", "UTF-8"));
+  EXPECT_FALSE(is_unchanged("plain", "UTF-8//IGNORE", "UTF-8"));
+  EXPECT_FALSE(is_unchanged("", "x-unknown", "UTF-8"));
+}
+
 TEST(Charset, KeepsAtMostSixtyFourLoaded) {
   const int before = open_conversions;
   keep_charset_loaded("koi8-r", "utf-8");
