@@ -9,10 +9,6 @@ set(KEM_MAIL_GROUP vmail CACHE STRING
     "Primary group of the mail server's deliveries, the only one that may run the autoresponder")
 set(KEM_PACKAGE kem-autoresponder)
 
-# A directory is as open as the system's are, whatever the umask of who installs.
-set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-
 # Closed to everybody but root until its group is set: it must not be setuid with a wrong one for a
 # moment.
 install(TARGETS autoresponder_program RUNTIME DESTINATION sbin
