@@ -12,7 +12,8 @@ constexpr size_t kPiece = 4096;
 constexpr std::array<bool, 256> make_encoded_bytes() {
   std::array<bool, 256> encoded{};
   for (size_t code = 0; code < encoded.size(); ++code) encoded[code] = code < 0x20 || code >= 0x80;
-  for (const char c : std::string_view("!\"()*+-/=?_")) encoded[static_cast<size_t>(c)] = true;
+  for (const char c : std::string_view("!\"()*+-/=?_"))
+    encoded[static_cast<unsigned char>(c)] = true;
   return encoded;
 }
 constexpr std::array<bool, 256> kEncodedBytes = make_encoded_bytes();
