@@ -35,7 +35,7 @@ std::optional<std::string> find_delivery(const Options& options, Explanation& ex
     explanation.recipient_source = RecipientSource::kOption;
     return options.recipient;
   }
-  const auto address = delivery_address();
+  auto address = delivery_address();
   if (address) explanation.recipient_source = RecipientSource::kEnvironment;
   return address;
 }

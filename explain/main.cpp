@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <exception>
 #include <iostream>
 #include <optional>
 #include <unistd.h>
@@ -37,16 +38,7 @@ void hint_at_terminal(const Options& options) {
   std::cerr << "Reading the message from the terminal; Ctrl-D ends it.\n";
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  static bool answered = false;
-  const auto command_line = parse_command_line(argc, argv);
-  if (const int* const status = std::get_if<int>(&command_line)) return *status;
-  const Options& options = std::get<Options>(command_line);
-  prepare_process();
-  prog_name = argv[0];
-  exit_unknown_unless(answered);
+Verdict tell(const Options& options) {
   hint_at_terminal(options);
   Explanation explanation;
   {
@@ -54,6 +46,24 @@ int main(int argc, char** argv) {
     examine(options, explanation);
   }
   report(explanation, options);
-  answered = std::cout.good();
-  return static_cast<int>(explanation.verdict);
+  return std::cout.good() ? explanation.verdict : Verdict::kUnknown;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  static bool answered = false;
+  prog_name = argv[0];
+  exit_unknown_unless(answered);
+  try {
+    const auto command_line = parse_command_line(argc, argv);
+    prepare_process();
+    const Options* const options = std::get_if<Options>(&command_line);
+    const int status =
+        options != nullptr ? static_cast<int>(tell(*options)) : *std::get_if<int>(&command_line);
+    answered = true;
+    return status;
+  } catch (const std::exception& trouble) {
+    report_error(static_cast<int>(Verdict::kUnknown), 0, "%s", trouble.what());
+  }
 }

@@ -3,74 +3,48 @@
 #include <array>
 #include <cstdio>
 
+#include "mime/utf8.h"
+
 namespace {
 
-unsigned char byte_at(std::string_view text, size_t position) {
-  return position < text.size() ? static_cast<unsigned char>(text[position]) : 0;
+bool is_control(char c) {
+  const auto code = static_cast<unsigned char>(c);
+  return code < 0x20 || code == 0x7F;
 }
 
-bool is_continuation(unsigned char byte) {
-  return (byte & 0xC0) == 0x80;
+// The controls U+0080 to U+009F.
+bool begins_with_high_control(std::string_view text) {
+  return text.size() >= 2 && text[0] == '\xC2' && static_cast<unsigned char>(text[1]) < 0xA0;
 }
 
-// How long a character its first byte announces; 0 for a byte that begins none.
-size_t announced_length(unsigned char first) {
-  if (first < 0x80) return 1;
-  if (first >= 0xC2 && first <= 0xDF) return 2;
-  if (first >= 0xE0 && first <= 0xEF) return 3;
-  return first >= 0xF0 && first <= 0xF4 ? 4 : 0;
-}
-
-// The second byte tells overlong forms, surrogates, what is above U+10FFFF, and the controls
-// U+0080 to U+009F.
-bool is_good_second(unsigned char first, unsigned char second) {
-  switch (first) {
-    case 0xC2:
-      return second >= 0xA0;
-    case 0xE0:
-      return second >= 0xA0;
-    case 0xED:
-      return second < 0xA0;
-    case 0xF0:
-      return second >= 0x90;
-    case 0xF4:
-      return second < 0x90;
-    default:
-      return true;
+void append_escaped(std::string_view bytes, std::string& result) {
+  for (const char byte : bytes) {
+    std::array<char, 5> code{};
+    snprintf(code.data(), code.size(), "\\x%02X", static_cast<unsigned char>(byte));
+    result += code.data();
   }
 }
 
-// The length of the printable character at the start of `text`; 0 where there is none.
-size_t printable_length(std::string_view text) {
-  const unsigned char first = byte_at(text, 0);
-  const size_t length = announced_length(first);
-  if (length == 1) return first >= 0x20 && first != 0x7F ? 1 : 0;
-  if (length == 0 || !is_good_second(first, byte_at(text, 1))) return 0;
-  for (size_t i = 1; i < length; ++i) {
-    if (!is_continuation(byte_at(text, i))) return 0;
+void append_printable(std::string_view utf8, std::string_view allowed, std::string& result) {
+  for (size_t i = 0; i < utf8.size(); ++i) {
+    if (is_control(utf8[i]) && allowed.find(utf8[i]) == std::string_view::npos) {
+      append_escaped(utf8.substr(i, 1), result);
+    } else if (begins_with_high_control(utf8.substr(i))) {
+      append_escaped(utf8.substr(i++, 2), result);
+    } else {
+      result += utf8[i];
+    }
   }
-  return length;
-}
-
-std::string escaped(char byte) {
-  std::array<char, 5> code{};
-  snprintf(code.data(), code.size(), "\\x%02X",
-           static_cast<unsigned>(static_cast<unsigned char>(byte)));
-  return code.data();
 }
 
 std::string printable_but(std::string_view text, std::string_view allowed) {
   std::string result;
   while (!text.empty()) {
-    size_t length = printable_length(text);
-    if (length == 0 && allowed.find(text[0]) != std::string_view::npos) length = 1;
-    if (length > 0) {
-      result += text.substr(0, length);
-    } else {
-      result += escaped(text[0]);
-      length = 1;
-    }
+    const size_t length = utf8_length(text);
+    append_printable(text.substr(0, length), allowed, result);
     text.remove_prefix(length);
+    append_escaped(text.substr(0, 1), result);
+    if (!text.empty()) text.remove_prefix(1);
   }
   return result;
 }

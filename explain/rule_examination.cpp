@@ -88,8 +88,9 @@ RuleExplanation examine_rule(PanelDatabase& database, const ResponderRule& rule,
   facts.trigger = examine_trigger(rule, message);
   if (!facts.trigger->found) return ends_as(RuleOutcome::kNotTriggered);
   facts.limiter = read_limiter(database, rule, message);
-  if (!facts.limiter->step) return ends_as(RuleOutcome::kNeverReplies);
-  if (facts.limiter->step == LimiterStep::kRefuse) return ends_as(RuleOutcome::kLimitReached);
+  const std::optional<LimiterStep> step = facts.limiter->step;
+  if (!step) return ends_as(RuleOutcome::kNeverReplies);
+  if (*step == LimiterStep::kRefuse) return ends_as(RuleOutcome::kLimitReached);
   examine_forwarding(database, message, facts);
   const std::string boundary = draw_boundary();
   examine_attachments(database, mailbox, message, facts);
