@@ -6,17 +6,22 @@
 #include <chrono>
 #include <cstdio>
 #include <ctime>
-#include <sys/resource.h>
+#include <fstream>
+#include <string>
 
 #include "autoresponder/process.h"
 #include "autoresponder/temporary_files.h"
 
 namespace {
 
+// Since the process became this program; what `getrusage` gives is also its parent's.
 long peak_memory() {
-  struct rusage usage {};
-  getrusage(RUSAGE_SELF, &usage);
-  return usage.ru_maxrss;
+  std::ifstream status("/proc/self/status");
+  long kib = 0;
+  for (std::string word; status >> word;) {
+    if (word == "VmHWM:") status >> kib;
+  }
+  return kib;
 }
 
 double processor_seconds() {

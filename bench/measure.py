@@ -1,0 +1,98 @@
+"""The program against the floor, and the intake's rates, as tables; run by bench/run in the sandbox.
+
+    measure.py [--quick | --compare]
+
+--compare only holds what the floor does against what the program does.
+"""
+
+import argparse
+import sys
+
+from cases import CASES, FORMS, MEGABYTE, QUICK, Case, plain
+from runs import FLOOR, PROGRAM, Bench, Difference, Paired, intake, os_description
+
+LARGE = 10 * MEGABYTE
+EMPTY = Case("an empty message", message=lambda: b"")
+
+
+def compare(bench, cases):
+    for case in cases:
+        bench.make(case)
+        bench.record()
+        try:
+            bench.compare()
+        except Difference as difference:
+            sys.exit(f"floor, {case.name}: {difference}")
+    print(f"The floor does what the program does in {len(cases)} cases.\n", flush=True)
+
+
+def measure(bench, case, quick):
+    bench.make(case)
+    bench.use_sink()
+    bench.record()
+    size = len(case.make_message())
+    rounds, runs = (5, 3) if quick else (15, 5)
+    if size > LARGE:
+        rounds, runs = (2, 1) if quick else (7, 2)
+    paired = Paired(bench, rounds, runs)
+    counts = [bench.instructions(command) / 1e6 for command in (FLOOR, [PROGRAM])]
+    peak = bench.peak_memory([PROGRAM]) / 1e6
+    print(f"| {case.name} | {1000 * paired.floor:.2f} | {1000 * paired.program:.2f}"
+          f" | {paired.wall:.2f} ({paired.walls[0]:.2f} to {paired.walls[-1]:.2f})"
+          f" | {paired.cpu:.2f} | {counts[0]:.2f} | {counts[1]:.2f} | {counts[1] / counts[0]:.2f}"
+          f" | {peak:.0f} |", flush=True)
+
+
+def measure_all(bench, cases, quick):
+    print("| case | floor, ms | program, ms | wall time: program / floor (least to most) | processor"
+          " time: program / floor | floor, million instructions | program, million instructions |"
+          " instructions: program / floor | peak memory of the program, MB |")
+    print("| --- | --- | --- | --- | --- | --- | --- | --- | --- |")
+    for case in cases:
+        measure(bench, case, quick)
+
+
+def ascii_text(size):
+    return plain() + b"Greetings from the shop, and thank you for your question.\n" * (size // 58)
+
+
+def latin1(size):
+    line = "Grüße aus dem Laden, und schönen Dank für Ihre Anfrage vom März, bis bald.\n"
+    return (b"From: otto@customer.example\nTo: info@shop.example\nSubject: A question\n"
+            b"Content-Type: text/plain; charset=iso-8859-1\n\n"
+            + line.encode("latin-1") * (size // len(line)))
+
+
+def measure_intake(quick):
+    size = (20 if quick else 100) * MEGABYTE
+    forms = {"us-ascii": ascii_text, "iso-8859-1": latin1, "utf-8": FORMS["text"],
+             **{name: FORMS[name] for name in list(FORMS)[1:]}}
+    print("\n| intake of one message | MB | MB/s | MB for a second of the processor |"
+          " peak memory / message |\n| --- | --- | --- | --- | --- |")
+    for name, make in forms.items():
+        message = make(size)
+        runs = [intake(message) for _ in range(3 if quick else 9)]
+        megabytes = len(message) / 1e6
+        print(f"| {name} | {megabytes:.0f} | {megabytes / min(run[0] for run in runs):.0f}"
+              f" | {megabytes / min(run[1] for run in runs):.0f}"
+              f" | {max(run[2] for run in runs) / len(message):.2f} |", flush=True)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--quick", action="store_true")
+    parser.add_argument("--compare", action="store_true")
+    options = parser.parse_args()
+    print(f"Machine: {os_description()}.\n")
+    cases = [EMPTY] + [case for case in CASES if not options.quick or case.name in QUICK]
+    bench = Bench()
+    compare(bench, [case for case in cases if "MB of" not in case.name])
+    if options.compare:
+        return
+    bench.lighten()
+    measure_all(bench, cases, options.quick)
+    measure_intake(options.quick)
+
+
+if __name__ == "__main__":
+    main()

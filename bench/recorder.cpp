@@ -1,0 +1,122 @@
+// Preloaded into the program, writes what it does to the outside as the script that `floor` goes
+// through, to the file that FLOOR_SCRIPT names.
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace {
+
+template <class Function>
+Function next(const char* name) {
+  return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+// The reply that the program made last, and whether a command has not yet touched it. A command may
+// run in a child process: what that notes here its parent sees.
+struct Reply {
+  bool is_new;
+  char path[64];
+};
+
+Reply& reply() {
+  static auto* const shared = static_cast<Reply*>(
+      mmap(nullptr, sizeof(Reply), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  return *shared;
+}
+
+// The client library calls its own functions too.
+bool& is_inside() {
+  static bool inside = false;
+  return inside;
+}
+
+// With one call, so that entries of a child process stay whole; each text ends in a NUL.
+void record(char what, std::string_view first, std::string_view second) {
+  std::string entry(1, what);
+  entry += std::to_string(first.size()) + " " + std::to_string(second.size()) + " ";
+  entry.append(first).append(1, '\0').append(second).append(1, '\0');
+  const int file = open(getenv("FLOOR_SCRIPT"), O_WRONLY | O_APPEND | O_CREAT, 0600);
+  if (write(file, entry.data(), entry.size()) != static_cast<ssize_t>(entry.size())) abort();
+  close(file);
+}
+
+std::string content_of(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+// What the program itself wrote to a reply stands there when a command first touches it.
+void record_file_for(std::string_view command) {
+  if (!reply().is_new || command.find(reply().path) == std::string_view::npos) return;
+  record('W', reply().path, content_of(reply().path));
+  reply().is_new = false;
+}
+
+}  // namespace
+
+extern "C" {
+
+int mkstemp(char* name) {
+  const int file = next<int (*)(char*)>("mkstemp")(name);
+  const bool is_spool = strstr(name, "kem-autoresponder-") != nullptr;
+  if (is_spool) {
+    record('S', name, "");
+  } else {
+    reply().is_new = true;
+    snprintf(reply().path, sizeof reply().path, "%s", name);
+  }
+  return file;
+}
+
+int unlink(const char* path) noexcept {
+  const int status = next<int (*)(const char*)>("unlink")(path);
+  if (status == 0) record('U', path, "");
+  return status;
+}
+
+int system(const char* command) {
+  record_file_for(command);
+  record('X', command, "");
+  // The shell and what it starts are not the program.
+  unsetenv("LD_PRELOAD");
+  return next<int (*)(const char*)>("system")(command);
+}
+
+FILE* popen(const char* command, const char*) {
+  fprintf(stderr, "recorder: no script can hold a command with a pipe: %s\n", command);
+  abort();
+}
+
+void* mysql_real_connect(void* handle, const char* host, const char* user, const char* password,
+                         const char* database, unsigned port, const char* socket,
+                         unsigned long flags) {
+  record('C', "", "");
+  is_inside() = true;
+  using Connect = void* (*)(void*, const char*, const char*, const char*, const char*, unsigned,
+                            const char*, unsigned long);
+  void* const result = next<Connect>("mysql_real_connect")(handle, host, user, password, database,
+                                                           port, socket, flags);
+  is_inside() = false;
+  return result;
+}
+
+int mysql_real_query(void* handle, const char* statement, unsigned long length) {
+  if (!is_inside()) record('Q', {statement, length}, "");
+  return next<int (*)(void*, const char*, unsigned long)>("mysql_real_query")(handle, statement,
+                                                                              length);
+}
+
+int mysql_query(void* handle, const char* statement) {
+  return mysql_real_query(handle, statement, strlen(statement));
+}
+
+}  // extern "C"

@@ -1,0 +1,153 @@
+"""Single runs of the program and of the floor against one panel, and what they cost."""
+
+import json
+import os
+import re
+import shutil
+import statistics
+import subprocess
+import sys
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+sys.path[:0] = [str(ROOT / "tests" / "system"), str(ROOT / "sandbox")]
+
+import panel as sandbox  # noqa: E402
+from conftest import BUILD, RECIPIENT, Panel  # noqa: E402
+
+PROGRAM = BUILD / "autoresponder" / "autoresponder"
+TOOLS = BUILD / "bench"
+INPUT = sandbox.HOME / "input"
+SCRIPT = sandbox.HOME / "script"
+RESET = sandbox.HOME / "reset"
+FLOOR = [TOOLS / "floor", SCRIPT]
+ENVIRONMENT = {"PATH": "/usr/bin:/bin", "RECIPIENT": RECIPIENT}
+
+# A small process of its own, so that what it starts is not charged with what this one holds.
+PEAK = """
+import os, sys
+pid = os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ)
+_, status, usage = os.wait4(pid, 0)
+print(usage.ru_maxrss, file=sys.stderr)
+"""
+
+
+class Difference(Exception):
+    """The floor did not do what the program did."""
+
+
+class Bench:
+    """A panel with the program and the floor on it."""
+
+    def __init__(self):
+        self.panel = Panel()
+
+    def make(self, case):
+        self.panel.reset()
+        case.make_panel(self.panel)
+        INPUT.write_bytes(case.make_message())
+        RESET.write_text("#!/bin/sh\nexec mariadb --no-defaults --user=root"
+                         f" --socket={sandbox.SOCKET} kem -e \"{case.reset}\"\n")
+        RESET.chmod(0o755)
+
+    def reset(self):
+        subprocess.run([RESET], check=True)
+
+    def run(self, command, **environment):
+        with open(INPUT, "rb") as stdin:
+            return subprocess.run(command, stdin=stdin, stdout=subprocess.DEVNULL,
+                                  stderr=subprocess.PIPE, env={**ENVIRONMENT, **environment})
+
+    def record(self):
+        """Records the floor's script from one run of the program."""
+        self.reset()
+        SCRIPT.write_bytes(b"")
+        result = self.run([PROGRAM], LD_PRELOAD=str(TOOLS / "librecorder.so"),
+                          FLOOR_SCRIPT=str(SCRIPT))
+        if result.returncode != 0:
+            raise Difference(f"the program ended with {result.returncode}: {result.stderr}")
+
+    def outcome(self, command):
+        """What one run sends, starts and hands to sendmail."""
+        self.reset()
+        sandbox.forget_mails()
+        (sandbox.HOME / "commands").write_bytes(b"")
+        statements = self.panel.statements(lambda: self.run(command))
+        commands = [re.sub(r"-[A-Za-z0-9]{6}\b", "-XXXXXX", text)
+                    for text in self.panel.commands()]
+        mails = [(mail.arguments, mail.message) for mail in self.panel.mails()]
+        return statements, commands, mails, self.panel.temporary_files()
+
+    def compare(self):
+        """Fails where the floor leaves out or adds anything."""
+        program, floor = self.outcome([PROGRAM]), self.outcome(FLOOR)
+        for what, ours, its in zip(("statements", "commands", "mails", "files"), program, floor):
+            if ours != its:
+                raise Difference(f"{what} of the program: {str(ours)[:2000]}\n"
+                                 f"{what} of the floor: {str(its)[:2000]}")
+
+    def lighten(self):
+        """From here on the real shell runs, and sendmail takes next to no time."""
+        subprocess.run(["umount", "/usr/bin/dash"], check=True)
+
+    def use_sink(self):
+        shutil.copy(TOOLS / "sink", sandbox.QMAIL / "bin" / "sendmail")
+
+    def instructions(self, command):
+        self.reset()
+        result = self.run(["/usr/bin/valgrind", "--tool=callgrind",
+                           "--callgrind-out-file=/dev/null", *command])
+        return int(re.search(rb"Collected : (\d+)", result.stderr)[1])
+
+    def peak_memory(self, command):
+        """In bytes."""
+        self.reset()
+        result = self.run(["/usr/bin/python3", "-S", "-c", PEAK, *command])
+        return 1024 * int(result.stderr.split()[-1])
+
+    def round(self, runs):
+        """Medians of the wall time and means of the processor time, of floor and program."""
+        output = sandbox.HOME / "hyperfine.json"
+        commands = [" ".join(map(str, [TOOLS / "feed", INPUT, *command]))
+                    for command in (FLOOR, [PROGRAM])]
+        subprocess.run(
+            ["hyperfine", "-N", "--style", "none", "--warmup", "1", "--runs", str(runs),
+             "--prepare", str(RESET), "--export-json", str(output), *commands],
+            check=True, env=ENVIRONMENT, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        return [(result["median"], result["user"] + result["system"])
+                for result in json.loads(output.read_text())["results"]]
+
+
+class Paired:
+    """Rounds in which the floor and the program take turns."""
+
+    def __init__(self, bench, rounds, runs):
+        results = [bench.round(runs) for _ in range(rounds)]
+        self.floor = statistics.median(floor[0] for floor, _ in results)
+        self.program = statistics.median(program[0] for _, program in results)
+        self.walls = sorted(program[0] / floor[0] for floor, program in results)
+        self.cpu = statistics.median(program[1] / floor[1] for floor, program in results)
+
+    @property
+    def wall(self):
+        return statistics.median(self.walls)
+
+
+def intake(message):
+    """Seconds, processor seconds and peak memory in bytes of one intake of the message."""
+    INPUT.write_bytes(message)
+    with open(INPUT, "rb") as stdin:
+        words = subprocess.run([TOOLS / "intake"], stdin=stdin, check=True, env=ENVIRONMENT,
+                               stdout=subprocess.PIPE).stdout.split()
+    return float(words[0]), float(words[1]), 1024 * int(words[2])
+
+
+def os_description():
+    """The machine, without its name."""
+    cpu = re.search(r"model name\s*: (.*)", Path("/proc/cpuinfo").read_text())[1]
+    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") // (1 << 30)
+    release = re.search(r'PRETTY_NAME="(.*)"', Path("/etc/os-release").read_text())[1]
+    load = os.getloadavg()[1]
+    return (f"{cpu}, {os.cpu_count()} cores, {memory} GiB of memory, {release}, Linux"
+            f" {os.uname().release.split('-')[0]}, spool and messages in memory;"
+            f" load before the run {load:.1f}")
