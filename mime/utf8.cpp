@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <endian.h>
 
 namespace {
 
@@ -51,7 +52,8 @@ size_t ascii_length(std::string_view text) {
   size_t length = 0;
   for (uint64_t word = 0; text.size() - length >= sizeof word; length += sizeof word) {
     memcpy(&word, text.data() + length, sizeof word);
-    if ((word & kHighBits) != 0) break;
+    const uint64_t high = le64toh(word) & kHighBits;
+    if (high != 0) return length + static_cast<size_t>(__builtin_ctzll(high)) / 8;
   }
   while (length < text.size() && byte_at(text, length) < 0x80) ++length;
   return length;
