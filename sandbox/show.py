@@ -2,6 +2,7 @@
 not UTF-8 are shown as \\xNN."""
 
 import os
+import signal
 import subprocess
 import sys
 import time
@@ -53,6 +54,7 @@ def main():
 
 
 if __name__ == "__main__":
+    signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # as any other program in front of `head`
     try:
         main()
     except KeyboardInterrupt:
