@@ -16,6 +16,7 @@ BodyLines::BodyLines(std::string_view text, std::shared_ptr<const void> owner)
 
 size_t BodyLines::FirstWith(std::string_view key) const {
   if (!has_lines_ || key.find('\n') != std::string_view::npos) return 0;
+  if (key.empty()) return 1;
   const char* const found = find_text(text_, key);
   if (found == nullptr) return 0;
   return 1 + static_cast<size_t>(std::count(text_.data(), found, '\n'));

@@ -24,12 +24,16 @@ bool response_file_exceeds(int64_t limit) {
   return limit > 0 && stat(response_file_path, &status) == 0 && status.st_size > limit;
 }
 
+std::string notice_subject(const IncomingMessage& message) {
+  return "Re: " + message.subject;
+}
+
 // Kept: "on you request", the empty CC, and no To and MIME headers.
 void replace_by_notice(const ResponderRule& rule, const IncomingMessage& message) {
   std::ofstream notice(response_file_path, std::ios::trunc);
   if (!rule.reply_to.empty()) notice << "Reply-To: " << rule.reply_to << "\n";
   notice << "From: " << message.recipient << "\nCC: \nSubject: ";
-  write_header_encoded(notice, "Re: " + message.subject);
+  write_header_encoded(notice, notice_subject(message));
   notice << "\n\n";
   notice << "An error occurred while responding on you request.\n\n";
   notice << "Autoresponder message size exceeds databytes limit.\n\n\n\n";

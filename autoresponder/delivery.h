@@ -2,6 +2,7 @@
 #define AUTORESPONDER_DELIVERY_H
 
 #include <cstdint>
+#include <string>
 
 #include "autoresponder/incoming_message.h"
 #include "autoresponder/rule.h"
@@ -12,6 +13,9 @@ int64_t size_limit();
 
 /// Whether the response file is larger than `limit`.
 bool response_file_exceeds(int64_t limit);
+
+/// The subject of the notice, in UTF-8.
+std::string notice_subject(const IncomingMessage& message);
 
 /// Replaces the response file by a short notice of its size.
 void replace_by_notice(const ResponderRule& rule, const IncomingMessage& message);

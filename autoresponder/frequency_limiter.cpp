@@ -9,35 +9,41 @@ int number(const std::string& text) {
 }
 
 void forget_earlier_days(PanelDatabase& database, const std::string& rule_id) {
-  database.Execute("delete from resp_freq where rn_id=" + rule_id +
-                   " and (TO_DAYS(NOW())-TO_DAYS(time_resp))>0");
-}
-
-int remembered_senders(PanelDatabase& database, const std::string& rule_id) {
-  Rows rows = database.Query("select COUNT(*) from resp_freq where rn_id=" + rule_id);
-  const Row row = rows.Next();
-  return row != nullptr ? number(text_or(row[0], "0")) : 0;
-}
-
-std::optional<std::string> replies_today(PanelDatabase& database, const std::string& of_sender) {
-  Rows rows = database.Query("select num from resp_freq" + of_sender);
-  const Row row = rows.Next();
-  if (row == nullptr) return std::nullopt;
-  return text_or(row[0], "0");
+  database.Execute("delete from resp_freq where rn_id=" + rule_id + " and " + kOfEarlierDay);
 }
 
 // Kept: all senders that share the oldest time stamp go, and it is done once.
 void evict_oldest(PanelDatabase& database, const std::string& rule_id) {
-  std::string oldest;
-  {
-    Rows rows = database.Query("select MIN(time_resp) from resp_freq where rn_id=" + rule_id);
-    if (const Row row = rows.Next()) oldest = text_or(row[0], "0");
-  }
+  const std::string oldest = oldest_time(database, rule_id, "");
   database.Execute("delete from resp_freq where rn_id=" + rule_id + " and time_resp='" + oldest +
                    "'");
 }
 
 }  // namespace
+
+int remembered_senders(PanelDatabase& database, const std::string& rule_id,
+                       const std::string& further) {
+  Rows rows = database.Query("select COUNT(*) from resp_freq where rn_id=" + rule_id + further);
+  const Row row = rows.Next();
+  return row != nullptr ? number(text_or(row[0], "0")) : 0;
+}
+
+std::optional<std::string> replies_today(PanelDatabase& database, const std::string& rule_id,
+                                         const std::string& sender, const std::string& further) {
+  const std::string of_sender = " where rn_id=" + rule_id + " and email='" + sender + "'";
+  Rows rows = database.Query("select num from resp_freq" + of_sender + further);
+  const Row row = rows.Next();
+  if (row == nullptr) return std::nullopt;
+  return text_or(row[0], "0");
+}
+
+std::string oldest_time(PanelDatabase& database, const std::string& rule_id,
+                        const std::string& further) {
+  Rows rows =
+      database.Query("select MIN(time_resp) from resp_freq where rn_id=" + rule_id + further);
+  const Row row = rows.Next();
+  return row != nullptr ? text_or(row[0], "0") : "";
+}
 
 bool never_replies(const std::string& ans_freq) {
   return number(ans_freq) <= 0;
@@ -58,15 +64,15 @@ bool check_reply_frequency(PanelDatabase& database, const IncomingMessage& messa
                            const std::string& mem_limit) {
   forget_earlier_days(database, rule_id);
   if (never_replies(ans_freq)) return false;
-  const int senders = remembered_senders(database, rule_id);
+  const int senders = remembered_senders(database, rule_id, "");
   const std::string sender = database.Escape(message.sender);
-  const std::string of_sender = " where rn_id=" + rule_id + " and email='" + sender + "'";
-  const std::optional<std::string> num = replies_today(database, of_sender);
+  const std::optional<std::string> num = replies_today(database, rule_id, sender, "");
   switch (limiter_step(num, senders, ans_freq, mem_limit)) {
     case LimiterStep::kRefuse:
       return false;
     case LimiterStep::kCountUp:
-      database.Execute("update resp_freq set num=" + *num + "+1" + of_sender);
+      database.Execute("update resp_freq set num=" + *num + "+1 where rn_id=" + rule_id +
+                       " and email='" + sender + "'");
       return true;
     case LimiterStep::kEvictAndRemember:
       evict_oldest(database, rule_id);

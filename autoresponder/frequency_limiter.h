@@ -26,6 +26,25 @@ bool never_replies(const std::string& ans_freq);
 LimiterStep limiter_step(const std::optional<std::string>& replies_today, int senders,
                          const std::string& ans_freq, const std::string& mem_limit);
 
+/// What the limiter reads. `further` is one more condition on the rows, with " and " in front, or
+/// empty. A failing query stops the engine.
+
+/// How many senders the rule remembers.
+int remembered_senders(PanelDatabase& database, const std::string& rule_id,
+                       const std::string& further);
+
+/// The column `num` of a sender (escaped) in the first of his rows, "0" where it is NULL; nothing
+/// for a sender without a row.
+std::optional<std::string> replies_today(PanelDatabase& database, const std::string& rule_id,
+                                         const std::string& sender, const std::string& further);
+
+/// The rule's oldest time stamp: "0" where it is NULL, empty where there is none.
+std::string oldest_time(PanelDatabase& database, const std::string& rule_id,
+                        const std::string& further);
+
+/// The condition of a row of an earlier day, by the clock of the database server.
+constexpr const char* kOfEarlierDay = "(TO_DAYS(NOW())-TO_DAYS(time_resp))>0";
+
 /// Whether the rule may answer the message's sender once more today. Where it may, the answer has
 /// been counted.
 ///

@@ -9,7 +9,7 @@
 #include "support/diagnose.h"
 #include "support/strings.h"
 
-void end_run(const std::string& diagnostic) {
+void end_run(const std::string& diagnostic, unsigned /*error*/) {
   diagnose({diagnostic});
   cleanup_and_exit();
 }
@@ -25,7 +25,7 @@ bool PanelDatabase::Send(const std::string& statement) {
 }
 
 void PanelDatabase::Fail(const std::string& diagnostic) {
-  on_failure_(diagnostic);
+  on_failure_(diagnostic, connection_ ? mysql_errno(handle()) : 0);
   abort();  // nobody could go on
 }
 

@@ -28,11 +28,12 @@ class Rows {
   OwnedResult result_;
 };
 
-/// What to do about a database that fails; gets the line that tells of it, and does not return.
-using DatabaseFailure = void (*)(const std::string& diagnostic);
+/// What to do about a database that fails; gets the line that tells of it and the client library's
+/// error number (0 without a connection), and does not return.
+using DatabaseFailure = void (*)(const std::string& diagnostic, unsigned error);
 
 /// Writes the line to standard error and ends the run with status 0.
-[[noreturn]] void end_run(const std::string& diagnostic);
+[[noreturn]] void end_run(const std::string& diagnostic, unsigned error);
 
 /// The run's one connection to the panel's database, and the engine's way to end when it fails.
 class PanelDatabase {

@@ -38,11 +38,31 @@ void end_writers() {
 
 // The signal that is raised here ends the process as soon as the handler returns. Until then it and
 // the others wait, however often they are sent.
-void handle_termination(int signal) {
-  end_writers();
-  remove_temporary_files();
+void die_by(int signal) {
   ::signal(signal, SIG_DFL);
   raise(signal);
+}
+
+void end_run_by(int signal) {
+  end_writers();
+  remove_temporary_files();
+  die_by(signal);
+}
+
+void end_writers_by(int signal) {
+  end_writers();
+  die_by(signal);
+}
+
+void handle_termination_signals(void (*handler)(int)) {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  action.sa_mask = termination_signals();
+  for (const int signal : kSignals) {
+    struct sigaction before {};
+    sigaction(signal, nullptr, &before);
+    if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
+  }
 }
 
 // Keeps the termination signals waiting for as long as it lives.
@@ -65,7 +85,7 @@ class SignalBlock {
 bool is_handled(int signal) {
   struct sigaction action {};
   sigaction(signal, nullptr, &action);
-  return action.sa_handler == handle_termination;
+  return action.sa_handler == end_run_by || action.sa_handler == end_writers_by;
 }
 
 [[noreturn]] void be_writer(const std::function<void()>& write, const SignalBlock& block) {
@@ -93,14 +113,11 @@ pid_t start_writer(const std::function<void()>& write) {
 
 void remove_files_on_termination() {
   atexit(remove_temporary_files);
-  struct sigaction action {};
-  action.sa_handler = handle_termination;
-  action.sa_mask = termination_signals();
-  for (const int signal : kSignals) {
-    struct sigaction before {};
-    sigaction(signal, nullptr, &before);
-    if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
-  }
+  handle_termination_signals(end_run_by);
+}
+
+void end_writers_on_termination() {
+  handle_termination_signals(end_writers_by);
 }
 
 void run_file_writer(const std::function<void()>& write) {

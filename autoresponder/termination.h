@@ -9,6 +9,10 @@
 /// had ignored stays ignored. A process that aborts keeps its files.
 void remove_files_on_termination();
 
+/// The same for a program that makes no temporary files: only processes that `run_file_writer` has
+/// started are ended.
+void end_writers_on_termination();
+
 /// Calls `write` in a process of its own and waits for its end. For commands that write to a
 /// temporary file by its name: a signal that ends the run meanwhile ends every process of theirs
 /// first, or one of them could create the file again after it was removed.

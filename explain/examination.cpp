@@ -1,5 +1,6 @@
 #include "explain/examination.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
@@ -19,14 +20,13 @@ DwString read_message(const std::string& file_name) {
   std::ifstream file;
   if (file_name != "-") file.open(file_name, std::ios::binary);
   std::istream& in = file_name == "-" ? std::cin : file;
-  std::string text;
+  DwString text;
   char block[65536];
   while (in.read(block, sizeof block), in.gcount() > 0) {
     text.append(block, static_cast<size_t>(in.gcount()));
   }
   if (!in.eof()) throw CannotTell(Reason::kMessageUnreadable, "Unable to read " + file_name);
-  text += '\n';
-  return {text.data(), text.size()};
+  return text.append("\n");
 }
 
 // Where the address of the delivery comes from, and the address, unless it is To.
@@ -50,6 +50,7 @@ Reason reason_of(LoopGuard guard) {
 
 // Nothing where the message is one that the run goes on with.
 std::optional<Reason> examine_message(const Options& options, Explanation& explanation) {
+  DwInitialize();
   DwString text = read_message(options.message_file);
   const auto delivered_to = find_delivery(options, explanation);
   try {
@@ -64,45 +65,54 @@ std::optional<Reason> examine_message(const Options& options, Explanation& expla
   return reason_of(*explanation.guard);
 }
 
-bool replies(const RuleExplanation& rule) {
-  return rule.outcome == RuleOutcome::kReplies || rule.outcome == RuleOutcome::kRepliesWithNotice;
-}
-
-Reason examine_rules(PanelDatabase& database, const Options& options, Explanation& explanation) {
+// Examines the rules in the run's order, as far as it would come.
+void examine_rules(PanelDatabase& database, const Options& options, Explanation& explanation) {
   const MailboxRef& mailbox = explanation.mailbox->mailbox;
   Rows rows = database.Query(rules_query(mailbox.id));
-  if (rows.IsEmpty() && !options.rule) return Reason::kNoRules;
   bool goes_on = true;
-  bool anyone_replies = false;
   while (const Row row = rows.Next()) {
-    RuleExplanation rule;
-    rule.rule = rule_from_row(row);
-    if (goes_on) rule = examine_rule(database, rule.rule, mailbox, explanation.message);
-    goes_on = goes_on && rule.outcome != RuleOutcome::kRunEnds;
-    if (options.rule && rule.rule.id != *options.rule) continue;
-    anyone_replies = anyone_replies || replies(rule);
-    explanation.rules.push_back(std::move(rule));
+    RuleExplanation facts;
+    facts.rule = rule_from_row(row);
+    const bool is_shown = !options.rule || *options.rule == facts.rule.id;
+    const bool whole_reply = is_shown && options.show_reply;
+    if (goes_on) examine_rule(database, mailbox, explanation.message, whole_reply, facts);
+    goes_on = goes_on && !ends_run(facts.outcome);
+    if (is_shown) explanation.rules.push_back(std::move(facts));
   }
-  if (explanation.rules.empty()) return Reason::kNoSuchRule;
-  return anyone_replies ? Reason::kRuleReplies : Reason::kNoRuleReplies;
 }
 
-[[noreturn]] void stop(const std::string& diagnostic) {
+Reason reason_of(const std::vector<RuleExplanation>& rules) {
+  const bool anyone_replies =
+      std::any_of(rules.begin(), rules.end(),
+                  [](const RuleExplanation& rule) { return is_reply(rule.outcome); });
+  if (anyone_replies) return Reason::kRuleReplies;
+  return rules.empty() ? Reason::kNoRules : Reason::kNoRuleReplies;
+}
+
+// What the server refuses to us it refuses to the run; without the server nothing can be told.
+[[noreturn]] void stop(const std::string& diagnostic, unsigned error) {
+  constexpr unsigned kFirstClientError = 2000;
+  if (error > 0 && error < kFirstClientError) throw RefusedStatement(diagnostic);
   throw CannotTell(Reason::kDatabaseFails, diagnostic);
 }
 
 Reason examine_panel(const Options& options, Explanation& explanation) {
   const EscapedRecipient recipient = escape_recipient(explanation.message);
   PanelDatabase database(stop);
-  database.Execute("start transaction read only");  // so that the server holds us to it
+  // So that the server holds us to it, where it is new enough to know the statement. No transaction
+  // stays open that others would have to wait for.
+  database.TryQuery("set session transaction read only");
   explanation.mailbox = find_mailbox(database, recipient);
   if (!explanation.mailbox) return Reason::kMailboxNotFound;
-  return examine_rules(database, options, explanation);
+  examine_rules(database, options, explanation);
+  if (options.rule && explanation.rules.empty()) {
+    throw CannotTell(Reason::kNoSuchRule, "The mailbox has no rule " + *options.rule);
+  }
+  return reason_of(explanation.rules);
 }
 
 Verdict verdict_of(Reason reason) {
-  if (reason == Reason::kRuleReplies) return Verdict::kReply;
-  return reason == Reason::kNoSuchRule ? Verdict::kUnknown : Verdict::kNoReply;
+  return reason == Reason::kRuleReplies ? Verdict::kReply : Verdict::kNoReply;
 }
 
 }  // namespace
@@ -113,6 +123,10 @@ void examine(const Options& options, Explanation& explanation) {
     const auto refusal = examine_message(options, explanation);
     explanation.reason = refusal ? *refusal : examine_panel(options, explanation);
     explanation.verdict = verdict_of(explanation.reason);
+  } catch (const RefusedStatement& refusal) {
+    explanation.verdict = Verdict::kNoReply;
+    explanation.reason = Reason::kStatementFails;
+    explanation.trouble = refusal.what();
   } catch (const CannotTell& trouble) {
     explanation.reason = trouble.reason;
     explanation.trouble = trouble.what();

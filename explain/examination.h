@@ -8,7 +8,7 @@
 
 /// Fills `explanation` with what the run would do with the message that `options` name, as far as
 /// it can be told. Reads the message, the configuration and the database, and writes nothing but
-/// the run's diagnostics to standard error. A fatal report of the library ends the process.
+/// diagnostics to standard error. A fatal report of the library ends the process.
 void examine(const Options& options, Explanation& explanation);
 
 #endif

@@ -30,10 +30,12 @@ enum class Reason {
   kMailboxNotFound,
   kNoRules,
   kNoRuleReplies,
+  kStatementFails,  ///< before any rule
   kNoSuchRule,
   kMessageUnreadable,
   kDatabaseFails,
   kReplyNotBuilt,
+  kLibraryGivesUp,
 };
 
 /// What becomes of one rule.
@@ -44,10 +46,20 @@ enum class RuleOutcome {
   kNotTriggered,
   kNeverReplies,  ///< it allows no reply a day
   kLimitReached,
-  kQuoteInCommand,  ///< the reply would leave by a command that is refused
-  kRunEnds,         ///< the recipient has no ASCII form, which ends the run with status 1
-  kNotReached,      ///< an earlier rule ended the run
+  kQuoteInCommand,     ///< the reply would leave by a command that is refused
+  kCommandTooLong,     ///< or by one that the system does not start
+  kRecipientNotAscii,  ///< which ends the run with status 1
+  kStatementFails,     ///< the database refuses one, which ends the run
+  kNotReached,         ///< an earlier rule ended the run
 };
+
+inline bool is_reply(RuleOutcome outcome) {
+  return outcome == RuleOutcome::kReplies || outcome == RuleOutcome::kRepliesWithNotice;
+}
+
+inline bool ends_run(RuleOutcome outcome) {
+  return outcome == RuleOutcome::kRecipientNotAscii || outcome == RuleOutcome::kStatementFails;
+}
 
 /// Where the address of the delivery was taken from.
 enum class RecipientSource { kOption, kEnvironment, kTo };
@@ -66,21 +78,33 @@ struct LimiterFacts {
   std::vector<std::string> evicted;          ///< the senders that would be forgotten
 };
 
+/// What becomes of a command.
+enum class CommandFate {
+  kRuns,
+  kRefused,  ///< a value holds a quote
+  kTooLong,  ///< longer than the system lets a command be
+};
+
 struct CommandFacts {
   const char* purpose;  ///< a word for programs
-  ShellCommand command;
+  std::string line;
+  CommandFate fate;
 };
 
 struct ReplyFacts {
+  int64_t size = 0;          ///< bytes, as built
+  int64_t limit = 0;         ///< bytes; 0 or less for none
+  bool is_replaced = false;  ///< by the notice that it is too large
+  // Of what leaves: the reply, or the notice in its place.
   std::string subject;  ///< UTF-8
-  int64_t size = 0;     ///< bytes, as built
-  int64_t limit = 0;    ///< bytes; 0 or less for none
-  std::string text;     ///< what leaves: the reply, or the notice in its place
+  std::string headers;
+  std::string text;  ///< all of it, where that was asked for
 };
 
 struct RuleExplanation {
   ResponderRule rule;
   RuleOutcome outcome = RuleOutcome::kNotReached;
+  std::string trouble;  ///< the diagnostic, where a statement fails
   std::optional<TriggerFacts> trigger;
   std::optional<LimiterFacts> limiter;
   std::optional<std::string> forwarding;  ///< the addresses, as they stand on the command line
@@ -94,7 +118,8 @@ struct RuleExplanation {
 struct Explanation {
   Verdict verdict = Verdict::kUnknown;
   Reason reason = Reason::kDatabaseFails;
-  std::string trouble;  ///< the diagnostic, where the verdict is kUnknown
+  std::string trouble;      ///< what is in the way, where the reason has more to it
+  std::string diagnostics;  ///< what the run's functions wrote to standard error
   IncomingMessage message;
   SenderField sender_field = SenderField::kNone;
   RecipientSource recipient_source = RecipientSource::kTo;

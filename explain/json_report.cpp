@@ -62,25 +62,26 @@ Json notification_of(const Notification& notification) {
 
 Json reply_of(const ReplyFacts& reply, bool show_reply) {
   Json result{{"subject", reply.subject},
-              {"headers", reply.text.substr(0, reply.text.find("\n\n"))},
+              {"headers", reply.headers},
               {"size", reply.size},
-              {"limit", reply.limit}};
+              {"limit", reply.limit},
+              {"replaced", reply.is_replaced}};
   if (show_reply) result["text"] = reply.text;
   return result;
 }
 
 Json commands_of(const std::vector<CommandFacts>& commands) {
   Json result = Json::array();
-  for (const auto& [purpose, command] : commands) {
-    result.push_back({{"purpose", purpose},
-                      {"line", command.line()},
-                      {"refused", command.escaping_value().has_value()}});
+  for (const CommandFacts& command : commands) {
+    result.push_back(
+        {{"purpose", command.purpose}, {"line", command.line}, {"fate", code(command.fate)}});
   }
   return result;
 }
 
 Json rule_of(const RuleExplanation& facts, bool show_reply) {
   Json result{{"id", facts.rule.id}, {"outcome", code(facts.outcome)}};
+  if (!facts.trouble.empty()) result["trouble"] = facts.trouble;
   if (facts.trigger) result["trigger"] = trigger_of(facts.rule, *facts.trigger);
   if (facts.limiter) result["limiter"] = limiter_of(facts.rule, *facts.limiter);
   if (facts.forwarding) result["forwarding"] = *facts.forwarding;
@@ -108,5 +109,6 @@ void write_json(std::ostream& out, const Explanation& explanation, bool show_rep
   for (const RuleExplanation& rule : explanation.rules) {
     result["rules"].push_back(rule_of(rule, show_reply));
   }
+  result["diagnostics"] = explanation.diagnostics;
   out << result.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }

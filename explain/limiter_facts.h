@@ -8,7 +8,7 @@
 
 /// What the limiter would do about the message's sender, read without a change: rows of earlier
 /// days, which it would delete first, are passed over. A failing query stops the examination.
-LimiterFacts read_limiter(PanelDatabase& database, const ResponderRule& rule,
-                          const IncomingMessage& message);
+void read_limiter(PanelDatabase& database, const ResponderRule& rule,
+                  const IncomingMessage& message, LimiterFacts& facts);
 
 #endif

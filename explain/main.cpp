@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -5,26 +6,29 @@
 #include <unistd.h>
 
 #include "autoresponder/process.h"
+#include "autoresponder/termination.h"
 #include "explain/examination.h"
+#include "explain/held_output.h"
 #include "explain/json_report.h"
 #include "explain/options.h"
-#include "explain/silenced_output.h"
+#include "explain/printable.h"
 #include "explain/text_report.h"
 #include "support/report.h"
 
 namespace {
 
-// The library ends the process by itself where it gives up, with a status that would be an answer
-// of ours.
-void exit_unknown_unless(bool& answered) {
-  on_exit(
-      [](int /*status*/, void* is_answered) {
-        if (!*static_cast<bool*>(is_answered)) _exit(static_cast<int>(Verdict::kUnknown));
-      },
-      &answered);
-}
+// One explanation, and where it stands.
+struct Work {
+  Options options;
+  std::optional<HeldOutput> held;
+  bool is_done = false;
+};
 
 void report(const Explanation& explanation, const Options& options) {
+  std::cerr << printable_lines(explanation.diagnostics);
+  if (explanation.verdict == Verdict::kUnknown && !explanation.trouble.empty()) {
+    std::cerr << "autoresponder-explain: " << printable_lines(explanation.trouble) << '\n';
+  }
   if (options.json) {
     write_json(std::cout, explanation, options.show_reply);
   } else {
@@ -33,35 +37,57 @@ void report(const Explanation& explanation, const Options& options) {
   std::cout.flush();
 }
 
+// The library ends the process by itself where it gives up, with a status that would be an answer
+// of ours.
+void report_unfinished(int /*status*/, void* argument) {
+  Work& work = *static_cast<Work*>(argument);
+  if (work.is_done) return;
+  if (work.held) {
+    Explanation explanation;
+    explanation.reason = Reason::kLibraryGivesUp;
+    explanation.diagnostics = work.held->Release();
+    report(explanation, work.options);
+  }
+  _exit(static_cast<int>(Verdict::kUnknown));
+}
+
 void hint_at_terminal(const Options& options) {
   if (options.message_file != "-" || isatty(STDIN_FILENO) != 1) return;
   std::cerr << "Reading the message from the terminal; Ctrl-D ends it.\n";
 }
 
-Verdict tell(const Options& options) {
-  hint_at_terminal(options);
+Verdict tell(Work& work) {
+  hint_at_terminal(work.options);
+  errno = 0;
   Explanation explanation;
-  {
-    const SilencedOutput silence;
-    examine(options, explanation);
-  }
-  report(explanation, options);
-  return std::cout.good() ? explanation.verdict : Verdict::kUnknown;
+  work.held.emplace();
+  examine(work.options, explanation);
+  explanation.diagnostics = work.held->Release();
+  work.held.reset();
+  report(explanation, work.options);
+  if (std::cout.good()) return explanation.verdict;
+  std::cerr << "autoresponder-explain: Unable to write the answer\n";
+  return Verdict::kUnknown;
+}
+
+int run(int argc, char** argv, Work& work) {
+  const auto command_line = parse_command_line(argc, argv);
+  if (const int* const status = std::get_if<int>(&command_line)) return *status;
+  work.options = *std::get_if<Options>(&command_line);
+  prepare_process();
+  end_writers_on_termination();
+  return static_cast<int>(tell(work));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  static bool answered = false;
+  static Work work;  // outlives main
   prog_name = argv[0];
-  exit_unknown_unless(answered);
+  on_exit(report_unfinished, &work);
   try {
-    const auto command_line = parse_command_line(argc, argv);
-    prepare_process();
-    const Options* const options = std::get_if<Options>(&command_line);
-    const int status =
-        options != nullptr ? static_cast<int>(tell(*options)) : *std::get_if<int>(&command_line);
-    answered = true;
+    const int status = run(argc, argv, work);
+    work.is_done = true;
     return status;
   } catch (const std::exception& trouble) {
     report_error(static_cast<int>(Verdict::kUnknown), 0, "%s", trouble.what());

@@ -1,7 +1,10 @@
 #include "explain/printable.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <iterator>
+#include <utility>
 
 #include "mime/utf8.h"
 
@@ -17,6 +20,21 @@ bool begins_with_high_control(std::string_view text) {
   return text.size() >= 2 && text[0] == '\xC2' && static_cast<unsigned char>(text[1]) < 0xA0;
 }
 
+// Characters of three bytes that are not seen but turn the direction of a line or end it: U+200B to
+// U+200F, U+2028 to U+202E, U+2060 to U+2069, U+FEFF.
+bool begins_with_invisible(std::string_view text) {
+  constexpr std::pair<std::string_view, std::string_view> kRanges[] = {
+      {"\xE2\x80\x8B", "\xE2\x80\x8F"},
+      {"\xE2\x80\xA8", "\xE2\x80\xAE"},
+      {"\xE2\x81\xA0", "\xE2\x81\xA9"},
+      {"\xEF\xBB\xBF", "\xEF\xBB\xBF"},
+  };
+  const std::string_view character = text.substr(0, 3);
+  return std::any_of(std::begin(kRanges), std::end(kRanges), [character](const auto& range) {
+    return character >= range.first && character <= range.second;
+  });
+}
+
 void append_escaped(std::string_view bytes, std::string& result) {
   for (const char byte : bytes) {
     std::array<char, 5> code{};
@@ -30,7 +48,11 @@ void append_printable(std::string_view utf8, std::string_view allowed, std::stri
     if (is_control(utf8[i]) && allowed.find(utf8[i]) == std::string_view::npos) {
       append_escaped(utf8.substr(i, 1), result);
     } else if (begins_with_high_control(utf8.substr(i))) {
-      append_escaped(utf8.substr(i++, 2), result);
+      append_escaped(utf8.substr(i, 2), result);
+      i += 1;
+    } else if (begins_with_invisible(utf8.substr(i))) {
+      append_escaped(utf8.substr(i, 3), result);
+      i += 2;
     } else {
       result += utf8[i];
     }

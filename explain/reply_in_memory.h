@@ -1,6 +1,7 @@
 #ifndef EXPLAIN_REPLY_IN_MEMORY_H
 #define EXPLAIN_REPLY_IN_MEMORY_H
 
+#include <cstdint>
 #include <string>
 
 #include "support/owned.h"
@@ -15,8 +16,10 @@ class ReplyInMemory {
   ReplyInMemory(const ReplyInMemory&) = delete;
   ReplyInMemory& operator=(const ReplyInMemory&) = delete;
 
-  /// What has been written; empty where there is no such memory.
-  std::string Text() const;
+  /// How many bytes have been written.
+  int64_t Size() const;
+  /// What has been written, up to where `end` first stands in it; all of it for an empty `end`.
+  std::string TextUpTo(const std::string& end) const;
 
  private:
   std::string name_before_;

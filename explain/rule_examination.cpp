@@ -1,6 +1,7 @@
 #include "explain/rule_examination.h"
 
-#include <utility>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "autoresponder/delivery.h"
 #include "autoresponder/forwarding.h"
@@ -20,11 +21,22 @@ TriggerFacts examine_trigger(const ResponderRule& rule, const IncomingMessage& m
   return facts;
 }
 
+// The kernel takes no single argument of more than 32 pages, its NUL included.
+bool is_too_long(const ShellCommand& command) {
+  return command.line().size() >= 32 * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
+
+void add_command(const char* purpose, const ShellCommand& command, RuleExplanation& facts) {
+  CommandFate fate = is_too_long(command) ? CommandFate::kTooLong : CommandFate::kRuns;
+  if (command.escaping_value()) fate = CommandFate::kRefused;
+  facts.commands.push_back({purpose, command.line(), fate});
+}
+
 void examine_forwarding(PanelDatabase& database, const IncomingMessage& message,
                         RuleExplanation& facts) {
   facts.forwarding = forwarding_addresses(database, facts.rule.id);
-  if (!facts.forwarding) return;
-  facts.commands.push_back({"forward", forwarding_command(message, *facts.forwarding)});
+  if (facts.forwarding)
+    add_command("forward", forwarding_command(message, *facts.forwarding), facts);
 }
 
 void examine_attachments(PanelDatabase& database, const MailboxRef& mailbox,
@@ -32,18 +44,28 @@ void examine_attachments(PanelDatabase& database, const MailboxRef& mailbox,
   facts.attachments = find_attachments(database, facts.rule.id, mailbox);
   if (facts.attachments.missing.empty()) return;
   facts.notification = address_notification(database, message);
-  if (!facts.notification) return;
-  facts.commands.push_back({"notify", notification_command(*facts.notification)});
+  if (facts.notification) add_command("notify", notification_command(*facts.notification), facts);
 }
 
 bool has_ascii_form(const std::string& address) {
   return OwnedText(idn_toascii(address.c_str())) != nullptr;
 }
 
+// Reading a pipe or a device may take something away from it, or never end.
+void require_files(const std::vector<Attachment>& found) {
+  for (const Attachment& attachment : found) {
+    struct stat status {};
+    const bool is_gone = stat(attachment.path.c_str(), &status) != 0;
+    if (is_gone || S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)) continue;
+    throw CannotTell(Reason::kReplyNotBuilt, "Not a plain file: " + attachment.path);
+  }
+}
+
 // The reply as the run builds it, by the run's own functions.
 ReplyFacts build_reply(const RuleExplanation& facts, const IncomingMessage& message,
-                       const std::string& boundary) {
+                       const std::string& boundary, bool whole) {
   const std::vector<Attachment>& found = facts.attachments.found;
+  require_files(found);
   ReplyFacts reply;
   reply.subject = reply_subject(facts.rule, message);
   reply.limit = size_limit();
@@ -52,47 +74,65 @@ ReplyFacts build_reply(const RuleExplanation& facts, const IncomingMessage& mess
     throw CannotTell(Reason::kReplyNotBuilt, "Unable to build the reply in memory.");
   }
   append_attachments(found, boundary);
-  reply.text = memory.Text();
-  reply.size = static_cast<int64_t>(reply.text.size());
-  if (response_file_exceeds(reply.limit)) {
+  reply.size = memory.Size();
+  reply.is_replaced = response_file_exceeds(reply.limit);
+  if (reply.is_replaced) {
     replace_by_notice(facts.rule, message);
-    reply.text = memory.Text();
+    reply.subject = notice_subject(message);
   }
+  reply.headers = memory.TextUpTo("\n\n");
+  if (whole) reply.text = memory.TextUpTo("");
   return reply;
 }
 
-RuleOutcome examine_reply(const IncomingMessage& message, const std::string& boundary,
+RuleOutcome outcome_of_reply(const RuleExplanation& facts) {
+  switch (facts.commands.back().fate) {
+    case CommandFate::kRefused:
+      return RuleOutcome::kQuoteInCommand;
+    case CommandFate::kTooLong:
+      return RuleOutcome::kCommandTooLong;
+    case CommandFate::kRuns:
+      break;
+  }
+  return facts.reply->is_replaced ? RuleOutcome::kRepliesWithNotice : RuleOutcome::kReplies;
+}
+
+RuleOutcome examine_reply(const IncomingMessage& message, const std::string& boundary, bool whole,
                           RuleExplanation& facts) {
-  if (!has_ascii_form(message.recipient)) return RuleOutcome::kRunEnds;
-  facts.reply = build_reply(facts, message, boundary);
+  if (!has_ascii_form(message.recipient)) return RuleOutcome::kRecipientNotAscii;
+  facts.reply = build_reply(facts, message, boundary, whole);
   const std::vector<Attachment>& found = facts.attachments.found;
-  if (!found.empty()) facts.commands.push_back({"attach", attachment_command(found, boundary)});
-  const ShellCommand delivery = delivery_command(message);
-  facts.commands.push_back({"reply", delivery});
-  if (delivery.escaping_value()) return RuleOutcome::kQuoteInCommand;
-  const bool is_too_large = facts.reply->limit > 0 && facts.reply->size > facts.reply->limit;
-  return is_too_large ? RuleOutcome::kRepliesWithNotice : RuleOutcome::kReplies;
+  if (!found.empty()) add_command("attach", attachment_command(found, boundary), facts);
+  add_command("reply", delivery_command(message), facts);
+  return outcome_of_reply(facts);
+}
+
+RuleOutcome examine_steps(PanelDatabase& database, const MailboxRef& mailbox,
+                          const IncomingMessage& message, bool whole_reply,
+                          RuleExplanation& facts) {
+  const ResponderRule& rule = facts.rule;
+  if (!is_active(rule)) return RuleOutcome::kSwitchedOff;
+  facts.trigger = examine_trigger(rule, message);
+  if (!facts.trigger->found) return RuleOutcome::kNotTriggered;
+  facts.limiter.emplace();
+  read_limiter(database, rule, message, *facts.limiter);
+  const std::optional<LimiterStep> step = facts.limiter->step;
+  if (!step) return RuleOutcome::kNeverReplies;
+  if (*step == LimiterStep::kRefuse) return RuleOutcome::kLimitReached;
+  examine_forwarding(database, message, facts);
+  const std::string boundary = draw_boundary();
+  examine_attachments(database, mailbox, message, facts);
+  return examine_reply(message, boundary, whole_reply, facts);
 }
 
 }  // namespace
 
-RuleExplanation examine_rule(PanelDatabase& database, const ResponderRule& rule,
-                             const MailboxRef& mailbox, const IncomingMessage& message) {
-  RuleExplanation facts;
-  facts.rule = rule;
-  const auto ends_as = [&facts](RuleOutcome outcome) {
-    facts.outcome = outcome;
-    return std::move(facts);
-  };
-  if (!is_active(rule)) return ends_as(RuleOutcome::kSwitchedOff);
-  facts.trigger = examine_trigger(rule, message);
-  if (!facts.trigger->found) return ends_as(RuleOutcome::kNotTriggered);
-  facts.limiter = read_limiter(database, rule, message);
-  const std::optional<LimiterStep> step = facts.limiter->step;
-  if (!step) return ends_as(RuleOutcome::kNeverReplies);
-  if (*step == LimiterStep::kRefuse) return ends_as(RuleOutcome::kLimitReached);
-  examine_forwarding(database, message, facts);
-  const std::string boundary = draw_boundary();
-  examine_attachments(database, mailbox, message, facts);
-  return ends_as(examine_reply(message, boundary, facts));
+void examine_rule(PanelDatabase& database, const MailboxRef& mailbox,
+                  const IncomingMessage& message, bool whole_reply, RuleExplanation& facts) {
+  try {
+    facts.outcome = examine_steps(database, mailbox, message, whole_reply, facts);
+  } catch (const RefusedStatement& refusal) {
+    facts.outcome = RuleOutcome::kStatementFails;
+    facts.trouble = refusal.what();
+  }
 }

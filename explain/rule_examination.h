@@ -15,9 +15,16 @@ class CannotTell : public std::runtime_error {
   Reason reason;
 };
 
-/// What the run would do for `rule`, step by step and as far as it would come. Draws the reply's
-/// boundary as the run would, so that every rule must be examined, in the run's order.
-RuleExplanation examine_rule(PanelDatabase& database, const ResponderRule& rule,
-                             const MailboxRef& mailbox, const IncomingMessage& message);
+/// A statement that the database refuses, which would end the run; `what` is the diagnostic.
+class RefusedStatement : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Fills `facts`, which holds the rule, with what the run would do for it, step by step and as far
+/// as it would come; `whole_reply`: with all of the reply's text. Draws the reply's boundary as the
+/// run would, so that every rule must be examined, in the run's order.
+void examine_rule(PanelDatabase& database, const MailboxRef& mailbox,
+                  const IncomingMessage& message, bool whole_reply, RuleExplanation& facts);
 
 #endif

@@ -51,10 +51,6 @@ std::string trimmed(const std::string& text) {
                                     : text.substr(start, text.find_last_not_of(' ') - start + 1);
 }
 
-bool is_reply(RuleOutcome outcome) {
-  return outcome == RuleOutcome::kReplies || outcome == RuleOutcome::kRepliesWithNotice;
-}
-
 // Each line of `text`, the last one without a line end too, with `indent` in front.
 void write_indented(std::ostream& out, const std::string& text, const char* indent) {
   std::istringstream lines(text);
@@ -126,12 +122,13 @@ void Report::Reply(const ReplyFacts& reply) {
   std::ostream& line = Line("reply");
   line << reply.size << " bytes, ";
   if (reply.limit > 0) {
-    line << (reply.size > reply.limit ? "above" : "within") << " the limit of " << reply.limit;
+    line << (reply.is_replaced ? "above" : "within") << " the limit of " << reply.limit;
   } else {
     line << "no limit";
   }
   line << '\n';
-  write_indented(out_, reply.text.substr(0, reply.text.find("\n\n")), "    | ");
+  Line("subject") << quoted(reply.subject) << '\n';
+  write_indented(out_, reply.headers, "    | ");
   if (!style_.show_reply) return;
   Line("text") << "the whole reply\n";
   if (style_.on_terminal) {
@@ -142,13 +139,13 @@ void Report::Reply(const ReplyFacts& reply) {
 }
 
 void Report::Commands(const std::vector<CommandFacts>& commands) {
-  for (const auto& [purpose, command] : commands) {
-    Line("command") << purpose;
-    if (command.escaping_value()) {
-      out_ << ": " << Coloured(Colour::kRed, "refused, it holds a quote:");
+  for (const CommandFacts& command : commands) {
+    Line("command") << command.purpose;
+    if (command.fate != CommandFate::kRuns) {
+      out_ << ": " << Coloured(Colour::kRed, words(command.fate));
     }
     out_ << '\n';
-    write_indented(out_, command.line(), "    $ ");
+    write_indented(out_, command.line, "    $ ");
   }
 }
 
@@ -162,6 +159,7 @@ void Report::Rule(const RuleExplanation& facts) {
   if (facts.forwarding) Line("forward to") << trimmed(printable(*facts.forwarding)) << '\n';
   Attachments(facts);
   if (facts.reply) Reply(*facts.reply);
+  if (!facts.trouble.empty()) Line("trouble") << printable(facts.trouble) << '\n';
   Commands(facts.commands);
 }
 

@@ -32,10 +32,12 @@ Words words_for(Reason reason) {
       {"mailbox_not_found", "the recipient is no mailbox of the panel"},
       {"no_rules", "the mailbox has no rules"},
       {"no_rule_replies", "no rule replies"},
+      {"statement_fails", "the database refuses a statement, which ends the run"},
       {"no_such_rule", "the mailbox has no such rule"},
       {"message_unreadable", "the message cannot be read"},
       {"database_fails", "the database fails"},
       {"reply_not_built", "the reply cannot be built"},
+      {"library_gives_up", "the panel's library gives up"},
   };
   return pick(kWords, reason);
 }
@@ -49,7 +51,9 @@ Words words_for(RuleOutcome outcome) {
       {"never_replies", "allows no reply a day"},
       {"limit_reached", "has answered this sender often enough today"},
       {"quote_in_command", "gets no reply out: its command holds a quote and is refused"},
-      {"run_ends", "ends the run: the recipient has no ASCII form"},
+      {"command_too_long", "gets no reply out: the system starts no command of this length"},
+      {"recipient_not_ascii", "ends the run: the recipient has no ASCII form"},
+      {"statement_fails", "ends the run: the database refuses a statement"},
       {"not_reached", "is not reached: an earlier rule ends the run"},
   };
   return pick(kWords, outcome);
@@ -109,4 +113,13 @@ Words words_for(LimiterStep step) {
       {"evict_and_remember", "forgets the oldest, replies, and remembers this one"},
   };
   return pick(kWords, step);
+}
+
+Words words_for(CommandFate fate) {
+  static constexpr Words kWords[] = {
+      {"runs", ""},
+      {"refused", "refused, it holds a quote"},
+      {"too_long", "not started, it is too long"},
+  };
+  return pick(kWords, fate);
 }

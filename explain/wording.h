@@ -18,5 +18,6 @@ Words words_for(LoopGuard guard);
 Words words_for(MailboxLookup lookup);
 Words words_for(TriggerPlace place);
 Words words_for(LimiterStep step);
+Words words_for(CommandFate fate);
 
 #endif

@@ -39,6 +39,16 @@ constexpr Row kRows[] = {
     {"FirstHighControl", "\xC2\x80", "\\xC2\\x80"},
     {"LastHighControl", "\xC2\x9F", "\\xC2\\x9F"},
     {"BehindTheHighControls", "\xC2\xA0", "\xC2\xA0"},
+    {"TurnedAround",
+     "a\xE2\x80\xAE"
+     "b",
+     "a\\xE2\\x80\\xAE"
+     "b"},
+    {"LineSeparator", "\xE2\x80\xA8", "\\xE2\\x80\\xA8"},
+    {"NoWidth", "\xE2\x80\x8B", "\\xE2\\x80\\x8B"},
+    {"ByteOrderMark", "\xEF\xBB\xBF", "\\xEF\\xBB\\xBF"},
+    {"NarrowBlank", "\xE2\x80\x8A", "\xE2\x80\x8A"},
+    {"Dash", "\xE2\x80\x94", "\xE2\x80\x94"},
     {"Latin1",
      "\xFC"
      "a",

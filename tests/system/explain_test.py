@@ -6,11 +6,12 @@ import re
 import signal
 import subprocess
 import time
+from pathlib import Path
 
 import pytest
 
 import panel as sandbox
-from conftest import CHECKOUT, COMMANDS, EXPLAIN, OPTIMISED, message
+from conftest import CHECKOUT, COMMANDS, EXPLAIN, OPTIMISED, message, wait_until
 
 
 def test_tells_the_whole_decision(panel):
@@ -48,6 +49,7 @@ forgets the oldest, replies, and remembers this one
   missing     gone.txt
               tells grete@customer.example about it
   reply       573 bytes, within the limit of 5000
+  subject     "Re: Grüße"
     | From: info@shop.example
     | To: otto@customer.example
     | MIME-Version: 1.0
@@ -119,20 +121,49 @@ def test_cannot_tell_without_a_database(panel):
     assert b"Access denied" in result.err
 
 
-def test_cannot_tell_without_a_table(panel):
+def test_tells_of_a_statement_that_fails_in_a_rule(panel):
+    panel.attach(panel.rule(), "list.txt")
     panel.rule()
     panel.sql("drop table resp_forward")
     result = panel.explain(message(), "--json")
-    assert result.status == 2
-    assert result.answer()["trouble"] == ("autoresponder: Unable to exec query :"
-                                          "Table 'kem.resp_forward' doesn't exist")
+    assert (result.answer()["reason"], result.status) == ("no_rule_replies", 1)
+    first, second = result.answer()["rules"]
+    trouble = "autoresponder: Unable to exec query :Table 'kem.resp_forward' doesn't exist"
+    assert (first["outcome"], first["trouble"]) == ("statement_fails", trouble)
+    assert first["limiter"]["step"] == "remember"
+    assert second["outcome"] == "not_reached"
+    assert panel.run(message()).err.decode() == trouble + "\n"
+    assert panel.mails() == []
+
+
+def test_tells_of_a_statement_that_fails_before_the_rules(panel):
+    panel.sql("drop table mail_resp")
+    result = panel.explain(message(), "--json")
+    assert (result.answer()["reason"], result.status) == ("statement_fails", 1)
+    assert "mail_resp" in result.answer()["trouble"]
+
+
+@pytest.mark.parametrize("sender", [b"\xff@b.example", "\U0001F600@b.example".encode()])
+def test_tells_that_the_database_refuses_a_sender(panel, sender):
+    panel.sql("insert into misc values ('mysql41_compatible', 'true')")
+    panel.rule()
+    text = b"From: " + sender + b"\n\n"
+    result = panel.explain(text, "--json")
+    panel.run(text)
+    assert panel.mails() == []
+    assert (result.answer()["rules"][0]["outcome"], result.status) == ("statement_fails", 1)
 
 
 def test_cannot_tell_without_the_configuration(panel):
     sandbox.write_conf({})
     result = panel.explain(message(), "--json")
-    assert (result.status, result.out) == (2, b"")
-    assert result.err.startswith(b"autoresponder-explain: Error: PRODUCT_ROOT_D not defined")
+    said = b"autoresponder-explain: Error: PRODUCT_ROOT_D not defined\n"
+    assert (result.status, result.err) == (2, said)
+    assert result.answer() == {"verdict": "unknown", "reason": "library_gives_up", "rules": [],
+                               "diagnostics": said.decode()}
+    in_words = panel.explain(message())
+    assert (in_words.status, in_words.err) == (2, said)
+    assert b"It cannot be told. Reason: the panel's library gives up." in in_words.out
 
 
 def test_cannot_tell_when_nobody_takes_the_answer(panel):
@@ -332,9 +363,133 @@ def test_changes_nothing_when_it_is_interrupted(panel):
 def test_holds_itself_to_reading(panel):
     full_panel(panel)
     statements = panel.statements(lambda: panel.explain(message()))
-    assert "start transaction read only" in statements
+    assert "set session transaction read only" in statements
     assert not [statement for statement in statements
                 if statement.lower().startswith(("insert", "update", "delete", "replace"))]
+
+
+def started_by_explain():
+    """The processes that hold the memory of a reply."""
+    found = []
+    for process in Path("/proc").glob("[0-9]*"):
+        try:
+            if any("memfd:reply" in os.readlink(link) for link in (process / "fd").iterdir()):
+                found.append((process / "cmdline").read_bytes())
+        except OSError:  # it has ended
+            continue
+    return found
+
+
+@pytest.fixture
+def slow_uuencode(panel):
+    """A uuencode that waits."""
+    directory = sandbox.HOME / "slow"
+    directory.mkdir()
+    program = directory / "uuencode"
+    program.write_text("#!/bin/sh\nexec sleep 60\n")
+    program.chmod(0o755)
+    yield {**os.environ, "PATH": f"{directory}:/usr/bin:/bin"}
+    program.unlink()
+    directory.rmdir()
+
+
+def start_explaining(environment):
+    process = subprocess.Popen([EXPLAIN, "--recipient", "info@shop.example"], env=environment,
+                               stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL)
+    process.stdin.write(message())
+    process.stdin.close()
+    wait_until(lambda: any(b"sleep" in command for command in started_by_explain()))
+    return process
+
+
+@pytest.mark.parametrize("ending", [signal.SIGTERM, signal.SIGINT, signal.SIGHUP])
+def test_leaves_no_process_when_it_is_interrupted(panel, slow_uuencode, ending):
+    panel.attach(panel.rule(), "list.txt")
+    process = start_explaining(slow_uuencode)
+    process.send_signal(ending)
+    assert process.wait() == -ending
+    wait_until(lambda: started_by_explain() == [])
+
+
+def test_blocks_nobody_else_while_it_works(panel, slow_uuencode):
+    panel.attach(panel.rule(), "list.txt")
+    process = start_explaining(slow_uuencode)
+    panel.sql("set lock_wait_timeout=5; alter table mail_resp add remark int;")
+    process.terminate()
+    process.wait()
+
+
+def test_does_not_read_from_a_pipe_among_the_attachments(panel):
+    panel.attach(panel.rule(), "pipe")
+    pipe = sandbox.store() / "pipe"
+    pipe.unlink()
+    os.mkfifo(pipe)
+    result = panel.explain(message(), "--json")
+    assert (result.status, result.answer()["reason"]) == (2, "reply_not_built")
+    assert result.answer()["trouble"] == f"Not a plain file: {pipe}"
+    assert result.err.decode() == f"autoresponder-explain: Not a plain file: {pipe}\n"
+
+
+def test_shows_diagnostics_as_text(panel):
+    text = b"From: a@b\nContent-Type: text/plain; charset=\"x\x1b[2Jy\"\n\nbody"
+    result = panel.explain(text, "--json")
+    assert result.err == b"Could not convert message body text from x\\x1B[2Jy to UTF-8.\n"
+    assert result.answer()["diagnostics"] == (
+        "Could not convert message body text from x\x1b[2Jy to UTF-8.\n")
+    assert panel.run(text).err == result.answer()["diagnostics"].encode()
+
+
+LONGEST_COMMAND = 32 * os.sysconf("SC_PAGESIZE") - 1
+
+
+@pytest.mark.parametrize("more, outcome", [(0, "replies"), (1, "command_too_long")])
+def test_tells_that_a_command_is_too_long(panel, more, outcome):
+    panel.sql("alter table resp_freq drop key rn_id, modify email mediumtext not null")
+    panel.rule()
+    around = f"{sandbox.QMAIL}/bin/sendmail -f 'info@shop.example' '@x' </tmp/kem-response-uu-XXXXXX"
+    sender = "a" * (LONGEST_COMMAND - len(around) + more) + "@x"
+    result = panel.explain(message(sender=sender), "--json")
+    panel.run(message(sender=sender))
+    (rule,) = result.answer()["rules"]
+    assert len(rule["commands"][0]["line"]) == LONGEST_COMMAND + more
+    assert (rule["outcome"], len(panel.mails())) == (outcome, 1 - more)
+
+
+@pytest.mark.parametrize("count", [190, 250, 255, 262])
+def test_foretells_whether_many_attachments_fit_into_a_command(panel, count):
+    rule = panel.rule()
+    names = [f"{number:060}" for number in range(count)]
+    for name in names:
+        (sandbox.store() / name).write_bytes(b"content")
+    panel.sql("insert into resp_attach values "
+              + ", ".join(f"({rule}, '{name}')" for name in names))
+    told = panel.explain(message(), "--json", "--show-reply").answer()["rules"][0]
+    panel.run(message())
+    (mail,) = panel.mails()
+    assert told["reply"]["text"].encode() == mail.message
+    starts = told["commands"][0]["fate"] == "runs"
+    assert starts == (mail.message.count(b"filename=") == count)
+
+
+def test_names_the_notice_by_its_own_subject(panel):
+    panel.rule(text="x" * 1000, subject="Template")
+    panel.limit("500")
+    (rule,) = panel.explain(message(), "--json").answer()["rules"]
+    assert rule["reply"]["subject"] == "Re: Hello"
+    assert "Subject: Re: Hello" in rule["reply"]["headers"]
+
+
+@pytest.mark.skipif(not OPTIMISED, reason="measures the optimised program")
+def test_holds_no_reply_that_is_not_shown(panel):
+    for _ in range(2):
+        panel.attach(panel.rule(), "large", content=b"x" * 30_000_000)
+    peak = "import resource, subprocess, sys; subprocess.run(sys.argv[1:]);" \
+        "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)"
+    result = subprocess.run(["/usr/bin/python3", "-S", "-c", peak, EXPLAIN, "--rule", "none",
+                             "--recipient", "info@shop.example"],
+                            input=message(), capture_output=True)
+    assert int(result.stdout.split()[-1]) < 40_000
 
 
 @pytest.mark.skipif(not OPTIMISED, reason="measures the optimised program")
@@ -349,7 +504,7 @@ def test_explains_a_large_message(panel):
 def test_manual_page_names_every_code():
     words = (CHECKOUT / "explain" / "wording.cpp").read_text()
     rules = (CHECKOUT / "explain" / "rule_examination.cpp").read_text()
-    codes = set(re.findall(r'\{"([a-z_]+)", ', words) + re.findall(r'push_back\(\{"([a-z]+)", ', rules))
+    codes = set(re.findall(r'\{"([a-z_]+)", ', words) + re.findall(r'add_command\("([a-z]+)", ', rules))
     assert len(codes) > 40
     page = (CHECKOUT / "packaging" / "autoresponder-explain.8").read_text()
     assert codes - set(re.findall(r"^\.Li (\w+)", page, re.MULTILINE)) == {"none"}
