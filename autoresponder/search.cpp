@@ -8,6 +8,7 @@
 // linear.
 const char* find_text(std::string_view text, std::string_view key) {
   if (key.empty()) return text.data();
+  if (text.size() < key.size()) return nullptr;
   constexpr size_t kLooks = 4;
   constexpr size_t kCall = 8;
   for (size_t tries = kLooks * text.size() / (key.size() + kCall); tries > 0; --tries) {
