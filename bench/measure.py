@@ -31,9 +31,9 @@ def measure(bench, case, quick):
     bench.use_sink()
     bench.record()
     size = len(case.make_message())
-    rounds, runs = (5, 3) if quick else (15, 5)
+    rounds, runs = (4, 3) if quick else (16, 5)
     if size > LARGE:
-        rounds, runs = (2, 1) if quick else (7, 2)
+        rounds, runs = (2, 1) if quick else (6, 2)
     paired = Paired(bench, rounds, runs)
     counts = [bench.instructions(command) / 1e6 for command in (FLOOR, [PROGRAM])]
     peak = bench.peak_memory([PROGRAM]) / 1e6

@@ -97,7 +97,8 @@ class Bench:
         self.reset()
         result = self.run(["/usr/bin/valgrind", "--tool=callgrind",
                            "--callgrind-out-file=/dev/null", *command])
-        return int(re.search(rb"Collected : (\d+)", result.stderr)[1])
+        # A process that it forks reports too, and earlier.
+        return int(re.findall(rb"Collected : (\d+)", result.stderr)[-1])
 
     def peak_memory(self, command):
         """In bytes."""
@@ -105,24 +106,26 @@ class Bench:
         result = self.run(["/usr/bin/python3", "-S", "-c", PEAK, *command])
         return 1024 * int(result.stderr.split()[-1])
 
-    def round(self, runs):
-        """Medians of the wall time and means of the processor time, of floor and program."""
+    def round(self, runs, commands):
+        """The median wall time and the mean processor time of each command."""
         output = sandbox.HOME / "hyperfine.json"
-        commands = [" ".join(map(str, [TOOLS / "feed", INPUT, *command]))
-                    for command in (FLOOR, [PROGRAM])]
+        lines = [" ".join(map(str, [TOOLS / "feed", INPUT, *command])) for command in commands]
         subprocess.run(
             ["hyperfine", "-N", "--style", "none", "--warmup", "1", "--runs", str(runs),
-             "--prepare", str(RESET), "--export-json", str(output), *commands],
+             "--prepare", str(RESET), "--export-json", str(output), *lines],
             check=True, env=ENVIRONMENT, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         return [(result["median"], result["user"] + result["system"])
                 for result in json.loads(output.read_text())["results"]]
 
 
 class Paired:
-    """Rounds in which the floor and the program take turns."""
+    """Rounds of the floor and the program, which take turns in being first."""
 
     def __init__(self, bench, rounds, runs):
-        results = [bench.round(runs) for _ in range(rounds)]
+        results = []
+        for _ in range(0, rounds, 2):
+            results.append(bench.round(runs, [FLOOR, [PROGRAM]]))
+            results.append(bench.round(runs, [[PROGRAM], FLOOR])[::-1])
         self.floor = statistics.median(floor[0] for floor, _ in results)
         self.program = statistics.median(program[0] for _, program in results)
         self.walls = sorted(program[0] / floor[0] for floor, program in results)
