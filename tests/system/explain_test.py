@@ -80,6 +80,43 @@ A reply would leave. Reason: at least one rule replies.
     assert len(panel.mails()[-1].message) == 573
 
 
+def test_tells_the_same_to_programs(panel):
+    rule = panel.rule(keystr="question", key_where="body", ans_freq=3, mem_limit=1, text="Soon.")
+    panel.forward(rule, "anna@colleague.example")
+    panel.attach(rule, "list.txt")
+    panel.name_attachments(rule, "gone.txt")
+    panel.sql("insert into resp_freq (rn_id, email, num) values (1, 'p@x.example', 1)")
+    (told,) = panel.explain(message(), "--json").answer()["rules"]
+    headers, commands = told["reply"].pop("headers"), told.pop("commands")
+    assert headers.startswith("From: info@shop.example\nTo: otto@customer.example\n")
+    assert [(command["purpose"], command["fate"]) for command in commands] == [
+        ("forward", "runs"), ("notify", "runs"), ("attach", "runs"), ("reply", "runs")]
+    assert told == {
+        "id": "1", "outcome": "replies",
+        "trigger": {"place": "body", "key": "question", "found": True, "line": 1},
+        "limiter": {"replies_a_day": "3", "senders_remembered": "1", "senders": 1,
+                    "replies_today": None, "step": "evict_and_remember",
+                    "evicted": ["p@x.example"]},
+        "forwarding": " anna@colleague.example ",
+        "attachments": {"found": [{"name": "list.txt", "path": f"{sandbox.store()}/list.txt",
+                                   "size": 7}], "missing": ["gone.txt"]},
+        "notification": {"sender": "hostmaster@panel.example",
+                         "owner_email": "grete@customer.example", "owner_name": "Grete Kaufmann"},
+        "reply": {"subject": "Re: Hello", "size": 551, "limit": 0, "replaced": False}}
+    panel.run(message())
+    assert len(panel.mails()[-1].message) == 551
+
+
+def test_tells_of_rules_that_stay_silent(panel):
+    panel.rule(ans_freq=0)
+    panel.rule()
+    shown = panel.explain(message(sender="o'neil@x.example")).out.decode()
+    assert 'Rule 1 allows no reply a day\n' in shown
+    assert '  limiter     "0" replies a day: none\n' in shown
+    assert "Rule 2 gets no reply out: its command holds a quote and is refused\n" in shown
+    assert "  command     reply: refused, it holds a quote\n" in shown
+
+
 @pytest.mark.parametrize("text, options, recipient, reason, status", [
     (message(), [], "info@shop.example", "no_rule_replies", 1),
     (message(subject="yes"), [], "info@shop.example", "rule_replies", 0),
