@@ -63,10 +63,10 @@ Extraction take_apart(const DwString& message_text, const std::optional<std::str
   DwHeaders& headers = message->Headers();
   auto sender = find_sender(headers);
   if (!sender) return report_no_sender();
-  auto recipient = delivered_to ? delivered_to : find_listed_recipient(headers);
-  if (!recipient) return report_no_recipient();
   raw.sender_field = sender->field;
   raw.sender = std::move(sender->address);
+  auto recipient = delivered_to ? delivered_to : find_listed_recipient(headers);
+  if (!recipient) return report_no_recipient();
   raw.recipient = *std::move(recipient);
   if (headers.HasSubject()) raw.subject = up_to_nul(headers.Subject().AsString());
   if (headers.HasDate()) raw.date = up_to_nul(headers.Date().AsString());
@@ -122,7 +122,7 @@ ExtractionResult extract(DwString message_text, const std::optional<std::string>
                          IncomingMessage& record) {
   RawMessage raw;
   const Extraction outcome = take_apart(message_text, delivered_to, raw);
-  if (outcome != Extraction::kDone) return {outcome, SenderField::kNone};
+  if (outcome != Extraction::kDone) return {outcome, raw.sender_field, std::move(raw.sender)};
   const size_t message_length = message_text.length();
   message_text = DwString();  // what was decoded is all that is needed from here on
   record.body_lines = lines_of(raw.text, message_length);
@@ -131,5 +131,5 @@ ExtractionResult extract(DwString message_text, const std::optional<std::string>
   raw.subject = std::string();
   record.date = std::move(raw.date);
   record.charset = std::move(raw.text.charset);
-  return {outcome, raw.sender_field};
+  return {outcome, raw.sender_field, {}};
 }

@@ -16,7 +16,8 @@ enum class Extraction { kDone, kNoSender, kNoRecipient };
 
 struct ExtractionResult {
   Extraction outcome;
-  SenderField sender_field;  ///< kNone unless the outcome is kDone
+  SenderField sender_field;  ///< kNone where there is no sender
+  std::string sender;        ///< his address, where he alone was found; else in the record
 };
 
 /// Fills `record` from the message.

@@ -55,8 +55,11 @@ std::optional<Reason> examine_message(const Options& options, Explanation& expla
   const auto delivered_to = find_delivery(options, explanation);
   try {
     const auto result = extract(std::move(text), delivered_to, explanation.message);
-    if (result.outcome != Extraction::kDone) return reason_of(result.outcome);
     explanation.sender_field = result.sender_field;
+    if (result.outcome != Extraction::kDone) {
+      explanation.message.sender = result.sender;
+      return reason_of(result.outcome);
+    }
   } catch (const std::out_of_range&) {  // the run does not catch it either
     return Reason::kRunAborts;
   }

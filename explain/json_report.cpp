@@ -17,9 +17,13 @@ const char* code(Enumeration value) {
 
 Json message_of(const Explanation& explanation) {
   const IncomingMessage& message = explanation.message;
-  return {{"sender", message.sender},       {"sender_from", code(explanation.sender_field)},
-          {"recipient", message.recipient}, {"recipient_from", code(explanation.recipient_source)},
-          {"subject", message.subject},     {"charset", message.charset}};
+  Json result{{"sender", message.sender}, {"sender_from", code(explanation.sender_field)}};
+  if (!explanation.guard) return result;  // it names no recipient
+  result["recipient"] = message.recipient;
+  result["recipient_from"] = code(explanation.recipient_source);
+  result["subject"] = message.subject;
+  result["charset"] = message.charset;
+  return result;
 }
 
 Json mailbox_of(const FoundMailbox& found) {
@@ -100,10 +104,9 @@ Json rule_of(const RuleExplanation& facts, bool show_reply) {
 void write_json(std::ostream& out, const Explanation& explanation, bool show_reply) {
   Json result{{"verdict", code(explanation.verdict)}, {"reason", code(explanation.reason)}};
   if (!explanation.trouble.empty()) result["trouble"] = explanation.trouble;
-  if (explanation.guard) {
-    result["message"] = message_of(explanation);
-    result["guard"] = code(*explanation.guard);
-  }
+  const bool has_sender = explanation.sender_field != SenderField::kNone;
+  if (has_sender) result["message"] = message_of(explanation);
+  if (explanation.guard) result["guard"] = code(*explanation.guard);
   if (explanation.mailbox) result["mailbox"] = mailbox_of(*explanation.mailbox);
   result["rules"] = Json::array();
   for (const RuleExplanation& rule : explanation.rules) {

@@ -66,6 +66,7 @@ void Report::Message(const Explanation& explanation) {
   const IncomingMessage& message = explanation.message;
   out_ << Coloured(Colour::kBold, "Message") << '\n';
   Line("sender") << printable(message.sender) << " (" << words(explanation.sender_field) << ")\n";
+  if (!explanation.guard) return;  // it names no recipient
   Line("recipient") << printable(message.recipient) << " (" << words(explanation.recipient_source)
                     << ")\n";
   Line("subject") << quoted(message.subject) << '\n';
@@ -175,7 +176,7 @@ void Report::Verdict(const Explanation& explanation) {
 
 void write_text(std::ostream& out, const Explanation& explanation, const TextStyle& style) {
   Report report(out, style);
-  if (explanation.guard) report.Message(explanation);
+  if (explanation.sender_field != SenderField::kNone) report.Message(explanation);
   if (explanation.mailbox) report.Mailbox(*explanation.mailbox);
   for (const RuleExplanation& rule : explanation.rules) report.Rule(rule);
   report.Verdict(explanation);

@@ -143,6 +143,13 @@ def test_ends_with_the_verdict(panel, text, options, recipient, reason, status):
         in in_words.out
 
 
+def test_tells_the_sender_where_there_is_no_recipient(panel):
+    result = panel.explain(b"Reply-To: a@b\n\n", "--json", recipient=None)
+    assert result.answer()["message"] == {"sender": "a@b", "sender_from": "reply_to"}
+    in_words = panel.explain(b"Reply-To: a@b\n\n", recipient=None)
+    assert in_words.out.startswith(b"Message\n  sender      a@b (Reply-To)\n\nNo reply would leave.")
+
+
 def test_tells_of_a_mailbox_without_rules(panel):
     result = panel.explain(message(), "--json")
     assert (result.answer()["reason"], result.status) == ("no_rules", 1)
