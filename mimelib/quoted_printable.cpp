@@ -1,0 +1,204 @@
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <endian.h>
+#include <string_view>
+#include <utility>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+#include "mimelib/decode.h"
+
+namespace {
+
+char seven_bits(char c) {
+  return static_cast<char>(c & 0x7F);
+}
+
+bool is_white_space(char c) {
+  return c == '\n' || c == '\r' || c == ' ' || c == '\t';
+}
+
+constexpr int kNoDigit = -1;
+using Digits = std::array<int, 256>;
+
+// The value of each hexadecimal digit, with or without its highest bit, times `weight`.
+constexpr Digits make_digits(int weight) {
+  Digits digits{};
+  for (int& digit : digits) digit = kNoDigit;
+  for (size_t high = 0; high < 256; high += 128) {
+    for (size_t i = 0; i < 16; ++i) {
+      const int value = static_cast<int>(i) * weight;
+      digits[high + (i < 10 ? '0' + i : 'A' + i - 10)] = value;
+      digits[high + (i < 10 ? '0' + i : 'a' + i - 10)] = value;
+    }
+  }
+  return digits;
+}
+constexpr Digits kLowDigits = make_digits(1);
+constexpr Digits kHighDigits = make_digits(16);
+
+// The byte that "=" and the two behind it stand for, or less than 0 where they are no digits.
+int escaped_byte(const char* equals_sign) {
+  return kHighDigits[static_cast<unsigned char>(equals_sign[1])] |
+         kLowDigits[static_cast<unsigned char>(equals_sign[2])];
+}
+
+// Sixteen bytes at once, in what every processor has registers for. A comparison gives all bits of
+// a byte or none.
+using Lanes [[gnu::vector_size(16)]] = uint8_t;
+
+// A bit for each byte that has its highest bit set, the first byte's the lowest.
+unsigned highest_bits(Lanes lanes) {
+#ifdef __SSE2__
+  return static_cast<unsigned>(_mm_movemask_epi8(reinterpret_cast<__m128i>(lanes)));
+#else
+  unsigned bits = 0;
+  for (size_t i = 0; i < sizeof lanes; ++i) bits |= (lanes[i] >> 7U) << i;
+  return bits;
+#endif
+}
+
+// How far the text is read, and what it stands for is written. By value: the compiler could not
+// keep it in registers if it had to suspect that what is written changes it.
+struct Position {
+  const char* in;
+  char* out;
+};
+
+// Copies a block, and returns a bit for each byte of it that is "=", which may have a highest bit
+// to lose too, or a line end.
+unsigned copy_block(Position at) {
+  Lanes bytes;
+  memcpy(&bytes, at.in, sizeof bytes);
+  const Lanes plain = bytes & 0x7F;
+  memcpy(at.out, &plain, sizeof plain);
+  return highest_bits(reinterpret_cast<Lanes>((plain == '=') | (bytes == '\n')));
+}
+
+// Drops the white space at the end of a line, of which what stands from `start` on may be some.
+char* drop_white_space(const char* start, char* out) {
+  while (out > start && is_white_space(out[-1])) --out;
+  return out;
+}
+
+class Decoder {
+ public:
+  explicit Decoder(std::string_view text)
+      : text_(text), blocks_end_(EndFor(sizeof(Lanes))), escapes_end_(EndFor(3)) {}
+
+  // Writes to `out`, which has room for as many bytes as the text has, and returns its end.
+  char* Decode(char* out) {
+    Position at{text_.data(), out};
+    const char* plain = out;  // what was written from here on was not written as an escape
+    while (CopyPlain(at)) {
+      if (*at.in == '\n') {
+        at.out = drop_white_space(plain, at.out);
+        *at.out++ = *at.in++;
+        line_end_ = nullptr;
+      } else if (!DecodeEscapes(at)) {
+        at = DecodeOddEscape(at);
+      }
+      plain = at.out;
+    }
+    return drop_white_space(plain, at.out);
+  }
+
+  bool valid() const { return valid_; }
+
+ private:
+  // Copies the bytes in front of the next "=" or line end; false where there is none.
+  bool CopyPlain(Position& at) const {
+    for (; at.in < blocks_end_; at.in += sizeof(Lanes), at.out += sizeof(Lanes)) {
+      const unsigned bits = copy_block(at);
+      if (bits == 0) continue;
+      const auto length = static_cast<unsigned>(__builtin_ctz(bits));
+      at.in += length;
+      at.out += length;
+      return true;
+    }
+    for (; at.in < End(); *at.out++ = seven_bits(*at.in++)) {
+      if (seven_bits(*at.in) == '=' || *at.in == '\n') return true;
+    }
+    return false;
+  }
+
+  // Decodes the escapes with two digits that stand together; false where there is none.
+  bool DecodeEscapes(Position& at) const {
+    const char* const before = at.in;
+    while (at.in < escapes_end_ && *at.in == '=') {
+      const int byte = escaped_byte(at.in);
+      if (byte < 0) break;
+      *at.out++ = static_cast<char>(byte);
+      at.in += 3;
+    }
+    return at.in != before;
+  }
+
+  // At a "=" that does not stand in front of two digits.
+  Position DecodeOddEscape(Position at) {
+    ++at.in;
+    if (at.in < End() && *at.in == '\n') {
+      line_end_ = nullptr;
+      return {at.in + 1, at.out};
+    }
+    FindLineEnd(at.in);
+    if (at.in == text_end_) {  // a soft line break
+      at.in = line_end_ < End() ? line_end_ + 1 : End();
+      line_end_ = nullptr;
+    } else if (text_end_ - at.in == 1) {
+      valid_ = false;
+    } else {
+      *at.out++ = static_cast<char>(DigitOrCode(at.in[0]) * 16 + DigitOrCode(at.in[1]));
+      at.in += 2;
+    }
+    return at;
+  }
+
+  // Kept: a byte that is no digit counts with its own code.
+  int DigitOrCode(char c) {
+    const int digit = kLowDigits[static_cast<unsigned char>(c)];
+    if (digit != kNoDigit) return digit;
+    valid_ = false;
+    return seven_bits(c);
+  }
+
+  // Where this line ends, and where it ends without the white space at its end. Looked for once in
+  // a line, so that a long one full of odd escapes takes no longer than any other.
+  void FindLineEnd(const char* from) {
+    if (line_end_ != nullptr) return;
+    const void* const found = memchr(from, '\n', static_cast<size_t>(End() - from));
+    line_end_ = found != nullptr ? static_cast<const char*>(found) : End();
+    text_end_ = line_end_;
+    while (text_end_ > from && is_white_space(seven_bits(text_end_[-1]))) --text_end_;
+  }
+
+  const char* End() const { return text_.data() + text_.size(); }
+
+  // Where what is `length` bytes long cannot begin any more.
+  const char* EndFor(size_t length) const {
+    return text_.data() + (text_.size() < length ? 0 : text_.size() - length + 1);
+  }
+
+  const std::string_view text_;
+  const char* const blocks_end_;
+  const char* const escapes_end_;
+  const char* line_end_ = nullptr;
+  const char* text_end_ = nullptr;
+  bool valid_ = true;
+};
+
+}  // namespace
+
+int DwDecodeQuotedPrintable(const DwString& in, DwString& out) {
+  std::string_view text = in.View();
+  text = text.substr(0, text.find('\0'));
+  Bytes decoded(text.size());
+  Decoder decoder(text);
+  const char* const end = decoder.Decode(decoded.data());
+  decoded.SetSize(static_cast<size_t>(end - decoded.data()));
+  out = DwString(std::move(decoded));
+  return decoder.valid() ? 0 : -1;
+}
