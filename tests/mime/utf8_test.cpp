@@ -53,6 +53,60 @@ constexpr Text kTexts[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, Utf8Length, testing::ValuesIn(kTexts));
 
+TEST_P(Utf8Length, EndsInFrontOfItWhereverItStandsInALongText) {
+  const Text& row = GetParam();
+  for (const char* filling : {"a", "\xC3\xBC", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "a\xC3\xBC"}) {
+    std::string front;
+    for (size_t i = 0; i < 150; ++i) {
+      const std::string text = front + std::string(row.text);
+      EXPECT_EQ(utf8_length(text), front.size() + row.valid) << i << " times " << filling;
+      const std::string behind = std::string(100, 'z');
+      const bool valid = row.valid == row.text.size();
+      EXPECT_EQ(utf8_length(text + behind), front.size() + row.valid + (valid ? 100 : 0));
+      front += filling;
+    }
+  }
+}
+
+// A byte of each kind behind a byte of each kind, and so on, against the rules as they are written.
+size_t length_by_the_rules(std::string_view text) {
+  const auto at = [&text](size_t i) -> unsigned {
+    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;
+  };
+  size_t i = 0;
+  while (i < text.size()) {
+    const unsigned lead = at(i);
+    const size_t tails = lead < 0x80 ? 0 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
+    unsigned code = tails == 0 ? lead : lead & (0x3FU >> tails);
+    for (size_t tail = 1; tail <= tails; ++tail) {
+      if ((at(i + tail) & 0xC0) != 0x80) return i;
+      code = code << 6 | (at(i + tail) & 0x3F);
+    }
+    constexpr unsigned kLeast[] = {0, 0x80, 0x800, 0x10000};
+    const bool is_lead = lead < 0x80 || (lead >= 0xC0 && lead < 0xF8);
+    if (!is_lead || code < kLeast[tails] || code > 0x10FFFF || code >> 11 == 0x1B) return i;
+    i += tails + 1;
+  }
+  return i;
+}
+
+TEST(Utf8Length, FollowsTheRulesForEveryFourBytes) {
+  constexpr std::string_view kBytes =
+      "a\x80\x8F\x90\x9F\xA0\xBF\xC0\xC1\xC2\xDF\xE0\xE1\xED\xEF\xF0\xF1\xF4\xF5\xFF";
+  const std::string front(61, 'x');  // so that they lie across the places where blocks begin
+  const std::string behind(70, 'y');
+  for (const char a : kBytes) {
+    for (const char b : kBytes) {
+      for (const char c : kBytes) {
+        for (const char d : kBytes) {
+          const std::string text = front + a + b + c + d + behind;
+          ASSERT_EQ(utf8_length(text), length_by_the_rules(text)) << testing::PrintToString(text);
+        }
+      }
+    }
+  }
+}
+
 TEST(AsciiLength, EndsInFrontOfTheFirstOtherByteWhereverItStands) {
   for (size_t length = 0; length < 40; ++length) {
     const std::string ascii(length, 'a');
