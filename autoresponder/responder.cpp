@@ -9,9 +9,12 @@
 
 namespace {
 
-void handle_rule(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
-                 const IncomingMessage& message) {
-  if (!is_active(rule) || !rule_fires(rule, message)) return;
+bool concerns(const RuleCondition& rule, const IncomingMessage& message) {
+  return is_active(rule) && rule_fires(rule, message);
+}
+
+void answer(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
+            const IncomingMessage& message) {
   if (!check_reply_frequency(database, message, rule.id, rule.ans_freq, rule.mem_limit)) return;
   forward_message(database, message, rule.id);
   send_reply(database, rule, mailbox, message);
@@ -25,6 +28,8 @@ void run_responder(const IncomingMessage& message) {
   const MailboxRef mailbox = resolve_mailbox(database, recipient, message);
   Rows rules = database.Query(rules_query(mailbox.id));
   while (const Row row = rules.Next()) {
-    handle_rule(database, rule_from_row(row), mailbox, message);
+    if (concerns(RuleCondition(row), message)) {
+      answer(database, rule_from_row(row), mailbox, message);
+    }
   }
 }

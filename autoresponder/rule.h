@@ -2,6 +2,7 @@
 #define AUTORESPONDER_RULE_H
 
 #include <string>
+#include <string_view>
 
 #include "autoresponder/incoming_message.h"
 #include "autoresponder/panel_database.h"
@@ -28,16 +29,27 @@ std::string rules_query(const std::string& mailbox_id);
 
 ResponderRule rule_from_row(Row row);
 
+/// What of a rule decides whether it fires, in the texts of the rule or row that it comes from: a
+/// mailbox may have many rules, of which a message concerns few.
+struct RuleCondition {
+  RuleCondition(const ResponderRule& rule);  // NOLINT(google-explicit-constructor): is part of it
+  explicit RuleCondition(Row row);
+
+  std::string_view keystr;
+  std::string_view key_where;
+  std::string_view resp_on;
+};
+
 /// Whether the rule is on.
-bool is_active(const ResponderRule& rule);
+bool is_active(const RuleCondition& rule);
 
 /// Where a rule looks for its trigger.
 enum class TriggerPlace { kNowhere, kSubject, kBody };
 
-TriggerPlace trigger_place(const ResponderRule& rule);
+TriggerPlace trigger_place(const RuleCondition& rule);
 
 /// Whether the rule's trigger occurs in the message: byte for byte, in the subject or within one
 /// line of the body. A rule that looks nowhere always fires.
-bool rule_fires(const ResponderRule& rule, const IncomingMessage& message);
+bool rule_fires(const RuleCondition& rule, const IncomingMessage& message);
 
 #endif

@@ -152,6 +152,21 @@ TEST(RuleTrigger, IsFoundInLinearTime) {
   EXPECT_TRUE(rule_fires(rule_of("subj", half.c_str()), message));
 }
 
+TEST(RuleCondition, IsTheSameOfARowAsOfTheRuleThatIsMadeOfIt) {
+  std::string columns[] = {"7", "Invoice", "subj", "", "true", "", "", "", "", "", ""};
+  char* filled[11];
+  for (size_t i = 0; i < 11; ++i) filled[i] = columns[i].data();
+  char* nulls[11] = {};
+  for (char** const row : {filled, nulls}) {
+    const ResponderRule rule = rule_from_row(row);
+    const RuleCondition of_rule(rule);
+    const RuleCondition of_row(row);
+    EXPECT_EQ(of_row.keystr, of_rule.keystr);
+    EXPECT_EQ(of_row.key_where, of_rule.key_where);
+    EXPECT_EQ(of_row.resp_on, of_rule.resp_on);
+  }
+}
+
 TEST(RuleTrigger, OfNullFiresForEveryMessage) {
   char* row[11] = {};
   const IncomingMessage message;
