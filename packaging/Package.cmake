@@ -24,8 +24,8 @@ set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SECTION mail)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# What it runs besides sed and the shell, which every system has.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS sharutils)
+# What it runs besides sed and the shell, which every system has, and what it loads by itself.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "sharutils, ${LIBIDN_PACKAGE}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "mail autoresponder of a hosting panel with qmail")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
 "The mail server's delivery runs it once per message. It finds the mailbox

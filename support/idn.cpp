@@ -7,6 +7,7 @@
 
 #include <idna.h>
 
+#include "support/libidn.h"
 #include "support/owned.h"
 #include "support/report.h"
 
@@ -80,7 +81,8 @@ std::string group_text(const char* text, const regmatch_t& group) {
 
 char* idn_toascii(const char* text) {
   char* output = nullptr;
-  const int code = idna_to_ascii_8z(text, &output, 0);
+  static const auto convert = libidn_function<decltype(idna_to_ascii_8z)>("idna_to_ascii_8z");
+  const int code = convert(text, &output, 0);
   end_process_without_memory(code);
   if (code == IDNA_SUCCESS) return output;
   idn_last_error = code;
@@ -90,7 +92,9 @@ char* idn_toascii(const char* text) {
 
 char* idn_toutf8(const char* text) {
   char* output = nullptr;
-  const int code = idna_to_unicode_8z8z(text, &output, 0);
+  static const auto convert =
+      libidn_function<decltype(idna_to_unicode_8z8z)>("idna_to_unicode_8z8z");
+  const int code = convert(text, &output, 0);
   end_process_without_memory(code);
   if (code != IDNA_SUCCESS) idn_last_error = code;
   return output;
