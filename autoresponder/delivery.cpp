@@ -1,7 +1,8 @@
 #include "autoresponder/delivery.h"
 
+#include <cctype>
+#include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,12 +12,25 @@
 #include "mime/header_encode.h"
 #include "support/conf.h"
 #include "support/idn.h"
+#include "support/owned.h"
+#include "support/write_pieces.h"
+
+namespace {
+
+// The first run of bytes without white space; empty where there is none.
+std::string first_word(FILE* file) {
+  std::string word;
+  int c = getc(file);
+  while (c != EOF && isspace(c) != 0) c = getc(file);
+  for (; c != EOF && isspace(c) == 0; c = getc(file)) word += static_cast<char>(c);
+  return word;
+}
+
+}  // namespace
 
 int64_t size_limit() {
-  std::ifstream file(std::string(QMAIL_ROOT_D) + "/control/databytes");
-  std::string word;
-  file >> word;
-  return atoi(word.c_str());
+  const OwnedFile file(fopen((std::string(QMAIL_ROOT_D) + "/control/databytes").c_str(), "r"));
+  return file ? atoi(first_word(file.get()).c_str()) : 0;
 }
 
 bool response_file_exceeds(int64_t limit) {
@@ -30,13 +44,13 @@ std::string notice_subject(const IncomingMessage& message) {
 
 // Kept: "on you request", the empty CC, and no To and MIME headers.
 void replace_by_notice(const ResponderRule& rule, const IncomingMessage& message) {
-  std::ofstream notice(response_file_path, std::ios::trunc);
-  if (!rule.reply_to.empty()) notice << "Reply-To: " << rule.reply_to << "\n";
-  notice << "From: " << message.recipient << "\nCC: \nSubject: ";
-  write_header_encoded(notice, notice_subject(message));
-  notice << "\n\n";
-  notice << "An error occurred while responding on you request.\n\n";
-  notice << "Autoresponder message size exceeds databytes limit.\n\n\n\n";
+  const OwnedFile notice(fopen(response_file_path, "w"));
+  if (!notice) return;
+  if (!rule.reply_to.empty()) write_pieces(notice.get(), {"Reply-To: ", rule.reply_to, "\n"});
+  write_pieces(notice.get(), {"From: ", message.recipient, "\nCC: \nSubject: "});
+  write_header_encoded(notice.get(), notice_subject(message));
+  write_pieces(notice.get(), {"\n\nAn error occurred while responding on you request.\n\n",
+                              "Autoresponder message size exceeds databytes limit.\n\n\n\n"});
 }
 
 ShellCommand delivery_command(const IncomingMessage& message) {

@@ -1,15 +1,17 @@
 #include "autoresponder/intake.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iostream>
+#include <fcntl.h>
 #include <string>
+#include <unistd.h>
 #include <utility>
 
 #include <mimelib/mimepp.h>
 
 #include "autoresponder/extraction.h"
+#include "autoresponder/message_buffer.h"
 #include "autoresponder/temporary_files.h"
 #include "support/diagnose.h"
 #include "support/owned.h"
@@ -18,44 +20,56 @@ namespace {
 
 constexpr size_t kBlock = size_t{64} << 10;
 
-// Waits for more and takes what there is of it, at most `room` bytes; 0 at the end.
-size_t read_some(char* bytes, size_t room) {
-  if (std::cin.peek() == std::char_traits<char>::eof()) return 0;
-  const std::streamsize length = std::cin.readsome(bytes, static_cast<std::streamsize>(room));
-  if (length > 0) return static_cast<size_t>(length);
-  std::cin.get(*bytes);  // a stream without a buffer
-  return 1;
-}
-
-// Fills the block from standard input; one that is not full is the last. Where standard input
+// Waits for more and takes what there is of it, at most a block; 0 at the end. Where standard input
 // cannot be read, that is its end.
-size_t read_block(char (&block)[kBlock]) {
-  size_t length = 0;
-  while (length < kBlock) {
-    const size_t more = read_some(block + length, kBlock - length);
-    if (more == 0) break;
-    length += more;
-  }
-  return length;
+size_t read_block(char* block) {
+  ssize_t length = 0;
+  do {
+    length = read(STDIN_FILENO, block, kBlock);
+  } while (length < 0 && errno == EINTR);
+  return length > 0 ? static_cast<size_t>(length) : 0;
 }
 
-// Copies standard input to the spool file and into `message_text`. Kept: both are the input and one
+// The copy of the message. Once something of it could not be written, no more is.
+class Spool {
+ public:
+  Spool() : file_(open(spool_file_path, O_WRONLY | O_TRUNC | O_CLOEXEC)) {}
+
+  void Write(const char* bytes, size_t length) {
+    while (!failed_ && length > 0) {
+      const ssize_t written = write(file_.number(), bytes, length);
+      if (written < 0 && errno == EINTR) continue;
+      failed_ = written <= 0;
+      if (failed_) return;
+      bytes += written;
+      length -= static_cast<size_t>(written);
+    }
+  }
+
+ private:
+  OwnedDescriptor file_;
+  bool failed_ = false;
+};
+
+// Copies standard input to the spool file and into `message`. Kept: both are the input and one
 // newline, be there one at its end or not.
-bool spool_standard_input(DwString& message_text) {
+bool spool_standard_input(MessageBuffer& message) {
   const OwnedDescriptor descriptor(create_spool_file());
   if (!descriptor.IsOpen()) {
     diagnose({"Could not create a temporary file."});
     return false;
   }
   DwInitialize();
-  std::ofstream spool(spool_file_path, std::ios::trunc);
-  char block[kBlock];
+  Spool spool;
+  char* block = message.RoomFor(kBlock);
   while (const size_t length = read_block(block)) {
-    message_text.append(block, length);
-    spool.write(block, static_cast<std::streamsize>(length));
+    spool.Write(block, length);
+    message.Add(length);
+    block = message.RoomFor(kBlock);
   }
-  message_text.append("\n", 1);
-  spool << '\n';
+  block[0] = '\n';
+  spool.Write(block, 1);
+  message.Add(1);
   return true;
 }
 
@@ -70,8 +84,8 @@ std::optional<std::string> delivery_address() {
 }
 
 int read_incoming_message(IncomingMessage& record) {
-  DwString message_text;
-  if (!spool_standard_input(message_text)) return 1;
-  const ExtractionResult result = extract(std::move(message_text), delivery_address(), record);
+  MessageBuffer message;
+  if (!spool_standard_input(message)) return 1;
+  const ExtractionResult result = extract(message.Take<DwString>(), delivery_address(), record);
   return result.outcome == Extraction::kDone ? 0 : 1;
 }

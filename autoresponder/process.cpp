@@ -4,7 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <iostream>
+#include <initializer_list>
 #include <unistd.h>
 
 namespace {
@@ -43,6 +43,5 @@ void prepare_process() {
   open_standard_descriptors();
   if (started_by_another_user()) reset_environment();
   survive_failing_writes();
-  std::ios::sync_with_stdio(false);
   errno = saved_errno;
 }

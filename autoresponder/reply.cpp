@@ -1,7 +1,6 @@
 #include "autoresponder/reply.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <iterator>
 #include <unistd.h>
 
@@ -16,6 +15,7 @@
 #include "support/idn.h"
 #include "support/owned.h"
 #include "support/templates.h"
+#include "support/write_pieces.h"
 
 namespace {
 
@@ -64,32 +64,30 @@ std::string reply_subject(const ResponderRule& rule, const IncomingMessage& mess
   return std::string(filled, static_cast<size_t>(result.written));
 }
 
-void write_reply_text(std::ostream& reply, const ResponderRule& rule,
-                      const IncomingMessage& message, std::string_view boundary) {
+void write_reply_text(FILE* reply, const ResponderRule& rule, const IncomingMessage& message,
+                      std::string_view boundary) {
   const ConvertedText converted = convert_text(rule);
-  if (!rule.reply_to.empty()) reply << "Reply-To: " << rule.reply_to << '\n';
-  reply << "From: " << idn_toascii_string(message.recipient.c_str()) << '\n';
-  reply << "To: " << message.sender << '\n';
-  reply << "MIME-Version: 1.0\n";
-  reply << "Subject: ";
+  if (!rule.reply_to.empty()) write_pieces(reply, {"Reply-To: ", rule.reply_to, "\n"});
+  write_pieces(reply, {"From: ", idn_toascii_string(message.recipient.c_str()), "\n"});
+  write_pieces(reply, {"To: ", message.sender, "\nMIME-Version: 1.0\nSubject: "});
   write_header_encoded(reply, reply_subject(rule, message));
-  reply << '\n';
+  write_pieces(reply, {"\n"});
   if (!boundary.empty()) {
-    reply << "Content-Type: multipart/mixed;\n\tboundary=\"" << boundary << "\"\n\n";
-    reply << "--" << boundary << '\n';
+    write_pieces(reply, {"Content-Type: multipart/mixed;\n\tboundary=\"", boundary, "\"\n\n"});
+    write_pieces(reply, {"--", boundary, "\n"});
   }
-  reply << "Content-Type: " << rule.content_type << "; charset=\"" << converted.charset << "\"\n";
-  reply << "Content-Transfer-Encoding: 8bit\n";
-  reply << "Content-Disposition: inline\n\n";
-  reply << converted.text << "\n\n\n";
+  write_pieces(reply, {"Content-Type: ", rule.content_type, "; charset=\"", converted.charset,
+                       "\"\nContent-Transfer-Encoding: 8bit\nContent-Disposition: inline\n\n",
+                       converted.text, "\n\n\n"});
 }
 
 bool write_response_file(const ResponderRule& rule, const IncomingMessage& message,
                          std::string_view boundary) {
-  std::ofstream reply(response_file_path, std::ios::trunc);
-  write_reply_text(reply, rule, message, boundary);
-  reply.close();
-  return reply.good();
+  OwnedFile reply(fopen(response_file_path, "w"));
+  if (!reply) return false;
+  write_reply_text(reply.get(), rule, message, boundary);
+  const bool written = ferror(reply.get()) == 0;
+  return fclose(reply.release()) == 0 && written;
 }
 
 void send_reply(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,

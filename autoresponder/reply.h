@@ -1,7 +1,7 @@
 #ifndef AUTORESPONDER_REPLY_H
 #define AUTORESPONDER_REPLY_H
 
-#include <iosfwd>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -26,8 +26,8 @@ std::string draw_boundary();
 /// Writes the header and text part of a reply, up to where attachments follow. `boundary`: that of
 /// a multipart reply, or empty for a reply that is its text alone. A recipient that has no ASCII
 /// form ends the process as `idn_toascii_string` does.
-void write_reply_text(std::ostream& reply, const ResponderRule& rule,
-                      const IncomingMessage& message, std::string_view boundary);
+void write_reply_text(FILE* reply, const ResponderRule& rule, const IncomingMessage& message,
+                      std::string_view boundary);
 
 /// Writes the same into the response file. False when the disk did not take all of it.
 bool write_response_file(const ResponderRule& rule, const IncomingMessage& message,

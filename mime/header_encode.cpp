@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <sstream>
+
+#include "support/write_pieces.h"
 
 namespace {
 
@@ -17,6 +18,25 @@ constexpr std::array<bool, 256> make_encoded_bytes() {
   return encoded;
 }
 constexpr std::array<bool, 256> kEncodedBytes = make_encoded_bytes();
+
+// Hands the form of `text` in a header to `write`, a piece at a time.
+template <class Write>
+void encode_in_pieces(std::string_view text, const Write& write) {
+  if (std::none_of(text.begin(), text.end(), needs_q_encoding)) {
+    write(text);
+    return;
+  }
+  // Kept: only a blank at the very start stays outside the encoded word, never a plain word.
+  if (text[0] == ' ') {
+    write(" ");
+    text.remove_prefix(1);
+  }
+  write("=?utf-8?Q?");
+  for (; !text.empty(); text.remove_prefix(std::min(text.size(), kPiece))) {
+    write(q_encode(text.substr(0, kPiece)));
+  }
+  write("?=");
+}
 
 }  // namespace
 
@@ -43,24 +63,11 @@ std::string q_encode(std::string_view text) {
 }
 
 std::string header_encode(std::string_view text) {
-  std::ostringstream out;
-  write_header_encoded(out, text);
-  return out.str();
+  std::string encoded;
+  encode_in_pieces(text, [&encoded](std::string_view piece) { encoded += piece; });
+  return encoded;
 }
 
-void write_header_encoded(std::ostream& out, std::string_view text) {
-  if (std::none_of(text.begin(), text.end(), needs_q_encoding)) {
-    out << text;
-    return;
-  }
-  // Kept: only a blank at the very start stays outside the encoded word, never a plain word.
-  if (text[0] == ' ') {
-    out << ' ';
-    text.remove_prefix(1);
-  }
-  out << "=?utf-8?Q?";
-  for (; !text.empty(); text.remove_prefix(std::min(text.size(), kPiece))) {
-    out << q_encode(text.substr(0, kPiece));
-  }
-  out << "?=";
+void write_header_encoded(FILE* out, std::string_view text) {
+  encode_in_pieces(text, [out](std::string_view piece) { write_pieces(out, {piece}); });
 }

@@ -1,7 +1,7 @@
 #ifndef MIME_HEADER_ENCODE_H
 #define MIME_HEADER_ENCODE_H
 
-#include <iosfwd>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -11,7 +11,7 @@
 std::string header_encode(std::string_view text);
 
 /// Writes that form, of a text of any size, without holding it.
-void write_header_encoded(std::ostream& out, std::string_view text);
+void write_header_encoded(FILE* out, std::string_view text);
 
 /// Whether `byte` may not stand plainly in a header. Kept: stricter than RFC 2047 asks for.
 bool needs_q_encoding(char byte);

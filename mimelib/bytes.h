@@ -12,6 +12,8 @@ class Bytes {
   Bytes() = default;
   /// Without bytes, but with room for as many.
   explicit Bytes(size_t room) { Reserve(room); }
+  /// Takes over memory from `malloc`, in which a NUL follows the `size` bytes.
+  Bytes(char* bytes, size_t size) : data_(bytes), size_(size), room_(size) {}
   ~Bytes();
   Bytes(Bytes&& other) noexcept;
   Bytes& operator=(Bytes&&) = delete;

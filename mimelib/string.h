@@ -18,6 +18,8 @@ class DwString {
   explicit DwString(std::string_view bytes) : DwString(bytes.data(), bytes.size()) {}
   /// Takes the bytes over without copying them.
   explicit DwString(Bytes&& bytes);
+  /// Takes over memory from `malloc`, in which a NUL follows the `length` bytes.
+  static DwString Adopt(char* bytes, size_t length) { return DwString(Bytes(bytes, length)); }
 
   /// The bytes, followed by a NUL; valid until the string is changed.
   const char* c_str() const;

@@ -1,8 +1,8 @@
 #ifndef SUPPORT_DIAGNOSE_H
 #define SUPPORT_DIAGNOSE_H
 
+#include <cstdio>
 #include <initializer_list>
-#include <iostream>
 #include <string>
 #include <string_view>
 
@@ -12,7 +12,8 @@ inline void diagnose(std::initializer_list<std::string_view> pieces) {
   std::string line;
   for (const std::string_view piece : pieces) line += piece;
   line += '\n';
-  std::cerr.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+  fwrite(line.data(), 1, line.size(), stderr);
+  fflush(stderr);
 }
 
 #endif

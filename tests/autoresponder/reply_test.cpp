@@ -2,12 +2,13 @@
 
 #include <cstdlib>
 #include <ostream>
-#include <sstream>
 #include <string>
 #include <string_view>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "../memory_file.h"
 
 using namespace std::string_view_literals;
 
@@ -124,9 +125,9 @@ std::string written(const ResponderRule& rule, const char* recipient = "info@sho
   message.sender = "Otto@customer.example";
   message.recipient = recipient;
   message.subject = subject;
-  std::ostringstream reply;
-  write_reply_text(reply, rule, message, boundary);
-  return reply.str();
+  const MemoryFile reply;
+  write_reply_text(reply.get(), rule, message, boundary);
+  return reply.Text();
 }
 
 TEST(ReplyText, IsAMessageOfItsOwn) {

@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include "../memory_file.h"
 #include "difference_rules.h"
 #include "message_generator.h"
-#include "quiet.h"
 #include "reading.h"
 #include "second_opinion.h"
 #include "seed.h"
@@ -72,7 +72,7 @@ void count_what_is_there(const SecondOpinion& opinion, Comparison& comparison) {
 }
 
 Comparison compare_all() {
-  const QuietStandardError quiet;
+  const CapturedDiagnostics quiet;
   Comparison comparison;
   const std::vector<DifferenceRule> rules = all_rules();
   comparison.needed.resize(rules.size());

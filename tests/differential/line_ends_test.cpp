@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include "../memory_file.h"
 #include "message_generator.h"
 #include "mutation.h"
-#include "quiet.h"
 #include "random.h"
 #include "reading.h"
 #include "recorded_messages.h"
@@ -92,21 +92,21 @@ void check_mutations(Random& random, const std::string& message, LineEnds& line_
 }
 
 TEST(LineEndsDoNotMatter, InGeneratedMessages) {
-  const QuietStandardError quiet;
+  const CapturedDiagnostics quiet;
   LineEnds line_ends;
   for (unsigned i = 0; i < kGenerated; ++i) line_ends.Check(make_message(first_seed() + i));
   line_ends.ExpectNoDifference();
 }
 
 TEST(LineEndsDoNotMatter, InRecordedMessages) {
-  const QuietStandardError quiet;
+  const CapturedDiagnostics quiet;
   LineEnds line_ends;
   for (const std::string& message : recorded_messages()) line_ends.Check(message);
   line_ends.ExpectNoDifference();
 }
 
 TEST(LineEndsDoNotMatter, InMutationsOfGeneratedMessages) {
-  const QuietStandardError quiet;
+  const CapturedDiagnostics quiet;
   LineEnds line_ends;
   Random random(first_seed());
   for (unsigned i = 0; i < kGenerated; ++i) {
@@ -116,7 +116,7 @@ TEST(LineEndsDoNotMatter, InMutationsOfGeneratedMessages) {
 }
 
 TEST(LineEndsDoNotMatter, InMutationsOfRecordedMessages) {
-  const QuietStandardError quiet;
+  const CapturedDiagnostics quiet;
   LineEnds line_ends;
   Random random(first_seed());
   for (const std::string& message : recorded_messages()) {

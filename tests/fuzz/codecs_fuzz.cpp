@@ -6,6 +6,7 @@
 
 #include <mimelib/mimepp.h>
 
+#include "../memory_file.h"
 #include "fuzz.h"
 #include "mime/base64.h"
 #include "mime/quoted_printable.h"

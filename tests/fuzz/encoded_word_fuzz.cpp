@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "../memory_file.h"
 #include "fuzz.h"
 #include "mime/base64.h"
 #include "mime/charset.h"

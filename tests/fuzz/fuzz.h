@@ -4,19 +4,19 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <iostream>
-#include <sstream>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 
 /// What every fuzz target is: one input, any bytes. Aborts where the code under test breaks its
 /// word.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
-/// Ends the process when something that must hold does not.
+/// Ends the process when something that must hold does not. Says so also where `stderr` is
+/// captured.
 inline void require(bool holds, const char* what) {
   if (holds) return;
-  fprintf(stderr, "Does not hold: %s\n", what);
+  dprintf(STDERR_FILENO, "Does not hold: %s\n", what);
   abort();
 }
 
@@ -54,22 +54,6 @@ class Input {
 
  private:
   std::string_view rest_;
-};
-
-/// Keeps what is written to `std::cerr` while it lives: malformed input is reported there, and a
-/// run would drown in it.
-class CapturedDiagnostics {
- public:
-  CapturedDiagnostics() : before_(std::cerr.rdbuf(text_.rdbuf())) {}
-  ~CapturedDiagnostics() { std::cerr.rdbuf(before_); }
-  CapturedDiagnostics(const CapturedDiagnostics&) = delete;
-  CapturedDiagnostics& operator=(const CapturedDiagnostics&) = delete;
-
-  std::string Text() const { return text_.str(); }
-
- private:
-  std::ostringstream text_;
-  std::streambuf* before_;
 };
 
 #endif

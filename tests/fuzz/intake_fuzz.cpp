@@ -9,14 +9,15 @@
 #include <iterator>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <mimelib/mimepp.h>
 
+#include "../memory_file.h"
 #include "autoresponder/body_text.h"
 #include "autoresponder/intake.h"
 #include "autoresponder/temporary_files.h"
@@ -41,20 +42,14 @@ void set_recipient(const std::string& line) {
   putenv(variable);
 }
 
-// What standard input holds while it lives.
-class StandardInput {
- public:
-  explicit StandardInput(const std::string& text) : text_(text), before_(std::cin.rdbuf(&text_)) {
-    std::cin.clear();
-  }
-  ~StandardInput() { std::cin.rdbuf(before_); }
-  StandardInput(const StandardInput&) = delete;
-  StandardInput& operator=(const StandardInput&) = delete;
-
- private:
-  std::stringbuf text_;
-  std::streambuf* before_;
-};
+// Makes `text` what there is to read on standard input, from a file in memory.
+void put_on_standard_input(const std::string& text) {
+  static const int file = memfd_create("input", 0);
+  const auto size = static_cast<ssize_t>(text.size());
+  require(dup2(file, STDIN_FILENO) == STDIN_FILENO && ftruncate(file, 0) == 0 &&
+              pwrite(file, text.data(), text.size(), 0) == size && lseek(file, 0, SEEK_SET) == 0,
+          "standard input holds the message");
+}
 
 const size_t kLongestName = strlen(spool_file_path);
 
@@ -190,7 +185,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   message->Parse();
   DwHeaders& headers = message->Headers();
 
-  const StandardInput standard_input(text);
+  put_on_standard_input(text);
   const Spool spool;
   IncomingMessage record;
   const auto status = take_in(record);

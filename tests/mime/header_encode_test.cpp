@@ -1,11 +1,12 @@
 #include "mime/header_encode.h"
 
 #include <ostream>
-#include <sstream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
+
+#include "../memory_file.h"
 
 using namespace std::string_view_literals;
 
@@ -112,13 +113,13 @@ TEST(HeaderEncode, EncodesEveryByteOfALongText) {
   EXPECT_EQ(header_encode(text), want + "?=");
 }
 
-TEST(HeaderEncode, WritesTheSameIntoAStream) {
-  std::ostringstream out;
-  out << "Subject: ";
-  write_header_encoded(out, " x-y");
-  write_header_encoded(out, "");
-  write_header_encoded(out, " plain");
-  EXPECT_EQ(out.str(), "Subject:  =?utf-8?Q?x=2Dy?= plain");
+TEST(HeaderEncode, WritesTheSameIntoAFile) {
+  const MemoryFile out;
+  fputs("Subject: ", out.get());
+  write_header_encoded(out.get(), " x-y");
+  write_header_encoded(out.get(), "");
+  write_header_encoded(out.get(), " plain");
+  EXPECT_EQ(out.Text(), "Subject:  =?utf-8?Q?x=2Dy?= plain");
 }
 
 }  // namespace

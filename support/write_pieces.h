@@ -1,0 +1,14 @@
+#ifndef SUPPORT_WRITE_PIECES_H
+#define SUPPORT_WRITE_PIECES_H
+
+#include <cstdio>
+#include <initializer_list>
+#include <string_view>
+
+/// Writes the pieces, which may hold NULs, one behind the other. What cannot be written shows in
+/// the file's error mark.
+inline void write_pieces(FILE* file, std::initializer_list<std::string_view> pieces) {
+  for (const std::string_view piece : pieces) fwrite(piece.data(), 1, piece.size(), file);
+}
+
+#endif
