@@ -24,4 +24,6 @@ else()
     add_compile_options(-fcf-protection=full)
   endif()
 endif()
+# What a program does not use of a library it neither carries nor looks up at its start.
+add_compile_options(-ffunction-sections -fdata-sections)
 add_link_options(-Wl,-z,relro,-z,now -Wl,-z,noexecstack)

@@ -74,7 +74,7 @@ const char* find_conf_value(const char* text, size_t length, const char* key) {
   const char* const end = text + length;
   for (const char* line = text; line < end; line += strlen(line) + 1) {
     line = skip_space(line);
-    if (strncmp(line, key, key_length) == 0 && is_space(line[key_length])) {
+    if (*line == *key && strncmp(line, key, key_length) == 0 && is_space(line[key_length])) {
       return skip_space(line + key_length);
     }
   }
