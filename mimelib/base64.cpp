@@ -6,9 +6,8 @@
 
 #include "mimelib/decode.h"
 
-#if defined __x86_64__ && __has_include(<sys/platform/x86.h>)
-#define MIMELIB_HAS_BLOCKS
-#include <sys/platform/x86.h>
+#ifdef __x86_64__
+#include <cpuid.h>
 #include <tmmintrin.h>
 #endif
 
@@ -59,7 +58,7 @@ void write_group(const Group& group, char* out) {
   out[2] = static_cast<char>(bits);
 }
 
-#ifdef MIMELIB_HAS_BLOCKS
+#ifdef __x86_64__
 
 // Writes the twelve bytes that sixteen symbols stand for, and four more behind them. Returns a bit
 // for each byte that is no symbol, the first byte's the lowest. What a byte stands for is found by
@@ -104,9 +103,12 @@ void write_group(const Group& group, char* out) {
   return out;
 }
 
-// As the loader has found out: asking the processor again would take longer than decoding.
 bool can_decode_blocks() {
-  return CPU_FEATURE_ACTIVE(SSSE3);
+  unsigned a = 0;
+  unsigned b = 0;
+  unsigned c = 0;
+  unsigned d = 0;
+  return __get_cpuid(1, &a, &b, &c, &d) != 0 && (c & bit_SSSE3) != 0;
 }
 
 #else
