@@ -5,7 +5,7 @@
 #include <cstring>
 #include <endian.h>
 
-#ifdef __SSE2__
+#if defined __SSE2__ && !defined WITHOUT_SSE
 #include <emmintrin.h>
 #endif
 
@@ -74,7 +74,7 @@ Lanes larger(Lanes a, Lanes b) {
 
 // Whether a byte has its highest bit set.
 bool is_any(Lanes lanes) {
-#ifdef __SSE2__
+#if defined __SSE2__ && !defined WITHOUT_SSE
   return _mm_movemask_epi8(reinterpret_cast<__m128i>(lanes)) != 0;
 #else
   uint64_t halves[2];

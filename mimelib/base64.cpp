@@ -6,7 +6,7 @@
 
 #include "mimelib/decode.h"
 
-#ifdef __x86_64__
+#if defined __x86_64__ && !defined WITHOUT_SSE
 #include <cpuid.h>
 #include <tmmintrin.h>
 #endif
@@ -58,7 +58,23 @@ void write_group(const Group& group, char* out) {
   out[2] = static_cast<char>(bits);
 }
 
-#ifdef __x86_64__
+// Decodes the groups at `position` that stand together and hold nothing but symbols. Returns the
+// end of what it wrote.
+using GroupsDecoder = char*(std::string_view text, size_t& position, char* out);
+
+char* decode_plain_groups(std::string_view text, size_t& position, char* out) {
+  for (; text.size() - position >= kGroup; position += kGroup, out += 3) {
+    Group group;
+    for (size_t i = 0; i < kGroup; ++i) {
+      group[i] = kValues[static_cast<unsigned char>(text[position + i])];
+    }
+    if ((group[0] | group[1] | group[2] | group[3]) >= kFill) break;
+    write_group(group, out);
+  }
+  return out;
+}
+
+#if defined __x86_64__ && !defined WITHOUT_SSE
 
 // Writes the twelve bytes that sixteen symbols stand for, and four more behind them. Returns a bit
 // for each byte that is no symbol, the first byte's the lowest. What a byte stands for is found by
@@ -111,30 +127,17 @@ bool can_decode_blocks() {
   return __get_cpuid(1, &a, &b, &c, &d) != 0 && (c & bit_SSSE3) != 0;
 }
 
-#else
-
-char* decode_blocks(std::string_view, size_t&, char* out) {
-  return out;
+GroupsDecoder* fastest_decoder() {
+  return can_decode_blocks() ? decode_blocks : decode_plain_groups;
 }
 
-bool can_decode_blocks() {
-  return false;
+#else
+
+GroupsDecoder* fastest_decoder() {
+  return decode_plain_groups;
 }
 
 #endif
-
-// Decodes the groups at `position` that stand together and hold nothing but symbols.
-char* decode_plain_groups(std::string_view text, size_t& position, char* out) {
-  for (; text.size() - position >= kGroup; position += kGroup, out += 3) {
-    Group group;
-    for (size_t i = 0; i < kGroup; ++i) {
-      group[i] = kValues[static_cast<unsigned char>(text[position + i])];
-    }
-    if ((group[0] | group[1] | group[2] | group[3]) >= kFill) break;
-    write_group(group, out);
-  }
-  return out;
-}
 
 bool is_skipped(std::string_view text, size_t position) {
   return position < text.size() && kValues[static_cast<unsigned char>(text[position])] == kSkipped;
@@ -142,7 +145,7 @@ bool is_skipped(std::string_view text, size_t position) {
 
 // Returns the end of what it wrote.
 char* decode_base64(std::string_view text, char* out) {
-  const auto decode_groups = can_decode_blocks() ? decode_blocks : decode_plain_groups;
+  GroupsDecoder* const decode_groups = fastest_decoder();
   size_t position = 0;
   Group group{};
   for (;;) {

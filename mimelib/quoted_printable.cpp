@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#ifdef __SSE2__
+#if defined __SSE2__ && !defined WITHOUT_SSE
 #include <emmintrin.h>
 #endif
 
@@ -52,7 +52,7 @@ using Lanes [[gnu::vector_size(16)]] = uint8_t;
 
 // A bit for each byte that has its highest bit set, the first byte's the lowest.
 unsigned highest_bits(Lanes lanes) {
-#ifdef __SSE2__
+#if defined __SSE2__ && !defined WITHOUT_SSE
   return static_cast<unsigned>(_mm_movemask_epi8(reinterpret_cast<__m128i>(lanes)));
 #else
   unsigned bits = 0;
