@@ -102,8 +102,8 @@ char* decode_plain_groups(std::string_view text, size_t& position, char* out) {
   return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(others, _mm_setzero_si128())));
 }
 
-// As `decode_plain_groups`, but stops a few groups before the end of the text, where there is no
-// room for what is written besides. Goes on over line ends.
+// As `decode_plain_groups`, and goes on over line ends. The last groups of the text are left to
+// that one: behind them is no room for what a block writes besides.
 [[gnu::target("ssse3")]] char* decode_blocks(std::string_view text, size_t& position, char* out) {
   constexpr size_t kBlock = 16;
   constexpr size_t kAhead = 24;
@@ -116,7 +116,7 @@ char* decode_plain_groups(std::string_view text, size_t& position, char* out) {
     if (text[position] != '\n') break;
     ++position;
   }
-  return out;
+  return decode_plain_groups(text, position, out);
 }
 
 bool can_decode_blocks() {
