@@ -33,7 +33,7 @@ size_t read_block(char* block) {
 // The copy of the message. Once something of it could not be written, no more is.
 class Spool {
  public:
-  Spool() : file_(open(spool_file_path, O_WRONLY | O_TRUNC | O_CLOEXEC)) {}
+  Spool() : file_(open(spool_file_path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)) {}
 
   void Write(const char* bytes, size_t length) {
     while (!failed_ && length > 0) {
@@ -48,7 +48,7 @@ class Spool {
 
  private:
   OwnedDescriptor file_;
-  bool failed_ = false;
+  bool failed_ = !file_.IsOpen();
 };
 
 // Copies standard input to the spool file and into `message`. Kept: both are the input and one

@@ -35,6 +35,23 @@ ConvertedText convert_text(const ResponderRule& rule) {
   }
 }
 
+// `from`: the mailbox's address in its ASCII form.
+void write_reply_text(FILE* reply, const ResponderRule& rule, const IncomingMessage& message,
+                      std::string_view from, std::string_view boundary) {
+  const ConvertedText converted = convert_text(rule);
+  if (!rule.reply_to.empty()) write_pieces(reply, {"Reply-To: ", rule.reply_to, "\n"});
+  write_pieces(reply, {"From: ", from, "\nTo: ", message.sender, "\nMIME-Version: 1.0\nSubject: "});
+  write_header_encoded(reply, reply_subject(rule, message));
+  write_pieces(reply, {"\n"});
+  if (!boundary.empty()) {
+    write_pieces(reply, {"Content-Type: multipart/mixed;\n\tboundary=\"", boundary, "\"\n\n"});
+    write_pieces(reply, {"--", boundary, "\n"});
+  }
+  write_pieces(reply, {"Content-Type: ", rule.content_type, "; charset=\"", converted.charset,
+                       "\"\nContent-Transfer-Encoding: 8bit\nContent-Disposition: inline\n\n",
+                       converted.text, "\n\n\n"});
+}
+
 }  // namespace
 
 std::string draw_boundary() {
@@ -64,28 +81,12 @@ std::string reply_subject(const ResponderRule& rule, const IncomingMessage& mess
   return std::string(filled, static_cast<size_t>(result.written));
 }
 
-void write_reply_text(FILE* reply, const ResponderRule& rule, const IncomingMessage& message,
-                      std::string_view boundary) {
-  const ConvertedText converted = convert_text(rule);
-  if (!rule.reply_to.empty()) write_pieces(reply, {"Reply-To: ", rule.reply_to, "\n"});
-  write_pieces(reply, {"From: ", idn_toascii_string(message.recipient.c_str()), "\n"});
-  write_pieces(reply, {"To: ", message.sender, "\nMIME-Version: 1.0\nSubject: "});
-  write_header_encoded(reply, reply_subject(rule, message));
-  write_pieces(reply, {"\n"});
-  if (!boundary.empty()) {
-    write_pieces(reply, {"Content-Type: multipart/mixed;\n\tboundary=\"", boundary, "\"\n\n"});
-    write_pieces(reply, {"--", boundary, "\n"});
-  }
-  write_pieces(reply, {"Content-Type: ", rule.content_type, "; charset=\"", converted.charset,
-                       "\"\nContent-Transfer-Encoding: 8bit\nContent-Disposition: inline\n\n",
-                       converted.text, "\n\n\n"});
-}
-
 bool write_response_file(const ResponderRule& rule, const IncomingMessage& message,
                          std::string_view boundary) {
+  const std::string from = idn_toascii_string(message.recipient.c_str());
   OwnedFile reply(fopen(response_file_path, "w"));
   if (!reply) return false;
-  write_reply_text(reply.get(), rule, message, boundary);
+  write_reply_text(reply.get(), rule, message, from, boundary);
   const bool written = ferror(reply.get()) == 0;
   return fclose(reply.release()) == 0 && written;
 }

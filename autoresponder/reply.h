@@ -1,7 +1,6 @@
 #ifndef AUTORESPONDER_REPLY_H
 #define AUTORESPONDER_REPLY_H
 
-#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -23,13 +22,10 @@ std::string reply_subject(const ResponderRule& rule, const IncomingMessage& mess
 /// A MIME boundary of 39 characters. Every run draws the same sequence (kept).
 std::string draw_boundary();
 
-/// Writes the header and text part of a reply, up to where attachments follow. `boundary`: that of
-/// a multipart reply, or empty for a reply that is its text alone. A recipient that has no ASCII
-/// form ends the process as `idn_toascii_string` does.
-void write_reply_text(FILE* reply, const ResponderRule& rule, const IncomingMessage& message,
-                      std::string_view boundary);
-
-/// Writes the same into the response file. False when the disk did not take all of it.
+/// Writes the header and text part of a reply into the response file, up to where attachments
+/// follow. `boundary`: that of a multipart reply, or empty for a reply that is its text alone.
+/// False when the disk did not take all of it. A recipient that has no ASCII form ends the process
+/// as `idn_toascii_string` does, disk or no disk.
 bool write_response_file(const ResponderRule& rule, const IncomingMessage& message,
                          std::string_view boundary);
 

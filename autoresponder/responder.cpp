@@ -6,6 +6,7 @@
 #include "autoresponder/panel_database.h"
 #include "autoresponder/reply.h"
 #include "autoresponder/rule.h"
+#include "support/libidn.h"
 
 namespace {
 
@@ -15,6 +16,7 @@ bool concerns(const RuleCondition& rule, const IncomingMessage& message) {
 
 void answer(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
             const IncomingMessage& message) {
+  load_libidn();  // the reply cannot do without; a run that ended there would be tried again
   if (!check_reply_frequency(database, message, rule.id, rule.ans_freq, rule.mem_limit)) return;
   forward_message(database, message, rule.id);
   send_reply(database, rule, mailbox, message);

@@ -75,6 +75,7 @@ int run(int argc, char** argv, Work& work) {
   if (const int* const status = std::get_if<int>(&command_line)) return *status;
   work.options = *std::get_if<Options>(&command_line);
   prepare_process();
+  std::ios::sync_with_stdio(false);  // else the C library would hide that reading failed
   end_writers_on_termination();
   return static_cast<int>(tell(work));
 }

@@ -114,7 +114,7 @@ char* decode_plain_groups(std::string_view text, size_t& position, char* out) {
     out += symbols / kGroup * 3;
     if (others == 0) continue;
     if (text[position] != '\n') break;
-    ++position;
+    while (position < text.size() && text[position] == '\n') ++position;
   }
   return decode_plain_groups(text, position, out);
 }

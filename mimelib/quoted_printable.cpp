@@ -1,7 +1,6 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <endian.h>
 #include <string_view>
 #include <utility>
 
@@ -137,7 +136,7 @@ class Decoder {
     return at.in != before;
   }
 
-  // At a "=" that does not stand in front of two digits.
+  // At a "=" that does not stand in front of two digits, or has its highest bit set.
   Position DecodeOddEscape(Position at) {
     ++at.in;
     if (at.in < End() && *at.in == '\n') {

@@ -1,9 +1,12 @@
 #ifndef SUPPORT_LIBIDN_H
 #define SUPPORT_LIBIDN_H
 
-/// The function `name` of libidn, which is loaded with the first one: looking up the names of that
-/// library costs more than all other start-up of our own, and most runs send nothing that would
-/// need it. Without the library or the function the process ends with status 1.
+/// Loads libidn, unless it is loaded already. Not at the start: looking up its names costs more
+/// than all other start-up of our own, and most runs convert no name. Without the library the
+/// process ends with status 1, so whoever is going to do more than convert calls this first.
+void load_libidn();
+
+/// The function `name` of libidn, which is loaded; without it the process ends with status 1.
 void* find_libidn_function(const char* name);
 
 template <class Function>

@@ -1,14 +1,19 @@
 #include "autoresponder/reply.h"
 
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "../memory_file.h"
+#include "autoresponder/temporary_files.h"
+#include "support/owned.h"
 
 using namespace std::string_view_literals;
 
@@ -119,15 +124,37 @@ ResponderRule plain_rule() {
   return rule;
 }
 
+// The response file, in memory.
+class ResponseFile {
+ public:
+  ResponseFile() : name_before_(response_file_path), file_(memfd_create("reply", 0)) {
+    snprintf(response_file_path, name_before_.size() + 1, "/proc/self/fd/%d", file_.number());
+  }
+  ~ResponseFile() { memcpy(response_file_path, name_before_.c_str(), name_before_.size() + 1); }
+  ResponseFile(const ResponseFile&) = delete;
+  ResponseFile& operator=(const ResponseFile&) = delete;
+
+  std::string Text() const {
+    std::string text(static_cast<size_t>(lseek(file_.number(), 0, SEEK_END)), '\0');
+    EXPECT_EQ(pread(file_.number(), text.data(), text.size(), 0),
+              static_cast<ssize_t>(text.size()));
+    return text;
+  }
+
+ private:
+  std::string name_before_;
+  OwnedDescriptor file_;
+};
+
 std::string written(const ResponderRule& rule, const char* recipient = "info@shop.example",
                     const char* subject = "Hello", std::string_view boundary = "") {
   IncomingMessage message;
   message.sender = "Otto@customer.example";
   message.recipient = recipient;
   message.subject = subject;
-  const MemoryFile reply;
-  write_reply_text(reply.get(), rule, message, boundary);
-  return reply.Text();
+  const ResponseFile file;
+  EXPECT_TRUE(write_response_file(rule, message, boundary));
+  return file.Text();
 }
 
 TEST(ReplyText, IsAMessageOfItsOwn) {

@@ -93,14 +93,17 @@ size_t length_by_the_rules(std::string_view text) {
 TEST(Utf8Length, FollowsTheRulesForEveryFourBytes) {
   constexpr std::string_view kBytes =
       "a\x80\x8F\x90\x9F\xA0\xBF\xC0\xC1\xC2\xDF\xE0\xE1\xED\xEF\xF0\xF1\xF4\xF5\xFF";
-  const std::string front(61, 'x');  // so that they lie across the places where blocks begin
-  const std::string behind(70, 'y');
-  for (const char a : kBytes) {
-    for (const char b : kBytes) {
-      for (const char c : kBytes) {
-        for (const char d : kBytes) {
-          const std::string text = front + a + b + c + d + behind;
-          ASSERT_EQ(utf8_length(text), length_by_the_rules(text)) << testing::PrintToString(text);
+  // Within a block of sixteen bytes, across two, and across two chunks of blocks.
+  for (const size_t place : {100, 114, 115, 128, 129, 130, 131}) {
+    std::string text(220, 'x');
+    for (const char a : kBytes) {
+      for (const char b : kBytes) {
+        for (const char c : kBytes) {
+          for (const char d : kBytes) {
+            text.replace(place, 4, {a, b, c, d});
+            ASSERT_EQ(utf8_length(text), length_by_the_rules(text))
+                << testing::PrintToString(text.substr(place, 4)) << " at " << place;
+          }
         }
       }
     }

@@ -76,6 +76,11 @@ constexpr Encoded kQuotedPrintable[] = {
      "\xD4"
      "1\n",
      -1},
+    {"OneDigitAndEightBitsBehindIt", "=4\xC7\n", "\x87\n", -1},
+    {"OddEscapeInALineAfterOne", "=ZZ\n=4\n", "\xFA\n4\n", -1},
+    {"OddEscapeBehindASoftLineBreak", "=ZZ=\n=4 \n", "\xFA\x34\n", -1},
+    {"OddEscapeBehindASoftLineBreakWithBlanks", "=ZZ= \n=4 \n", "\xFA\x34\n", -1},
+    {"SoftLineBreakWithEightBitBlank", "a= \xA0\nb\n", "ab\n", 0},
     {"GoesOnBehindABadEscape", "=ZZ=41\n",
      "\xFA"
      "A\n",
@@ -95,6 +100,8 @@ TEST(DecodeQuotedPrintable, ReadsASlice) {
   DwString out;
   EXPECT_EQ(DwDecodeQuotedPrintable(whole.Slice(3, 6), out), 0);
   EXPECT_EQ(bytes_of(out), "AB");
+  EXPECT_EQ(DwDecodeQuotedPrintable(whole.Slice(0, 2), out), -1);
+  EXPECT_EQ(bytes_of(out), "3");
 }
 
 TEST(DecodeQuotedPrintable, ReadsAMillionLines) {
@@ -148,13 +155,14 @@ TEST(DecodeQuotedPrintable, DecodesWhatStandsAnywhereInALongLine) {
   }
 }
 
-// Looking for the line's end at each of them would take minutes.
-TEST(DecodeQuotedPrintable, ReadsALineOfAMillionOddEscapesInLinearTime) {
+// Looking for the line's end at each of them would take an hour.
+TEST(DecodeQuotedPrintable, ReadsALineOfTenMillionOddEscapesInLinearTime) {
+  constexpr size_t kEscapes = 10000000;
   std::string text;
-  for (int i = 0; i < 1000000; ++i) text += "=ZZ";
+  for (size_t i = 0; i < kEscapes; ++i) text += "=ZZ";
   DwString out;
   EXPECT_EQ(DwDecodeQuotedPrintable(string_of(text), out), -1);
-  EXPECT_TRUE(bytes_of(out) == std::string(1000000, '\xFA'));
+  EXPECT_TRUE(bytes_of(out) == std::string(kEscapes, '\xFA'));
 }
 
 }  // namespace

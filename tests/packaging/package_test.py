@@ -101,6 +101,12 @@ def test_belongs_to_root_and_the_deliveries(group):
     assert owner_and_mode() == (0, GROUP, 0o4750)
 
 
+def test_depends_on_what_it_runs_and_loads():
+    depends = shell("dpkg-deb", "--field", str(PACKAGE), "Depends").stdout.decode()
+    names = [entry.split()[0] for entry in depends.split(", ")]
+    assert {"sharutils", "libidn12", "libmariadb3"} <= set(names)
+
+
 def test_stays_closed_until_the_group_exists():
     said = dpkg("--install", str(PACKAGE))
     assert f"there is no group '{GROUP}'" in said

@@ -210,6 +210,16 @@ def test_cannot_tell_without_the_configuration(panel):
     assert b"It cannot be told. Reason: the panel's library gives up." in in_words.out
 
 
+def test_cannot_tell_what_cannot_be_read(panel):
+    panel.rule()
+    directory = os.open("/", os.O_RDONLY)
+    process = subprocess.run([EXPLAIN, "--recipient", "info@shop.example"], stdin=directory,
+                             capture_output=True)
+    os.close(directory)
+    assert process.returncode == 2
+    assert process.stderr == b"autoresponder-explain: Unable to read -\n"
+
+
 def test_cannot_tell_when_nobody_takes_the_answer(panel):
     panel.rule()
     with open("/dev/full", "w") as full:

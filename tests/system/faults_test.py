@@ -172,6 +172,47 @@ def test_no_file_can_be_made_in_tmp(panel, options):
     assert panel.mails() == []
 
 
+@pytest.fixture
+def damaged_libidn():
+    """The library that replies need is an empty file."""
+    library = next(Path("/usr/lib").glob("*/libidn.so.12"))
+    subprocess.run(["mount", "--bind", "/dev/null", library], check=True)
+    yield
+    subprocess.run(["umount", library], check=True)
+
+
+def test_a_damaged_library_ends_the_run_before_it_does_anything(panel, damaged_libidn):
+    busy_rule(panel)
+    result = panel.run(message())
+    assert result.status == 1
+    assert result.err.startswith(b"autoresponder: Unable to load libidn: ")
+    assert result.err.count(b"\n") == 1
+    assert (panel.mails(), panel.temporary_files()) == ([], [])
+    assert panel.senders() == []
+
+
+def test_a_damaged_library_is_not_needed_where_no_rule_fires(panel, damaged_libidn):
+    panel.rule(keystr="pears", key_where="subj")
+    result = panel.run(message())
+    assert (result.status, result.err) == (0, b"")
+
+
+def test_no_room_for_a_reply_to_an_address_without_an_ascii_form(panel):
+    name = "x" * 64
+    panel.sql(f"insert into mail values (2, 1, '{name}')")
+    for _ in range(2):
+        panel.rule(mn_id=2)
+    # The directory takes one of its two entries, the spool file the other.
+    subprocess.run(["mount", "-t", "tmpfs", "-o", "mode=1777,nr_inodes=2", "tmpfs", "/tmp"],
+                   check=True)
+    try:
+        result = panel.run(message(), recipient=f"{name}@shop.example")
+    finally:
+        subprocess.run(["umount", "/tmp"], check=True)
+    assert (result.status, panel.mails()) == (1, [])
+    assert result.err.count(b"failed: Invalid length") == 1  # with the first rule already
+
+
 # --- resources -----------------------------------------------------------------------------------
 
 def limited(name, value):
