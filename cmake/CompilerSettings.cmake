@@ -13,7 +13,7 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 
 if(WITH_SANITIZERS)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
-                      -fno-omit-frame-pointer -g)
+                      -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
 else()
   add_compile_options(-fstack-protector-strong -fstack-clash-protection)

@@ -13,21 +13,30 @@ void end_without_libidn() {
   report_error(1, 0, "Unable to load libidn: %s", dlerror());
 }
 
+void* load() {
+  const int saved_errno = errno;  // a later report is not to name what the search met
+  void* const library = dlopen(LIBIDN_FILE, RTLD_NOW);
+  if (library == nullptr) end_without_libidn();
+  errno = saved_errno;
+  return library;
+}
+
+void* loaded_library() {
+  static void* const library = load();
+  return library;
+}
+
 }  // namespace
 
 void load_libidn() {
-  static void* library = nullptr;
-  if (library != nullptr) return;
-  const int saved_errno = errno;  // a later report is not to name what the search met
-  library = dlopen(LIBIDN_FILE, RTLD_NOW | RTLD_GLOBAL);
-  if (library == nullptr) end_without_libidn();
-  errno = saved_errno;
+  loaded_library();
 }
 
 void* find_libidn_function(const char* name) {
-  load_libidn();
+  void* const library = loaded_library();
   // As if it had been loaded at the start: a function that hides it comes first.
-  void* const function = dlsym(RTLD_DEFAULT, name);
+  void* function = dlsym(RTLD_DEFAULT, name);
+  if (function == nullptr) function = dlsym(library, name);
   if (function == nullptr) end_without_libidn();
   return function;
 }
