@@ -7,17 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include "dw_strings.h"
+
 using namespace std::string_view_literals;
 
 namespace {
-
-DwString string_of(std::string_view text) {
-  return {text.data(), text.size()};
-}
-
-std::string bytes_of(const DwString& text) {
-  return {text.data(), text.length()};
-}
 
 // An entry and all behind it, one to a line: the parts of a mailbox with "@" between, "group", or
 // "invalid".

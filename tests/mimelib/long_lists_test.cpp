@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 #include <mimelib/mimepp.h>
 
+#include "dw_strings.h"
+
 // A stranger decides how many elements the lists of a message have. They are walked here as long as
 // a message can make them: the time must not grow with the square of their length, the memory not
 // at all.
@@ -42,10 +44,6 @@ void operator delete(void* memory, size_t /*size*/) noexcept {
 }
 
 namespace {
-
-std::string bytes_of(const DwString& text) {
-  return {text.data(), text.length()};
-}
 
 DwString repeated(const std::string& head, const std::string& text, int count) {
   std::string all = head;

@@ -8,6 +8,8 @@
 #include <mimelib/mimepp.h>
 #include <nlohmann/json.hpp>
 
+#include "dw_strings.h"
+
 // What the program makes of recorded messages, through the calls that it makes. A character of a
 // string in the file is one byte; null stands for none.
 
@@ -18,10 +20,6 @@ using nlohmann::json;
 // Addresses, subject, date and charset end at their first NUL, the body does not.
 std::string up_to_nul(const DwString& text) {
   return text.c_str();
-}
-
-std::string bytes_of(const DwString& text) {
-  return {text.data(), text.length()};
 }
 
 // The bytes whose codes are the characters of `text`, which is UTF-8.

@@ -1,41 +1,20 @@
 #include <cstddef>
-#include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "encoded.h"
 #include "mimelib/decode.h"
 
 using namespace std::string_view_literals;
 
 namespace {
 
-DwString string_of(std::string_view text) {
-  return {text.data(), text.size()};
-}
-
-std::string bytes_of(const DwString& text) {
-  return {text.data(), text.length()};
-}
-
-struct Encoded {
-  const char* name;
-  std::string_view text;
-  std::string_view want;
-  int status;
-};
-
-void PrintTo(const Encoded& row, std::ostream* out) {
-  *out << row.name;
-}
-
 class DecodeQuotedPrintable : public testing::TestWithParam<Encoded> {};
 
 TEST_P(DecodeQuotedPrintable, Gives) {
-  DwString out("replaced");
-  EXPECT_EQ(DwDecodeQuotedPrintable(string_of(GetParam().text), out), GetParam().status);
-  EXPECT_EQ(bytes_of(out), GetParam().want);
+  expect_decoded(GetParam(), DwDecodeQuotedPrintable);
 }
 
 constexpr Encoded kQuotedPrintable[] = {

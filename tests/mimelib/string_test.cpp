@@ -7,13 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include "dw_strings.h"
+
 using namespace std::string_literals;
 
 namespace {
-
-std::string bytes_of(const DwString& text) {
-  return {text.data(), text.length()};
-}
 
 TEST(String, IsEmptyAtFirst) {
   const DwString text;

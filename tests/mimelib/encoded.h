@@ -1,0 +1,30 @@
+#ifndef TESTS_MIMELIB_ENCODED_H
+#define TESTS_MIMELIB_ENCODED_H
+
+#include <ostream>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+#include "dw_strings.h"
+#include "mimelib/decode.h"
+
+/// A row for the decoders of bodies: what a text gives, and what is returned.
+struct Encoded {
+  const char* name;
+  std::string_view text;
+  std::string_view want;
+  int status;
+};
+
+inline void PrintTo(const Encoded& row, std::ostream* out) {
+  *out << row.name;
+}
+
+inline void expect_decoded(const Encoded& row, int (*decode)(const DwString&, DwString&)) {
+  DwString out("replaced");
+  EXPECT_EQ(decode(string_of(row.text), out), row.status);
+  EXPECT_EQ(bytes_of(out), row.want);
+}
+
+#endif
