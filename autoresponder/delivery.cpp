@@ -10,10 +10,10 @@
 #include "autoresponder/sendmail.h"
 #include "autoresponder/temporary_files.h"
 #include "mime/header_encode.h"
+#include "support/base/owned.h"
+#include "support/base/write_pieces.h"
 #include "support/conf.h"
 #include "support/idn.h"
-#include "support/owned.h"
-#include "support/write_pieces.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include "autoresponder/body_text.h"
 #include "mime/charset.h"
 #include "mime/encoded_word.h"
-#include "support/diagnose.h"
-#include "support/ex_error.h"
+#include "support/base/diagnose.h"
+#include "support/base/ex_error.h"
 
 namespace {
 

@@ -13,8 +13,8 @@
 #include "autoresponder/extraction.h"
 #include "autoresponder/message_buffer.h"
 #include "autoresponder/temporary_files.h"
-#include "support/diagnose.h"
-#include "support/owned.h"
+#include "support/base/diagnose.h"
+#include "support/base/owned.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "autoresponder/temporary_files.h"
-#include "support/diagnose.h"
+#include "support/base/diagnose.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "support/owned.h"
+#include "support/base/owned.h"
 
 /// Whether texts of this class can take memory over: `Text::Adopt(bytes, length)`, where the memory
 /// is from `malloc` and a NUL follows the bytes.

@@ -2,7 +2,7 @@
 
 #include "autoresponder/pipe_stream.h"
 #include "autoresponder/sendmail.h"
-#include "support/diagnose.h"
+#include "support/base/diagnose.h"
 #include "support/get.h"
 
 namespace {

@@ -5,8 +5,8 @@
 
 #include "autoresponder/process.h"
 #include "autoresponder/temporary_files.h"
+#include "support/base/diagnose.h"
 #include "support/database.h"
-#include "support/diagnose.h"
 #include "support/strings.h"
 
 void end_run(const std::string& diagnostic, unsigned /*error*/) {

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "support/base/owned.h"
 #include "support/mysql_owned.h"
-#include "support/owned.h"
 
 /// A row: NUL-terminated texts, null where the column is NULL.
 using Row = char**;

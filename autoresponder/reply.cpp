@@ -10,12 +10,12 @@
 #include "autoresponder/temporary_files.h"
 #include "mime/charset.h"
 #include "mime/header_encode.h"
-#include "support/diagnose.h"
-#include "support/ex_error.h"
+#include "support/base/diagnose.h"
+#include "support/base/ex_error.h"
+#include "support/base/owned.h"
+#include "support/base/write_pieces.h"
 #include "support/idn.h"
-#include "support/owned.h"
 #include "support/templates.h"
-#include "support/write_pieces.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include "autoresponder/responder.h"
 #include "autoresponder/temporary_files.h"
 #include "autoresponder/termination.h"
+#include "support/base/diagnose.h"
 #include "support/conf.h"
-#include "support/diagnose.h"
 #include "support/report.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "autoresponder/termination.h"
-#include "support/diagnose.h"
+#include "support/base/diagnose.h"
 
 ShellCommand& ShellCommand::Text(std::string_view text) {
   line_ += text;

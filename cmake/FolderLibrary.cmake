@@ -1,17 +1,28 @@
-# folder_library(NAME [SOURCES...] [LINKS...] [PRIVATE_LINKS...])
+# folder_library(NAME [DIRECTORY folder] [SOURCES...] [LINKS...] [PRIVATE_LINKS...])
 #
-# One static library per source folder. A target sees the headers of its own folder and of the
-# folders it links, and of no other: each folder gets an include root of its own in the build tree,
-# so that an #include against the direction of the architecture does not compile. Each header is
-# also compiled alone, as part of the target all_verify_interface_header_sets.
+# One library per source folder: a static one, or, without sources, one of headers alone. A target
+# sees the headers of its own folder and of the folders it links, and of no other: each folder gets an
+# include root of its own in the build tree, so that an #include against the direction of the
+# architecture does not compile. DIRECTORY is the folder's name in an #include; without it, NAME. Each
+# header is also compiled alone, as part of the target all_verify_interface_header_sets.
 function(folder_library name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+  cmake_parse_arguments(ARG "" "DIRECTORY" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+  if(NOT ARG_DIRECTORY)
+    set(ARG_DIRECTORY ${name})
+  endif()
   set(include_root ${CMAKE_BINARY_DIR}/include/${name})
-  file(MAKE_DIRECTORY ${include_root})
-  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${include_root}/${name} SYMBOLIC)
-  file(GLOB headers CONFIGURE_DEPENDS ${include_root}/${name}/*.h)
-  add_library(${name} STATIC ${ARG_SOURCES})
-  target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${include_root} FILES ${headers})
+  get_filename_component(above ${include_root}/${ARG_DIRECTORY} DIRECTORY)
+  file(MAKE_DIRECTORY ${above})
+  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${include_root}/${ARG_DIRECTORY} SYMBOLIC)
+  file(GLOB headers CONFIGURE_DEPENDS ${include_root}/${ARG_DIRECTORY}/*.h)
+  if(ARG_SOURCES)
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${include_root} FILES ${headers})
+    target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE ${ARG_PRIVATE_LINKS})
+  else()
+    add_library(${name} INTERFACE)
+    target_sources(${name} INTERFACE FILE_SET HEADERS BASE_DIRS ${include_root} FILES ${headers})
+    target_link_libraries(${name} INTERFACE ${ARG_LINKS})
+  endif()
   set_target_properties(${name} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
-  target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE ${ARG_PRIVATE_LINKS})
 endfunction()

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "support/owned.h"
+#include "support/base/owned.h"
 
 /// Holds back what library code and commands write to the two standard outputs, until it is told
 /// to let go: standard output is for the answer alone, and what strangers bring into a diagnostic

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "support/owned.h"
+#include "support/base/owned.h"
 
 /// While it lives, the response file is memory of this process, under a name that this process and
 /// the commands that it starts can open, so that the run's own functions and commands write the

@@ -8,8 +8,8 @@
 #include "autoresponder/reply.h"
 #include "explain/limiter_facts.h"
 #include "explain/reply_in_memory.h"
+#include "support/base/owned.h"
 #include "support/idn.h"
-#include "support/owned.h"
 
 namespace {
 

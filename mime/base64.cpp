@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "support/diagnose.h"
+#include "support/base/diagnose.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <iconv.h>
 
 #include "mime/utf8.h"
-#include "support/ex_error.h"
+#include "support/base/ex_error.h"
 
 namespace {
 

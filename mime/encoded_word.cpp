@@ -5,7 +5,7 @@
 #include "mime/base64.h"
 #include "mime/charset.h"
 #include "mime/quoted_printable.h"
-#include "support/diagnose.h"
+#include "support/base/diagnose.h"
 
 namespace {
 

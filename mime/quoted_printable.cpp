@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "support/diagnose.h"
+#include "support/base/diagnose.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <sys/stat.h>
 
-#include "support/owned.h"
+#include "support/base/owned.h"
 #include "support/report.h"
 
 #define KEM_DEFINE_CONF_VALUE(key) const char* key = nullptr;

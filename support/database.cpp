@@ -5,8 +5,8 @@
 #include <cstring>
 #include <fcntl.h>
 
+#include "support/base/owned.h"
 #include "support/mysql_owned.h"
-#include "support/owned.h"
 #include "support/report.h"
 
 int db_utf8_mode = -1;

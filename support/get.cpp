@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "support/base/owned.h"
 #include "support/database.h"
 #include "support/idn.h"
 #include "support/lookup.h"
-#include "support/owned.h"
 #include "support/param_check.h"
 #include "support/report.h"
 

@@ -7,8 +7,8 @@
 
 #include <idna.h>
 
+#include "support/base/owned.h"
 #include "support/libidn.h"
-#include "support/owned.h"
 #include "support/report.h"
 
 int idn_last_error = 0;

@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
+#include "support/base/owned.h"
 #include "support/lookup.h"
-#include "support/owned.h"
 #include "support/param_check.h"
 #include "support/report.h"
 #include "support/strings.h"

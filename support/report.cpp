@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "support/owned.h"
+#include "support/base/owned.h"
 
 const char* prog_name = nullptr;
 

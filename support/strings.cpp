@@ -8,7 +8,7 @@
 
 #include <mysql.h>
 
-#include "support/owned.h"
+#include "support/base/owned.h"
 #include "support/report.h"
 
 namespace {

@@ -13,7 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "autoresponder/temporary_files.h"
-#include "support/owned.h"
+#include "support/base/owned.h"
 
 using namespace std::string_view_literals;
 

@@ -8,7 +8,7 @@
 #include "autoresponder/addresses.h"
 #include "autoresponder/body_text.h"
 #include "mime/encoded_word.h"
-#include "support/ex_error.h"
+#include "support/base/ex_error.h"
 
 namespace {
 

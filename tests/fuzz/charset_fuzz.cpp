@@ -12,7 +12,7 @@
 #include "../plain_iconv.h"
 #include "fuzz.h"
 #include "mime/charset.h"
-#include "support/ex_error.h"
+#include "support/base/ex_error.h"
 #include "utf8.h"
 
 namespace {

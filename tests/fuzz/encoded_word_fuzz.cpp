@@ -11,7 +11,7 @@
 #include "mime/charset.h"
 #include "mime/encoded_word.h"
 #include "mime/quoted_printable.h"
-#include "support/ex_error.h"
+#include "support/base/ex_error.h"
 #include "utf8.h"
 
 namespace {

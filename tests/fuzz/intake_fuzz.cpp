@@ -24,7 +24,7 @@
 #include "fuzz.h"
 #include "mime/charset.h"
 #include "mime/encoded_word.h"
-#include "support/ex_error.h"
+#include "support/base/ex_error.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include <iconv.h>
 
 #include "../plain_iconv.h"
-#include "support/ex_error.h"
+#include "support/base/ex_error.h"
 
 using namespace std::string_view_literals;
 

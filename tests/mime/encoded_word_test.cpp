@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/ex_error.h"
+#include "support/base/ex_error.h"
 
 using namespace std::string_view_literals;
 

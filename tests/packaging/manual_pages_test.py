@@ -33,8 +33,8 @@ NOT_BY_A_RUN = {
 
 def sources():
     for folder in FOLDERS:
-        yield from sorted((CHECKOUT / folder).glob("*.cpp"))
-        yield from sorted((CHECKOUT / folder).glob("*.h"))
+        yield from sorted((CHECKOUT / folder).rglob("*.cpp"))
+        yield from sorted((CHECKOUT / folder).rglob("*.h"))
 
 
 def without_comments(text):

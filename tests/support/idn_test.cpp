@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 #include <idna.h>
 
-#include "support/owned.h"
+#include "support/base/owned.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/base/owned.h"
 #include "support/idn.h"
-#include "support/owned.h"
 #include "support/report.h"
 
 namespace {

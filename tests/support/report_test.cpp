@@ -11,7 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/owned.h"
+#include "support/base/owned.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "support/base/owned.h"
 #include "support/mysql_owned.h"
-#include "support/owned.h"
 
 // As in a build without sanitizers, so that a failed allocation comes back to its caller.
 extern "C" const char* __asan_default_options();   // NOLINT(bugprone-reserved-identifier)

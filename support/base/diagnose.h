@@ -1,5 +1,5 @@
-#ifndef SUPPORT_DIAGNOSE_H
-#define SUPPORT_DIAGNOSE_H
+#ifndef SUPPORT_BASE_DIAGNOSE_H
+#define SUPPORT_BASE_DIAGNOSE_H
 
 #include <cstdio>
 #include <initializer_list>

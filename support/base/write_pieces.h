@@ -1,5 +1,5 @@
-#ifndef SUPPORT_WRITE_PIECES_H
-#define SUPPORT_WRITE_PIECES_H
+#ifndef SUPPORT_BASE_WRITE_PIECES_H
+#define SUPPORT_BASE_WRITE_PIECES_H
 
 #include <cstdio>
 #include <initializer_list>

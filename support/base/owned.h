@@ -1,5 +1,5 @@
-#ifndef SUPPORT_OWNED_H
-#define SUPPORT_OWNED_H
+#ifndef SUPPORT_BASE_OWNED_H
+#define SUPPORT_BASE_OWNED_H
 
 #include <cstdio>
 #include <cstdlib>
