@@ -29,13 +29,14 @@ void become_root() {
 }  // namespace
 
 void run(const char* program) {
-  prepare_process();
   prog_name = program;
+  prepare_process();
   load_conf_paths();
   IncomingMessage message;
   become_root();
   remove_files_on_termination();
   if (read_incoming_message(message) != 0) refuse("Abnormal exit.");
+  forget_recipient();
   const LoopGuard guard = loop_guard(message);
   if (guard != LoopGuard::kPassed) refuse(loop_guard_diagnostic(guard));
   run_responder(message);

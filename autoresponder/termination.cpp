@@ -8,11 +8,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "autoresponder/process.h"
 #include "autoresponder/temporary_files.h"
 
 namespace {
 
-constexpr int kSignals[] = {SIGTERM, SIGINT, SIGHUP};
+// Every signal that may be sent to a process and ends it, and is no sign of a defect in it.
+constexpr int kSignals[] = {SIGTERM, SIGINT,  SIGHUP,  SIGQUIT, SIGALRM, SIGVTALRM, SIGPROF,
+                            SIGUSR1, SIGUSR2, SIGXCPU, SIGIO,   SIGPWR,  SIGSTKFLT};
 
 // The process group of the command that is writing to a temporary file; 0 for none. Process-wide,
 // because a signal handler reads it.
@@ -61,7 +64,7 @@ void handle_termination_signals(void (*handler)(int)) {
   for (const int signal : kSignals) {
     struct sigaction before {};
     sigaction(signal, nullptr, &before);
-    if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
+    if (before.sa_handler != ignore_signal) sigaction(signal, &action, nullptr);
   }
 }
 

@@ -3,7 +3,8 @@
 
 #include <functional>
 
-/// From here on a fatal report of the library, and SIGTERM, SIGINT or SIGHUP at any moment, leave
+/// From here on a fatal report of the library, and a signal that
+/// ends it at any moment, leave
 /// no temporary file behind; the exit status, or the death by the signal, stays what it was: while
 /// a command runs through `system`, an interrupt is left to the command. A signal that the caller
 /// had ignored stays ignored. A process that aborts keeps its files.

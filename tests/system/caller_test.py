@@ -1,0 +1,164 @@
+"""The program as another user starts it, setuid root: what that user set up must not reach the run or
+its commands, which are root's."""
+
+import os
+import resource
+import signal
+import subprocess
+import time
+from pathlib import Path
+
+import pytest
+
+import panel as sandbox
+from conftest import RECIPIENT, message, real_root, wait_until
+
+pytestmark = pytest.mark.skipif(not real_root(), reason="needs a second user to start the program as")
+
+CALLER, GROUP = 65534, 4711
+RECORD = Path("/run/panel/record")
+INFINITY = resource.RLIM_INFINITY
+
+
+@pytest.fixture
+def program(panel):
+    path = sandbox.HOME / "autoresponder"
+    path.write_bytes(panel.program.read_bytes())
+    path.chmod(0o4755)
+    yield path
+    path.unlink()
+    RECORD.unlink(missing_ok=True)
+
+
+def start(program, prepare=lambda: None, env=None, **options):
+    """Starts the program as the caller, after `prepare` was called as root in its process."""
+    return subprocess.Popen(
+        [program], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+        env={"RECIPIENT": RECIPIENT} if env is None else env, user=CALLER, group=CALLER,
+        extra_groups=[GROUP], preexec_fn=prepare, **options)
+
+
+def run(program, prepare=lambda: None, **options):
+    process = start(program, prepare, **options)
+    out, err = process.communicate(message(), timeout=20)
+    assert process.returncode == 0
+    return out, err
+
+
+def record(command):
+    """Makes sendmail note what a command says of the process that it is started in."""
+    sandbox.write_sendmail(f"#!/bin/sh\n{command} >{RECORD} 2>&1\n")
+
+
+def test_its_environment_reaches_no_command(panel, program):
+    panel.attach(panel.rule(), "list.txt")
+    hostile = {"PATH": "/tmp/evil", "IFS": "/", "ENV": "/tmp/evil", "BASH_ENV": "/tmp/evil",
+               "LD_PRELOAD": "/tmp/evil.so", "QMAILINJECT": "f", "QMAILSUSER": "evil",
+               "MYSQL_UNIX_PORT": "/tmp/evil", "TMPDIR": "/tmp/evil", "LC_ALL": "tr_TR.UTF-8",
+               "POSIXLY_CORRECT": "1", "RECIPIENT": RECIPIENT}
+    assert run(program, env=hostile) == (b"\n", b"")
+    (mail,) = panel.mails()
+    assert b"application/octet-stream" in mail.message
+    names = {entry.split(b"=")[0] for entry in mail.environment}
+    assert names <= {b"PATH", b"PWD", b"OLDPWD", b"SHLVL", b"_"}
+    assert b"PATH=/usr/bin:/bin:/usr/sbin:/sbin" in mail.environment
+
+
+# A crash of a command would else write its memory, with the caller's text in it, where root may write.
+def test_its_limits_and_its_directory_leave_no_core_file(panel, program):
+    directory = Path("/run/panel/rich")
+    directory.mkdir(exist_ok=True)
+    sandbox.write_sendmail(f"#!/bin/sh\n(ulimit -Sc; ulimit -Hc; pwd) >{RECORD}\nkill -SEGV $$\n")
+    panel.rule()
+    run(program, lambda: resource.setrlimit(resource.RLIMIT_CORE, (INFINITY, INFINITY)),
+        cwd=directory)
+    assert RECORD.read_text().split() == ["0", "0", "/"]
+    assert list(directory.iterdir()) == []
+
+
+def record_limit(name):
+    sandbox.write_sendmail(f"#!/bin/sh\n/usr/bin/prlimit --noheadings --raw --output SOFT,HARD"
+                           f" --{name.lower()} --pid $$ >{RECORD}\n")
+
+
+def recorded_limit():
+    return [INFINITY if word == "unlimited" else int(word) for word in RECORD.read_text().split()]
+
+
+def may_raise_limits():
+    """Whether root here has the right to (CAP_SYS_RESOURCE), which containers often take away."""
+    (line,) = (line for line in Path("/proc/self/status").read_text().splitlines()
+               if line.startswith("CapEff:"))
+    return int(line.split()[1], 16) >> 24 & 1 == 1
+
+
+LIMITS = [("STACK", 512 << 10, 8 << 20), ("FSIZE", 0, INFINITY), ("CPU", 1, INFINITY),
+          ("AS", 48 << 20, 64 << 20), ("DATA", 1 << 20, 64 << 20), ("NOFILE", 8, 64)]
+
+
+@pytest.mark.parametrize("name, low, least", LIMITS)
+def test_a_soft_limit_that_breaks_commands_is_raised(panel, program, name, low, least):
+    number = getattr(resource, f"RLIMIT_{name}")
+    hard = resource.getrlimit(number)[1]
+    record_limit(name)
+    panel.rule()
+    run(program, lambda: resource.setrlimit(number, (low, hard)))
+    assert recorded_limit() == [least, hard]
+
+
+@pytest.mark.parametrize("name, low, least", LIMITS)
+def test_a_hard_limit_that_breaks_commands_is_raised_or_refused(panel, program, name, low, least):
+    number = getattr(resource, f"RLIMIT_{name}")
+    record_limit(name)
+    panel.rule()
+    process = start(program, lambda: resource.setrlimit(number, (low, low)))
+    err = process.communicate(message(), timeout=20)[1]
+    if may_raise_limits():
+        assert (process.returncode, err, recorded_limit()) == (0, b"", [least, least])
+    else:
+        assert process.returncode == 1
+        assert err.startswith(b"autoresponder: The caller's limit on ")
+        assert not RECORD.exists()
+
+
+def test_a_higher_limit_stays(panel, program):
+    record_limit("NOFILE")
+    panel.rule()
+    run(program, lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (200, 300)))
+    assert recorded_limit() == [200, 300]
+
+
+def test_commands_have_none_of_its_groups_and_a_usual_umask(panel, program):
+    record("(/usr/bin/id -G; umask)")
+    panel.rule()
+    run(program, lambda: os.umask(0))
+    assert RECORD.read_text().split() == ["0", "0022"]
+
+
+@pytest.mark.parametrize("timer", [signal.ITIMER_REAL, signal.ITIMER_VIRTUAL, signal.ITIMER_PROF])
+def test_its_timers_do_not_end_the_run(panel, program, timer):
+    panel.rule()
+    process = start(program, lambda: signal.setitimer(timer, 0.2, 0.01))
+    wait_until(panel.temporary_files)
+    time.sleep(0.4)
+    out, err = process.communicate(message(), timeout=20)
+    assert (process.returncode, out, err) == (0, b"", b"")
+    assert len(panel.mails()) == 1
+
+
+def test_a_blocked_signal_still_ends_the_run(panel, program):
+    process = start(program, lambda: signal.pthread_sigmask(signal.SIG_BLOCK, signal.valid_signals()))
+    wait_until(panel.temporary_files)
+    process.send_signal(signal.SIGTERM)
+    assert process.wait(timeout=20) == -signal.SIGTERM
+    assert panel.temporary_files() == []
+
+
+def test_it_cannot_signal_the_run(panel, program):
+    process = start(program)
+    wait_until(panel.temporary_files)
+    killer = subprocess.run(["/bin/kill", "-QUIT", str(process.pid)], user=CALLER, group=CALLER,
+                            extra_groups=[], capture_output=True)
+    assert killer.returncode != 0
+    process.communicate(message(), timeout=20)
+    assert process.returncode == 0
