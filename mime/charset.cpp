@@ -3,77 +3,20 @@
 #include <algorithm>
 #include <cerrno>
 #include <initializer_list>
-#include <map>
 #include <strings.h>
 
-#include <iconv.h>
-
+#include "mime/converter.h"
+#include "mime/text_pieces.h"
 #include "mime/utf8.h"
 #include "support/base/ex_error.h"
+#include "support/base/joined.h"
 
 namespace {
-
-constexpr size_t kChunk = 4096;
-
-// One open conversion; closed by its owner where nobody asked for the result of closing.
-class Converter {
- public:
-  Converter(const std::string& to, const std::string& from)
-      : handle_(iconv_open(to.c_str(), from.c_str())) {}
-  ~Converter() { Close(); }
-  Converter(const Converter&) = delete;
-  Converter& operator=(const Converter&) = delete;
-
-  bool IsOpen() const { return handle_ != Invalid(); }
-
-  // Converts up to a chunk from the front of `text`, appends it to `output`, and returns the error
-  // number that iconv left.
-  int Convert(std::string_view& text, std::string& output) {
-    char chunk[kChunk];
-    // iconv does not write to its input; its interface only forgets to say so.
-    char* in = const_cast<char*>(text.data());
-    size_t in_left = text.size();
-    char* out = chunk;
-    size_t out_left = kChunk;
-    errno = 0;
-    iconv(handle_, &in, &in_left, &out, &out_left);
-    const int error = errno;
-    output.append(chunk, kChunk - out_left);
-    text.remove_prefix(text.size() - in_left);
-    return error;
-  }
-
-  bool Close() {
-    if (!IsOpen()) return true;
-    const bool closed = iconv_close(handle_) == 0;
-    handle_ = Invalid();
-    return closed;
-  }
-
- private:
-  // The interface's own value for a descriptor that could not be had.
-  static iconv_t Invalid() { return reinterpret_cast<iconv_t>(-1); }  // NOLINT
-
-  iconv_t handle_;
-};
 
 // Names without a suffix, which iconv reads without regard to the case of ASCII letters.
 bool is_one_of(const std::string& name, std::initializer_list<const char*> charset) {
   return std::any_of(charset.begin(), charset.end(),
                      [&name](const char* alias) { return strcasecmp(name.c_str(), alias) == 0; });
-}
-
-// Makes room for the next chunk. After a first stretch the room for all of `size` bytes is
-// estimated from what the `converted` ones gave, so that a large output is seldom moved.
-void make_room(std::string& output, size_t size, size_t converted) {
-  constexpr size_t kStretch = 16 * kChunk;
-  if (output.capacity() - output.size() > kChunk) return;
-  size_t room = kStretch;
-  if (converted > 0) {
-    const double growth = static_cast<double>(output.size()) / static_cast<double>(converted);
-    room = static_cast<size_t>(growth * static_cast<double>(size - converted));
-  }
-  output.reserve(output.size() + std::max(room + room / 16, output.size() / 2) + 2 * kChunk);
 }
 
 // Every byte of ISO-8859-1 is the character of its number; returns the end of what was written.
@@ -90,16 +33,18 @@ char* write_latin1(std::string_view text, char* out) {
   return out;
 }
 
-void append_latin1(std::string_view text, std::string& output) {
-  char chunk[kChunk];
-  for (size_t i = 0; i < text.size(); i += kChunk / 2) {
-    const char* const end = write_latin1(text.substr(i, kChunk / 2), chunk);
-    make_room(output, text.size(), i);
-    output.append(chunk, static_cast<size_t>(end - chunk));
+bool convert_latin1(std::string_view text, const TextSink& sink) {
+  char chunk[4096];
+  constexpr size_t kInput = sizeof chunk / 2;
+  bool goes_on = true;
+  for (size_t i = 0; i < text.size() && goes_on; i += kInput) {
+    const char* const end = write_latin1(text.substr(i, kInput), chunk);
+    goes_on = sink({chunk, static_cast<size_t>(end - chunk)});
   }
+  return goes_on;
 }
 
-// What iconv would only copy, or replace by two bytes, at the front of a text.
+// Shortcut for the start of a text, as far as iconv would only copy it or widen ISO-8859-1.
 class ShortWay {
  public:
   ShortWay(const std::string& to, const std::string& from) {
@@ -114,16 +59,17 @@ class ShortWay {
     return copied_ != nullptr && copied_(text) == text.size();
   }
 
-  // Moves as much as there is of that from `text` to `output`.
-  void Take(std::string_view& text, std::string& output) const {
+  // Moves as much as there is of that from `text` to `sink`; false when that wants no more.
+  bool Take(std::string_view& text, const TextSink& sink) const {
     if (is_latin1_) {
-      append_latin1(text, output);
+      const bool goes_on = convert_latin1(text, sink);
       text = {};
-    } else if (copied_ != nullptr) {
-      const size_t length = copied_(text);
-      output.append(text, 0, length);
-      text.remove_prefix(length);
+      return goes_on;
     }
+    const size_t length = copied_ != nullptr ? copied_(text) : 0;
+    const bool goes_on = length == 0 || sink(text.substr(0, length));
+    text.remove_prefix(length);
+    return goes_on;
   }
 
  private:
@@ -131,28 +77,59 @@ class ShortWay {
   bool is_latin1_ = false;
 };
 
-// A converter may report a bad sequence when it has already consumed everything; then there is no
-// byte to step over, and none that a "?" could stand for.
-void replace_one_byte(std::string_view& text, std::string& output) {
-  if (text.empty()) return;
-  text.remove_prefix(1);
-  output += '?';
-}
+// A conversion, as far as it has come.
+class Progress {
+ public:
+  Progress(std::string_view text, bool replace_invalid, const TextSink& sink)
+      : text_(text), replace_invalid_(replace_invalid), sink_(sink) {}
 
-// False when the conversion cannot go on.
-bool convert_step(Converter& converter, std::string_view& text, bool replace_invalid,
-                  std::string& output) {
-  const size_t text_before = text.size();
-  const size_t output_before = output.size();
-  const int error = converter.Convert(text, output);
-  if (error == EILSEQ && replace_invalid) {
-    replace_one_byte(text, output);
-    return true;
+  // The text that was not consumed yet.
+  std::string_view& text() { return text_; }
+
+  // Converts a piece; false when the conversion cannot go on.
+  bool Advance(Converter& converter) {
+    const std::string_view piece = text_.substr(0, Converter::kMostInput);
+    const Converter::Step step = converter.Convert(piece, buffer_);
+    text_.remove_prefix(step.consumed);
+    Write(step.output);
+    if (step.error == EILSEQ && replace_invalid_) {
+      ReplaceOneByte();
+      return true;
+    }
+    const bool is_cut = step.error == EINVAL && text_.size() > piece.size() - step.consumed;
+    return (step.error == 0 || step.error == E2BIG || is_cut) && HasMoved(step);
   }
-  // A step that neither reads nor writes would be repeated for ever.
-  const bool moved = text.size() != text_before || output.size() != output_before;
-  return (error == 0 || error == E2BIG) && moved;
-}
+
+  // False when the sink wants no more.
+  bool goes_on() const { return goes_on_; }
+
+ private:
+  void Write(std::string_view output) { goes_on_ = goes_on_ && (output.empty() || sink_(output)); }
+
+  // A converter may report a bad sequence when it has already consumed everything; then there is no
+  // byte to step over, and none that a "?" could replace.
+  void ReplaceOneByte() {
+    is_idle_ = false;
+    if (text_.empty()) return;
+    text_.remove_prefix(1);
+    Write("?");
+  }
+
+  // Whether the step has brought the conversion nearer to its end. A converter may use one step for
+  // what it still held back; one that goes on writing without reading would do so for ever.
+  bool HasMoved(const Converter::Step& step) {
+    const bool was_idle = is_idle_;
+    is_idle_ = step.consumed == 0;
+    return !is_idle_ || (!was_idle && !step.output.empty());
+  }
+
+  std::string_view text_;
+  bool replace_invalid_;
+  const TextSink& sink_;
+  Converter::Buffer buffer_;
+  bool is_idle_ = false;
+  bool goes_on_ = true;
+};
 
 }  // namespace
 
@@ -161,31 +138,34 @@ bool is_unchanged(std::string_view text, const std::string& from_charset,
   return ShortWay(to_charset, from_charset).IsAllOf(text);
 }
 
-std::string convert_charset(std::string_view text, const std::string& from_charset,
-                            const std::string& to_charset, bool replace_invalid) {
-  const ShortWay short_way(to_charset, from_charset);
-  if (short_way.IsAllOf(text)) return std::string(text);
+void convert_charset_in_pieces(std::string_view text, const std::string& from_charset,
+                               const std::string& to_charset, bool replace_invalid,
+                               const TextSink& sink) {
   Converter converter(to_charset, from_charset);
   if (!converter.IsOpen()) {
-    throw quern::ExError("Cannot convert from " + from_charset + " to " + to_charset);
+    throw quern::ExError(joined({"Cannot convert from ", from_charset, " to ", to_charset}));
   }
-  const size_t size = text.size();
-  std::string output;
-  for (short_way.Take(text, output); !text.empty(); short_way.Take(text, output)) {
-    make_room(output, size, size - text.size());
-    if (!convert_step(converter, text, replace_invalid, output)) {
-      throw quern::ExError("Conversion from " + from_charset + " to " + to_charset);
+  const ShortWay short_way(to_charset, from_charset);
+  Progress progress(text, replace_invalid, sink);
+  while (short_way.Take(progress.text(), sink) && progress.goes_on() && !progress.text().empty()) {
+    if (!progress.Advance(converter)) {
+      throw quern::ExError(joined({"Conversion from ", from_charset, " to ", to_charset}));
     }
   }
   if (!converter.Close()) {
     // Kept: the message names utf-8 whatever the target was.
-    throw quern::ExError("Closing conversion from " + from_charset + " to utf-8 failed");
+    throw quern::ExError(joined({"Closing conversion from ", from_charset, " to utf-8 failed"}));
   }
-  return output;
 }
 
-void keep_charset_loaded(const std::string& charset, const std::string& to_charset) {
-  constexpr size_t kMost = 64;
-  static std::map<std::string, Converter> kept;
-  if (kept.size() < kMost) kept.try_emplace(charset, to_charset, charset);
+std::string convert_charset(std::string_view text, const std::string& from_charset,
+                            const std::string& to_charset, bool replace_invalid) {
+  if (is_unchanged(text, from_charset, to_charset)) return std::string(text);
+  TextPieces converted;
+  convert_charset_in_pieces(text, from_charset, to_charset, replace_invalid,
+                            [&converted](std::string_view piece) {
+                              converted.Append(piece);
+                              return true;
+                            });
+  return converted.Take();
 }

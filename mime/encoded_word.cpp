@@ -1,10 +1,11 @@
 #include "mime/encoded_word.h"
 
-#include <utility>
-
 #include "mime/base64.h"
 #include "mime/charset.h"
+#include "mime/converter.h"
+#include "mime/loaded_charsets.h"
 #include "mime/quoted_printable.h"
+#include "mime/text_pieces.h"
 #include "support/base/diagnose.h"
 
 namespace {
@@ -23,11 +24,10 @@ bool stand_between_words(std::string_view value, size_t blank, size_t next) {
          value.compare(next, 2, "=?") == 0;
 }
 
-// A stranger may let charsets take turns. Only names of an ordinary length are remembered.
+// A stranger may let charsets take turns.
 void note_charset(const std::string& charset) {
-  constexpr size_t kLongestName = 64;
   static std::string last;
-  if (charset == last || charset.size() > kLongestName) return;
+  if (charset == last || charset.size() > kLongestCharsetName) return;
   if (!last.empty()) keep_charset_loaded(charset, "utf-8");
   last = charset;
 }
@@ -45,22 +45,18 @@ std::string rfc1522_decode(std::string_view value) {
 }
 
 std::string decode_tokens(std::string_view value, TokenDecoder decode_one) {
-  std::string result;
-  size_t position = 0;
-  for (;;) {
+  TextPieces result;
+  for (size_t position = 0; position != npos;) {
     const size_t blank = value.find_first_of(kBlanks, position);
-    std::string token = decode_one(value.substr(position, blank - position));
-    if (result.empty()) {
-      result = std::move(token);  // a value of one large token is not held twice
-    } else {
-      result += token;
-    }
-    if (blank == npos) return result;
+    result.Adopt(decode_one(value.substr(position, blank - position)));
+    if (blank == npos) break;
     const size_t next = value.find_first_not_of(kBlanks, blank);
-    if (!stand_between_words(value, blank, next)) result += value.substr(blank, next - blank);
-    if (next == npos) return result;
+    if (!stand_between_words(value, blank, next)) {
+      result.Append(value.substr(blank, next - blank));
+    }
     position = next;
   }
+  return result.Take();
 }
 
 std::string rfc1522_decode_word(std::string_view token) {

@@ -8,7 +8,7 @@ namespace {
 
 // Kept: what `strtoul` makes of the two bytes counts, so blanks in front of a digit and a second
 // byte that is no digit are dropped, and no digit at all gives 0.
-char escaped_byte(std::string_view payload, int& position) {
+char escaped_byte(std::string_view payload, std::ptrdiff_t& position) {
   char digits[3] = "";
   for (int i = 0; i < 2 && static_cast<size_t>(position) < payload.size(); ++i) {
     digits[i] = payload[static_cast<size_t>(position++)];
@@ -26,12 +26,12 @@ char escaped_byte(std::string_view payload, int& position) {
 std::string qp_decode(std::string_view payload) {
   std::string out;
   out.reserve(payload.size());
-  int position = 0;
+  std::ptrdiff_t position = 0;
   while (position >= 0) qp_decode_step(out, payload, position);
   return out;
 }
 
-void qp_decode_step(std::string& out, std::string_view payload, int& position) {
+void qp_decode_step(std::string& out, std::string_view payload, std::ptrdiff_t& position) {
   if (position < 0) return;
   if (static_cast<size_t>(position) >= payload.size()) {
     position = -1;

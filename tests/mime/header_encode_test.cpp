@@ -116,10 +116,19 @@ TEST(HeaderEncode, EncodesEveryByteOfALongText) {
 TEST(HeaderEncode, WritesTheSameIntoAFile) {
   const MemoryFile out;
   fputs("Subject: ", out.get());
-  write_header_encoded(out.get(), " x-y");
-  write_header_encoded(out.get(), "");
-  write_header_encoded(out.get(), " plain");
+  write_header_encoded(out.get(), {" x-y"});
+  write_header_encoded(out.get(), {""});
+  write_header_encoded(out.get(), {" plain"});
   EXPECT_EQ(out.Text(), "Subject:  =?utf-8?Q?x=2Dy?= plain");
+}
+
+TEST(HeaderEncode, WritesPiecesAsOneText) {
+  const MemoryFile out;
+  write_header_encoded(out.get(), {"Re: ", "x-y"});
+  write_header_encoded(out.get(), {"", " x-y", ""});
+  write_header_encoded(out.get(), {" ", "-", " "});
+  write_header_encoded(out.get(), {"Re: ", "plain"});
+  EXPECT_EQ(out.Text(), "=?utf-8?Q?Re:_x=2Dy?= =?utf-8?Q?x=2Dy?= =?utf-8?Q?=2D_?=Re: plain");
 }
 
 }  // namespace

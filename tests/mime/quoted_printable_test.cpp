@@ -69,7 +69,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, QuotedPrintable, testing::ValuesIn(kPayloads));
 
 TEST(QuotedPrintableStep, TakesOneUnitAtATime) {
   std::string out = "before ";
-  int position = 0;
+  std::ptrdiff_t position = 0;
   qp_decode_step(out, "a=41_", position);
   EXPECT_EQ(out, "before a");
   EXPECT_EQ(position, 1);
@@ -83,7 +83,7 @@ TEST(QuotedPrintableStep, TakesOneUnitAtATime) {
 
 TEST(QuotedPrintableStep, MovesOnlyOverTheBytesThatAreThere) {
   std::string out;
-  int position = 0;
+  std::ptrdiff_t position = 0;
   qp_decode_step(out, "=4", position);
   EXPECT_EQ(out, "\x04");
   EXPECT_EQ(position, 2);
@@ -91,7 +91,7 @@ TEST(QuotedPrintableStep, MovesOnlyOverTheBytesThatAreThere) {
 
 TEST(QuotedPrintableStep, MarksTheEndOfThePayload) {
   std::string out;
-  int position = 3;
+  std::ptrdiff_t position = 3;
   qp_decode_step(out, "abc", position);
   EXPECT_EQ(out, "");
   EXPECT_EQ(position, -1);
@@ -99,7 +99,7 @@ TEST(QuotedPrintableStep, MarksTheEndOfThePayload) {
 
 TEST(QuotedPrintableStep, DoesNothingBehindTheEnd) {
   std::string out;
-  int position = -1;
+  std::ptrdiff_t position = -1;
   qp_decode_step(out, "abc", position);
   EXPECT_EQ(out, "");
   EXPECT_EQ(position, -1);

@@ -1,0 +1,48 @@
+#include "mime/converter.h"
+
+#include <cerrno>
+#include <utility>
+
+namespace {
+
+// The interface's own value for a conversion that could not be opened.
+iconv_t not_open() {
+  return reinterpret_cast<iconv_t>(-1);  // NOLINT
+}
+
+iconv_t open(const std::string& to, const std::string& from) {
+  if (to.size() > kLongestCharsetName || from.size() > kLongestCharsetName) return not_open();
+  return iconv_open(to.c_str(), from.c_str());
+}
+
+}  // namespace
+
+Converter::Converter(const std::string& to, const std::string& from) : handle_(open(to, from)) {}
+
+Converter::Converter(Converter&& other) noexcept
+    : handle_(std::exchange(other.handle_, not_open())) {}
+
+Converter& Converter::operator=(Converter&& other) noexcept {
+  std::swap(handle_, other.handle_);
+  return *this;
+}
+
+bool Converter::IsOpen() const {
+  return handle_ != not_open();
+}
+
+Converter::Step Converter::Convert(std::string_view piece, Buffer& buffer) {
+  // iconv does not write to its input; its interface only forgets to say so.
+  char* in = const_cast<char*>(piece.data());
+  size_t in_left = piece.size();
+  char* out = buffer;
+  size_t out_left = sizeof buffer;
+  errno = 0;
+  iconv(handle_, &in, &in_left, &out, &out_left);
+  return {errno, piece.size() - in_left, {buffer, sizeof buffer - out_left}};
+}
+
+bool Converter::Close() {
+  if (!IsOpen()) return true;
+  return iconv_close(std::exchange(handle_, not_open())) == 0;
+}

@@ -1,0 +1,14 @@
+#ifndef TESTS_MIME_ICONV_SPY_H
+#define TESTS_MIME_ICONV_SPY_H
+
+/// The iconv interface as the code under test meets it in this program: counted, and failing on
+/// demand.
+struct IconvSpy {
+  int open = 0;                ///< conversions that are open
+  bool closing_fails = false;  ///< `iconv_close` reports a failure
+  bool moves = true;           ///< false: a step reads and writes nothing
+  bool reads = true;           ///< false: a step fills the output and reads nothing
+};
+extern IconvSpy iconv_spy;
+
+#endif
