@@ -38,8 +38,8 @@ bool response_file_exceeds(int64_t limit) {
   return limit > 0 && stat(response_file_path, &status) == 0 && status.st_size > limit;
 }
 
-std::string notice_subject(const IncomingMessage& message) {
-  return "Re: " + message.subject;
+SubjectText notice_subject(const IncomingMessage& message) {
+  return {"Re: ", message.subject};
 }
 
 // Kept: "on you request", the empty CC, and no To and MIME headers.
@@ -48,7 +48,8 @@ void replace_by_notice(const ResponderRule& rule, const IncomingMessage& message
   if (!notice) return;
   if (!rule.reply_to.empty()) write_pieces(notice.get(), {"Reply-To: ", rule.reply_to, "\n"});
   write_pieces(notice.get(), {"From: ", message.recipient, "\nCC: \nSubject: "});
-  write_header_encoded(notice.get(), notice_subject(message));
+  const SubjectText subject = notice_subject(message);
+  write_header_encoded(notice.get(), {subject.start, subject.incoming});
   write_pieces(notice.get(), {"\n\nAn error occurred while responding on you request.\n\n",
                               "Autoresponder message size exceeds databytes limit.\n\n\n\n"});
 }

@@ -7,6 +7,7 @@
 #include "autoresponder/incoming_message.h"
 #include "autoresponder/rule.h"
 #include "autoresponder/shell.h"
+#include "autoresponder/subject_text.h"
 
 /// The mail server's limit on the size of a message, in bytes; 0 or less for none.
 int64_t size_limit();
@@ -15,7 +16,7 @@ int64_t size_limit();
 bool response_file_exceeds(int64_t limit);
 
 /// The subject of the notice, in UTF-8.
-std::string notice_subject(const IncomingMessage& message);
+SubjectText notice_subject(const IncomingMessage& message);
 
 /// Replaces the response file by a short notice of its size.
 void replace_by_notice(const ResponderRule& rule, const IncomingMessage& message);

@@ -7,6 +7,7 @@
 #include "autoresponder/body_text.h"
 #include "mime/charset.h"
 #include "mime/encoded_word.h"
+#include "mime/text_pieces.h"
 #include "support/base/diagnose.h"
 #include "support/base/ex_error.h"
 
@@ -79,23 +80,71 @@ void warn_unconverted(const char* what, const std::string& charset) {
   diagnose({"Could not convert message ", what, " text from ", charset, " to UTF-8."});
 }
 
-std::string body_in_utf8(std::string_view body, const std::string& charset) {
-  try {
-    return convert_charset(body, charset, "UTF-8", true);
-  } catch (const quern::ExError&) {
-    warn_unconverted("body", charset);
-    return std::string(body);
+// A body in UTF-8, while it is not much larger than it was before.
+class ConvertedBody {
+ public:
+  // `length`: of the body before.
+  explicit ConvertedBody(size_t length) : most_(length + length / 2 + kFree) {}
+
+  void Append(std::string_view piece) {
+    if (!is_kept_) return;
+    is_kept_ = text_.size() + piece.size() <= most_;
+    if (is_kept_) {
+      text_.Append(piece);
+    } else {
+      text_ = TextPieces();
+    }
   }
+
+  bool is_kept() const { return is_kept_; }
+  std::string Take() { return text_.Take(); }
+
+ private:
+  static constexpr size_t kFree = size_t{1} << 20;
+
+  size_t most_;
+  TextPieces text_;
+  bool is_kept_ = true;
+};
+
+// The text of the message's text part, as long as its bytes are needed.
+struct Body {
+  std::string_view text;
+  std::shared_ptr<const void> owner;
+};
+
+// It shares its bytes with the message of `message_length` bytes, unless it would keep a far larger
+// message in memory.
+Body take_body(TextPart& part, size_t message_length) {
+  const auto bytes = std::make_shared<const DwString>(std::move(part.body));
+  const std::string_view text = up_to_nul(*bytes);
+  if (text.size() >= message_length / 2) return {text, bytes};
+  const auto copy = std::make_shared<const std::string>(text);
+  return {*copy, copy};
 }
 
-// The body of a message of `message_length` bytes. One that need not be converted stays where it
-// is, unless it would keep a far larger message in memory.
-BodyLines lines_of(TextPart& text, size_t message_length) {
-  const auto bytes = std::make_shared<const DwString>(std::move(text.body));
-  const std::string_view body = up_to_nul(*bytes);
-  const bool stays = body.size() >= message_length / 2;
-  if (stays && is_unchanged(body, text.charset, "UTF-8")) return {body, bytes};
-  return BodyLines(body_in_utf8(body, text.charset));
+// Most bodies are converted once. One that grows by more than half is converted once to know that
+// it can be, and again whenever it is searched.
+BodyLines convert_lines(Body& body, const std::string& charset) {
+  ConvertedBody converted(body.text.size());
+  convert_charset_in_pieces(body.text, charset, "UTF-8", true,
+                            [&converted](std::string_view piece) {
+                              converted.Append(piece);
+                              return true;
+                            });
+  if (!converted.is_kept()) return {body.text, std::move(body.owner), charset};
+  body = {};
+  return BodyLines(converted.Take());
+}
+
+BodyLines lines_of(Body body, const std::string& charset) {
+  if (is_unchanged(body.text, charset, "UTF-8")) return {body.text, std::move(body.owner)};
+  try {
+    return convert_lines(body, charset);
+  } catch (const quern::ExError&) {
+    warn_unconverted("body", charset);
+    return {body.text, std::move(body.owner)};
+  }
 }
 
 std::string subject_in_utf8(const RawMessage& raw) {
@@ -123,9 +172,9 @@ ExtractionResult extract(DwString message_text, const std::optional<std::string>
   RawMessage raw;
   const Extraction outcome = take_apart(message_text, delivered_to, raw);
   if (outcome != Extraction::kDone) return {outcome, raw.sender_field, std::move(raw.sender)};
-  const size_t message_length = message_text.length();
+  Body body = take_body(raw.text, message_text.length());
   message_text = DwString();  // what was decoded is all that is needed from here on
-  record.body_lines = lines_of(raw.text, message_length);
+  record.body_lines = lines_of(std::move(body), raw.text.charset);
   fill_addresses(raw, record);
   record.subject = subject_in_utf8(raw);
   raw.subject = std::string();

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "support/base/joined.h"
+
 namespace {
 
 int number(const std::string& text) {
@@ -29,9 +31,9 @@ int remembered_senders(PanelDatabase& database, const std::string& rule_id,
 }
 
 std::optional<std::string> replies_today(PanelDatabase& database, const std::string& rule_id,
-                                         const std::string& sender, const std::string& further) {
-  const std::string of_sender = " where rn_id=" + rule_id + " and email='" + sender + "'";
-  Rows rows = database.Query("select num from resp_freq" + of_sender + further);
+                                         const EscapedText& sender, const std::string& further) {
+  Rows rows = database.Query(joined({"select num from resp_freq where rn_id=", rule_id,
+                                     " and email='", sender.view(), "'", further}));
   const Row row = rows.Next();
   if (row == nullptr) return std::nullopt;
   return text_or(row[0], "0");
@@ -65,14 +67,14 @@ bool check_reply_frequency(PanelDatabase& database, const IncomingMessage& messa
   forget_earlier_days(database, rule_id);
   if (never_replies(ans_freq)) return false;
   const int senders = remembered_senders(database, rule_id, "");
-  const std::string sender = database.Escape(message.sender);
+  const EscapedText sender = database.Escape(message.sender);
   const std::optional<std::string> num = replies_today(database, rule_id, sender, "");
   switch (limiter_step(num, senders, ans_freq, mem_limit)) {
     case LimiterStep::kRefuse:
       return false;
     case LimiterStep::kCountUp:
-      database.Execute("update resp_freq set num=" + *num + "+1 where rn_id=" + rule_id +
-                       " and email='" + sender + "'");
+      database.Execute(joined({"update resp_freq set num=", *num, "+1 where rn_id=", rule_id,
+                               " and email='", sender.view(), "'"}));
       return true;
     case LimiterStep::kEvictAndRemember:
       evict_oldest(database, rule_id);
@@ -80,7 +82,7 @@ bool check_reply_frequency(PanelDatabase& database, const IncomingMessage& messa
     case LimiterStep::kRemember:
       break;
   }
-  database.Execute("insert into resp_freq set rn_id=" + rule_id + ", email='" + sender +
-                   "', num=1");
+  database.Execute(joined(
+      {"insert into resp_freq set rn_id=", rule_id, ", email='", sender.view(), "', num=1"}));
   return true;
 }

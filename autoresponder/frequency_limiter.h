@@ -33,10 +33,10 @@ LimiterStep limiter_step(const std::optional<std::string>& replies_today, int se
 int remembered_senders(PanelDatabase& database, const std::string& rule_id,
                        const std::string& further);
 
-/// The column `num` of a sender (escaped) in the first of his rows, "0" where it is NULL; nothing
+/// The column `num` of a sender in the first of his rows, "0" where it is NULL; nothing
 /// for a sender without a row.
 std::optional<std::string> replies_today(PanelDatabase& database, const std::string& rule_id,
-                                         const std::string& sender, const std::string& further);
+                                         const EscapedText& sender, const std::string& further);
 
 /// The rule's oldest time stamp: "0" where it is NULL, empty where there is none.
 std::string oldest_time(PanelDatabase& database, const std::string& rule_id,

@@ -4,6 +4,7 @@
 
 #include "autoresponder/temporary_files.h"
 #include "support/base/diagnose.h"
+#include "support/base/joined.h"
 
 namespace {
 
@@ -34,9 +35,8 @@ constexpr Lookup kLookups[] = {
 };
 
 std::string query_of(const Lookup& lookup, const EscapedRecipient& recipient) {
-  std::string query = lookup.domain_is;
-  query.append(recipient.domain.get()).append(lookup.mail_name_is);
-  return query.append(recipient.mail_name.get()).append(lookup.end);
+  return joined({lookup.domain_is, recipient.domain.view(), lookup.mail_name_is,
+                 recipient.mail_name.view(), lookup.end});
 }
 
 }  // namespace

@@ -14,10 +14,10 @@ struct MailboxRef {
   std::string domain_name;  ///< likewise
 };
 
-/// The halves of the recipient's address, escaped for SQL literals; NUL-terminated, never null.
+/// The halves of the recipient's address, escaped for SQL literals.
 struct EscapedRecipient {
-  OwnedText domain;
-  OwnedText mail_name;
+  EscapedText domain;
+  EscapedText mail_name;
 };
 
 /// Escapes both halves; without memory the run ends with its diagnostic and status 0.

@@ -3,6 +3,7 @@
 #include "autoresponder/pipe_stream.h"
 #include "autoresponder/sendmail.h"
 #include "support/base/diagnose.h"
+#include "support/base/joined.h"
 #include "support/get.h"
 
 namespace {
@@ -12,12 +13,12 @@ constexpr const char* kLastResortSender = "root@localhost";
 // Without a sender yet. Nothing when the owner is unknown, which has been reported, or has no
 // address.
 std::optional<Notification> find_owner(PanelDatabase& database, const std::string& domain) {
-  const OwnedText escaped = escape_without_connection(domain);
+  const EscapedText escaped = escape_without_connection(domain);
   if (!escaped) return std::nullopt;
   std::optional<Rows> rows = database.TryQuery(
-      std::string("select c.email, c.pname, c.login from clients c, domains d where "
-                  "d.cl_id=c.id and d.name='") +
-      escaped.get() + "'");
+      joined({"select c.email, c.pname, c.login from clients c, domains d where d.cl_id=c.id and "
+              "d.name='",
+              escaped.view(), "'"}));
   if (!rows) {
     diagnose({"Unable to define client email and personal name :", database.error()});
     return std::nullopt;

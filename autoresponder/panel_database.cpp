@@ -43,15 +43,15 @@ void PanelDatabase::Execute(const std::string& statement) {
   if (!Send(statement)) Fail(std::string(kExecDiagnostic) + error());
 }
 
-std::string PanelDatabase::Escape(const std::string& text) {
-  return OwnedText(sql_escape(handle(), text.c_str())).get();
+EscapedText PanelDatabase::Escape(const std::string& text) {
+  return EscapedText(sql_escape(handle(), text.c_str()));
 }
 
-OwnedText escape_without_connection(const std::string& text) {
+EscapedText escape_without_connection(const std::string& text) {
   // Before the first connection the client library has no character set to escape in.
   mysql_library_init(0, nullptr, nullptr);
   const size_t length = strlen(text.c_str());
-  OwnedText escaped(static_cast<char*>(malloc(2 * length + 1)));
-  if (escaped) mysql_escape_string(escaped.get(), text.c_str(), length);
+  EscapedText escaped(static_cast<char*>(malloc(2 * length + 1)));
+  if (escaped) mysql_escape_string(escaped.text_.get(), text.c_str(), length);
   return escaped;
 }

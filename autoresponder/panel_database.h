@@ -3,9 +3,27 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "support/base/owned.h"
 #include "support/mysql_owned.h"
+
+/// A text that was escaped for a single-quoted SQL literal. Only the escaping makes one.
+class EscapedText {
+ public:
+  /// False where there was no memory.
+  explicit operator bool() const { return text_ != nullptr; }
+
+  std::string_view view() const { return text_.get(); }
+
+ private:
+  friend class PanelDatabase;
+  friend EscapedText escape_without_connection(const std::string& text);
+
+  explicit EscapedText(char* text) : text_(text) {}
+
+  OwnedText text_;
+};
 
 /// A row: NUL-terminated texts, null where the column is NULL.
 using Row = char**;
@@ -50,8 +68,8 @@ class PanelDatabase {
   /// Runs a statement without rows; a failure is handed on as in `Query`.
   void Execute(const std::string& statement);
 
-  /// `text` (up to its first NUL) escaped for a single-quoted literal.
-  std::string Escape(const std::string& text);
+  /// `text` (up to its first NUL) escaped.
+  EscapedText Escape(const std::string& text);
 
   /// The client library's words for the last failure.
   const char* error() { return mysql_error(connection_.get()); }
@@ -70,6 +88,6 @@ class PanelDatabase {
 };
 
 /// `text` (up to its first NUL) escaped without a connection; null without memory.
-OwnedText escape_without_connection(const std::string& text);
+EscapedText escape_without_connection(const std::string& text);
 
 #endif

@@ -41,7 +41,8 @@ void write_reply_text(FILE* reply, const ResponderRule& rule, const IncomingMess
   const ConvertedText converted = convert_text(rule);
   if (!rule.reply_to.empty()) write_pieces(reply, {"Reply-To: ", rule.reply_to, "\n"});
   write_pieces(reply, {"From: ", from, "\nTo: ", message.sender, "\nMIME-Version: 1.0\nSubject: "});
-  write_header_encoded(reply, reply_subject(rule, message));
+  const SubjectText subject = reply_subject(rule, message);
+  write_header_encoded(reply, {subject.start, subject.incoming});
   write_pieces(reply, {"\n"});
   if (!boundary.empty()) {
     write_pieces(reply, {"Content-Type: multipart/mixed;\n\tboundary=\"", boundary, "\"\n\n"});
@@ -64,8 +65,8 @@ std::string draw_boundary() {
   return boundary;
 }
 
-std::string reply_subject(const ResponderRule& rule, const IncomingMessage& message) {
-  if (rule.subject.empty()) return "Re: " + message.subject;
+SubjectText reply_subject(const ResponderRule& rule, const IncomingMessage& message) {
+  if (rule.subject.empty()) return {"Re: ", message.subject};
   const char* const subject = message.subject.c_str();
   const char* const sender = message.sender.c_str();
   const NamedValue values[] = {
@@ -78,7 +79,7 @@ std::string reply_subject(const ResponderRule& rule, const IncomingMessage& mess
   result.options = kKeepUnknown;
   template_subst('<', '>', values, static_cast<int>(std::size(values)), rule.subject.c_str(),
                  filled, kSubjectSize - 1, &result);
-  return std::string(filled, static_cast<size_t>(result.written));
+  return {std::string(filled, static_cast<size_t>(result.written)), {}};
 }
 
 bool write_response_file(const ResponderRule& rule, const IncomingMessage& message,

@@ -8,6 +8,7 @@
 #include "autoresponder/mailbox.h"
 #include "autoresponder/panel_database.h"
 #include "autoresponder/rule.h"
+#include "autoresponder/subject_text.h"
 
 /// Builds the rule's reply in the response file, with the attachments that exist, and sends it.
 /// Missing attachments are told to the mailbox's owner. A failing query for the attachments ends
@@ -17,7 +18,7 @@ void send_reply(PanelDatabase& database, const ResponderRule& rule, const Mailbo
 
 /// The reply's subject in UTF-8: the rule's template filled, cut at 999 bytes, or "Re: " and the
 /// incoming subject where it has none.
-std::string reply_subject(const ResponderRule& rule, const IncomingMessage& message);
+SubjectText reply_subject(const ResponderRule& rule, const IncomingMessage& message);
 
 /// A MIME boundary of 39 characters. Every run draws the same sequence (kept).
 std::string draw_boundary();

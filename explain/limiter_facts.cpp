@@ -18,7 +18,7 @@ void read_limiter(PanelDatabase& database, const ResponderRule& rule,
                   const IncomingMessage& message, LimiterFacts& facts) {
   if (never_replies(rule.ans_freq)) return;
   const std::string of_today = std::string(" and (") + kOfEarlierDay + ") is not true";
-  const std::string sender = database.Escape(message.sender);
+  const EscapedText sender = database.Escape(message.sender);
   facts.senders = remembered_senders(database, rule.id, of_today);
   facts.replies_today = replies_today(database, rule.id, sender, of_today);
   facts.step = limiter_step(facts.replies_today, facts.senders, rule.ans_freq, rule.mem_limit);

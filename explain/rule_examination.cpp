@@ -67,7 +67,7 @@ ReplyFacts build_reply(const RuleExplanation& facts, const IncomingMessage& mess
   const std::vector<Attachment>& found = facts.attachments.found;
   require_files(found);
   ReplyFacts reply;
-  reply.subject = reply_subject(facts.rule, message);
+  reply.subject = reply_subject(facts.rule, message).Whole();
   reply.limit = size_limit();
   const ReplyInMemory memory;
   if (!write_response_file(facts.rule, message, found.empty() ? "" : boundary)) {
@@ -78,7 +78,7 @@ ReplyFacts build_reply(const RuleExplanation& facts, const IncomingMessage& mess
   reply.is_replaced = response_file_exceeds(reply.limit);
   if (reply.is_replaced) {
     replace_by_notice(facts.rule, message);
-    reply.subject = notice_subject(message);
+    reply.subject = notice_subject(message).Whole();
   }
   reply.headers = memory.TextUpTo("\n\n");
   if (whole) reply.text = memory.TextUpTo("");

@@ -19,21 +19,39 @@ constexpr std::array<bool, 256> make_encoded_bytes() {
 }
 constexpr std::array<bool, 256> kEncodedBytes = make_encoded_bytes();
 
-// Hands the form of `text` in a header to `write`, a piece at a time.
+using Pieces = std::initializer_list<std::string_view>;
+
+bool needs_encoding(Pieces pieces) {
+  return std::any_of(pieces.begin(), pieces.end(), [](std::string_view piece) {
+    return std::any_of(piece.begin(), piece.end(), needs_q_encoding);
+  });
+}
+
 template <class Write>
-void encode_in_pieces(std::string_view text, const Write& write) {
-  if (std::none_of(text.begin(), text.end(), needs_q_encoding)) {
-    write(text);
-    return;
-  }
-  // Kept: only a blank at the very start stays outside the encoded word, never a plain word.
-  if (text[0] == ' ') {
-    write(" ");
-    text.remove_prefix(1);
-  }
-  write("=?utf-8?Q?");
+void write_q_encoded(std::string_view text, const Write& write) {
   for (; !text.empty(); text.remove_prefix(std::min(text.size(), kPiece))) {
     write(q_encode(text.substr(0, kPiece)));
+  }
+}
+
+// Hands the form in a header of the text that the pieces are to `write`, a part at a time.
+template <class Write>
+void encode_in_parts(Pieces pieces, const Write& write) {
+  if (!needs_encoding(pieces)) {
+    for (const std::string_view piece : pieces) write(piece);
+    return;
+  }
+  bool is_start = true;
+  for (std::string_view piece : pieces) {
+    if (piece.empty()) continue;
+    if (is_start) {
+      // Kept: only a blank at the very start stays outside the encoded word, never a plain word.
+      const bool has_blank = piece[0] == ' ';
+      write(has_blank ? " =?utf-8?Q?" : "=?utf-8?Q?");
+      piece.remove_prefix(has_blank ? 1 : 0);
+      is_start = false;
+    }
+    write_q_encoded(piece, write);
   }
   write("?=");
 }
@@ -64,10 +82,10 @@ std::string q_encode(std::string_view text) {
 
 std::string header_encode(std::string_view text) {
   std::string encoded;
-  encode_in_pieces(text, [&encoded](std::string_view piece) { encoded += piece; });
+  encode_in_parts({text}, [&encoded](std::string_view part) { encoded += part; });
   return encoded;
 }
 
-void write_header_encoded(FILE* out, std::string_view text) {
-  encode_in_pieces(text, [out](std::string_view piece) { write_pieces(out, {piece}); });
+void write_header_encoded(FILE* out, std::initializer_list<std::string_view> pieces) {
+  encode_in_parts(pieces, [out](std::string_view part) { write_pieces(out, {part}); });
 }

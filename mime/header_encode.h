@@ -2,6 +2,7 @@
 #define MIME_HEADER_ENCODE_H
 
 #include <cstdio>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -10,8 +11,9 @@
 /// in front of it. Lines are never folded.
 std::string header_encode(std::string_view text);
 
-/// Writes that form, of a text of any size, without holding it.
-void write_header_encoded(FILE* out, std::string_view text);
+/// Writes `header_encode` of the pieces, which are one text, to `out`, without putting them
+/// together first: they may be large.
+void write_header_encoded(FILE* out, std::initializer_list<std::string_view> pieces);
 
 /// Whether `byte` may not stand plainly in a header. Kept: stricter than RFC 2047 asks for.
 bool needs_q_encoding(char byte);

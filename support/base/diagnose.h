@@ -6,11 +6,21 @@
 #include <string>
 #include <string_view>
 
-/// Writes the pieces and a newline to standard error, as one line at once: lines of runs that share
-/// a log stay whole, and a stranger who provokes many of them does not cost a write for each piece.
+/// Writes the pieces and a newline to standard error. A line of ordinary length is one write, so
+/// that runs that share a log do not interleave. A longer one would be split by a pipe anyway and
+/// is not put together first: a stranger may bring in texts of many megabytes.
 inline void diagnose(std::initializer_list<std::string_view> pieces) {
+  constexpr size_t kOrdinary = 4096;
   std::string line;
-  for (const std::string_view piece : pieces) line += piece;
+  for (const std::string_view piece : pieces) {
+    if (line.size() + piece.size() > kOrdinary) {
+      fwrite(line.data(), 1, line.size(), stderr);
+      fwrite(piece.data(), 1, piece.size(), stderr);
+      line.clear();
+    } else {
+      line += piece;
+    }
+  }
   line += '\n';
   fwrite(line.data(), 1, line.size(), stderr);
   fflush(stderr);

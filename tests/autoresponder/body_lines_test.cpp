@@ -1,12 +1,10 @@
 #include "autoresponder/body_lines.h"
 
-#include <iterator>
 #include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -14,104 +12,48 @@ using namespace std::string_view_literals;
 
 namespace {
 
-struct Text {
-  const char* name;
-  std::string_view text;
-  std::vector<std::string_view> want;
-};
-
-void PrintTo(const Text& row, std::ostream* out) {
-  *out << row.name;
+std::string text_of(const BodyLines& lines) {
+  std::string text;
+  lines.WriteTo([&text](std::string_view piece) {
+    text += piece;
+    return true;
+  });
+  return text;
 }
 
-class BodyLinesText : public testing::TestWithParam<Text> {};
-
-TEST_P(BodyLinesText, HasTheLines) {
-  const BodyLines lines{std::string(GetParam().text)};
-  EXPECT_EQ(std::vector<std::string_view>(lines.begin(), lines.end()), GetParam().want);
-  EXPECT_FALSE(lines.empty());
+std::shared_ptr<const std::string> shared(std::string text) {
+  return std::make_shared<const std::string>(std::move(text));
 }
-
-const Text kTexts[] = {
-    {"OneEmptyLineOfNothing", "", {""}},
-    {"OneLine", "text", {"text"}},
-    {"EmptyLastLine", "text\n", {"text", ""}},
-    {"TwoLines", "one\ntwo", {"one", "two"}},
-    {"NewlineAlone", "\n", {"", ""}},
-    {"EmptyLines", "\n\none\n\n\ntwo\n", {"", "", "one", "", "", "two", ""}},
-    {"CrsKept", "one\r\n\r\n", {"one\r", "\r", ""}},
-    {"NulsKept", "a\0b\n\0"sv, {"a\0b"sv, "\0"sv}},
-};
-
-INSTANTIATE_TEST_SUITE_P(Rows, BodyLinesText, testing::ValuesIn(kTexts));
 
 TEST(BodyLines, AreNoneAtFirst) {
   const BodyLines lines;
   EXPECT_TRUE(lines.empty());
-  EXPECT_TRUE(lines.begin() == lines.end());
+  EXPECT_EQ(text_of(lines), "");
 }
 
-TEST(BodyLines, CanBeWalkedAgain) {
-  const BodyLines lines("one\ntwo");
-  EXPECT_EQ(std::distance(lines.begin(), lines.end()), 2);
-  EXPECT_EQ(std::distance(lines.begin(), lines.end()), 2);
+TEST(BodyLines, AreOneOfAnEmptyText) {
+  EXPECT_FALSE(BodyLines("").empty());
+  EXPECT_EQ(text_of(BodyLines("")), "");
 }
 
 TEST(BodyLines, AreTheSameWhenMoved) {
   BodyLines lines;
   lines = BodyLines("one\ntwo");
   const BodyLines moved = std::move(lines);
-  EXPECT_EQ(std::vector<std::string_view>(moved.begin(), moved.end()),
-            (std::vector<std::string_view>{"one", "two"}));
+  EXPECT_EQ(text_of(moved), "one\ntwo");
 }
 
-TEST(BodyLines, KeepWhatTheirTextStandsIn) {
-  auto text = std::make_shared<const std::string>("head\none\ntwo");
-  const std::weak_ptr<const std::string> seen = text;
+TEST(BodyLines, KeepTheMemoryOfTheirText) {
+  std::weak_ptr<const std::string> watched;
   {
+    auto text = shared("skip\none\ntwo");
+    watched = text;
     const BodyLines lines(std::string_view(*text).substr(5), text);
     text.reset();
-    EXPECT_FALSE(seen.expired());
-    EXPECT_EQ(std::vector<std::string_view>(lines.begin(), lines.end()),
-              (std::vector<std::string_view>{"one", "two"}));
-    EXPECT_EQ(lines.FirstWith("head"), 0U);
+    EXPECT_FALSE(watched.expired());
+    EXPECT_EQ(text_of(lines), "one\ntwo");
   }
-  EXPECT_TRUE(seen.expired());
-}
-
-TEST(BodyLinesIterator, StepsBeforeAndAfterItsValue) {
-  const BodyLines lines("one\ntwo\nthree");
-  auto line = lines.begin();
-  EXPECT_EQ(*line++, "one");
-  EXPECT_EQ(*line, "two");
-  EXPECT_EQ(*++line, "three");
-  EXPECT_EQ(line->size(), 5U);
-  EXPECT_TRUE(++line == lines.end());
-}
-
-TEST(BodyLinesIterator, LeavesItsCopiesWhereTheyAre) {
-  const BodyLines lines("one\ntwo");
-  auto line = lines.begin();
-  const auto copy = line;
-  EXPECT_TRUE(line == copy);
-  ++line;
-  EXPECT_TRUE(line != copy);
-  EXPECT_EQ(*copy, "one");
-}
-
-TEST(BodyLinesIterator, TellsAnEmptyLastLineFromTheEnd) {
-  const BodyLines lines("one\n");
-  auto line = lines.begin();
-  ++line;
-  EXPECT_TRUE(line != lines.end());
-  EXPECT_EQ(*line, "");
-  ++line;
-  EXPECT_TRUE(line == lines.end());
-}
-
-TEST(BodyLines, AreWalkedByTheMillion) {
-  const BodyLines lines(std::string(1000000, '\n'));
-  EXPECT_EQ(std::distance(lines.begin(), lines.end()), 1000001);
+  EXPECT_TRUE(watched.expired());
 }
 
 struct Key {
@@ -165,6 +107,38 @@ TEST(BodyLines, AreSearchedInLinearTime) {
   EXPECT_EQ(lines.FirstWith(half + "b"), 0U);
   EXPECT_EQ(lines.FirstWith("b" + half), 0U);
   EXPECT_EQ(lines.FirstWith(half), 1U);
+}
+
+// Larger than what is searched at once, with the key wherever it can be in it.
+TEST(BodyLines, AreSearchedInAnotherCharset) {
+  const std::string umlaut = "\xC3\xBC";
+  for (const size_t before : {0, 1, 300, 65530, 65535, 65536, 65537, 131070, 200000}) {
+    for (const std::string ending : {"", "\nend"}) {
+      const auto text = shared(std::string(before, '\n') + "a\xFC\xFCz" + ending);
+      const BodyLines lines(*text, text, "ISO-8859-15");
+      SCOPED_TRACE(before);
+      EXPECT_EQ(lines.FirstWith("a" + umlaut), before + 1);
+      EXPECT_EQ(lines.FirstWith(umlaut + "z"), before + 1);
+      EXPECT_EQ(lines.FirstWith("end"), ending.empty() ? 0 : before + 2);
+      EXPECT_EQ(lines.FirstWith(umlaut + umlaut + umlaut), 0U);
+      EXPECT_EQ(lines.FirstWith(""), 1U);
+      EXPECT_EQ(lines.FirstWith("z\n"), 0U);
+    }
+  }
+}
+
+TEST(BodyLines, FindAKeyLongerThanWhatIsSearchedAtOnce) {
+  const std::string key(200000, 'k');
+  const auto text = shared("one\n\xE4" + key + "\nthree");
+  const BodyLines lines(*text, text, "KOI8-R");
+  EXPECT_EQ(lines.FirstWith(key), 2U);
+  EXPECT_EQ(lines.FirstWith(key + "k"), 0U);
+}
+
+TEST(BodyLines, AreSearchedInAnotherCharsetInLinearTime) {
+  const auto text = shared(std::string(2000000, 'a') + "\xE4");
+  const BodyLines lines(*text, text, "KOI8-R");
+  EXPECT_EQ(lines.FirstWith(std::string(100000, 'a') + "b"), 0U);
 }
 
 }  // namespace

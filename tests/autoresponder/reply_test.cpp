@@ -66,7 +66,7 @@ TEST_P(ReplySubject, Is) {
   IncomingMessage message;
   message.subject = GetParam().incoming;
   message.sender = "otto@customer.example";
-  EXPECT_EQ(reply_subject(rule, message), GetParam().want);
+  EXPECT_EQ(reply_subject(rule, message).Whole(), GetParam().want);
 }
 
 constexpr Subject kSubjects[] = {
@@ -98,7 +98,7 @@ std::string filled(const std::string& subject_template, const std::string& incom
   rule.subject = subject_template;
   IncomingMessage message;
   message.subject = incoming;
-  return reply_subject(rule, message);
+  return reply_subject(rule, message).Whole();
 }
 
 TEST(ReplySubject, IsCutWhereATemplateWasFilled) {

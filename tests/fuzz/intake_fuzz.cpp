@@ -116,29 +116,33 @@ std::string in_utf8(const TextPart& text) {
   }
 }
 
+// The number of the line in which `key` is first, counted line by line.
+size_t first_line_with(const std::string& text, const std::string& key) {
+  size_t number = 1;
+  for (size_t start = 0;; ++number) {
+    const size_t end = text.find('\n', start);
+    if (text.substr(start, end - start).find(key) != std::string::npos) return number;
+    if (end == std::string::npos) return 0;
+    start = end + 1;
+  }
+}
+
 void check_lines(const BodyLines& lines, const TextPart& text) {
   std::string joined;
-  size_t count = 0;
-  for (const std::string_view line : lines) {
-    require(line.find('\n') == std::string_view::npos, "a line holds no newline");
-    if (count > 0) joined += '\n';
-    joined += line;
-    ++count;
-  }
-  require(count > 0, "a body has a line at least");
+  lines.WriteTo([&joined](std::string_view piece) {
+    joined += piece;
+    return true;
+  });
+  require(!lines.empty(), "a body has a line at least");
   require(joined == in_utf8(text), "the lines are the text");
   require(lines.FirstWith("") == 1, "an empty key is in every line");
   require(lines.FirstWith("\n") == 0, "no key stands in two lines");
   // Some key from the text itself, and the same one made to be in no line by chance.
-  const std::string key = joined.substr(joined.size() / 3, 5);
+  std::string key = joined.substr(joined.size() / 3, 5);
+  key = key.substr(0, key.find('\n'));
   for (const std::string& wanted : {key, key + "~"}) {
-    size_t number = 0;
-    size_t first = 0;
-    for (const std::string_view line : lines) {
-      ++number;
-      if (first == 0 && line.find(wanted) != std::string_view::npos) first = number;
-    }
-    require(lines.FirstWith(wanted) == first, "a key is found in its first line");
+    require(lines.FirstWith(wanted) == first_line_with(joined, wanted),
+            "a key is found in its first line");
   }
 }
 
