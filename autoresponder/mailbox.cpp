@@ -51,6 +51,12 @@ EscapedRecipient escape_recipient(const IncomingMessage& message) {
   return recipient;
 }
 
+EscapedRecipient for_server(PanelDatabase& database, const IncomingMessage& message,
+                            EscapedRecipient recipient) {
+  return {database.ForServer(message.recipient_domain, std::move(recipient.domain)),
+          database.ForServer(message.recipient_mailname, std::move(recipient.mail_name))};
+}
+
 std::optional<FoundMailbox> find_mailbox(PanelDatabase& database,
                                          const EscapedRecipient& recipient) {
   for (const Lookup& lookup : kLookups) {

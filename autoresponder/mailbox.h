@@ -23,6 +23,10 @@ struct EscapedRecipient {
 /// Escapes both halves; without memory the run ends with its diagnostic and status 0.
 EscapedRecipient escape_recipient(const IncomingMessage& message);
 
+/// Both halves again, as the server reads them.
+EscapedRecipient for_server(PanelDatabase& database, const IncomingMessage& message,
+                            EscapedRecipient recipient);
+
 /// The ways in which an address can name a mailbox, in the order in which they are tried.
 enum class MailboxLookup { kMailName, kAlias, kDomainAlias, kAliasAndDomainAlias };
 

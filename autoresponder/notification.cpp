@@ -1,5 +1,7 @@
 #include "autoresponder/notification.h"
 
+#include <utility>
+
 #include "autoresponder/pipe_stream.h"
 #include "autoresponder/sendmail.h"
 #include "support/base/diagnose.h"
@@ -13,8 +15,9 @@ constexpr const char* kLastResortSender = "root@localhost";
 // Without a sender yet. Nothing when the owner is unknown, which has been reported, or has no
 // address.
 std::optional<Notification> find_owner(PanelDatabase& database, const std::string& domain) {
-  const EscapedText escaped = escape_without_connection(domain);
+  EscapedText escaped = escape_without_connection(domain);
   if (!escaped) return std::nullopt;
+  escaped = database.ForServer(domain, std::move(escaped));
   std::optional<Rows> rows = database.TryQuery(
       joined({"select c.email, c.pname, c.login from clients c, domains d where d.cl_id=c.id and "
               "d.name='",

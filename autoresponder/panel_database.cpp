@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "autoresponder/process.h"
 #include "autoresponder/temporary_files.h"
@@ -45,6 +46,11 @@ void PanelDatabase::Execute(const std::string& statement) {
 
 EscapedText PanelDatabase::Escape(const std::string& text) {
   return EscapedText(sql_escape(handle(), text.c_str()));
+}
+
+EscapedText PanelDatabase::ForServer(const std::string& text, EscapedText escaped) {
+  const bool reads_backslashes = Escape("\\").view() == "\\\\";
+  return reads_backslashes ? std::move(escaped) : Escape(text);
 }
 
 EscapedText escape_without_connection(const std::string& text) {

@@ -71,6 +71,11 @@ class PanelDatabase {
   /// `text` (up to its first NUL) escaped.
   EscapedText Escape(const std::string& text);
 
+  /// `text`, which is `escaped` already without a connection, as this server reads it. That is the
+  /// same text, unless the server's mode NO_BACKSLASH_ESCAPES makes a backslash a plain character:
+  /// escaped without knowing of it, a quote in `text` would end the literal.
+  EscapedText ForServer(const std::string& text, EscapedText escaped);
+
   /// The client library's words for the last failure.
   const char* error() { return mysql_error(connection_.get()); }
 

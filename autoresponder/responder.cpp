@@ -1,5 +1,7 @@
 #include "autoresponder/responder.h"
 
+#include <utility>
+
 #include "autoresponder/forwarding.h"
 #include "autoresponder/frequency_limiter.h"
 #include "autoresponder/mailbox.h"
@@ -25,8 +27,9 @@ void answer(PanelDatabase& database, const ResponderRule& rule, const MailboxRef
 }  // namespace
 
 void run_responder(const IncomingMessage& message) {
-  const EscapedRecipient recipient = escape_recipient(message);
+  EscapedRecipient recipient = escape_recipient(message);
   PanelDatabase database;
+  recipient = for_server(database, message, std::move(recipient));
   const MailboxRef mailbox = resolve_mailbox(database, recipient, message);
   Rows rules = database.Query(rules_query(mailbox.id));
   while (const Row row = rules.Next()) {

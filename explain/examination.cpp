@@ -100,8 +100,9 @@ Reason reason_of(const std::vector<RuleExplanation>& rules) {
 }
 
 Reason examine_panel(const Options& options, Explanation& explanation) {
-  const EscapedRecipient recipient = escape_recipient(explanation.message);
+  EscapedRecipient recipient = escape_recipient(explanation.message);
   PanelDatabase database(stop);
+  recipient = for_server(database, explanation.message, std::move(recipient));
   // So that the server holds us to it, where it is new enough to know the statement. No transaction
   // stays open that others would have to wait for.
   database.TryQuery("set session transaction read only");
