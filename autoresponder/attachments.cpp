@@ -4,6 +4,7 @@
 
 #include "autoresponder/temporary_files.h"
 #include "mime/header_encode.h"
+#include "support/base/diagnose.h"
 #include "support/conf.h"
 #include "support/strings.h"
 
@@ -27,16 +28,38 @@ void add_steps(ShellCommand& command, const Attachment& attachment, const std::s
   command.Text("' | sed -e '1d;$d' >>").Text(response_file_path).Text(" ; echo ; ");
 }
 
+// A pipe would be waited for, and a device may have no end. A directory is read as empty.
+bool has_an_end(const struct stat& status) {
+  return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
+}
+
 void look_for(const std::string& filename, const std::string& store, AttachmentList& attachments) {
   std::string untrimmed = filename;
   const std::string name = str_trim(untrimmed.data());
   const std::string path = store + "/" + name;
   struct stat status {};
-  if (stat(path.c_str(), &status) == 0) {
+  if (stat(path.c_str(), &status) != 0) {
+    attachments.missing.push_back(name);
+  } else if (has_an_end(status)) {
     attachments.found.push_back({name, path, status.st_size});
   } else {
-    attachments.missing.push_back(name);
+    diagnose({"autoresponder: no plain file, attached empty: ", path});
+    attachments.found.push_back({name, "/dev/null", 0});
   }
+}
+
+// More than the files can become in base64. One that grows meanwhile, or was replaced by something
+// without an end, neither fills the disk nor holds up the delivery for ever.
+WriterLimits limits_for(const std::vector<Attachment>& found) {
+  WriterLimits limits{uint64_t{16} << 20, std::chrono::minutes(10)};
+  struct stat status {};
+  if (stat(response_file_path, &status) == 0) {
+    limits.file_size += static_cast<uint64_t>(status.st_size);
+  }
+  for (const Attachment& attachment : found) {
+    limits.file_size += 2 * static_cast<uint64_t>(attachment.size) + 4096;
+  }
+  return limits;
 }
 
 }  // namespace
@@ -61,5 +84,6 @@ ShellCommand attachment_command(const std::vector<Attachment>& found, const std:
 }
 
 void append_attachments(const std::vector<Attachment>& found, const std::string& boundary) {
-  if (!found.empty()) hand_to_shell(attachment_command(found, boundary), ShellUse::kWriteFile);
+  if (found.empty()) return;
+  hand_to_shell(attachment_command(found, boundary), ShellUse::kWriteFile, limits_for(found));
 }

@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 
-#include "autoresponder/termination.h"
 #include "support/base/diagnose.h"
 
 ShellCommand& ShellCommand::Text(std::string_view text) {
@@ -23,7 +22,7 @@ void run(const std::string& line) {
 
 }  // namespace
 
-ShellOutcome hand_to_shell(const ShellCommand& command, ShellUse use) {
+ShellOutcome hand_to_shell(const ShellCommand& command, ShellUse use, const WriterLimits& limits) {
   if (const auto& value = command.escaping_value()) {
     diagnose({"autoresponder: refused to run a command with a quote in: ", *value});
     return {true, nullptr};
@@ -34,7 +33,9 @@ ShellOutcome hand_to_shell(const ShellCommand& command, ShellUse use) {
       run(line);
       break;
     case ShellUse::kWriteFile:
-      run_file_writer([&line] { run(line); });
+      if (!run_file_writer([&line] { run(line); }, limits)) {
+        diagnose({"autoresponder: ended a command that took too long: ", line});
+      }
       break;
     case ShellUse::kReadFromUs:
       return {false, popen(line.c_str(), "w")};

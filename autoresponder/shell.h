@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "autoresponder/termination.h"
+
 /// A shell command line under construction: fixed texts, and values that they put between single
 /// quotes.
 class ShellCommand {
@@ -38,6 +40,9 @@ struct ShellOutcome {
 
 /// The only way to the shell. A command with a value that holds a single quote never gets there:
 /// one line on standard error says so. The status of a command is not looked at.
-ShellOutcome hand_to_shell(const ShellCommand& command, ShellUse use);
+///
+/// `limits`: for kWriteFile; a command that is ended because its time is over is reported.
+ShellOutcome hand_to_shell(const ShellCommand& command, ShellUse use,
+                           const WriterLimits& limits = {});
 
 #endif

@@ -1,10 +1,12 @@
 #include "autoresponder/termination.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -91,25 +93,73 @@ bool is_handled(int signal) {
   return action.sa_handler == end_run_by || action.sa_handler == end_writers_by;
 }
 
-[[noreturn]] void be_writer(const std::function<void()>& write, const SignalBlock& block) {
+void limit_file_size(uint64_t bytes) {
+  rlimit size{bytes, bytes};
+  struct rlimit now {};
+  if (getrlimit(RLIMIT_FSIZE, &now) == 0) size.rlim_cur = std::min(size.rlim_cur, now.rlim_cur);
+  size.rlim_max = size.rlim_cur;
+  setrlimit(RLIMIT_FSIZE, &size);
+  const rlimit none{0, 0};  // what is cut off there must not leave a core file
+  setrlimit(RLIMIT_CORE, &none);
+}
+
+[[noreturn]] void be_writer(const std::function<void()>& write, const WriterLimits& limits,
+                            const SignalBlock& block) {
   setpgid(0, 0);
   for (const int signal : kSignals) {
     if (is_handled(signal)) ::signal(signal, SIG_DFL);
   }
   block.Release();
+  limit_file_size(limits.file_size);
   write();
   _exit(0);
 }
 
-pid_t start_writer(const std::function<void()>& write) {
+pid_t start_writer(const std::function<void()>& write, const WriterLimits& limits) {
   const SignalBlock block;
   const pid_t writer = fork();
-  if (writer == 0) be_writer(write, block);
+  if (writer == 0) be_writer(write, limits, block);
   if (writer > 0) {
     setpgid(writer, writer);
     writer_group = writer;
   }
   return writer;
+}
+
+// Holds SIGCHLD back, so that one that comes before it is waited for is not lost.
+class ChildSignal {
+ public:
+  ChildSignal() {
+    sigemptyset(&set_);
+    sigaddset(&set_, SIGCHLD);
+    sigprocmask(SIG_BLOCK, &set_, &before_);
+  }
+  ~ChildSignal() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+  ChildSignal(const ChildSignal&) = delete;
+  ChildSignal& operator=(const ChildSignal&) = delete;
+
+  void WaitUntil(std::chrono::steady_clock::time_point end) const {
+    using std::chrono::nanoseconds;
+    const nanoseconds left = end - std::chrono::steady_clock::now();
+    if (left <= nanoseconds::zero()) return;
+    const timespec timeout{static_cast<time_t>(left.count() / 1000000000),
+                           left.count() % 1000000000};
+    sigtimedwait(&set_, nullptr, &timeout);
+  }
+
+ private:
+  sigset_t set_{};
+  sigset_t before_{};
+};
+
+// Whether the process ended before its time was over.
+bool ended_in_time(pid_t writer, const ChildSignal& child, std::chrono::seconds time) {
+  const auto end = std::chrono::steady_clock::now() + time;
+  for (;;) {
+    if (waitpid(writer, nullptr, WNOHANG) != 0) return true;
+    if (std::chrono::steady_clock::now() >= end) return false;
+    child.WaitUntil(end);
+  }
 }
 
 }  // namespace
@@ -123,10 +173,12 @@ void end_writers_on_termination() {
   handle_termination_signals(end_writers_by);
 }
 
-void run_file_writer(const std::function<void()>& write) {
-  const pid_t writer = start_writer(write);
-  if (writer < 0) return;
-  while (waitpid(writer, nullptr, 0) < 0 && errno == EINTR) {
-  }
+bool run_file_writer(const std::function<void()>& write, const WriterLimits& limits) {
+  const ChildSignal child;
+  const pid_t writer = start_writer(write, limits);
+  if (writer < 0) return true;
+  const bool in_time = ended_in_time(writer, child, limits.time);
+  if (!in_time) end_writers();
   writer_group = 0;
+  return in_time;
 }

@@ -1,6 +1,5 @@
 #include "explain/rule_examination.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "autoresponder/delivery.h"
@@ -51,21 +50,10 @@ bool has_ascii_form(const std::string& address) {
   return OwnedText(idn_toascii(address.c_str())) != nullptr;
 }
 
-// Reading a pipe or a device may take something away from it, or never end.
-void require_files(const std::vector<Attachment>& found) {
-  for (const Attachment& attachment : found) {
-    struct stat status {};
-    const bool is_gone = stat(attachment.path.c_str(), &status) != 0;
-    if (is_gone || S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)) continue;
-    throw CannotTell(Reason::kReplyNotBuilt, "Not a plain file: " + attachment.path);
-  }
-}
-
 // The reply as the run builds it, by the run's own functions.
 ReplyFacts build_reply(const RuleExplanation& facts, const IncomingMessage& message,
                        const std::string& boundary, bool whole) {
   const std::vector<Attachment>& found = facts.attachments.found;
-  require_files(found);
   ReplyFacts reply;
   reply.subject = reply_subject(facts.rule, message).Whole();
   reply.limit = size_limit();

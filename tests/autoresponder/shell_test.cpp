@@ -188,6 +188,29 @@ TEST_P(HandToShellWithoutPipe, GivesNoPipe) {
   EXPECT_EQ(hand_to_shell(ShellCommand().Text("true"), GetParam().use).pipe, nullptr);
 }
 
+using HandToShellToWriteAFile = HandToShell;
+
+TEST_P(HandToShellToWriteAFile, EndsACommandWhoseTimeIsOver) {
+  ShellCommand command;
+  command.Text("(sleep 100; echo late > '").Value(Path("out")).Text("') & sleep 100");
+  testing::internal::CaptureStderr();
+  hand_to_shell(command, GetParam().use, {1000, std::chrono::seconds(1)});
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "autoresponder: ended a command that took too long: " + command.line() + "\n");
+  EXPECT_EQ(Content("out"), "");
+}
+
+TEST_P(HandToShellToWriteAFile, CutsAFileThatIsTooLarge) {
+  ShellCommand command;
+  command.Text("head -c 5000 /dev/zero > '").Value(Path("out")).Text("'; true");
+  testing::internal::CaptureStderr();
+  hand_to_shell(command, GetParam().use, {1000, std::chrono::seconds(10)});
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(Content("out").size(), 1000U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Uses, HandToShellToWriteAFile, testing::Values(kUses[1]));
+
 INSTANTIATE_TEST_SUITE_P(Uses, HandToShellWithoutPipe, testing::Values(kUses[0], kUses[1]));
 
 }  // namespace

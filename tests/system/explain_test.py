@@ -480,9 +480,8 @@ def test_does_not_read_from_a_pipe_among_the_attachments(panel):
     pipe.unlink()
     os.mkfifo(pipe)
     result = panel.explain(message(), "--json")
-    assert (result.status, result.answer()["reason"]) == (2, "reply_not_built")
-    assert result.answer()["trouble"] == f"Not a plain file: {pipe}"
-    assert result.err.decode() == f"autoresponder-explain: Not a plain file: {pipe}\n"
+    assert (result.status, result.answer()["reason"]) == (0, "rule_replies")
+    assert result.err.decode() == f"autoresponder: no plain file, attached empty: {pipe}\n"
 
 
 def test_shows_diagnostics_as_text(panel):
