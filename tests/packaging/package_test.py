@@ -7,6 +7,7 @@ import shutil
 import stat
 import subprocess
 import sys
+import time
 from pathlib import Path
 
 import pytest
@@ -179,6 +180,30 @@ def test_the_configuration_is_left_alone(group):
                  ("--remove", NAME), ("--purge", NAME)):
         dpkg(*step)
         assert files("/etc/kem") == before
+
+
+def test_what_aborted_runs_left_is_removed_after_a_day(group):
+    dpkg("--install", str(PACKAGE))
+    left = {"kem-autoresponder-Ab3dEf", "kem-response-uu-Ab3dEf"}
+    others = {"k", "ke", "kem", "kema-x", "kez", "kxm-", "other", ".hidden", ".kem-x"}
+    for name in left | others:
+        Path("/tmp", name).write_text("x")
+    rule = Path(f"/usr/lib/tmpfiles.d/{NAME}.conf").read_text()
+    clean = Path("/run/tmpfiles.conf")
+    try:
+        clean.write_text(rule)
+        shell("systemd-tmpfiles", "--clean", str(clean))
+        assert left | others <= set(os.listdir("/tmp"))
+        # Nothing can be made a day old: its status changes now.
+        assert rule.count(" 1d\n") == 1
+        clean.write_text(rule.replace(" 1d\n", " 1s\n"))
+        time.sleep(2)
+        shell("systemd-tmpfiles", "--clean", str(clean))
+        assert set(os.listdir("/tmp")) & (left | others) == others
+    finally:
+        for name in (left | others) & set(os.listdir("/tmp")):
+            Path("/tmp", name).unlink()
+        clean.unlink()
 
 
 @pytest.fixture
