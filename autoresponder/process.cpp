@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <initializer_list>
+#include <malloc.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
@@ -100,6 +101,11 @@ void reset_signals() {
   sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
+// By itself the C library stops giving large blocks back once the first was freed.
+void give_large_blocks_back() {
+  mallopt(M_MMAP_THRESHOLD, 256 << 10);
+}
+
 }  // namespace
 
 void ignore_signal(int /*signal*/) {}
@@ -113,6 +119,7 @@ void survive_failing_writes() {
 
 void prepare_process() {
   const int saved_errno = errno;
+  give_large_blocks_back();
   open_standard_descriptors();
   stop_timers();
   reset_signals();

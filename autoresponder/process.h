@@ -3,6 +3,7 @@
 
 /// Makes the process fit for a run, whoever started it and however:
 ///
+/// - memory of large texts goes back to the system when it is freed;
 /// - the three standard descriptors are open, so that no file of ours gets the number of one;
 /// - no signal is blocked and no timer runs; a signal that the caller ignored does nothing to the
 ///   run, but commands start with its default action;

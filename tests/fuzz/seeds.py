@@ -50,6 +50,12 @@ def corpus(messages):
         yield "charset", choices + b"\0A\xffB\xc3"
     yield "charset", b"\1ISO-2022-JP\0\1UTF-8//TRANSLIT\0\0\x1b$B$\"\x1b(B"
 
+    # Each charset of the C library, with the kinds of bytes that some of them hold back or let grow.
+    for number in range(1200):
+        for piece in b"\x82\xf9|", b"\xaa\x87", b"\x1b$)A\x0e!", "ä日".encode():
+            yield "charset_cost", number.to_bytes(2, "big") + b"\xff" + piece
+    yield "charset_cost", b"\xff\xffUTF-8//" + 4000 * b",x" + b"\0\xfftext"
+
     for text in ["Re: Grüße", " x-y", "Hello world", "a=?b?=", "tab\there", ""]:
         yield "header_encode", b"\0" + text.encode()
         yield "header_encode", b"\xff" + 40 * text.encode()

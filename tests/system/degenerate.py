@@ -40,7 +40,7 @@ WORST_BYTES = {
     "SHIFT_JISX0213": b"\x82\xf9|", "EUC-JISX0213": b"\xa4\xd7|", "TCVN5712-1": b"\xb0A",
     "IBM1390": b"\x42", "UTF-7": b"+AOQ-", "ISO-2022-JP": b"\x1b$B$\"\x1b(B",
     "ISO-2022-CN-EXT": b"\x1b$)A", "GB18030": b"\x81\x30\x81\x30", "UTF-16": b"\x01\x30",
-    "JAVA": b"\\u20ac", "UTF-8": b"\xff", "US-ASCII": b"\xff", "ISO-8859-1": b"\xff",
+    "UTF-8": b"\xff", "US-ASCII": b"\xff", "ISO-8859-1": b"\xff",
 }
 
 # Some that need loading.

@@ -1,0 +1,124 @@
+// What a conversion costs, for any charset that the C library knows and any bytes: time and memory
+// in proportion to the text.
+//
+// An input is: two bytes that choose a name from the list of `iconv -l` (beyond its end the name
+// itself follows, up to a NUL), how often the text is repeated, and the text.
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <malloc.h>
+#include <new>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "fuzz.h"
+#include "mime/charset.h"
+#include "support/base/ex_error.h"
+
+namespace {
+
+size_t allocated = 0;
+size_t most_allocated = 0;
+
+void* allocate(size_t size) {
+  void* const memory = malloc(size);
+  if (memory == nullptr) abort();
+  allocated += malloc_usable_size(memory);
+  most_allocated = std::max(most_allocated, allocated);
+  return memory;
+}
+
+void release(void* memory) {
+  allocated -= malloc_usable_size(memory);
+  free(memory);
+}
+
+}  // namespace
+
+void* operator new(size_t size) {
+  return allocate(size);
+}
+void operator delete(void* memory) noexcept {
+  release(memory);
+}
+void operator delete(void* memory, size_t /*size*/) noexcept {
+  release(memory);
+}
+
+namespace {
+
+constexpr size_t kLongest = 20000;
+// No character of these charsets takes more bytes in UTF-8, for each byte that it takes in them.
+constexpr size_t kMostGrowth = 16;
+// Two pieces of the result, the result, and what is small.
+constexpr size_t kMemoryTimes = 2 * kMostGrowth + 4;
+constexpr size_t kFewBytes = 20000;
+// Many times what it takes under the sanitizers.
+constexpr double kSecondsPerByte = 0.0001;
+constexpr double kFewSeconds = 0.5;
+
+std::vector<std::string> read_names() {
+  std::vector<std::string> names;
+  FILE* const list = popen("iconv -l", "r");
+  std::string name;
+  for (int c = getc(list); c != EOF; c = getc(list)) {
+    const bool ends = c == '/' || c == ',' || c == ' ' || c == '\n';
+    if (!ends) name += static_cast<char>(c);
+    if (ends && !name.empty()) names.push_back(std::move(name));
+    if (ends) name.clear();
+  }
+  pclose(list);
+  require(names.size() > 100, "the C library lists its charsets");
+  return names;
+}
+
+std::string charset_name(Input& input) {
+  static const std::vector<std::string> names = read_names();
+  const size_t number = 256 * input.Byte() + input.Byte();
+  return number < names.size() ? names[number] : input.UpTo('\0');
+}
+
+double seconds() {
+  return static_cast<double>(clock()) / CLOCKS_PER_SEC;
+}
+
+// Calls `work` on a text of `size` bytes and looks at what that cost.
+template <class Work>
+void require_proportion(size_t size, Work work) {
+  const size_t allocated_before = allocated;
+  most_allocated = allocated;
+  const double start = seconds();
+  work();
+  require(seconds() - start <= kSecondsPerByte * static_cast<double>(size) + kFewSeconds,
+          "time grows with the text");
+  require(most_allocated - allocated_before <= kMemoryTimes * size + kFewBytes,
+          "memory grows with the text");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  Input input(data, size);
+  const std::string charset = charset_name(input);
+  const unsigned repeats = 4 * input.Byte() + 1;
+  const std::string once = input.Rest();
+  std::string text;
+  for (unsigned i = 0; i < repeats && text.size() <= kLongest; ++i) text += once;
+
+  require_proportion(text.size() + charset.size(), [&] {
+    try {
+      const std::string converted = convert_charset(text, charset, "UTF-8", true);
+      require(converted.size() <= kMostGrowth * text.size(), "a text grows so far and no further");
+    } catch (const quern::ExError&) {
+    }
+  });
+  require_proportion(text.size() + charset.size(), [&] {
+    try {
+      convert_charset(text, "UTF-8", charset, true);
+    } catch (const quern::ExError&) {
+    }
+  });
+  return 0;
+}

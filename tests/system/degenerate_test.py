@@ -1,0 +1,76 @@
+"""What a message costs grows no faster than the message, whatever is in it: each degenerate kind runs at
+two sizes."""
+
+import re
+import subprocess
+from pathlib import Path
+
+import pytest
+
+from conftest import OPTIMISED, RECIPIENT, SANITIZED, message
+from degenerate import CHARSETS, KINDS, WORST_BYTES
+
+SMALL = (2 if OPTIMISED else 1) * 1000000
+GROWTH = 4
+INPUT = Path("/run/panel/input")
+
+# A small process that runs a program and tells its peak memory (KiB), its processor time and its end:
+# as a child of the tests themselves it would be charged with what they hold.
+MEASURE = """
+import os, sys
+pid = os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ)
+_, status, usage = os.wait4(pid, 0)
+print(usage.ru_maxrss, usage.ru_utime + usage.ru_stime, os.waitstatus_to_exitcode(status),
+      file=sys.stderr)
+"""
+
+# How many times its size a message may take in memory, beyond what a small one takes. A sender is
+# held with the statement that names it, and escaped. A subject is held as it was and as it is in UTF-8,
+# where a character may take many times as many bytes.
+MOST_MEMORY = {
+    "quoted backslashes": 5.2, "sender of quotes": 5.2, "long sender": 3.2, "sender of words": 3.2,
+    "sender of labels": 3.2, "charset suffixes in a word": 3.2, "word in TSCII": 9,
+    "word in IBM437": 4.3, "word in windows-1252": 4.3, "word in IBM1390": 4.3,
+    "word in SHIFT_JISX0213": 3.8, "word in ISO-8859-1": 3.6, "word in EUC-JISX0213": 3.1,
+    "word in UTF-16": 3.2,
+}
+
+
+def cost(panel, text):
+    """Bytes of memory and seconds that the program takes for a message; it must answer in order."""
+    INPUT.write_bytes(text)
+    with open(INPUT, "rb") as stdin:
+        err = subprocess.run(
+            ["/usr/bin/python3", "-S", "-c", MEASURE, panel.program], stdin=stdin,
+            stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, timeout=120,
+            env={"PATH": "/usr/bin:/bin", "RECIPIENT": RECIPIENT}).stderr
+    INPUT.unlink()
+    panel.sql("delete from resp_freq")
+    kib, seconds, status = err.splitlines()[-1].split()
+    assert int(status) == 0
+    return int(kib) * 1024, float(seconds)
+
+
+@pytest.fixture
+def rules(panel):
+    """One rule that answers everything, and one that searches the body for what is not there."""
+    panel.rule()
+    panel.rule(key_where="body", keystr="nowhere to be found")
+    panel.base = cost(panel, message())[0]
+    return panel
+
+
+@pytest.mark.parametrize("kind", KINDS)
+def test_costs_grow_no_faster_than_the_message(rules, kind):
+    small, large = (cost(rules, KINDS[kind](size)) for size in (SMALL, GROWTH * SMALL))
+    if SANITIZED:
+        return  # the sanitizers' own costs are in the way; that the run ends is what counts
+    size = GROWTH * SMALL
+    assert large[0] <= rules.base + MOST_MEMORY.get(kind, 3) * size + (2 << 20)
+    assert large[1] <= 1.5 * GROWTH * small[1] + 0.3
+
+
+def test_the_charsets_are_known():
+    listed = subprocess.run(["iconv", "-l"], check=True, capture_output=True, text=True).stdout
+    known = {name.upper() for name in re.split(r"[/,\s]+", listed)}
+    assert {name.upper() for name in [*WORST_BYTES, *CHARSETS]} <= known
