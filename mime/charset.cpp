@@ -88,7 +88,7 @@ class Progress {
 
   // Converts a piece; false when the conversion cannot go on.
   bool Advance(Converter& converter) {
-    const std::string_view piece = text_.substr(0, Converter::kMostInput);
+    const std::string_view piece = text_.substr(0, converter.MostInput());
     const Converter::Step step = converter.Convert(piece, buffer_);
     text_.remove_prefix(step.consumed);
     Write(step.output);

@@ -10,6 +10,12 @@ iconv_t not_open() {
   return reinterpret_cast<iconv_t>(-1);  // NOLINT
 }
 
+constexpr size_t kPiece = 300;
+
+bool has_suffix(const std::string& name) {
+  return name.find('/') != std::string::npos;
+}
+
 iconv_t open(const std::string& to, const std::string& from) {
   if (to.size() > kLongestCharsetName || from.size() > kLongestCharsetName) return not_open();
   return iconv_open(to.c_str(), from.c_str());
@@ -17,15 +23,12 @@ iconv_t open(const std::string& to, const std::string& from) {
 
 }  // namespace
 
-Converter::Converter(const std::string& to, const std::string& from) : handle_(open(to, from)) {}
+Converter::Converter(const std::string& to, const std::string& from)
+    : handle_(open(to, from)),
+      most_input_(has_suffix(to) || has_suffix(from) ? std::string::npos : kPiece) {}
 
 Converter::Converter(Converter&& other) noexcept
-    : handle_(std::exchange(other.handle_, not_open())) {}
-
-Converter& Converter::operator=(Converter&& other) noexcept {
-  std::swap(handle_, other.handle_);
-  return *this;
-}
+    : handle_(std::exchange(other.handle_, not_open())), most_input_(other.most_input_) {}
 
 bool Converter::IsOpen() const {
   return handle_ != not_open();

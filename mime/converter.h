@@ -20,7 +20,6 @@ class Converter {
   Converter(const Converter&) = delete;
   Converter& operator=(const Converter&) = delete;
   Converter(Converter&& other) noexcept;
-  Converter& operator=(Converter&& other) noexcept;
 
   /// False where one of the names is unknown.
   bool IsOpen() const;
@@ -33,9 +32,10 @@ class Converter {
   };
 
   /// How much text a step should get at most, in bytes. What it becomes fits into the output buffer
-  /// even where each byte becomes twelve. In this C library a full buffer is not only slow: some
-  /// converters never come out of it.
-  static constexpr size_t kMostInput = 300;
+  /// even where each byte becomes twelve, because in this C library some converters never come out
+  /// of a full one. With a suffix such as "//IGNORE" it is all of the text: what iconv then does
+  /// with invalid bytes depends on where a step ends, and is to stay as it always was.
+  size_t MostInput() const { return most_input_; }
 
   /// The output of one step.
   using Buffer = char[4096];
@@ -48,6 +48,7 @@ class Converter {
 
  private:
   iconv_t handle_;
+  size_t most_input_;
 };
 
 #endif

@@ -37,13 +37,29 @@ void release(void* memory) {
 
 }  // namespace
 
+// Every form, or the sanitizer's own would meet ours.
 void* operator new(size_t size) {
+  return allocate(size);
+}
+void* operator new[](size_t size) {
+  return allocate(size);
+}
+void* operator new(size_t size, const std::nothrow_t& /*nothrow*/) noexcept {
+  return allocate(size);
+}
+void* operator new[](size_t size, const std::nothrow_t& /*nothrow*/) noexcept {
   return allocate(size);
 }
 void operator delete(void* memory) noexcept {
   release(memory);
 }
+void operator delete[](void* memory) noexcept {
+  release(memory);
+}
 void operator delete(void* memory, size_t /*size*/) noexcept {
+  release(memory);
+}
+void operator delete[](void* memory, size_t /*size*/) noexcept {
   release(memory);
 }
 

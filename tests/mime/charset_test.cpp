@@ -202,6 +202,17 @@ TEST(Charset, IsTheSameWhereverAPieceEnds) {
   }
 }
 
+TEST(Charset, DropsWithASuffixWhatIconvDrops) {
+  for (const char* charset : {"KOI8-R//IGNORE", "UTF-8//IGNORE", "ISO-8859-1//TRANSLIT"}) {
+    for (const size_t length : {100, 1000, 5000, 20000}) {
+      const std::string text = times(length, "a\xC3\xBC\xE2\x82\xAC\xFF");
+      SCOPED_TRACE(testing::Message() << charset << " " << length);
+      EXPECT_EQ(convert_charset(text, "UTF-8", charset, true),
+                convert_by_iconv(text, "UTF-8", charset, true));
+    }
+  }
+}
+
 TEST(Charset, StopsWhereTheReceiverWantsNoMore) {
   for (const char* from : {"UTF-8", "ISO-8859-1", "KOI8-R"}) {
     int pieces = 0;

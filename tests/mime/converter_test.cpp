@@ -79,6 +79,12 @@ TEST(Converter, TellsHowFarAStepCame) {
   EXPECT_EQ(cut.output, "ab");
 }
 
+TEST(Converter, TakesLittleTextAtOnceUnlessANameHasASuffix) {
+  EXPECT_EQ(Converter("UTF-8", "KOI8-R").MostInput(), 300U);
+  EXPECT_EQ(Converter("UTF-8", "KOI8-R//IGNORE").MostInput(), std::string::npos);
+  EXPECT_EQ(Converter("KOI8-R//", "UTF-8").MostInput(), std::string::npos);
+}
+
 TEST(Converter, IsClosedOnce) {
   const int before = iconv_spy.open;
   {

@@ -78,6 +78,10 @@ KINDS = {
     "charset name": lambda size: HEAD + TEXT + times(b"x", size) + b"\n\nbody\n",
     "charset suffixes": lambda size: HEAD + TEXT + b'"UTF-8//' + times(b",x", size) + b'"\n\nbody\n',
     "charset suffixes in a word": lambda size: subject(b"=?UTF-8//" + times(b",x", size) + b"?Q?a?="),
+    "suffix that ignores errors": lambda size: body('"UTF-8//IGNORE"', b"a\xff", size),
+    "characters held back, with a suffix": lambda size:
+    body('"SHIFT_JISX0213//TRANSLIT"', b"\x82\xf9|", size),
+    "word with bad base64": lambda size: subject(b"=?utf-8?B?" + times(b"*", size // 20) + b"?="),
     "bad base64": lambda size: HEAD + b"Content-Transfer-Encoding: base64\n\n" + times(b"*\n", size),
     "bad quoted-printable": lambda size: HEAD + b"Content-Transfer-Encoding: quoted-printable\n\n"
     + times(b"=", size),
