@@ -6,6 +6,7 @@
 
 #include "explain/printable.h"
 #include "explain/wording.h"
+#include "support/base/joined.h"
 
 namespace {
 
@@ -42,7 +43,7 @@ const char* words(Enumeration value) {
 }
 
 std::string quoted(const std::string& text) {
-  return "\"" + printable(text) + "\"";
+  return joined({"\"", printable(text), "\""});
 }
 
 std::string trimmed(const std::string& text) {
