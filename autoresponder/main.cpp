@@ -1,4 +1,4 @@
-#include "autoresponder/run.h"
+#include "autoresponder/run/run.h"
 
 int main(int /*argc*/, char* argv[]) {
   run(argv[0]);

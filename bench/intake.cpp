@@ -1,16 +1,15 @@
 // intake <MESSAGE: reads one message as the program does, and prints how long it took from the
 // first byte to the filled record, in seconds, and the most memory that was in use, in KiB.
 
-#include "autoresponder/intake.h"
-
 #include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
 #include <string>
 
-#include "autoresponder/process.h"
-#include "autoresponder/temporary_files.h"
+#include "autoresponder/run/incoming.h"
+#include "autoresponder/run/process.h"
+#include "autoresponder/run/temporary_files.h"
 
 namespace {
 
@@ -37,7 +36,8 @@ int main() {
   IncomingMessage message;
   const auto start = std::chrono::steady_clock::now();
   const double processor_start = processor_seconds();
-  const int status = read_incoming_message(message);
+  SpoolFile spool = create_spool_file();
+  const int status = read_incoming_message(spool, message);
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
   const double processor = processor_seconds() - processor_start;
   printf("%.6f %.6f %ld\n", seconds.count(), processor, peak_memory());

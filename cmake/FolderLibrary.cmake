@@ -1,19 +1,21 @@
-# folder_library(NAME [DIRECTORY folder] [SOURCES...] [LINKS...] [PRIVATE_LINKS...])
+# folder_library(NAME [DIRECTORY folder] [SUBFOLDER folder] [SOURCES...] [LINKS...]
+#                [PRIVATE_LINKS...])
 #
 # One library per source folder: a static one, or, without sources, one of headers alone. A target
 # sees the headers of its own folder and of the folders it links, and of no other: each folder gets an
 # include root of its own in the build tree, so that an #include against the direction of the
-# architecture does not compile. DIRECTORY is the folder's name in an #include; without it, NAME. Each
-# header is also compiled alone, as part of the target all_verify_interface_header_sets.
+# architecture does not compile. DIRECTORY is the folder's name in an #include; without it, NAME.
+# SUBFOLDER is where it is below the CMakeLists.txt that calls this; without it, beside it. Each header is also compiled alone, as part of the target all_verify_interface_header_sets.
 function(folder_library name)
-  cmake_parse_arguments(ARG "" "DIRECTORY" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+  cmake_parse_arguments(ARG "" "DIRECTORY;SUBFOLDER" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
   if(NOT ARG_DIRECTORY)
     set(ARG_DIRECTORY ${name})
   endif()
   set(include_root ${CMAKE_BINARY_DIR}/include/${name})
   get_filename_component(above ${include_root}/${ARG_DIRECTORY} DIRECTORY)
   file(MAKE_DIRECTORY ${above})
-  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${include_root}/${ARG_DIRECTORY} SYMBOLIC)
+  list(TRANSFORM ARG_SOURCES PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/${ARG_SUBFOLDER}/")
+  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_SUBFOLDER} ${include_root}/${ARG_DIRECTORY} SYMBOLIC)
   file(GLOB headers CONFIGURE_DEPENDS ${include_root}/${ARG_DIRECTORY}/*.h)
   if(ARG_SOURCES)
     add_library(${name} STATIC ${ARG_SOURCES})

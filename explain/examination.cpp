@@ -8,8 +8,9 @@
 
 #include <mimelib/mimepp.h>
 
-#include "autoresponder/intake.h"
-#include "autoresponder/panel_database.h"
+#include "autoresponder/panel/panel_database.h"
+#include "autoresponder/run/incoming.h"
+#include "explain/recorded_effects.h"
 #include "explain/rule_examination.h"
 #include "support/conf.h"
 
@@ -71,11 +72,11 @@ std::optional<Reason> examine_message(const Options& options, Explanation& expla
 // Examines the rules in the run's order, as far as it would come.
 void examine_rules(PanelDatabase& database, const Options& options, Explanation& explanation) {
   const MailboxRef& mailbox = explanation.mailbox->mailbox;
-  Rows rows = database.Query(rules_query(mailbox.id));
+  explanation.rows = database.Query(rules_query(mailbox.id));
   bool goes_on = true;
-  while (const Row row = rows.Next()) {
+  while (const Row row = explanation.rows->Next()) {
     RuleExplanation facts;
-    facts.rule = rule_from_row(row);
+    facts.rule = ResponderRule(row);
     const bool is_shown = !options.rule || *options.rule == facts.rule.id;
     const bool whole_reply = is_shown && options.show_reply;
     if (goes_on) examine_rule(database, mailbox, explanation.message, whole_reply, facts);
@@ -92,21 +93,13 @@ Reason reason_of(const std::vector<RuleExplanation>& rules) {
   return rules.empty() ? Reason::kNoRules : Reason::kNoRuleReplies;
 }
 
-// What the server refuses to us it refuses to the run; without the server nothing can be told.
-[[noreturn]] void stop(const std::string& diagnostic, unsigned error) {
-  constexpr unsigned kFirstClientError = 2000;
-  if (error > 0 && error < kFirstClientError) throw RefusedStatement(diagnostic);
-  throw CannotTell(Reason::kDatabaseFails, diagnostic);
-}
-
 Reason examine_panel(const Options& options, Explanation& explanation) {
   EscapedRecipient recipient = escape_recipient(explanation.message);
-  PanelDatabase database(stop);
-  recipient = for_server(database, explanation.message, std::move(recipient));
+  PanelDatabase database;
   // So that the server holds us to it, where it is new enough to know the statement. No transaction
   // stays open that others would have to wait for.
   database.TryQuery("set session transaction read only");
-  explanation.mailbox = find_mailbox(database, recipient);
+  explanation.mailbox = find_mailbox(database, explanation.message, std::move(recipient));
   if (!explanation.mailbox) return Reason::kMailboxNotFound;
   examine_rules(database, options, explanation);
   if (options.rule && explanation.rules.empty()) {
@@ -127,10 +120,11 @@ void examine(const Options& options, Explanation& explanation) {
     const auto refusal = examine_message(options, explanation);
     explanation.reason = refusal ? *refusal : examine_panel(options, explanation);
     explanation.verdict = verdict_of(explanation.reason);
-  } catch (const RefusedStatement& refusal) {
-    explanation.verdict = Verdict::kNoReply;
-    explanation.reason = Reason::kStatementFails;
-    explanation.trouble = refusal.what();
+  } catch (const PanelFailure& failure) {
+    const bool ends_run = is_refusal(failure);
+    explanation.verdict = ends_run ? Verdict::kNoReply : Verdict::kUnknown;
+    explanation.reason = ends_run ? Reason::kStatementFails : Reason::kDatabaseFails;
+    explanation.trouble = failure.what();
   } catch (const CannotTell& trouble) {
     explanation.reason = trouble.reason;
     explanation.trouble = trouble.what();

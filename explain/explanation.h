@@ -6,15 +6,16 @@
 #include <string>
 #include <vector>
 
-#include "autoresponder/attachments.h"
-#include "autoresponder/extraction.h"
-#include "autoresponder/frequency_limiter.h"
-#include "autoresponder/incoming_message.h"
-#include "autoresponder/loop_guard.h"
-#include "autoresponder/mailbox.h"
-#include "autoresponder/notification.h"
-#include "autoresponder/rule.h"
-#include "autoresponder/shell.h"
+#include "autoresponder/engine/loop_guard.h"
+#include "autoresponder/intake/extraction.h"
+#include "autoresponder/message/incoming_message.h"
+#include "autoresponder/panel/frequency_limiter.h"
+#include "autoresponder/panel/mailbox.h"
+#include "autoresponder/panel/panel_database.h"
+#include "autoresponder/panel/rule.h"
+#include "autoresponder/reply/attachments.h"
+#include "autoresponder/reply/notification.h"
+#include "autoresponder/reply/shell.h"
 
 /// The answer, as the exit status says it.
 enum class Verdict { kReply = 0, kNoReply = 1, kUnknown = 2 };
@@ -70,14 +71,6 @@ struct TriggerFacts {
   size_t line = 0;  ///< of the body, from 1 on, where it was found there
 };
 
-/// The limiter's memory of today, before this message.
-struct LimiterFacts {
-  int senders = 0;                           ///< whom the rule remembers
-  std::optional<std::string> replies_today;  ///< to this sender; nothing where he is new
-  std::optional<LimiterStep> step;           ///< nothing for a rule that never replies
-  std::vector<std::string> evicted;          ///< the senders that would be forgotten
-};
-
 /// What becomes of a command.
 enum class CommandFate {
   kRuns,
@@ -125,6 +118,7 @@ struct Explanation {
   RecipientSource recipient_source = RecipientSource::kTo;
   std::optional<LoopGuard> guard;
   std::optional<FoundMailbox> mailbox;
+  std::optional<Rows> rows;  ///< what the rules are views of
   std::vector<RuleExplanation> rules;
 };
 

@@ -5,8 +5,8 @@
 #include <optional>
 #include <unistd.h>
 
-#include "autoresponder/process.h"
-#include "autoresponder/termination.h"
+#include "autoresponder/run/process.h"
+#include "autoresponder/run/termination.h"
 #include "explain/examination.h"
 #include "explain/held_output.h"
 #include "explain/json_report.h"
@@ -76,7 +76,7 @@ int run(int argc, char** argv, Work& work) {
   work.options = *std::get_if<Options>(&command_line);
   prepare_process();
   std::ios::sync_with_stdio(false);  // else the C library would hide that reading failed
-  end_writers_on_termination();
+  end_writer_on_termination();
   return static_cast<int>(tell(work));
 }
 

@@ -1,30 +1,18 @@
 #include "explain/reply_in_memory.h"
 
-#include <cstring>
+#include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include "autoresponder/temporary_files.h"
+ReplyInMemory::ReplyInMemory() : descriptor_(memfd_create("reply", 0)) {}
 
-// The commands inherit the descriptor, and its name means this memory to each of them. It is as
-// long as the file's, so that a command is as long as the run's.
-ReplyInMemory::ReplyInMemory()
-    : name_before_(response_file_path), descriptor_(memfd_create("reply", 0)) {
+// Commands inherit the descriptor, and its name means this memory to each of them.
+ResponseFile ReplyInMemory::File(const std::string& replaced) const {
   const std::string number = std::to_string(descriptor_.number());
   const std::string directory = "/proc/self/fd";
-  const size_t slashes = name_before_.size() - directory.size() - number.size();
-  const std::string name = directory + std::string(slashes, '/') + number;
-  memcpy(response_file_path, name.c_str(), name.size() + 1);
-}
-
-ReplyInMemory::~ReplyInMemory() {
-  memcpy(response_file_path, name_before_.c_str(), name_before_.size() + 1);
-}
-
-int64_t ReplyInMemory::Size() const {
-  struct stat status {};
-  return fstat(descriptor_.number(), &status) == 0 ? status.st_size : 0;
+  const size_t slashes = replaced.size() - directory.size() - number.size();
+  return {fcntl(descriptor_.number(), F_DUPFD_CLOEXEC, 0),
+          directory + std::string(slashes, '/') + number};
 }
 
 std::string ReplyInMemory::TextUpTo(const std::string& end) const {

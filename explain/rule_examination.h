@@ -1,25 +1,12 @@
 #ifndef EXPLAIN_RULE_EXAMINATION_H
 #define EXPLAIN_RULE_EXAMINATION_H
 
-#include <stdexcept>
-
-#include "autoresponder/panel_database.h"
+#include "autoresponder/panel/panel_database.h"
 #include "explain/explanation.h"
 
-/// What keeps the examination from an answer; `what` is the diagnostic.
-class CannotTell : public std::runtime_error {
- public:
-  CannotTell(Reason why, const std::string& diagnostic)
-      : std::runtime_error(diagnostic), reason(why) {}
-
-  Reason reason;
-};
-
-/// A statement that the database refuses, which would end the run; `what` is the diagnostic.
-class RefusedStatement : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
+/// Whether the server refused a statement, as it would refuse it to the run. Otherwise the server
+/// could not be asked, which tells nothing about the run.
+bool is_refusal(const PanelFailure& failure);
 
 /// Fills `facts`, which holds the rule, with what the run would do for it, step by step and as far
 /// as it would come; `whole_reply`: with all of the reply's text. Draws the reply's boundary as the

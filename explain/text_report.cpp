@@ -154,7 +154,7 @@ void Report::Commands(const std::vector<CommandFacts>& commands) {
 void Report::Rule(const RuleExplanation& facts) {
   const Colour colour = is_reply(facts.outcome) ? Colour::kGreen : Colour::kRed;
   out_ << '\n'
-       << Coloured(Colour::kBold, "Rule " + printable(facts.rule.id)) << ' '
+       << Coloured(Colour::kBold, joined({"Rule ", printable(facts.rule.id)})) << ' '
        << Coloured(colour, words(facts.outcome)) << '\n';
   if (facts.trigger) Trigger(facts.rule, *facts.trigger);
   if (facts.limiter) Limiter(facts.rule, *facts.limiter);

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <memory>
 #include <unistd.h>
+#include <utility>
 
 /// Owner of memory from `malloc`.
 struct FreeMemory {
@@ -27,9 +28,17 @@ class OwnedDescriptor {
   }
   OwnedDescriptor(const OwnedDescriptor&) = delete;
   OwnedDescriptor& operator=(const OwnedDescriptor&) = delete;
+  OwnedDescriptor(OwnedDescriptor&& other) noexcept : descriptor_(other.Release()) {}
+  OwnedDescriptor& operator=(OwnedDescriptor&& other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    return *this;
+  }
 
   bool IsOpen() const { return descriptor_ >= 0; }
   int number() const { return descriptor_; }
+
+  /// The number, for another owner.
+  int Release() { return std::exchange(descriptor_, -1); }
 
  private:
   int descriptor_;

@@ -5,8 +5,8 @@
 #include <gtest/gtest.h>
 #include <mimelib/mimepp.h>
 
-#include "autoresponder/addresses.h"
-#include "autoresponder/body_text.h"
+#include "autoresponder/intake/addresses.h"
+#include "autoresponder/intake/body_text.h"
 #include "mime/encoded_word.h"
 #include "support/base/ex_error.h"
 

@@ -18,18 +18,14 @@
 #include <mimelib/mimepp.h>
 
 #include "../memory_file.h"
-#include "autoresponder/body_text.h"
-#include "autoresponder/intake.h"
-#include "autoresponder/temporary_files.h"
+#include "autoresponder/intake/body_text.h"
+#include "autoresponder/run/incoming.h"
 #include "fuzz.h"
 #include "mime/charset.h"
 #include "mime/encoded_word.h"
 #include "support/base/ex_error.h"
 
 namespace {
-
-// In memory where there is room for it: a run that waits for a disk finds little.
-constexpr const char* kSpoolTemplates[] = {"/dev/shm/kem-intake-XXXXXX", "/tmp/kem-intake-XXXXXX"};
 
 // A value of its own for each run, without what `setenv` would keep of all earlier ones.
 void set_recipient(const std::string& line) {
@@ -51,26 +47,23 @@ void put_on_standard_input(const std::string& text) {
           "standard input holds the message");
 }
 
-const size_t kLongestName = strlen(spool_file_path);
-
-// A spool file of its own for each run, under a fresh name, that does not stay.
+// A spool file in memory.
 class Spool {
  public:
-  Spool() {
-    const char* const name = kSpoolTemplates[access("/dev/shm", W_OK) == 0 ? 0 : 1];
-    require(strlen(name) <= kLongestName, "the name has room");
-    strcpy(spool_file_path, name);
-  }
-  ~Spool() { unlink(spool_file_path); }
-  Spool(const Spool&) = delete;
-  Spool& operator=(const Spool&) = delete;
+  Spool() : memory_(memfd_create("spool", 0)), file_(memory_, "no name") {}
 
-  // Its bytes. The file is gone before anything can end the process over them.
-  std::string Take() const {
-    std::ifstream file(spool_file_path, std::ios::binary);
-    unlink(spool_file_path);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  SpoolFile& file() { return file_; }
+
+  std::string Text() const {
+    std::string text(static_cast<size_t>(lseek(memory_, 0, SEEK_END)), '\0');
+    require(pread(memory_, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()),
+            "the spool file can be read");
+    return text;
   }
+
+ private:
+  int memory_;
+  SpoolFile file_;
 };
 
 // A field's text as far as it is handed on: up to its first NUL.
@@ -168,9 +161,9 @@ void check(const IncomingMessage& record, DwMessage& message) {
 }
 
 // The intake's result; nothing where it threw what it may throw for a subject.
-std::optional<int> take_in(IncomingMessage& record) {
+std::optional<int> take_in(SpoolFile& spool, IncomingMessage& record) {
   try {
-    return read_incoming_message(record);
+    return read_incoming_message(spool, record);
   } catch (const std::out_of_range&) {
     return std::nullopt;
   }
@@ -190,10 +183,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   DwHeaders& headers = message->Headers();
 
   put_on_standard_input(text);
-  const Spool spool;
+  Spool spool;
   IncomingMessage record;
-  const auto status = take_in(record);
-  require(spool.Take() == spooled, "the spool file is the input and a newline");
+  const auto status = take_in(spool.file(), record);
+  require(spool.Text() == spooled, "the spool file is the input and a newline");
   if (!status) {
     require(headers.HasSubject() && ends_in_word_and_blanks(raw_field(headers.Subject())),
             "nothing but a subject's last blanks throws");

@@ -19,11 +19,11 @@ TOKEN = re.compile(r'//[^\n]*|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])*\'|R"\((?:
 LITERAL = re.compile(r'"((?:\\.|[^"\\\n])*)"')
 # What takes texts for people: routines, tables and the like.
 WRITERS = re.compile(
-    r"\b(diagnose|report_error|put_message|perror|refuse|warn|warn_unconverted|Fail|fail|"
+    r"\b(diagnose|report_error|put_message|perror|refuse|warn|warn_unconverted|Fail|fail|PanelFailure|end_run|"
     r"end_process|db_error_text|stop|Complaint)\s*(?=[({])"
     r"|\bsnprintf\(error\b|\bfailure =|\bk\w*Diagnostic =|\bkCodeTexts\[\] ="
     r"|#define KEM_CONF_VALUE|\.Query\(|\breturn (?=\"[^\"]* [^\"]*\";)")
-STATEMENT = re.compile(r"(select|insert|update|delete) ")  # for the server, not for people
+STATEMENT = re.compile(r"(select|insert|update|delete| from| and) ")  # for the server, not for people
 
 # Texts of a definition that counts, which a run cannot come to, and why.
 NOT_BY_A_RUN = {

@@ -1,0 +1,70 @@
+#include "autoresponder/engine/answer.h"
+
+#include <optional>
+
+#include "autoresponder/reply/delivery.h"
+#include "autoresponder/reply/forwarding.h"
+#include "autoresponder/reply/reply_text.h"
+
+namespace {
+
+// What the steps of one answer have in common.
+struct Answer {
+  PanelDatabase& database;
+  const ResponderRule& rule;
+  const MailboxRef& mailbox;
+  const IncomingMessage& message;
+  Effects& effects;
+};
+
+void forward(const Answer& a) {
+  const auto addresses = forwarding_addresses(a.database, a.rule.id);
+  if (!addresses) return;
+  a.effects.Forward(*addresses, forwarding_command(a.message, *addresses, a.effects.SpoolPath()));
+}
+
+AttachmentList collect_attachments(const Answer& a) {
+  AttachmentList attachments = find_attachments(a.database, a.rule.id, a.mailbox);
+  a.effects.Attachments(attachments);
+  if (attachments.missing.empty()) return attachments;
+  const auto notification = address_notification(a.database, a.message);
+  if (notification) a.effects.Notify(*notification, a.rule, attachments.missing);
+  return attachments;
+}
+
+// A reply that is larger than the mail server takes leaves as a notice of that.
+void limit_size(const Answer& a, ResponseFile& reply) {
+  BuiltReply built{reply.Size(), size_limit(), false, reply_subject(a.rule, a.message)};
+  built.is_replaced = exceeds(built.size, built.limit);
+  if (built.is_replaced) {
+    replace_by_notice(reply, a.rule, a.message);
+    built.subject = notice_subject(a.message);
+  }
+  a.effects.Built(built, reply);
+}
+
+void send_reply(const Answer& a) {
+  const std::string boundary = draw_boundary();
+  ResponseFile reply = a.effects.CreateResponseFile();
+  const std::vector<Attachment> found = collect_attachments(a).found;
+  const std::string from = a.effects.AsciiForm(a.message.recipient);
+  if (!write_reply_text(reply, a.rule, a.message, from, found.empty() ? "" : boundary)) {
+    a.effects.GiveUp(reply);
+    return;
+  }
+  if (!found.empty()) {
+    a.effects.Append(attachment_command(found, boundary, reply), attachment_limits(found, reply));
+  }
+  limit_size(a, reply);
+  a.effects.Deliver(delivery_command(from, a.message, reply), reply);
+}
+
+}  // namespace
+
+void answer(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
+            const IncomingMessage& message, Effects& effects) {
+  const Answer a{database, rule, mailbox, message, effects};
+  if (!effects.Count(rule)) return;
+  forward(a);
+  send_reply(a);
+}

@@ -1,0 +1,18 @@
+#ifndef AUTORESPONDER_INTAKE_ADDRESSES_H
+#define AUTORESPONDER_INTAKE_ADDRESSES_H
+
+#include <string>
+
+#include <mimelib/mimepp.h>
+
+/// The first mailbox of a Reply-To or To field that stands outside a group and has an address, or
+/// null. Lives as long as the list.
+const DwMailbox* first_listed_mailbox(DwAddressList& addresses);
+
+/// The first mailbox of a From field that has an address, or null. Lives as long as the list.
+const DwMailbox* first_valid_mailbox(DwMailboxList& mailboxes);
+
+/// Local part, "@" and domain as the message has them, up to the first NUL byte.
+std::string mailbox_address(const DwMailbox& mailbox);
+
+#endif

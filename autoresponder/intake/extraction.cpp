@@ -1,0 +1,184 @@
+#include "autoresponder/intake/extraction.h"
+
+#include <memory>
+#include <utility>
+
+#include "autoresponder/intake/addresses.h"
+#include "autoresponder/intake/body_text.h"
+#include "mime/charset.h"
+#include "mime/encoded_word.h"
+#include "mime/text_pieces.h"
+#include "support/base/diagnose.h"
+#include "support/base/ex_error.h"
+
+namespace {
+
+// What the message itself says, before any charset was converted.
+struct RawMessage {
+  SenderField sender_field = SenderField::kNone;
+  std::string sender;
+  std::string recipient;
+  std::string subject;
+  std::string date;
+  TextPart text;
+};
+
+struct Sender {
+  SenderField field;
+  std::string address;
+};
+
+// A Reply-To without a usable mailbox counts as none.
+std::optional<Sender> find_sender(const DwHeaders& headers) {
+  if (headers.HasReplyTo()) {
+    const DwMailbox* mailbox = first_listed_mailbox(headers.ReplyTo());
+    if (mailbox != nullptr) return Sender{SenderField::kReplyTo, mailbox_address(*mailbox)};
+  }
+  const DwMailbox* mailbox = headers.HasFrom() ? first_valid_mailbox(headers.From()) : nullptr;
+  if (mailbox == nullptr) return std::nullopt;
+  return Sender{SenderField::kFrom, mailbox_address(*mailbox)};
+}
+
+std::optional<std::string> find_listed_recipient(const DwHeaders& headers) {
+  const DwMailbox* mailbox = headers.HasTo() ? first_listed_mailbox(headers.To()) : nullptr;
+  if (mailbox == nullptr) return std::nullopt;
+  return mailbox_address(*mailbox);
+}
+
+Extraction report_no_sender() {
+  diagnose({"Could not get sender's e-mail address from Reply-To: or From: headers."});
+  return Extraction::kNoSender;
+}
+
+Extraction report_no_recipient() {
+  diagnose(
+      {"Could not get recipient's e-mail address from environment variable RECIPIENT or "
+       "To: header."});
+  return Extraction::kNoRecipient;
+}
+
+Extraction take_apart(const DwString& message_text, const std::optional<std::string>& delivered_to,
+                      RawMessage& raw) {
+  const std::unique_ptr<DwMessage> message(DwMessage::NewMessage(message_text, nullptr));
+  message->Parse();
+  DwHeaders& headers = message->Headers();
+  auto sender = find_sender(headers);
+  if (!sender) return report_no_sender();
+  raw.sender_field = sender->field;
+  raw.sender = std::move(sender->address);
+  auto recipient = delivered_to ? delivered_to : find_listed_recipient(headers);
+  if (!recipient) return report_no_recipient();
+  raw.recipient = *std::move(recipient);
+  if (headers.HasSubject()) raw.subject = up_to_nul(headers.Subject().AsString());
+  if (headers.HasDate()) raw.date = up_to_nul(headers.Date().AsString());
+  raw.text = find_text_part(*message);
+  return Extraction::kDone;
+}
+
+// Kept: the charset in these messages is the body's, also where a word of the subject fails.
+void warn_unconverted(const char* what, const std::string& charset) {
+  diagnose({"Could not convert message ", what, " text from ", charset, " to UTF-8."});
+}
+
+// A body in UTF-8, while it is not much larger than it was before.
+class ConvertedBody {
+ public:
+  // `length`: of the body before.
+  explicit ConvertedBody(size_t length) : most_(length + length / 2 + kFree) {}
+
+  void Append(std::string_view piece) {
+    if (!is_kept_) return;
+    is_kept_ = text_.size() + piece.size() <= most_;
+    if (is_kept_) {
+      text_.Append(piece);
+    } else {
+      text_ = TextPieces();
+    }
+  }
+
+  bool is_kept() const { return is_kept_; }
+  std::string Take() { return text_.Take(); }
+
+ private:
+  static constexpr size_t kFree = size_t{1} << 20;
+
+  size_t most_;
+  TextPieces text_;
+  bool is_kept_ = true;
+};
+
+// The text of the message's text part, as long as its bytes are needed.
+struct Body {
+  std::string_view text;
+  std::shared_ptr<const void> owner;
+};
+
+// It shares its bytes with the message of `message_length` bytes, unless it would keep a far larger
+// message in memory.
+Body take_body(TextPart& part, size_t message_length) {
+  const auto bytes = std::make_shared<const DwString>(std::move(part.body));
+  const std::string_view text = up_to_nul(*bytes);
+  if (text.size() >= message_length / 2) return {text, bytes};
+  const auto copy = std::make_shared<const std::string>(text);
+  return {*copy, copy};
+}
+
+// Most bodies are converted once. One that grows by more than half is converted once to know that
+// it can be, and again whenever it is searched.
+BodyLines convert_lines(Body& body, const std::string& charset) {
+  ConvertedBody converted(body.text.size());
+  convert_charset_in_pieces(body.text, charset, "UTF-8", true,
+                            [&converted](std::string_view piece) {
+                              converted.Append(piece);
+                              return true;
+                            });
+  if (!converted.is_kept()) return {body.text, std::move(body.owner), charset};
+  body = {};
+  return BodyLines(converted.Take());
+}
+
+BodyLines lines_of(Body body, const std::string& charset) {
+  if (is_unchanged(body.text, charset, "UTF-8")) return {body.text, std::move(body.owner)};
+  try {
+    return convert_lines(body, charset);
+  } catch (const quern::ExError&) {
+    warn_unconverted("body", charset);
+    return {body.text, std::move(body.owner)};
+  }
+}
+
+std::string subject_in_utf8(const RawMessage& raw) {
+  try {
+    return rfc1522_decode(raw.subject);
+  } catch (const quern::ExError&) {
+    warn_unconverted("subject", raw.text.charset);
+    return {};
+  }
+}
+
+void fill_addresses(RawMessage& raw, IncomingMessage& record) {
+  record.sender = std::move(raw.sender);
+  record.recipient = std::move(raw.recipient);
+  const size_t at = record.recipient.find('@');
+  record.recipient_mailname = record.recipient.substr(0, at);
+  record.recipient_domain =
+      at == std::string::npos ? record.recipient : record.recipient.substr(at + 1);
+}
+
+}  // namespace
+
+ExtractionResult extract(DwString message_text, const std::optional<std::string>& delivered_to,
+                         IncomingMessage& record) {
+  RawMessage raw;
+  const Extraction outcome = take_apart(message_text, delivered_to, raw);
+  if (outcome != Extraction::kDone) return {outcome, raw.sender_field, std::move(raw.sender)};
+  Body body = take_body(raw.text, message_text.length());
+  message_text = DwString();  // what was decoded is all that is needed from here on
+  record.body_lines = lines_of(std::move(body), raw.text.charset);
+  fill_addresses(raw, record);
+  record.subject = subject_in_utf8(raw);
+  raw.subject = std::string();
+  record.date = std::move(raw.date);
+  record.charset = std::move(raw.text.charset);
+  return {outcome, raw.sender_field, {}};
+}

@@ -1,0 +1,32 @@
+#ifndef AUTORESPONDER_INTAKE_EXTRACTION_H
+#define AUTORESPONDER_INTAKE_EXTRACTION_H
+
+#include <optional>
+#include <string>
+
+#include <mimelib/mimepp.h>
+
+#include "autoresponder/message/incoming_message.h"
+
+/// Which header field names the sender.
+enum class SenderField { kNone, kReplyTo, kFrom };
+
+/// Whether a message can be handled.
+enum class Extraction { kDone, kNoSender, kNoRecipient };
+
+struct ExtractionResult {
+  Extraction outcome;
+  SenderField sender_field;  ///< kNone where there is no sender
+  std::string sender;        ///< his address, where he alone was found; else in the record
+};
+
+/// Fills `record` from the message.
+///
+/// `message_text`: the whole message; hand it over with `std::move`, so that it need not stay in
+/// memory. `delivered_to`: the address of the delivery, taken as it is; without one the first
+/// mailbox of To counts. A message without a sender or a recipient is reported on standard error
+/// and leaves the record as it was. Conversion problems are reported and tolerated.
+ExtractionResult extract(DwString message_text, const std::optional<std::string>& delivered_to,
+                         IncomingMessage& record);
+
+#endif

@@ -1,0 +1,43 @@
+#ifndef AUTORESPONDER_MESSAGE_BODY_LINES_H
+#define AUTORESPONDER_MESSAGE_BODY_LINES_H
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "mime/charset.h"
+
+/// The lines of a text, without their newlines. They are not cut out of it, so that a body of a
+/// hundred million empty lines takes no more memory than its bytes. The text is in UTF-8, or in
+/// another charset, from which it is then converted anew whenever it is searched: for texts that
+/// are far larger in UTF-8.
+class BodyLines {
+ public:
+  /// No lines.
+  BodyLines() = default;
+
+  /// The lines of `text`, in UTF-8: one more than it has newlines.
+  explicit BodyLines(std::string text);
+  /// The lines of `text`, which is in memory that `owner` keeps.
+  BodyLines(std::string_view text, std::shared_ptr<const void> owner);
+  /// The lines of a text that `convert_charset` takes from `charset` to UTF-8 without a failure.
+  BodyLines(std::string_view text, std::shared_ptr<const void> owner, std::string charset);
+
+  bool empty() const { return !has_lines_; }
+
+  /// The number, from 1 on, of the first line within which `key` (UTF-8) occurs, or 0; in time
+  /// linear in the text. An empty key occurs where there is a line, one with a newline nowhere.
+  size_t FirstWith(std::string_view key) const;
+
+  /// Hands the text, in UTF-8 and with its newlines, to `sink`.
+  void WriteTo(const TextSink& sink) const;
+
+ private:
+  std::shared_ptr<const void> owner_;
+  std::string_view text_;
+  std::string charset_;  // empty: UTF-8
+  bool has_lines_ = false;
+};
+
+#endif

@@ -1,0 +1,25 @@
+#ifndef AUTORESPONDER_MESSAGE_INCOMING_MESSAGE_H
+#define AUTORESPONDER_MESSAGE_INCOMING_MESSAGE_H
+
+#include <string>
+
+#include "autoresponder/message/body_lines.h"
+
+/// What the run learned from the incoming message. Filled once by the intake, only read afterwards;
+/// all bytes are its own.
+struct IncomingMessage {
+  IncomingMessage() = default;
+  IncomingMessage(const IncomingMessage&) = delete;
+  IncomingMessage& operator=(const IncomingMessage&) = delete;
+
+  std::string sender;              ///< the address to answer: local part, "@", domain
+  std::string recipient;           ///< the address that the message was delivered to
+  std::string recipient_mailname;  ///< `recipient` before its first "@", or all of it
+  std::string recipient_domain;    ///< `recipient` behind its first "@", or all of it
+  std::string subject;             ///< the Subject in UTF-8; empty when it could not be decoded
+  std::string date;                ///< the Date field as it stands
+  std::string charset;             ///< what the text part declares, as written, or "US-ASCII"
+  BodyLines body_lines;            ///< the text part in UTF-8
+};
+
+#endif

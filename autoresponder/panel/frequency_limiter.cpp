@@ -1,0 +1,135 @@
+#include "autoresponder/panel/frequency_limiter.h"
+
+#include <cstdlib>
+
+#include "support/base/joined.h"
+
+namespace {
+
+// A row of an earlier day, by the clock of the database server.
+constexpr const char* kOfEarlierDay = "(TO_DAYS(NOW())-TO_DAYS(time_resp))>0";
+constexpr const char* kOfToday = " and ((TO_DAYS(NOW())-TO_DAYS(time_resp))>0) is not true";
+
+// What one rule remembers about senders, in the table `resp_freq`. Where nothing may be written,
+// what the statements would have deleted is left out of what is read.
+class Memory {
+ public:
+  Memory(PanelDatabase& database, const std::string& rule_id, const std::string& sender,
+         LimiterMode mode)
+      : database_(database),
+        of_rule_(" where rn_id=" + rule_id),
+        rule_id_(rule_id),
+        sender_(database.Escape(sender)),
+        counts_(mode == LimiterMode::kCount) {}
+
+  // For the rule's first statement: the sender is not escaped before it.
+  static void ForgetEarlierDays(PanelDatabase& database, const std::string& rule_id) {
+    database.Execute("delete from resp_freq where rn_id=" + rule_id + " and " + kOfEarlierDay);
+  }
+
+  int Senders() const {
+    Rows rows = Select("COUNT(*)");
+    const Row row = rows.Next();
+    return row != nullptr ? atoi(text_or(*row, "0")) : 0;
+  }
+
+  // The column `num` of the sender's first row.
+  std::optional<std::string> RepliesToday() const {
+    Rows rows = Select("num", "email", sender_.view());
+    const Row row = rows.Next();
+    if (row == nullptr) return std::nullopt;
+    return text_or(*row, "0");
+  }
+
+  void CountUp(const std::string& num) const {
+    Write(joined(
+        {"update resp_freq set num=", num, "+1", of_rule_, " and email='", sender_.view(), "'"}));
+  }
+
+  // Kept: all senders that share the oldest time stamp go, and it is done once. Returns them where
+  // they are only looked at.
+  std::vector<std::string> EvictOldest() const {
+    const std::string oldest = OldestTime();
+    Write(joined({"delete from resp_freq", of_rule_, " and time_resp='", oldest, "'"}));
+    std::vector<std::string> senders;
+    if (counts_) return senders;
+    Rows rows = Select("email", "time_resp", oldest);
+    while (const Row row = rows.Next()) senders.emplace_back(text_or(*row, ""));
+    return senders;
+  }
+
+  void Remember() const {
+    Write(joined(
+        {"insert into resp_freq set rn_id=", rule_id_, ", email='", sender_.view(), "', num=1"}));
+  }
+
+ private:
+  Rows Select(const char* what) const {
+    return database_.Query(joined({"select ", what, " from resp_freq", of_rule_, OfWhichDays()}));
+  }
+
+  Rows Select(const char* what, const char* column, std::string_view value) const {
+    return database_.Query(joined({"select ", what, " from resp_freq", of_rule_, " and ", column,
+                                   "='", value, "'", OfWhichDays()}));
+  }
+
+  const char* OfWhichDays() const { return counts_ ? "" : kOfToday; }
+
+  void Write(const std::string& statement) const {
+    if (counts_) database_.Execute(statement);
+  }
+
+  std::string OldestTime() const {
+    Rows rows = Select("MIN(time_resp)");
+    const Row row = rows.Next();
+    return row != nullptr ? text_or(*row, "0") : "";
+  }
+
+  PanelDatabase& database_;
+  std::string of_rule_;
+  const std::string& rule_id_;
+  EscapedText sender_;
+  bool counts_;
+};
+
+}  // namespace
+
+bool never_replies(const char* ans_freq) {
+  return atoi(ans_freq) <= 0;
+}
+
+LimiterStep limiter_step(const std::optional<std::string>& replies_today, int senders,
+                         const char* ans_freq, const char* mem_limit) {
+  if (replies_today) {
+    const bool is_enough = atoi(replies_today->c_str()) >= atoi(ans_freq);
+    return is_enough ? LimiterStep::kRefuse : LimiterStep::kCountUp;
+  }
+  return senders >= atoi(mem_limit) ? LimiterStep::kEvictAndRemember : LimiterStep::kRemember;
+}
+
+LimiterFacts consult_limiter(PanelDatabase& database, const IncomingMessage& message,
+                             const std::string& rule_id, const char* ans_freq,
+                             const char* mem_limit, LimiterMode mode) {
+  LimiterFacts facts;
+  if (mode == LimiterMode::kCount) Memory::ForgetEarlierDays(database, rule_id);
+  if (never_replies(ans_freq)) return facts;
+  const Memory memory(database, rule_id, message.sender, mode);
+  facts.senders = memory.Senders();
+  facts.replies_today = memory.RepliesToday();
+  facts.step = limiter_step(facts.replies_today, facts.senders, ans_freq, mem_limit);
+  if (facts.step == LimiterStep::kRefuse) return facts;
+  if (facts.step == LimiterStep::kCountUp) {
+    memory.CountUp(*facts.replies_today);
+    return facts;
+  }
+  if (facts.step == LimiterStep::kEvictAndRemember) facts.evicted = memory.EvictOldest();
+  memory.Remember();
+  return facts;
+}
+
+bool check_reply_frequency(PanelDatabase& database, const IncomingMessage& message,
+                           const std::string& rule_id, const char* ans_freq,
+                           const char* mem_limit) {
+  return allows_reply(
+      consult_limiter(database, message, rule_id, ans_freq, mem_limit, LimiterMode::kCount));
+}

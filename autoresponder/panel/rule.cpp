@@ -1,0 +1,63 @@
+#include "autoresponder/panel/rule.h"
+
+#include <cstring>
+
+#include "autoresponder/message/search.h"
+
+namespace {
+
+struct Column {
+  const char* name;
+  const char* ResponderRule::*field;
+};
+
+constexpr Column kColumns[] = {
+    {"id", &ResponderRule::id},
+    {"keystr", &ResponderRule::keystr},
+    {"key_where", &ResponderRule::key_where},
+    {"text", &ResponderRule::text},
+    {"resp_on", &ResponderRule::resp_on},
+    {"ans_freq", &ResponderRule::ans_freq},
+    {"mem_limit", &ResponderRule::mem_limit},
+    {"subject", &ResponderRule::subject},
+    {"reply_to", &ResponderRule::reply_to},
+    {"charset", &ResponderRule::charset},
+    {"content_type", &ResponderRule::content_type},
+};
+
+}  // namespace
+
+ResponderRule::ResponderRule(Row row) {
+  for (const Column& column : kColumns) {
+    if (const char* const value = *row++; value != nullptr) this->*column.field = value;
+  }
+}
+
+std::string rules_query(const std::string& mailbox_id) {
+  std::string query;
+  for (const Column& column : kColumns) {
+    query.append(query.empty() ? "select " : ", ").append(column.name);
+  }
+  return query + " from mail_resp where mn_id=" + mailbox_id;
+}
+
+bool is_active(const ResponderRule& rule) {
+  return strcmp(rule.resp_on, "false") != 0;
+}
+
+TriggerPlace trigger_place(const ResponderRule& rule) {
+  if (strcmp(rule.key_where, "subj") == 0) return TriggerPlace::kSubject;
+  return strcmp(rule.key_where, "body") == 0 ? TriggerPlace::kBody : TriggerPlace::kNowhere;
+}
+
+bool rule_fires(const ResponderRule& rule, const IncomingMessage& message) {
+  switch (trigger_place(rule)) {
+    case TriggerPlace::kSubject:
+      return find_text(message.subject, rule.keystr) != nullptr;
+    case TriggerPlace::kBody:
+      return message.body_lines.FirstWith(rule.keystr) != 0;
+    case TriggerPlace::kNowhere:
+      break;
+  }
+  return true;
+}

@@ -1,7 +1,0 @@
-#include "autoresponder/pipe_stream.h"
-
-opipestream::opipestream(const ShellCommand& command)
-    : opipestream(hand_to_shell(command, ShellUse::kReadFromUs)) {}
-
-opipestream::opipestream(ShellOutcome outcome)
-    : basic_handlestream(outcome.pipe), refused_(outcome.refused) {}

@@ -1,0 +1,57 @@
+#include "autoresponder/reply/delivery.h"
+
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "autoresponder/reply/sendmail.h"
+#include "mime/header_encode.h"
+#include "support/base/write_pieces.h"
+#include "support/conf.h"
+
+namespace {
+
+// The first run of bytes without white space; empty where there is none.
+std::string first_word(FILE* file) {
+  std::string word;
+  int c = getc(file);
+  while (c != EOF && isspace(c) != 0) c = getc(file);
+  for (; c != EOF && isspace(c) == 0; c = getc(file)) word += static_cast<char>(c);
+  return word;
+}
+
+}  // namespace
+
+int64_t size_limit() {
+  const OwnedFile file(fopen((std::string(QMAIL_ROOT_D) + "/control/databytes").c_str(), "r"));
+  return file ? atoi(first_word(file.get()).c_str()) : 0;
+}
+
+bool exceeds(int64_t size, int64_t limit) {
+  return limit > 0 && size > limit;
+}
+
+SubjectText notice_subject(const IncomingMessage& message) {
+  return {"Re: ", message.subject};
+}
+
+// Kept: "on you request", the empty CC, and no To and MIME headers.
+void replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
+                       const IncomingMessage& message) {
+  const OwnedFile notice = reply.Rewrite();
+  if (!notice) return;
+  if (*rule.reply_to != '\0') write_pieces(notice.get(), {"Reply-To: ", rule.reply_to, "\n"});
+  write_pieces(notice.get(), {"From: ", message.recipient, "\nCC: \nSubject: "});
+  const SubjectText subject = notice_subject(message);
+  write_header_encoded(notice.get(), {subject.start, subject.incoming});
+  write_pieces(notice.get(), {"\n\nAn error occurred while responding on you request.\n\n",
+                              "Autoresponder message size exceeds databytes limit.\n\n\n\n"});
+}
+
+ShellCommand delivery_command(const std::string& from, const IncomingMessage& message,
+                              const ResponseFile& reply) {
+  ShellCommand command;
+  command.Text(sendmail_path()).Text(" -f ").Quoted(from);
+  return command.Text(" ").Quoted(message.sender).Text(" <").Text(reply.path());
+}

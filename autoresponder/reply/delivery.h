@@ -1,0 +1,31 @@
+#ifndef AUTORESPONDER_REPLY_DELIVERY_H
+#define AUTORESPONDER_REPLY_DELIVERY_H
+
+#include <cstdint>
+#include <string>
+
+#include "autoresponder/message/incoming_message.h"
+#include "autoresponder/panel/rule.h"
+#include "autoresponder/reply/response_file.h"
+#include "autoresponder/reply/shell.h"
+#include "autoresponder/reply/subject_text.h"
+
+/// The mail server's limit on the size of a message, in bytes; 0 or less for none.
+int64_t size_limit();
+
+/// Whether a reply of `size` bytes is larger than the mail server takes.
+bool exceeds(int64_t size, int64_t limit);
+
+/// The subject of the notice, in UTF-8.
+SubjectText notice_subject(const IncomingMessage& message);
+
+/// Replaces the reply by a short notice of its size.
+void replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
+                       const IncomingMessage& message);
+
+/// The command that hands the reply to sendmail, to the incoming message's sender. `from`: the
+/// mailbox's address in its ASCII form.
+ShellCommand delivery_command(const std::string& from, const IncomingMessage& message,
+                              const ResponseFile& reply);
+
+#endif

@@ -1,0 +1,132 @@
+#include "autoresponder/reply/file_writer.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <ctime>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+// The process group of the command that is writing to a temporary file; 0 for none. Process-wide,
+// because a signal handler reads it.
+std::atomic<pid_t> writer_group{0};
+static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler reads it");
+
+// Keeps all signals waiting for as long as it lives.
+class SignalBlock {
+ public:
+  SignalBlock() {
+    sigset_t all;
+    sigfillset(&all);
+    sigprocmask(SIG_BLOCK, &all, &before_);
+  }
+  ~SignalBlock() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+  SignalBlock(const SignalBlock&) = delete;
+  SignalBlock& operator=(const SignalBlock&) = delete;
+
+ private:
+  sigset_t before_{};
+};
+
+// The handlers are the run's, which is another process.
+void reset_handlers() {
+  for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+    struct sigaction action {};
+    if (sigaction(signal, nullptr, &action) != 0) continue;
+    if (action.sa_handler != SIG_IGN && action.sa_handler != SIG_DFL) ::signal(signal, SIG_DFL);
+  }
+}
+
+void limit_file_size(uint64_t bytes) {
+  rlimit size{bytes, bytes};
+  struct rlimit now {};
+  if (getrlimit(RLIMIT_FSIZE, &now) == 0) size.rlim_cur = std::min(size.rlim_cur, now.rlim_cur);
+  size.rlim_max = size.rlim_cur;
+  setrlimit(RLIMIT_FSIZE, &size);
+  const rlimit none{0, 0};  // what is cut off there must not leave a core file
+  setrlimit(RLIMIT_CORE, &none);
+}
+
+[[noreturn]] void be_writer(const std::function<void()>& write, const WriterLimits& limits) {
+  setpgid(0, 0);
+  reset_handlers();
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  limit_file_size(limits.file_size);
+  write();
+  _exit(0);
+}
+
+pid_t start_writer(const std::function<void()>& write, const WriterLimits& limits) {
+  const SignalBlock block;
+  const pid_t writer = fork();
+  if (writer == 0) be_writer(write, limits);
+  if (writer > 0) {
+    setpgid(writer, writer);
+    writer_group = writer;
+  }
+  return writer;
+}
+
+// Holds SIGCHLD back, so that one that comes before it is waited for is not lost.
+class ChildSignal {
+ public:
+  ChildSignal() {
+    sigemptyset(&set_);
+    sigaddset(&set_, SIGCHLD);
+    sigprocmask(SIG_BLOCK, &set_, &before_);
+  }
+  ~ChildSignal() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+  ChildSignal(const ChildSignal&) = delete;
+  ChildSignal& operator=(const ChildSignal&) = delete;
+
+  void WaitUntil(std::chrono::steady_clock::time_point end) const {
+    using std::chrono::nanoseconds;
+    const nanoseconds left = end - std::chrono::steady_clock::now();
+    if (left <= nanoseconds::zero()) return;
+    const timespec timeout{static_cast<time_t>(left.count() / 1000000000),
+                           left.count() % 1000000000};
+    sigtimedwait(&set_, nullptr, &timeout);
+  }
+
+ private:
+  sigset_t set_{};
+  sigset_t before_{};
+};
+
+// Whether the process ended before its time was over.
+bool ended_in_time(pid_t writer, const ChildSignal& child, std::chrono::seconds time) {
+  const auto end = std::chrono::steady_clock::now() + time;
+  for (;;) {
+    if (waitpid(writer, nullptr, WNOHANG) != 0) return true;
+    if (std::chrono::steady_clock::now() >= end) return false;
+    child.WaitUntil(end);
+  }
+}
+
+}  // namespace
+
+void end_file_writer() {
+  const pid_t group = writer_group;
+  if (group == 0) return;
+  prctl(PR_SET_CHILD_SUBREAPER, 1);  // to inherit its orphans, so that we can wait for them
+  kill(-group, SIGKILL);
+  while (waitpid(-group, nullptr, 0) > 0 || errno == EINTR) {
+  }
+}
+
+bool run_file_writer(const std::function<void()>& write, const WriterLimits& limits) {
+  const ChildSignal child;
+  const pid_t writer = start_writer(write, limits);
+  if (writer < 0) return true;
+  const bool in_time = ended_in_time(writer, child, limits.time);
+  if (!in_time) end_file_writer();
+  writer_group = 0;
+  return in_time;
+}

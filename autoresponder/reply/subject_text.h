@@ -1,0 +1,15 @@
+#ifndef AUTORESPONDER_REPLY_SUBJECT_TEXT_H
+#define AUTORESPONDER_REPLY_SUBJECT_TEXT_H
+
+#include <string>
+#include <string_view>
+
+/// A subject in UTF-8, in two parts: the incoming subject may be large and is not copied.
+struct SubjectText {
+  std::string start;
+  std::string_view incoming;  ///< follows `start`; valid as long as the message
+
+  std::string Whole() const { return start + std::string(incoming); }
+};
+
+#endif

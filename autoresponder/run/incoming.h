@@ -1,0 +1,19 @@
+#ifndef AUTORESPONDER_RUN_INCOMING_H
+#define AUTORESPONDER_RUN_INCOMING_H
+
+#include <optional>
+#include <string>
+
+#include "autoresponder/message/incoming_message.h"
+#include "autoresponder/run/spool.h"
+
+/// Reads the incoming message from standard input into `spool`, and fills `record` from it and from
+/// the environment variable RECIPIENT. Conversion problems are reported and tolerated. Returns 0,
+/// or 1 after a failure that was reported on standard error.
+int read_incoming_message(SpoolFile& spool, IncomingMessage& record);
+
+/// The address that the mail server delivers to, from the environment variable RECIPIENT, whose
+/// value is a prefix, "-" and the address; nothing where the variable is not set.
+std::optional<std::string> delivery_address();
+
+#endif

@@ -1,0 +1,125 @@
+#include "autoresponder/run/process.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <grp.h>
+#include <initializer_list>
+#include <malloc.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include "support/base/signals.h"
+#include "support/report.h"
+
+namespace {
+
+constexpr const char* kSafePath = "/usr/bin:/bin:/usr/sbin:/sbin";
+
+void open_standard_descriptors() {
+  int descriptor = 0;
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = open("/dev/null", O_RDWR);
+  if (descriptor > STDERR_FILENO) close(descriptor);
+}
+
+// Asked before the identity changes: the answer stays the same for the whole run.
+bool started_by_another_user() {
+  static const bool answer = getuid() != geteuid() || getgid() != getegid();
+  return answer;
+}
+
+void reset_environment() {
+  const char* const recipient = getenv("RECIPIENT");  // clearenv leaves the text where it is
+  clearenv();
+  setenv("PATH", kSafePath, 1);
+  if (recipient != nullptr) setenv("RECIPIENT", recipient, 1);
+}
+
+struct LeastLimit {
+  decltype(RLIMIT_STACK) resource;
+  rlim_t least;
+  const char* name;
+};
+
+constexpr rlim_t kMebibyte = rlim_t{1} << 20;
+
+constexpr LeastLimit kLeastLimits[] = {
+    {RLIMIT_STACK, 8 * kMebibyte, "stack"},        {RLIMIT_FSIZE, RLIM_INFINITY, "file size"},
+    {RLIMIT_CPU, RLIM_INFINITY, "processor time"}, {RLIMIT_AS, 64 * kMebibyte, "address space"},
+    {RLIMIT_DATA, 64 * kMebibyte, "data"},         {RLIMIT_NOFILE, 64, "descriptors"},
+};
+
+void raise_limit(const LeastLimit& limit) {
+  struct rlimit now {};
+  if (getrlimit(limit.resource, &now) == 0 && now.rlim_cur >= limit.least) return;
+  const rlimit raised{limit.least, now.rlim_max > limit.least ? now.rlim_max : limit.least};
+  if (setrlimit(limit.resource, &raised) == 0) return;
+  report_error(1, 0, "The caller's limit on %s is too low", limit.name);
+}
+
+// A command that crashed would write a core file with the run's data as root.
+void reset_limits() {
+  const rlimit none{0, 0};
+  setrlimit(RLIMIT_CORE, &none);
+  for (const LeastLimit& limit : kLeastLimits) raise_limit(limit);
+}
+
+void leave_caller() {
+  reset_environment();
+  reset_limits();
+  [[maybe_unused]] const int groups = setgroups(0, nullptr);
+  [[maybe_unused]] const int directory = chdir("/");
+  umask(022);
+}
+
+// Timers outlive exec.
+void stop_timers() {
+  const itimerval none{};
+  for (const auto timer : {ITIMER_REAL, ITIMER_VIRTUAL, ITIMER_PROF}) {
+    setitimer(timer, &none, nullptr);
+  }
+}
+
+// What the caller ignored goes on to do nothing, but for two kinds: an ignored SIGCHLD would hide
+// the ends of commands, and the signals of a terminal that a process in the background reads would
+// come again for ever.
+void reset_signal(int signal) {
+  struct sigaction action {};
+  if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_IGN) return;
+  const bool is_default = signal == SIGCHLD || signal == SIGTTIN || signal == SIGTTOU;
+  action.sa_handler = is_default ? SIG_DFL : ignore_signal;
+  action.sa_flags = SA_RESTART;
+  sigaction(signal, &action, nullptr);
+}
+
+void reset_signals() {
+  for (int signal = 1; signal <= SIGRTMAX; ++signal) reset_signal(signal);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+// By itself the C library stops giving large blocks back once the first was freed.
+void give_large_blocks_back() {
+  mallopt(M_MMAP_THRESHOLD, 256 << 10);
+}
+
+}  // namespace
+
+void prepare_process() {
+  const int saved_errno = errno;
+  give_large_blocks_back();
+  open_standard_descriptors();
+  stop_timers();
+  reset_signals();
+  if (started_by_another_user()) leave_caller();
+  survive_failing_writes();
+  errno = saved_errno;
+}
+
+void forget_recipient() {
+  if (started_by_another_user()) unsetenv("RECIPIENT");
+}

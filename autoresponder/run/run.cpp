@@ -1,0 +1,57 @@
+#include "autoresponder/run/run.h"
+
+#include <memory>
+#include <unistd.h>
+
+#include "autoresponder/engine/loop_guard.h"
+#include "autoresponder/engine/responder.h"
+#include "autoresponder/message/incoming_message.h"
+#include "autoresponder/run/incoming.h"
+#include "autoresponder/run/process.h"
+#include "autoresponder/run/run_effects.h"
+#include "autoresponder/run/temporary_files.h"
+#include "autoresponder/run/termination.h"
+#include "support/base/diagnose.h"
+#include "support/conf.h"
+#include "support/report.h"
+
+namespace {
+
+// Where that is not allowed, the run continues as the calling user.
+void become_root() {
+  [[maybe_unused]] const int user = setuid(0);
+  [[maybe_unused]] const int group = setgid(0);
+}
+
+[[noreturn]] void end_run(const char* why) {
+  diagnose({why});
+  cleanup_and_exit();
+}
+
+void respond(const IncomingMessage& message, const SpoolFile& spool) {
+  try {
+    run_responder(message, [&](PanelDatabase& database) {
+      return std::make_unique<RunEffects>(database, message, spool);
+    });
+  } catch (const PanelFailure& failure) {
+    end_run(failure.what());
+  }
+}
+
+}  // namespace
+
+void run(const char* program) {
+  prog_name = program;
+  prepare_process();
+  load_conf_paths();
+  IncomingMessage message;
+  become_root();
+  remove_files_on_termination();
+  SpoolFile spool = create_spool_file();
+  if (read_incoming_message(spool, message) != 0) end_run("Abnormal exit.");
+  forget_recipient();
+  const LoopGuard guard = loop_guard(message);
+  if (guard != LoopGuard::kPassed) end_run(loop_guard_diagnostic(guard));
+  respond(message, spool);
+  cleanup_and_exit();
+}

@@ -1,0 +1,45 @@
+#include "autoresponder/run/run_effects.h"
+
+#include "autoresponder/panel/frequency_limiter.h"
+#include "autoresponder/run/temporary_files.h"
+#include "support/base/diagnose.h"
+#include "support/idn.h"
+#include "support/libidn.h"
+
+// Without libidn the reply cannot be built. The run then ends before anything is counted or sent,
+// because with its status the mail server delivers the message again.
+bool RunEffects::Count(const ResponderRule& rule) {
+  load_libidn();
+  return check_reply_frequency(database_, message_, rule.id, rule.ans_freq, rule.mem_limit);
+}
+
+void RunEffects::Forward(const std::string& /*addresses*/, const ShellCommand& command) {
+  hand_to_shell(command, ShellUse::kRun);
+}
+
+ResponseFile RunEffects::CreateResponseFile() {
+  return create_response_file();
+}
+
+void RunEffects::Notify(const Notification& notification, const ResponderRule& rule,
+                        const std::vector<std::string>& missing) {
+  send_notification(notification, rule.reply_to, message_, missing);
+}
+
+std::string RunEffects::AsciiForm(const std::string& address) {
+  return idn_toascii_string(address.c_str());
+}
+
+void RunEffects::GiveUp(const ResponseFile& reply) {
+  diagnose({"autoresponder: Unable to write the reply to ", reply.path()});
+  reply.Remove();
+}
+
+void RunEffects::Append(const ShellCommand& command, const WriterLimits& limits) {
+  hand_to_shell(command, ShellUse::kWriteFile, limits);
+}
+
+void RunEffects::Deliver(const ShellCommand& command, const ResponseFile& reply) {
+  hand_to_shell(command, ShellUse::kRun);
+  reply.Remove();
+}

@@ -1,0 +1,48 @@
+#include "autoresponder/run/spool.h"
+
+#include <cerrno>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+constexpr size_t kBlock = size_t{64} << 10;
+
+// Waits for more and takes what there is of it, at most a block; 0 at the end.
+size_t read_block(char* block) {
+  ssize_t length = 0;
+  do {
+    length = read(STDIN_FILENO, block, kBlock);
+  } while (length < 0 && errno == EINTR);
+  return length > 0 ? static_cast<size_t>(length) : 0;
+}
+
+}  // namespace
+
+SpoolFile::SpoolFile(int descriptor, std::string path)
+    : path_(std::move(path)), descriptor_(descriptor) {}
+
+void SpoolFile::Write(const char* bytes, size_t length) {
+  while (!failed_ && length > 0) {
+    const ssize_t written = write(descriptor_.number(), bytes, length);
+    if (written < 0 && errno == EINTR) continue;
+    failed_ = written <= 0;
+    if (failed_) return;
+    bytes += written;
+    length -= static_cast<size_t>(written);
+  }
+}
+
+MessageBuffer spool_standard_input(SpoolFile& spool) {
+  MessageBuffer message;
+  char* block = message.RoomFor(kBlock);
+  while (const size_t length = read_block(block)) {
+    spool.Write(block, length);
+    message.Add(length);
+    block = message.RoomFor(kBlock);
+  }
+  block[0] = '\n';
+  spool.Write(block, 1);
+  message.Add(1);
+  return message;
+}

@@ -1,0 +1,90 @@
+#include "explain/recorded_effects.h"
+
+#include <unistd.h>
+
+#include "autoresponder/reply/delivery.h"
+#include "autoresponder/run/temporary_files.h"
+#include "support/base/owned.h"
+#include "support/idn.h"
+
+namespace {
+
+// The kernel takes no single argument of more than 32 pages, its NUL included.
+bool is_too_long(const ShellCommand& command) {
+  return command.line().size() >= 32 * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
+
+}  // namespace
+
+// The run's command: the reply has a name of the run's in it.
+std::string RecordedEffects::LineOfRun(std::string line) const {
+  const std::string name = memory_.File(kResponseTemplate).path();
+  for (size_t at = 0; (at = line.find(name, at)) != std::string::npos; at += name.size()) {
+    line.replace(at, name.size(), kResponseTemplate);
+  }
+  return line;
+}
+
+bool RecordedEffects::Count(const ResponderRule& rule) {
+  facts_.limiter = consult_limiter(database_, message_, rule.id, rule.ans_freq, rule.mem_limit,
+                                   LimiterMode::kLook);
+  return allows_reply(*facts_.limiter);
+}
+
+std::string RecordedEffects::SpoolPath() {
+  return kSpoolTemplate;
+}
+
+void RecordedEffects::Forward(const std::string& addresses, const ShellCommand& command) {
+  facts_.forwarding = addresses;
+  Add("forward", command);
+}
+
+ResponseFile RecordedEffects::CreateResponseFile() {
+  return memory_.File(kResponseTemplate);
+}
+
+void RecordedEffects::Attachments(const AttachmentList& attachments) {
+  facts_.attachments = attachments;
+}
+
+void RecordedEffects::Notify(const Notification& notification, const ResponderRule& /*rule*/,
+                             const std::vector<std::string>& /*missing*/) {
+  facts_.notification = notification;
+  Add("notify", notification_command(notification));
+}
+
+std::string RecordedEffects::AsciiForm(const std::string& address) {
+  const OwnedText ascii(idn_toascii(address.c_str()));
+  if (!ascii) throw NotAscii();
+  return ascii.get();
+}
+
+void RecordedEffects::GiveUp(const ResponseFile& /*reply*/) {
+  throw CannotTell(Reason::kReplyNotBuilt, "Unable to build the reply in memory.");
+}
+
+void RecordedEffects::Append(const ShellCommand& command, const WriterLimits& limits) {
+  hand_to_shell(command, ShellUse::kWriteFile, limits);
+  Add("attach", command);
+}
+
+void RecordedEffects::Built(const BuiltReply& built, const ResponseFile& /*reply*/) {
+  ReplyFacts& reply = facts_.reply.emplace();
+  reply.size = built.size;
+  reply.limit = built.limit;
+  reply.is_replaced = built.is_replaced;
+  reply.subject = built.subject.Whole();
+  reply.headers = memory_.TextUpTo("\n\n");
+  if (whole_reply_) reply.text = memory_.TextUpTo("");
+}
+
+void RecordedEffects::Deliver(const ShellCommand& command, const ResponseFile& /*reply*/) {
+  Add("reply", command);
+}
+
+void RecordedEffects::Add(const char* purpose, const ShellCommand& command) {
+  CommandFate fate = is_too_long(command) ? CommandFate::kTooLong : CommandFate::kRuns;
+  if (command.escaping_value()) fate = CommandFate::kRefused;
+  facts_.commands.push_back({purpose, LineOfRun(command.line()), fate});
+}

@@ -1,0 +1,85 @@
+#include "autoresponder/intake/addresses.h"
+
+#include <ostream>
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+using namespace std::string_view_literals;
+
+namespace {
+
+std::string address_or_none(const DwMailbox* mailbox) {
+  return mailbox != nullptr ? mailbox_address(*mailbox) : "none";
+}
+
+struct List {
+  const char* name;
+  std::string_view text;
+  std::string_view want;
+};
+
+void PrintTo(const List& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class FirstListedMailbox : public testing::TestWithParam<List> {};
+
+TEST_P(FirstListedMailbox, Is) {
+  DwAddressList list(DwString(GetParam().text.data(), GetParam().text.size()));
+  EXPECT_EQ(address_or_none(first_listed_mailbox(list)), GetParam().want);
+}
+
+constexpr List kAddressLists[] = {
+    {"NoneOfNothing", "", "none"},
+    {"NoneOfAComment", "(nobody)", "none"},
+    {"TheOnlyOne", "Team <team@example.org>", "team@example.org"},
+    {"TheFirst", "a@b, c@d", "a@b"},
+    {"CaseKept", "\"Ann\" <ann@Example.ORG>", "ann@Example.ORG"},
+    {"QuotesKept", "\"john doe\"@example.com", "\"john doe\"@example.com"},
+    {"RouteDropped", "<@a,@b:c@d>", "c@d"},
+    {"CommentsDropped", "ann (A) @ (B) example.org", "ann@example.org"},
+    {"BehindAGroup", "list: a@x, b@y;, c@z", "c@z"},
+    {"BehindGroups", "g1:;, g2: a@x;, b@y", "b@y"},
+    {"NoneOfAGroup", "undisclosed-recipients:;", "none"},
+    {"NoneOfAnOpenGroup", "list: a@x, b@y", "none"},
+    {"BehindAnInvalidOne", "<>, @b, c@d", "c@d"},
+    {"NoneOfInvalidOnes", "<>, @b", "none"},
+    {"WithoutDomain", "postmaster", "postmaster@"},
+    {"MailerDaemon", "MAILER-DAEMON", "MAILER-DAEMON@"},
+    {"NotConverted", "j@xn--mller-kva.de", "j@xn--mller-kva.de"},
+    {"UpToANulInTheLocalPart", "\"a\0b\"@c"sv, "\"a"},
+    {"UpToANulInTheDomain", "a@[1\0002]"sv, "a@[1"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, FirstListedMailbox, testing::ValuesIn(kAddressLists));
+
+class FirstValidMailbox : public testing::TestWithParam<List> {};
+
+TEST_P(FirstValidMailbox, Is) {
+  DwMailboxList list(DwString(GetParam().text.data(), GetParam().text.size()));
+  EXPECT_EQ(address_or_none(first_valid_mailbox(list)), GetParam().want);
+}
+
+constexpr List kMailboxLists[] = {
+    {"NoneOfNothing", "", "none"},
+    {"TheOnlyOne", "\"Ann\" <ann@Example.ORG>", "ann@Example.ORG"},
+    {"TheFirst", "a@b, c@d", "a@b"},
+    {"BehindAnInvalidOne", "<>, @b, c@d", "c@d"},
+    {"NoneOfInvalidOnes", "<>, @b,", "none"},
+    {"TextOfAGroup", "list: a@x;", "lista@x"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, FirstValidMailbox, testing::ValuesIn(kMailboxLists));
+
+TEST(FirstMailbox, IsFoundBehindManyOthers) {
+  std::string text;
+  for (int i = 0; i < 100000; ++i) text += "g:;,<>,";
+  DwAddressList addresses(DwString(text + "a@b"));
+  EXPECT_EQ(address_or_none(first_listed_mailbox(addresses)), "a@b");
+  DwMailboxList mailboxes(DwString(std::string(200000, ',') + "<>,a@b"));
+  EXPECT_EQ(address_or_none(first_valid_mailbox(mailboxes)), "a@b");
+}
+
+}  // namespace

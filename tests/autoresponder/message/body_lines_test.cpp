@@ -1,0 +1,144 @@
+#include "autoresponder/message/body_lines.h"
+
+#include <memory>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+using namespace std::string_view_literals;
+
+namespace {
+
+std::string text_of(const BodyLines& lines) {
+  std::string text;
+  lines.WriteTo([&text](std::string_view piece) {
+    text += piece;
+    return true;
+  });
+  return text;
+}
+
+std::shared_ptr<const std::string> shared(std::string text) {
+  return std::make_shared<const std::string>(std::move(text));
+}
+
+TEST(BodyLines, AreNoneAtFirst) {
+  const BodyLines lines;
+  EXPECT_TRUE(lines.empty());
+  EXPECT_EQ(text_of(lines), "");
+}
+
+TEST(BodyLines, AreOneOfAnEmptyText) {
+  EXPECT_FALSE(BodyLines("").empty());
+  EXPECT_EQ(text_of(BodyLines("")), "");
+}
+
+TEST(BodyLines, AreTheSameWhenMoved) {
+  BodyLines lines;
+  lines = BodyLines("one\ntwo");
+  const BodyLines moved = std::move(lines);
+  EXPECT_EQ(text_of(moved), "one\ntwo");
+}
+
+TEST(BodyLines, KeepTheMemoryOfTheirText) {
+  std::weak_ptr<const std::string> watched;
+  {
+    auto text = shared("skip\none\ntwo");
+    watched = text;
+    const BodyLines lines(std::string_view(*text).substr(5), text);
+    text.reset();
+    EXPECT_FALSE(watched.expired());
+    EXPECT_EQ(text_of(lines), "one\ntwo");
+  }
+  EXPECT_TRUE(watched.expired());
+}
+
+struct Key {
+  const char* name;
+  std::string_view text;
+  std::string_view key;
+  size_t want;
+};
+
+void PrintTo(const Key& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class BodyLinesKey : public testing::TestWithParam<Key> {};
+
+TEST_P(BodyLinesKey, IsFirstFoundInLine) {
+  EXPECT_EQ(BodyLines(std::string(GetParam().text)).FirstWith(GetParam().key), GetParam().want);
+}
+
+constexpr Key kKeys[] = {
+    {"WholeLine", "one\ntwo\n", "two", 2},
+    {"PartOfALine", "one\ntwo\n", "w", 2},
+    {"LastLineWithoutNewline", "one\ntwo", "two", 2},
+    {"InTwoLines", "one\ntwo\nanother two", "two", 2},
+    {"BehindEmptyLines", "\n\n\nkey", "key", 4},
+    {"Nowhere", "one\ntwo\n", "three", 0},
+    {"OtherCase", "one\n", "One", 0},
+    {"AcrossLines", "one\ntwo\n", "onetwo", 0},
+    {"WithTheNewlineBetween", "one\ntwo\n", "one\ntwo", 0},
+    {"WithTheNewlineBehind", "one\n", "one\n", 0},
+    {"NewlineAlone", "one\n", "\n", 0},
+    {"EmptyInText", "one\n", "", 1},
+    {"EmptyInOneEmptyLine", "", "", 1},
+    {"LongerThanTheText", "one", "one two", 0},
+    {"CrAtTheEndOfALine", "one\r\n", "one\r", 1},
+    {"BehindANul", "a\0key"sv, "key", 1},
+    {"WithNul", "a\0b"sv, "a\0b"sv, 1},
+    {"WithAnotherByteBehindNul", "a\0b"sv, "a\0c"sv, 0},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, BodyLinesKey, testing::ValuesIn(kKeys));
+
+TEST(BodyLines, HoldNothingWhereThereAreNone) {
+  EXPECT_EQ(BodyLines().FirstWith(""), 0U);
+  EXPECT_EQ(BodyLines().FirstWith("one"), 0U);
+}
+
+TEST(BodyLines, AreSearchedInLinearTime) {
+  const std::string half(500000, 'a');
+  const BodyLines lines(half + half + "\n" + half);
+  EXPECT_EQ(lines.FirstWith(half + "b"), 0U);
+  EXPECT_EQ(lines.FirstWith("b" + half), 0U);
+  EXPECT_EQ(lines.FirstWith(half), 1U);
+}
+
+// Larger than what is searched at once, with the key wherever it can be in it.
+TEST(BodyLines, AreSearchedInAnotherCharset) {
+  const std::string umlaut = "\xC3\xBC";
+  for (const size_t before : {0, 1, 300, 65530, 65535, 65536, 65537, 131070, 200000}) {
+    for (const std::string ending : {"", "\nend"}) {
+      const auto text = shared(std::string(before, '\n') + "a\xFC\xFCz" + ending);
+      const BodyLines lines(*text, text, "ISO-8859-15");
+      SCOPED_TRACE(before);
+      EXPECT_EQ(lines.FirstWith("a" + umlaut), before + 1);
+      EXPECT_EQ(lines.FirstWith(umlaut + "z"), before + 1);
+      EXPECT_EQ(lines.FirstWith("end"), ending.empty() ? 0 : before + 2);
+      EXPECT_EQ(lines.FirstWith(umlaut + umlaut + umlaut), 0U);
+      EXPECT_EQ(lines.FirstWith(""), 1U);
+      EXPECT_EQ(lines.FirstWith("z\n"), 0U);
+    }
+  }
+}
+
+TEST(BodyLines, FindAKeyLongerThanWhatIsSearchedAtOnce) {
+  const std::string key(200000, 'k');
+  const auto text = shared("one\n\xE4" + key + "\nthree");
+  const BodyLines lines(*text, text, "KOI8-R");
+  EXPECT_EQ(lines.FirstWith(key), 2U);
+  EXPECT_EQ(lines.FirstWith(key + "k"), 0U);
+}
+
+TEST(BodyLines, AreSearchedInAnotherCharsetInLinearTime) {
+  const auto text = shared(std::string(2000000, 'a') + "\xE4");
+  const BodyLines lines(*text, text, "KOI8-R");
+  EXPECT_EQ(lines.FirstWith(std::string(100000, 'a') + "b"), 0U);
+}
+
+}  // namespace

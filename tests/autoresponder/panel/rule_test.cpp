@@ -1,0 +1,162 @@
+#include "autoresponder/panel/rule.h"
+
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+ResponderRule rule_of(const char* key_where, const char* keystr) {
+  ResponderRule rule;
+  rule.key_where = key_where;
+  rule.keystr = keystr;
+  return rule;
+}
+
+TEST(Rule, HasADefaultForEveryNull) {
+  char* row[11] = {};
+  const ResponderRule rule(row);
+  EXPECT_STREQ(rule.id, "0");
+  EXPECT_STREQ(rule.keystr, "");
+  EXPECT_STREQ(rule.key_where, "no");
+  EXPECT_STREQ(rule.text, "");
+  EXPECT_STREQ(rule.resp_on, "false");
+  EXPECT_STREQ(rule.ans_freq, "10");
+  EXPECT_STREQ(rule.mem_limit, "1000");
+  EXPECT_STREQ(rule.subject, "");
+  EXPECT_STREQ(rule.reply_to, "");
+  EXPECT_STREQ(rule.charset, "UTF-8");
+  EXPECT_STREQ(rule.content_type, "text/plain");
+}
+
+TEST(Rule, KeepsEveryColumnAsText) {
+  std::string columns[] = {"7",   "Invoice", "subj", "Thank you.\n", "true",     "3",
+                           "0x5", "Re",      "a@b",  "KOI8-R",       "text/html"};
+  char* row[11];
+  for (size_t i = 0; i < 11; ++i) row[i] = columns[i].data();
+  const ResponderRule rule(row);
+  EXPECT_STREQ(rule.id, "7");
+  EXPECT_STREQ(rule.keystr, "Invoice");
+  EXPECT_STREQ(rule.key_where, "subj");
+  EXPECT_STREQ(rule.text, "Thank you.\n");
+  EXPECT_STREQ(rule.resp_on, "true");
+  EXPECT_STREQ(rule.ans_freq, "3");
+  EXPECT_STREQ(rule.mem_limit, "0x5");
+  EXPECT_STREQ(rule.subject, "Re");
+  EXPECT_STREQ(rule.reply_to, "a@b");
+  EXPECT_STREQ(rule.charset, "KOI8-R");
+  EXPECT_STREQ(rule.content_type, "text/html");
+}
+
+TEST(Rule, TakesAnEmptyColumnForNoDefault) {
+  std::string empty;
+  char* row[11];
+  for (char*& column : row) column = empty.data();
+  const ResponderRule rule(row);
+  EXPECT_STREQ(rule.id, "");
+  EXPECT_STREQ(rule.key_where, "");
+  EXPECT_STREQ(rule.resp_on, "");
+  EXPECT_STREQ(rule.ans_freq, "");
+  EXPECT_STREQ(rule.mem_limit, "");
+  EXPECT_STREQ(rule.charset, "");
+  EXPECT_STREQ(rule.content_type, "");
+}
+
+TEST(Rule, IsQueriedByTheMailboxAsItStands) {
+  EXPECT_EQ(rules_query("42"),
+            "select id, keystr, key_where, text, resp_on, ans_freq, mem_limit, subject, reply_to, "
+            "charset, content_type from mail_resp where mn_id=42");
+}
+
+bool active_with(const char* resp_on) {
+  ResponderRule rule;
+  rule.resp_on = resp_on;
+  return is_active(rule);
+}
+
+TEST(Rule, IsSwitchedOffByFalseAlone) {
+  EXPECT_FALSE(active_with("false"));
+  EXPECT_TRUE(active_with("true"));
+  EXPECT_TRUE(active_with(""));
+  EXPECT_TRUE(active_with("False"));
+  EXPECT_TRUE(active_with("FALSE"));
+  EXPECT_TRUE(active_with("false "));
+  EXPECT_TRUE(active_with("0"));
+}
+
+struct Trigger {
+  const char* name;
+  const char* key_where;
+  const char* keystr;
+  const char* subject;
+  std::optional<std::string> body;
+  bool fires;
+};
+
+void PrintTo(const Trigger& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class RuleTrigger : public testing::TestWithParam<Trigger> {};
+
+TEST_P(RuleTrigger, Fires) {
+  const Trigger& row = GetParam();
+  IncomingMessage message;
+  message.subject = row.subject;
+  if (row.body) message.body_lines = BodyLines(*row.body);
+  EXPECT_EQ(rule_fires(rule_of(row.key_where, row.keystr), message), row.fires);
+}
+
+const Trigger kTriggers[] = {
+    {"KeyInSubject", "subj", "Invoice", "Re: Invoice 42", "", true},
+    {"KeyIsTheSubject", "subj", "Invoice", "Invoice", "", true},
+    {"OtherCaseInSubject", "subj", "Invoice", "re: invoice 42", "", false},
+    {"KeyInBodyOnly", "subj", "Invoice", "Hello", "Invoice", false},
+    {"PartOfTheKeyInSubject", "subj", "Invoice", "Invoic", "", false},
+    {"BlankOfTheKeyInSubject", "subj", " 42", "Invoice 42", "", true},
+    {"BlankOfTheKeyNotInSubject", "subj", "Invoice ", "Invoice", "", false},
+    {"Utf8KeyInSubject", "subj", "Gr\xC3\xBC\xC3\x9F", "Re: Gr\xC3\xBC\xC3\x9F\x65", "", true},
+    {"PatternIsText", "subj", "I.*e", "Invoice", "", false},
+    {"EmptyKeyInSubject", "subj", "", "Hello", "", true},
+    {"EmptyKeyInEmptySubject", "subj", "", "", std::nullopt, true},
+    {"KeyInEmptySubject", "subj", "Invoice", "", "Invoice", false},
+
+    {"KeyInFirstLine", "body", "Invoice", "", "My Invoice\nplease\n", true},
+    {"KeyInLastLine", "body", "Invoice", "", "please\nInvoice", true},
+    {"OtherCaseInBody", "body", "Invoice", "", "invoice\n", false},
+    {"KeyInSubjectOnly", "body", "Invoice", "Invoice", "Hello\n", false},
+    {"KeyAcrossALineBreak", "body", "In\nvoice", "", "In\nvoice\n", false},
+    {"KeyAcrossADroppedLineBreak", "body", "Invoice", "", "In\nvoice\n", false},
+    {"EmptyKeyInBody", "body", "", "", "Hello\n", true},
+    {"EmptyKeyInEmptyBody", "body", "", "", "", true},
+    {"EmptyKeyInNoBody", "body", "", "", std::nullopt, false},
+    {"KeyInNoBody", "body", "Invoice", "", std::nullopt, false},
+
+    {"NoTrigger", "no", "Invoice", "Hello", "Hello\n", true},
+    {"NoTriggerAndNoBody", "no", "Invoice", "", std::nullopt, true},
+    {"EmptyTrigger", "", "Invoice", "Hello", "Hello\n", true},
+    {"TriggerInOtherCase", "Subj", "Invoice", "Hello", "Hello\n", true},
+    {"LongerTrigger", "subject", "Invoice", "Hello", "Hello\n", true},
+    {"UnknownTrigger", "sender", "Invoice", "Hello", "Hello\n", true},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, RuleTrigger, testing::ValuesIn(kTriggers));
+
+TEST(RuleTrigger, IsFoundInLinearTime) {
+  const std::string half(500000, 'a');
+  IncomingMessage message;
+  message.subject = half + half;
+  const std::string other = half + "b";
+  EXPECT_FALSE(rule_fires(rule_of("subj", other.c_str()), message));
+  EXPECT_TRUE(rule_fires(rule_of("subj", half.c_str()), message));
+}
+
+TEST(RuleTrigger, OfNullFiresForEveryMessage) {
+  char* row[11] = {};
+  const IncomingMessage message;
+  EXPECT_TRUE(rule_fires(ResponderRule(row), message));
+}
+
+}  // namespace

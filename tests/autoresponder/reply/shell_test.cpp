@@ -1,0 +1,216 @@
+#include "autoresponder/reply/shell.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <ostream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(ShellCommand, IsItsPiecesInTheirOrder) {
+  ShellCommand command;
+  command.Text("cat ").Quoted("/tmp/a b").Text(" >> ").Quoted("x");
+  EXPECT_EQ(command.line(), "cat '/tmp/a b' >> 'x'");
+  EXPECT_FALSE(command.escaping_value());
+}
+
+TEST(ShellCommand, IsEmptyAtFirst) {
+  const ShellCommand command;
+  EXPECT_EQ(command.line(), "");
+  EXPECT_FALSE(command.escaping_value());
+}
+
+TEST(ShellCommand, LeavesEveryByteOfAValueAsItIs) {
+  ShellCommand command;
+  command.Quoted("a$b`c\"d\\e\n\xFF;|&<>*?!#~");
+  EXPECT_EQ(command.line(), "'a$b`c\"d\\e\n\xFF;|&<>*?!#~'");
+  EXPECT_FALSE(command.escaping_value());
+}
+
+TEST(ShellCommand, KnowsAValueThatWouldLeaveItsQuotes) {
+  ShellCommand command;
+  command.Text("echo ").Quoted("o'neill@example.com");
+  ASSERT_TRUE(command.escaping_value());
+  EXPECT_EQ(*command.escaping_value(), "o'neill@example.com");
+}
+
+TEST(ShellCommand, KnowsTheFirstOfSuchValues) {
+  ShellCommand command;
+  command.Quoted({"plain", "'first", "third'"}).Quoted("second'").Quoted("plain");
+  ASSERT_TRUE(command.escaping_value());
+  EXPECT_EQ(*command.escaping_value(), "'first");
+}
+
+TEST(ShellCommand, MayHaveQuotesInItsTexts) {
+  ShellCommand command;
+  command.Text("echo 'a' 'b");
+  EXPECT_FALSE(command.escaping_value());
+}
+
+TEST(ShellCommand, KeepsItsPiecesWhenCopied) {
+  ShellCommand command;
+  command.Text("a").Quoted("'");
+  ShellCommand copy = command;
+  copy.Text("b");
+  EXPECT_EQ(command.line(), "a'''");
+  EXPECT_EQ(copy.line(), "a'''b");
+  EXPECT_EQ(*copy.escaping_value(), "'");
+}
+
+struct Use {
+  const char* name;
+  ShellUse use;
+};
+
+void PrintTo(const Use& row, std::ostream* out) {
+  *out << row.name;
+}
+
+// With a directory of its own, into which commands write.
+class HandToShell : public testing::TestWithParam<Use> {
+ protected:
+  HandToShell() {
+    std::string name = testing::TempDir() + "shell_test-XXXXXX";
+    directory_ = mkdtemp(name.data());
+  }
+  ~HandToShell() override { std::filesystem::remove_all(directory_); }
+
+  std::string Path(const char* name) const { return directory_ + "/" + name; }
+
+  std::string Content(const char* name) const {
+    std::ifstream file(Path(name));
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  // A command that writes `value` into the file "out".
+  ShellCommand WriteValue(const std::string& value) const {
+    ShellCommand command;
+    command.Text("printf %s ").Quoted(value).Text(" > ").Quoted(Path("out"));
+    return command;
+  }
+
+  // Hands over a command and waits for its end.
+  ShellOutcome Run(const ShellCommand& command) const {
+    const ShellOutcome outcome = hand_to_shell(command, GetParam().use);
+    if (outcome.pipe != nullptr) pclose(outcome.pipe);
+    return outcome;
+  }
+
+ private:
+  std::string directory_;
+};
+
+TEST_P(HandToShell, RunsTheExactLine) {
+  const ShellOutcome outcome = Run(WriteValue("$HOME `id` \"x\" \\ ; # *"));
+  EXPECT_FALSE(outcome.refused);
+  EXPECT_EQ(Content("out"), "$HOME `id` \"x\" \\ ; # *");
+}
+
+TEST_P(HandToShell, LetsTheShellReadTheTexts) {
+  ShellCommand command;
+  command.Text("for i in 1 2; do echo $i; done | sed 's/1/one/' > ");
+  Run(command.Quoted(Path("out")));
+  EXPECT_EQ(Content("out"), "one\n2\n");
+}
+
+TEST_P(HandToShell, RefusesAQuoteInAValue) {
+  testing::internal::CaptureStderr();
+  const ShellOutcome outcome = Run(WriteValue("';touch out2;'"));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "autoresponder: refused to run a command with a quote in: ';touch out2;'\n");
+  EXPECT_TRUE(outcome.refused);
+  EXPECT_EQ(outcome.pipe, nullptr);
+}
+
+TEST_P(HandToShell, RunsNothingOfARefusedCommand) {
+  ShellCommand command;
+  command.Text("touch ").Quoted(Path("before")).Text("; echo ").Quoted("it's").Text("; touch ");
+  command.Quoted(Path("behind"));
+  testing::internal::CaptureStderr();
+  Run(command);
+  testing::internal::GetCapturedStderr();
+  EXPECT_FALSE(std::filesystem::exists(Path("before")));
+  EXPECT_FALSE(std::filesystem::exists(Path("behind")));
+}
+
+TEST_P(HandToShell, NamesTheFirstValueThatItRefuses) {
+  ShellCommand command;
+  command.Text("echo ").Quoted("a'b").Text(" ").Quoted("c'd");
+  testing::internal::CaptureStderr();
+  Run(command);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "autoresponder: refused to run a command with a quote in: a'b\n");
+}
+
+TEST_P(HandToShell, DoesNotLookAtTheStatus) {
+  testing::internal::CaptureStderr();
+  const ShellOutcome outcome = Run(ShellCommand().Text("exit 3"));
+  EXPECT_FALSE(outcome.refused);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_P(HandToShell, WaitsForTheEndOfTheCommand) {
+  ShellCommand command;
+  command.Text("sleep 0.1; echo done > ").Quoted(Path("out"));
+  Run(command);
+  EXPECT_EQ(Content("out"), "done\n");
+}
+
+constexpr Use kUses[] = {
+    {"Run", ShellUse::kRun},
+    {"WriteFile", ShellUse::kWriteFile},
+    {"ReadFromUs", ShellUse::kReadFromUs},
+};
+
+INSTANTIATE_TEST_SUITE_P(Uses, HandToShell, testing::ValuesIn(kUses));
+
+using HandToShellWithPipe = HandToShell;
+
+TEST_P(HandToShellWithPipe, GivesTheInputOfTheCommand) {
+  ShellCommand command;
+  command.Text("cat > ").Quoted(Path("out"));
+  const ShellOutcome outcome = hand_to_shell(command, GetParam().use);
+  ASSERT_NE(outcome.pipe, nullptr);
+  fputs("some text\n", outcome.pipe);
+  pclose(outcome.pipe);
+  EXPECT_EQ(Content("out"), "some text\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(Uses, HandToShellWithPipe, testing::Values(kUses[2]));
+
+using HandToShellWithoutPipe = HandToShell;
+
+TEST_P(HandToShellWithoutPipe, GivesNoPipe) {
+  EXPECT_EQ(hand_to_shell(ShellCommand().Text("true"), GetParam().use).pipe, nullptr);
+}
+
+using HandToShellToWriteAFile = HandToShell;
+
+TEST_P(HandToShellToWriteAFile, EndsACommandWhoseTimeIsOver) {
+  ShellCommand command;
+  command.Text("(sleep 100; echo late > ").Quoted(Path("out")).Text(") & sleep 100");
+  testing::internal::CaptureStderr();
+  hand_to_shell(command, GetParam().use, {1000, std::chrono::seconds(1)});
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "autoresponder: ended a command that took too long: " + command.line() + "\n");
+  EXPECT_EQ(Content("out"), "");
+}
+
+TEST_P(HandToShellToWriteAFile, CutsAFileThatIsTooLarge) {
+  ShellCommand command;
+  command.Text("head -c 5000 /dev/zero > ").Quoted(Path("out")).Text("; true");
+  testing::internal::CaptureStderr();
+  hand_to_shell(command, GetParam().use, {1000, std::chrono::seconds(10)});
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(Content("out").size(), 1000U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Uses, HandToShellToWriteAFile, testing::Values(kUses[1]));
+
+INSTANTIATE_TEST_SUITE_P(Uses, HandToShellWithoutPipe, testing::Values(kUses[0], kUses[1]));
+
+}  // namespace
