@@ -8,11 +8,13 @@ namespace {
 enum class ByteKind : char { kWord, kSeparator, kSpecial };
 using ByteKinds = std::array<ByteKind, 256>;
 
-// Space, the other control characters and DEL separate.
+// Kept: of the control characters DLE and DEL belong to words; the others separate, like the blank.
 constexpr ByteKinds make_kinds(std::string_view specials) {
+  constexpr size_t kDle = 0x10;
   ByteKinds kinds{};
-  for (size_t code = 0; code <= 0x20; ++code) kinds[code] = ByteKind::kSeparator;
-  kinds[0x7F] = ByteKind::kSeparator;
+  for (size_t code = 0; code <= ' '; ++code) {
+    if (code != kDle) kinds[code] = ByteKind::kSeparator;
+  }
   for (const char c : specials) kinds[static_cast<unsigned char>(c)] = ByteKind::kSpecial;
   return kinds;
 }

@@ -20,8 +20,8 @@ struct Token {
   std::string_view text;
 };
 
-/// Splits a field into tokens. White space, control characters and comments separate tokens and are
-/// none. Looks at each byte once.
+/// Splits a field into tokens. White space, comments and control characters (but DLE and DEL)
+/// separate tokens. Looks at each byte once.
 class Lexer {
  public:
   enum class Syntax {

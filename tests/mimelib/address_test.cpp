@@ -99,6 +99,8 @@ constexpr List kAddressLists[] = {
     {"OpenAngle", "bad <, a@b", "a@b\n"},
     {"NulSeparates", "a@b\0c,d@e\0"sv, "a@bc\nd@e\n"},
     {"NulInQuotesKept", "\"a\0b\"@c"sv, "\"a\0b\"@c\n"sv},
+    {"DleKept", "x \x10 y@z\x10.net, \x10", "x\x10y@z\x10.net\n\x10@\n"},
+    {"DelKept", "<\x7Fx@y>, x\\\x7Fy@z", "\x7Fx@y\nx\x7Fy@z\n"},
     {"EightBitBytesKept", "j\xC3\xBC@\xC3\xBC.de", "j\xC3\xBC@\xC3\xBC.de\n"},
     {"LineEndsInQuotesAsBlanks", "\"a\r\nb\nc\rd\r\r\n\"@e", "\"a b c d  \"@e\n"},
     {"LineEndInLiteralAsBlank", "a@[1\r\n2]", "a@[1 2]\n"},

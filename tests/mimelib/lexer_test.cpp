@@ -72,12 +72,10 @@ constexpr Field kFields[] = {
     {"MimeAtomWithDots", kMime, "a.b", "A a.b\n"},
     {"MimeBracketsAreNoLiteral", kMime, "[a b]", "S [\nA a\nA b\nS ]\n"},
     {"AtomsAtWhiteSpace", kAddress, "a b\tc\r\n d", "A a\nA b\nA c\nA d\n"},
-    {"AtomsAtControlCharacters", kAddress,
-     "a\x01"
-     "b\x1F"
-     "c\x7F"
-     "d",
-     "A a\nA b\nA c\nA d\n"},
+    {"AtomsAtControlCharacters", kAddress, "v\x01w\x0Fx\x11y\x1Fz", "A v\nA w\nA x\nA y\nA z\n"},
+    {"AtomWithDle", kAddress, "a\x10z \x10", "A a\x10z\nA \x10\n"},
+    {"AtomWithDel", kAddress, "a\x7Fz \x7F", "A a\x7Fz\nA \x7F\n"},
+    {"MimeAtomsWithDleAndDel", kMime, "a\x10=\x7Fz", "A a\x10\nS =\nA \x7Fz\n"},
     {"AtomsAtNul", kAddress, "a\0b"sv, "A a\nA b\n"},
     {"AtomOfEightBitBytes", kAddress, "J\xC3\xBC\xA0\x80\xFF", "A J\xC3\xBC\xA0\x80\xFF\n"},
     {"AtomUpToQuote", kAddress, "a\"b\"c", "A a\nQ \"b\"\nA c\n"},

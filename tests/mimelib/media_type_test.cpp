@@ -51,6 +51,8 @@ constexpr Code kTypes[] = {
     {"LongerName", "texts/plain", DwMime::kTypeUnknown},
     {"ShorterName", "tex/plain", DwMime::kTypeUnknown},
     {"NulInName", "te\0xt/plain"sv, DwMime::kTypeUnknown},
+    {"DleInName", "\x10text/plain", DwMime::kTypeUnknown},
+    {"DelInName", "\x7Ftext/plain", DwMime::kTypeUnknown},
     {"EightBitName", "text\xE9/plain", DwMime::kTypeUnknown},
     {"OpenComment", "(text/plain", DwMime::kTypeNull},
 };
@@ -92,6 +94,7 @@ constexpr Parameters kParameters[] = {
     {"BackslashesKept", R"(text/plain; name="a\"b\\c")", "name=a\\\"b\\\\c\n"},
     {"NulInQuotedValue", "text/plain; name=\"a\0b\""sv, "name=a\0b\n"sv},
     {"EightBitValue", "text/plain; charset=utf-8\xE9", "charset=utf-8\xE9\n"},
+    {"DleAndDelInNameAndValue", "text/plain; a\x10=b\x7F", "a\x10=b\x7F\n"},
     {"NoValue", "text/plain; charset", ""},
     {"EmptyValue", "text/plain; charset=", ""},
     {"NoName", "text/plain; =utf-8", ""},
