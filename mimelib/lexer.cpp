@@ -33,7 +33,7 @@ Token Lexer::Next() {
   if (!SkipSeparators()) return End();
   const char c = text_[position_];
   if (c == '"') return Enclosed(Token::Kind::kQuoted, '"');
-  if (c == '[' && syntax_ == Syntax::kAddress) return Enclosed(Token::Kind::kDomainLiteral, ']');
+  if (c == '[') return Enclosed(Token::Kind::kDomainLiteral, ']');
   if (kind_of(c, syntax_) == ByteKind::kSpecial) return Cut(Token::Kind::kSpecial, 1);
   size_t end = position_ + 1;
   while (end < text_.size() && kind_of(text_[end], syntax_) == ByteKind::kWord) ++end;

@@ -11,7 +11,7 @@ struct Token {
     kSpecial,        ///< one byte of punctuation
     kAtom,           ///< a word
     kQuoted,         ///< a quoted string, with its quotes and backslashes
-    kDomainLiteral,  ///< text in square brackets, with them
+    kDomainLiteral,  ///< text in square brackets, with them; also where RFC 2045 knows none
   };
 
   bool IsSpecial(char c) const { return kind == Kind::kSpecial && text[0] == c; }
@@ -25,7 +25,7 @@ struct Token {
 class Lexer {
  public:
   enum class Syntax {
-    kAddress,  ///< specials of RFC 822, with domain literals
+    kAddress,  ///< specials of RFC 822
     kMime,     ///< tspecials of RFC 2045
   };
 

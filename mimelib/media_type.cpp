@@ -50,10 +50,10 @@ void seek_special(Lexer& lexer, char c) {
   while (token.kind != Kind::kEnd && !token.IsSpecial(c)) token = lexer.Next();
 }
 
-// The next token that can be a parameter's value, or the end.
+// The next token that can be a parameter's value, a word or a quoted string, or the end.
 Token seek_value(Lexer& lexer) {
   Token token = lexer.Next();
-  while (token.kind == Kind::kSpecial) token = lexer.Next();
+  while (token.kind == Kind::kSpecial || token.kind == Kind::kDomainLiteral) token = lexer.Next();
   return token;
 }
 
