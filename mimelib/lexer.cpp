@@ -40,6 +40,11 @@ Token Lexer::Next() {
   return Cut(Token::Kind::kAtom, end - position_);
 }
 
+void Lexer::SkipPast(char c) {
+  Token token = Next();
+  while (token.kind != Token::Kind::kEnd && !token.IsSpecial(c)) token = Next();
+}
+
 // False when no token follows.
 bool Lexer::SkipSeparators() {
   for (; position_ < text_.size(); ++position_) {

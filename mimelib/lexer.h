@@ -14,6 +14,7 @@ struct Token {
     kDomainLiteral,  ///< text in square brackets, with them; also where RFC 2045 knows none
   };
 
+  bool IsWord() const { return kind == Kind::kAtom || kind == Kind::kQuoted; }
   bool IsSpecial(char c) const { return kind == Kind::kSpecial && text[0] == c; }
 
   Kind kind;
@@ -33,6 +34,9 @@ class Lexer {
       : text_(text), syntax_(syntax), position_(position) {}
 
   Token Next();
+
+  /// Moves after the next special `c`, or to the end.
+  void SkipPast(char c);
 
   /// Where the next token is looked for.
   size_t position() const { return position_; }

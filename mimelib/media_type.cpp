@@ -37,23 +37,17 @@ int code_of(const NamedCode (&codes)[count], std::string_view name, int unknown)
   return unknown;
 }
 
-// The next token that is a word, or the end.
+// The next token that can be a name, or the end.
 Token seek_atom(Lexer& lexer) {
   Token token = lexer.Next();
   while (token.kind != Kind::kEnd && token.kind != Kind::kAtom) token = lexer.Next();
   return token;
 }
 
-// Moves behind the next special `c`, or to the end.
-void seek_special(Lexer& lexer, char c) {
-  Token token = lexer.Next();
-  while (token.kind != Kind::kEnd && !token.IsSpecial(c)) token = lexer.Next();
-}
-
-// The next token that can be a parameter's value, a word or a quoted string, or the end.
+// The next token that can be a parameter's value, or the end.
 Token seek_value(Lexer& lexer) {
   Token token = lexer.Next();
-  while (token.kind == Kind::kSpecial || token.kind == Kind::kDomainLiteral) token = lexer.Next();
+  while (token.kind != Kind::kEnd && !token.IsWord()) token = lexer.Next();
   return token;
 }
 
@@ -80,16 +74,16 @@ DwMediaType::DwMediaType(const DwString& text) : DwMessageComponent(text) {
   Lexer lexer(text.View(), Lexer::Syntax::kMime);
   const Token type = seek_atom(lexer);
   if (type.kind == Kind::kAtom) type_ = code_of(kTypes, type.text, DwMime::kTypeUnknown);
-  seek_special(lexer, '/');
+  lexer.SkipPast('/');
   seek_atom(lexer);
   parameters_start_ = lexer.position();
 }
 
 DwParameter* DwMediaType::ParseParameterAt(size_t position) const {
   Lexer lexer(text().View(), Lexer::Syntax::kMime, position);
-  seek_special(lexer, ';');
+  lexer.SkipPast(';');
   const Token attribute = seek_atom(lexer);
-  seek_special(lexer, '=');
+  lexer.SkipPast('=');
   const Token value = seek_value(lexer);
   if (attribute.kind == Kind::kEnd || value.kind == Kind::kEnd) return nullptr;
   const auto slice = [this](std::string_view part) {

@@ -132,6 +132,16 @@ TEST(Lexer, SaysWhereTheNextTokenIsLookedFor) {
   EXPECT_EQ(lexer.position(), 10U);
 }
 
+TEST(Lexer, SkipsPastASpecial) {
+  Lexer lexer("a \";\" [;] (;) ; b; c", kMime);
+  lexer.SkipPast(';');
+  EXPECT_EQ(lexer.Next().text, "b");
+  lexer.SkipPast(';');
+  EXPECT_EQ(lexer.Next().text, "c");
+  lexer.SkipPast(';');
+  EXPECT_EQ(lexer.Next().kind, Token::Kind::kEnd);
+}
+
 TEST(Lexer, ReadsOnIndependentlyInACopy) {
   Lexer lexer("a b c", kAddress);
   lexer.Next();
@@ -146,6 +156,14 @@ TEST(Token, IsSpecialOnlyAsPunctuation) {
   EXPECT_FALSE((Token{Token::Kind::kSpecial, "@"}.IsSpecial(',')));
   EXPECT_FALSE((Token{Token::Kind::kAtom, "@"}.IsSpecial('@')));
   EXPECT_FALSE((Token{Token::Kind::kEnd, ""}.IsSpecial('@')));
+}
+
+TEST(Token, IsAWordAsAtomOrQuotedString) {
+  EXPECT_TRUE((Token{Token::Kind::kAtom, "a"}.IsWord()));
+  EXPECT_TRUE((Token{Token::Kind::kQuoted, "\"a\""}.IsWord()));
+  EXPECT_FALSE((Token{Token::Kind::kDomainLiteral, "[a]"}.IsWord()));
+  EXPECT_FALSE((Token{Token::Kind::kSpecial, "."}.IsWord()));
+  EXPECT_FALSE((Token{Token::Kind::kEnd, ""}.IsWord()));
 }
 
 TEST(LexerDepth, ReadsTwoHundredThousandNestedComments) {
