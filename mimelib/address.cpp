@@ -55,20 +55,28 @@ Entry find_entry(std::string_view list, bool with_groups, size_t position) {
   return entry;
 }
 
-// A lexer that stands in front of the local part: behind "<" and a route ("@a,@b:"), or at the
-// start of a text in which "@" comes before any "<".
+// A lexer at the first word, or after a route ("@a,@b:"), given one that is after "<". What comes
+// before either, such as a dot, is passed over.
+Lexer in_angles(Lexer lexer) {
+  for (;;) {
+    const Lexer before = lexer;
+    const Token token = lexer.Next();
+    if (token.kind == Kind::kEnd || token.IsWord()) return before;
+    if (token.IsSpecial('@')) break;
+  }
+  lexer.SkipPast(':');
+  return lexer;
+}
+
+// A lexer at the local part: in "<...>", or at the start of a text in which "@" comes before any
+// "<".
 Lexer at_local_part(std::string_view text) {
   const Lexer start(text, Lexer::Syntax::kAddress);
   Lexer lexer = start;
   for (Token token = lexer.Next(); !token.IsSpecial('<'); token = lexer.Next()) {
     if (token.kind == Kind::kEnd || token.IsSpecial('@')) return start;
   }
-  Lexer behind_route = lexer;
-  if (!behind_route.Next().IsSpecial('@')) return lexer;
-  for (Token token = behind_route.Next(); token.kind != Kind::kEnd; token = behind_route.Next()) {
-    if (token.IsSpecial(':')) break;
-  }
-  return behind_route;
+  return in_angles(lexer);
 }
 
 // Appends the words and dots up to the special `end`, where `other` is a further kind of word.
