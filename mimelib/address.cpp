@@ -91,7 +91,7 @@ std::string collect_until(Lexer& lexer, char end, Kind other) {
   return text;
 }
 
-// An address goes into headers and onto command lines: it may not bring line ends along.
+// A quoted local part loses its folds: each line end becomes a blank.
 DwString on_one_line(std::string text) {
   size_t length = 0;
   for (size_t i = 0; i < text.size(); ++i) {
@@ -117,7 +117,7 @@ DwMailbox::DwMailbox(const DwString& text, const DwAddressSequence* sequence, si
     : DwAddress(text, sequence, resume) {
   Lexer lexer = at_local_part(text.View());
   local_part_ = on_one_line(collect_until(lexer, '@', Kind::kQuoted));
-  domain_ = on_one_line(collect_until(lexer, '>', Kind::kDomainLiteral));
+  domain_ = DwString(collect_until(lexer, '>', Kind::kDomainLiteral));
 }
 
 DwAddress* DwAddressSequence::ParseAt(size_t position) const {

@@ -38,8 +38,7 @@ class DwGroup : public DwAddress {
 };
 
 /// One mailbox. Display name, route and comments are dropped; whatever else cannot stand where it
-/// stands is dropped too, so that most malformed addresses still give one. Line ends inside a
-/// quoted string or domain literal become blanks.
+/// stands is dropped too, so that most malformed addresses still give one.
 class DwMailbox : public DwAddress {
  public:
   DwMailbox(const DwString& text, const DwAddressSequence* sequence, size_t resume);
@@ -48,9 +47,10 @@ class DwMailbox : public DwAddress {
   bool IsValid() const override { return local_part_.length() > 0; }
   bool IsMailbox() const override { return true; }
 
-  /// Up to the "@", quotes included.
+  /// Up to the "@", quotes included. Line ends between the quotes have become blanks.
   const DwString& LocalPart() const { return local_part_; }
-  /// Behind the "@", brackets of a literal included.
+  /// After the "@", brackets of a literal included. Kept: so are line ends between the brackets. In
+  /// a header they are CR alone, or a fold: a blank or TAB follows.
   const DwString& Domain() const { return domain_; }
 
  private:

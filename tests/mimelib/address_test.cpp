@@ -112,7 +112,8 @@ constexpr List kAddressLists[] = {
     {"DelKept", "<\x7Fx@y>, x\\\x7Fy@z", "\x7Fx@y\nx\x7Fy@z\n"},
     {"EightBitBytesKept", "j\xC3\xBC@\xC3\xBC.de", "j\xC3\xBC@\xC3\xBC.de\n"},
     {"LineEndsInQuotesAsBlanks", "\"a\r\nb\nc\rd\r\r\n\"@e", "\"a b c d  \"@e\n"},
-    {"LineEndInLiteralAsBlank", "a@[1\r\n2]", "a@[1 2]\n"},
+    {"LineEndsInLiteralKept", "a@[1\r\n 2], b@[3\n 4], c@[5\r6]",
+     "a@[1\r\n 2]\nb@[3\n 4]\nc@[5\r6]\n"},
     {"LineEndBetweenWordsDropped", "a\r\n .\r\n b@c", "a.b@c\n"},
 };
 
