@@ -1,5 +1,6 @@
 #include "mimelib/entity.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -40,18 +41,22 @@ struct Delimiter {
   bool closes;
 };
 
+size_t skip(std::string_view text, std::string_view bytes, size_t position) {
+  return std::min(text.find_first_not_of(bytes, position), text.size());
+}
+
 // Reads the delimiter in the line at the start of `text`; false when the line is something else.
+// Kept: any number of hyphens after the boundary closes, not two alone.
 bool read_delimiter(std::string_view text, std::string_view boundary, size_t& length,
                     bool& closes) {
   if (!starts_with(text, "--") || !starts_with(text.substr(2), boundary)) return false;
-  size_t i = 2 + boundary.size();
-  closes = starts_with(text.substr(i), "--");
-  if (closes) i += 2;
-  i = text.find_first_not_of(" \t", i);
-  if (i == npos) i = text.size();
-  const size_t line_end = line_end_length(text.substr(i));
-  length = i + line_end;
-  return line_end > 0 || i == text.size();
+  const size_t boundary_end = 2 + boundary.size();
+  const size_t hyphens_end = skip(text, "-", boundary_end);
+  const size_t blanks_end = skip(text, " \t", hyphens_end);
+  const size_t line_end = line_end_length(text.substr(blanks_end));
+  closes = hyphens_end > boundary_end;
+  length = blanks_end + line_end;
+  return line_end > 0 || blanks_end == text.size();
 }
 
 // The first delimiter at or after `from`, the start of a line; one that starts at npos for none.
