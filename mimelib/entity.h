@@ -37,8 +37,8 @@ class DwEntity : public DwMessageComponent {
   explicit DwEntity(const DwString& text);
   ~DwEntity() override;
 
-  DwHeaders& Headers() const { return *headers_; }
-  DwBody& Body() const { return *body_; }
+  DwHeaders& Headers() { return *headers_; }
+  DwBody& Body() { return *body_; }
 
   void Parse() override;
 

@@ -24,13 +24,13 @@ class DwHeaders : public DwMessageComponent {
   bool HasContentType() const { return Has(kContentType); }
   bool HasContentTransferEncoding() const { return Has(kContentTransferEncoding); }
 
-  DwAddressList& ReplyTo() const { return Field(reply_to_, kReplyTo); }
-  DwMailboxList& From() const { return Field(from_, kFrom); }
-  DwAddressList& To() const { return Field(to_, kTo); }
-  DwText& Subject() const { return Field(subject_, kSubject); }
-  DwDateTime& Date() const { return Field(date_, kDate); }
-  DwMediaType& ContentType() const { return Field(content_type_, kContentType); }
-  DwMechanism& ContentTransferEncoding() const {
+  DwAddressList& ReplyTo() { return Field(reply_to_, kReplyTo); }
+  DwMailboxList& From() { return Field(from_, kFrom); }
+  DwAddressList& To() { return Field(to_, kTo); }
+  DwText& Subject() { return Field(subject_, kSubject); }
+  DwDateTime& Date() { return Field(date_, kDate); }
+  DwMediaType& ContentType() { return Field(content_type_, kContentType); }
+  DwMechanism& ContentTransferEncoding() {
     return Field(content_transfer_encoding_, kContentTransferEncoding);
   }
 
@@ -58,20 +58,20 @@ class DwHeaders : public DwMessageComponent {
   void Remember(std::string_view name, std::string_view body);
 
   template <class Component>
-  Component& Field(std::unique_ptr<Component>& field, FieldName name) const {
+  Component& Field(std::unique_ptr<Component>& field, FieldName name) {
     if (!field) field = std::make_unique<Component>(Body(name));
     return *field;
   }
 
   std::array<Place, kFieldNames> places_;
 
-  mutable std::unique_ptr<DwAddressList> reply_to_;
-  mutable std::unique_ptr<DwMailboxList> from_;
-  mutable std::unique_ptr<DwAddressList> to_;
-  mutable std::unique_ptr<DwText> subject_;
-  mutable std::unique_ptr<DwDateTime> date_;
-  mutable std::unique_ptr<DwMediaType> content_type_;
-  mutable std::unique_ptr<DwMechanism> content_transfer_encoding_;
+  std::unique_ptr<DwAddressList> reply_to_;
+  std::unique_ptr<DwMailboxList> from_;
+  std::unique_ptr<DwAddressList> to_;
+  std::unique_ptr<DwText> subject_;
+  std::unique_ptr<DwDateTime> date_;
+  std::unique_ptr<DwMediaType> content_type_;
+  std::unique_ptr<DwMechanism> content_transfer_encoding_;
 };
 
 #endif
