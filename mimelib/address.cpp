@@ -92,7 +92,7 @@ std::string collect_until(Lexer& lexer, char end, Kind other) {
 }
 
 // A quoted local part loses its folds: each line end becomes a blank.
-DwString on_one_line(std::string text) {
+std::string on_one_line(std::string text) {
   size_t length = 0;
   for (size_t i = 0; i < text.size(); ++i) {
     const bool line_end = text[i] == '\r' || text[i] == '\n';
@@ -100,30 +100,34 @@ DwString on_one_line(std::string text) {
     text[length++] = line_end ? ' ' : text[i];
   }
   text.resize(length);
-  return DwString(text);
+  return text;
+}
+
+DwString string_of(const std::string& bytes) {
+  return {bytes.data(), bytes.size()};
 }
 
 }  // namespace
 
-DwAddress::DwAddress(DwString text, const DwAddressSequence* sequence, size_t resume)
-    : DwMessageComponent(std::move(text)), sequence_(sequence), resume_(resume) {}
+DwAddress::DwAddress(DwString entry, DwAddressSequence* sequence, size_t resume)
+    : DwMessageComponent(std::move(entry)), sequence_(sequence), resume_(resume) {}
 
 DwAddress* DwAddress::Next() const {
   if (next_ == nullptr) next_ = sequence_->ParseAt(resume_);
   return next_;
 }
 
-DwMailbox::DwMailbox(const DwString& text, const DwAddressSequence* sequence, size_t resume)
-    : DwAddress(text, sequence, resume) {
-  Lexer lexer = at_local_part(text.View());
-  local_part_ = on_one_line(collect_until(lexer, '@', Kind::kQuoted));
-  domain_ = DwString(collect_until(lexer, '>', Kind::kDomainLiteral));
+DwMailbox::DwMailbox(const DwString& entry, DwAddressSequence* sequence, size_t resume)
+    : DwAddress(entry, sequence, resume) {
+  Lexer lexer = at_local_part(text());
+  local_part_ = string_of(on_one_line(collect_until(lexer, '@', Kind::kQuoted)));
+  domain_ = string_of(collect_until(lexer, '>', Kind::kDomainLiteral));
 }
 
-DwAddress* DwAddressSequence::ParseAt(size_t position) const {
-  const Entry entry = find_entry(text_.View(), with_groups_, position);
+DwAddress* DwAddressSequence::ParseAt(size_t position) {
+  const Entry entry = find_entry(text(), with_groups_, position);
   if (entry.end == 0) return nullptr;
-  const DwString text = text_.Slice(entry.start, entry.end - entry.start);
-  if (entry.is_group) return kept_.Add(std::make_unique<DwGroup>(text, this, entry.resume));
-  return kept_.Add(std::make_unique<DwMailbox>(text, this, entry.resume));
+  const DwString slice = Slice(text().substr(entry.start, entry.end - entry.start));
+  if (entry.is_group) return kept_.Add(std::make_unique<DwGroup>(slice, this, entry.resume));
+  return kept_.Add(std::make_unique<DwMailbox>(slice, this, entry.resume));
 }

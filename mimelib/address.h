@@ -13,7 +13,7 @@ class DwAddress : public DwMessageComponent {
  public:
   /// `sequence`: the list that it was found in, which owns it; `resume`: where its successor is
   /// looked for.
-  DwAddress(DwString text, const DwAddressSequence* sequence, size_t resume);
+  DwAddress(DwString entry, DwAddressSequence* sequence, size_t resume);
 
   /// Whether the text could be read as what the entry is.
   virtual bool IsValid() const = 0;
@@ -24,7 +24,7 @@ class DwAddress : public DwMessageComponent {
   DwAddress* Next() const;
 
  private:
-  const DwAddressSequence* sequence_;
+  DwAddressSequence* sequence_;
   size_t resume_;
   mutable DwAddress* next_ = nullptr;  // younger than this entry, so kept at least as long
 };
@@ -41,7 +41,7 @@ class DwGroup : public DwAddress {
 /// stands is dropped too, so that most malformed addresses still give one.
 class DwMailbox : public DwAddress {
  public:
-  DwMailbox(const DwString& text, const DwAddressSequence* sequence, size_t resume);
+  DwMailbox(const DwString& entry, DwAddressSequence* sequence, size_t resume);
 
   /// Whether there is a local part; the domain may be empty.
   bool IsValid() const override { return local_part_.length() > 0; }
@@ -58,45 +58,38 @@ class DwMailbox : public DwAddress {
   DwString domain_;
 };
 
-/// The entries of an address or mailbox list, found one by one.
-class DwAddressSequence {
- public:
-  DwAddressSequence(DwString text, bool with_groups)
-      : text_(std::move(text)), with_groups_(with_groups) {}
+/// The body of a field that lists addresses, whose entries are found one by one.
+class DwAddressSequence : public DwMessageComponent {
+ protected:
+  DwAddressSequence(const DwString& list, bool with_groups)
+      : DwMessageComponent(list), with_groups_(with_groups) {}
 
   /// The first entry at or after `position`, or null.
-  DwAddress* ParseAt(size_t position) const;
+  DwAddress* ParseAt(size_t position);
 
  private:
-  DwString text_;
+  friend class DwAddress;
+
   bool with_groups_;
-  mutable KeptItems<DwAddress> kept_;
+  KeptItems<DwAddress> kept_;
 };
 
 /// The body of a field that lists mailboxes and groups: Reply-To, To.
-class DwAddressList : public DwMessageComponent {
+class DwAddressList : public DwAddressSequence {
  public:
-  explicit DwAddressList(const DwString& text)
-      : DwMessageComponent(text), entries_(text, /*with_groups=*/true) {}
+  explicit DwAddressList(const DwString& list) : DwAddressSequence(list, /*with_groups=*/true) {}
 
   /// The first entry, or null.
-  DwAddress* FirstAddress() const { return entries_.ParseAt(0); }
-
- private:
-  DwAddressSequence entries_;
+  DwAddress* FirstAddress() { return ParseAt(0); }
 };
 
 /// The body of a field that lists mailboxes only: From. A colon does not make a group here.
-class DwMailboxList : public DwMessageComponent {
+class DwMailboxList : public DwAddressSequence {
  public:
-  explicit DwMailboxList(const DwString& text)
-      : DwMessageComponent(text), entries_(text, /*with_groups=*/false) {}
+  explicit DwMailboxList(const DwString& list) : DwAddressSequence(list, /*with_groups=*/false) {}
 
   /// The first mailbox, or null. What follows it are mailboxes too.
-  DwMailbox* FirstMailbox() const { return static_cast<DwMailbox*>(entries_.ParseAt(0)); }
-
- private:
-  DwAddressSequence entries_;
+  DwMailbox* FirstMailbox() { return static_cast<DwMailbox*>(ParseAt(0)); }
 };
 
 #endif

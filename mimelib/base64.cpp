@@ -2,9 +2,10 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <utility>
 
+#include "mimelib/bytes.h"
 #include "mimelib/decode.h"
+#include "mimelib/view.h"
 
 #if defined __x86_64__ && !defined WITHOUT_SSE
 #include <cpuid.h>
@@ -168,12 +169,13 @@ int DwDecodeBase64(const DwString& in, DwString& out) {
   // The room that full groups need must not be more than the text's own length.
   const size_t room = (in.length() + kGroup - 1) / kGroup * 3;
   if (room > in.length()) {
-    out = DwString(std::string(in.length(), '\0'));
+    const std::string nuls(in.length(), '\0');
+    out = DwString(nuls.data(), nuls.size());
     return -1;
   }
   Bytes decoded(room);
-  const char* const end = decode_base64(in.View(), decoded.data());
-  decoded.SetSize(static_cast<size_t>(end - decoded.data()));
-  out = DwString(std::move(decoded));
+  const char* const end = decode_base64(view_of(in), decoded.data());
+  const auto length = static_cast<size_t>(end - decoded.data());
+  out = DwString::Adopt(decoded.Release(), length);
   return 0;
 }

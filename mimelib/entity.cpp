@@ -4,6 +4,8 @@
 #include <string_view>
 #include <utility>
 
+#include "mimelib/view.h"
+
 namespace {
 
 constexpr auto npos = std::string_view::npos;
@@ -79,44 +81,44 @@ Delimiter find_delimiter(std::string_view text, std::string_view boundary, size_
 
 }  // namespace
 
-DwBody::DwBody(const DwString& text, bool is_multipart, DwString boundary)
-    : DwMessageComponent(text), is_multipart_(is_multipart), boundary_(std::move(boundary)) {}
+DwBody::DwBody(const DwString& body, bool is_multipart, DwString boundary)
+    : DwMessageComponent(body), is_multipart_(is_multipart), boundary_(std::move(boundary)) {}
 
 DwBody::~DwBody() = default;
 
-DwBodyPart* DwBody::FirstBodyPart() const {
+DwBodyPart* DwBody::FirstBodyPart() {
   if (!is_multipart_) return nullptr;
-  const Delimiter opening = find_delimiter(text().View(), boundary_.View(), 0);
+  const Delimiter opening = find_delimiter(text(), view_of(boundary_), 0);
   return ParsePartAt(opening.end);
 }
 
-DwBodyPart* DwBody::ParsePartAt(size_t position) const {
-  if (position >= text().length()) return nullptr;
-  const Delimiter next = find_delimiter(text().View(), boundary_.View(), position);
-  const DwString part = text().Slice(position, next.start - position);
+DwBodyPart* DwBody::ParsePartAt(size_t position) {
+  if (position >= text().size()) return nullptr;
+  const Delimiter next = find_delimiter(text(), view_of(boundary_), position);
+  const DwString part = Slice(text().substr(position, next.start - position));
   return kept_.Add(std::make_unique<DwBodyPart>(part, this, next.closes ? npos : next.end));
 }
 
-DwEntity::DwEntity(const DwString& text)
-    : DwMessageComponent(text),
+DwEntity::DwEntity(const DwString& entity)
+    : DwMessageComponent(entity),
       headers_(std::make_unique<DwHeaders>(DwString())),
       body_(std::make_unique<DwBody>(DwString(), false, DwString())) {}
 
 DwEntity::~DwEntity() = default;
 
 void DwEntity::Parse() {
-  const size_t header = header_length(text().View());
-  const size_t body = header + line_end_length(text().View().substr(header));
-  headers_ = std::make_unique<DwHeaders>(text().Slice(0, header));
+  const size_t header = header_length(text());
+  const size_t body = header + line_end_length(text().substr(header));
+  headers_ = std::make_unique<DwHeaders>(Slice(text().substr(0, header)));
   DwMediaType& type = headers_->ContentType();
   const bool is_multipart = type.Type() == DwMime::kTypeMultipart;
-  body_ = std::make_unique<DwBody>(text().Slice(body, npos), is_multipart,
+  body_ = std::make_unique<DwBody>(Slice(text().substr(body)), is_multipart,
                                    is_multipart ? type.Boundary() : DwString());
 }
 
-DwBodyPart::DwBodyPart(const DwString& text, const DwBody* owner, size_t resume)
-    : DwEntity(text), owner_(owner), resume_(resume) {
-  DwEntity::Parse();
+DwBodyPart::DwBodyPart(const DwString& part, DwBody* owner, size_t resume)
+    : DwEntity(part), owner_(owner), resume_(resume) {
+  Parse();
 }
 
 DwBodyPart* DwBodyPart::Next() const {

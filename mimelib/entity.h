@@ -14,33 +14,35 @@ class DwBodyPart;
 class DwBody : public DwMessageComponent {
  public:
   /// `is_multipart`: whether to look for parts; `boundary`: what delimits them, possibly empty.
-  DwBody(const DwString& text, bool is_multipart, DwString boundary);
+  DwBody(const DwString& body, bool is_multipart, DwString boundary);
   ~DwBody() override;
 
   /// The first part, or null. The first delimiter line opens it, be it a closing one (kept).
-  DwBodyPart* FirstBodyPart() const;
+  DwBodyPart* FirstBodyPart();
 
  private:
   friend class DwBodyPart;
 
-  DwBodyPart* ParsePartAt(size_t position) const;
+  DwBodyPart* ParsePartAt(size_t position);
 
   bool is_multipart_;
   DwString boundary_;
-  mutable KeptItems<DwBodyPart> kept_;
+  KeptItems<DwBodyPart> kept_;
 };
 
 /// Header and body (RFC 822, 3.1). A line that neither holds a colon nor is folded ends the header
 /// as an empty line does, but belongs to the body. A last line without a line end is header.
 class DwEntity : public DwMessageComponent {
  public:
-  explicit DwEntity(const DwString& text);
+  explicit DwEntity(const DwString& entity);
   ~DwEntity() override;
 
   DwHeaders& Headers() { return *headers_; }
   DwBody& Body() { return *body_; }
 
-  void Parse() override;
+  /// Splits the text; header and body are empty before. For a new message only: a body part is made
+  /// parsed.
+  void Parse();
 
  private:
   std::unique_ptr<DwHeaders> headers_;
@@ -51,13 +53,13 @@ class DwEntity : public DwMessageComponent {
 class DwBodyPart : public DwEntity {
  public:
   /// `resume`: where the next part starts in the body of `owner`; npos for the last part.
-  DwBodyPart(const DwString& text, const DwBody* owner, size_t resume);
+  DwBodyPart(const DwString& part, DwBody* owner, size_t resume);
 
   /// The next part, or null.
   DwBodyPart* Next() const;
 
  private:
-  const DwBody* owner_;
+  DwBody* owner_;
   size_t resume_;
   mutable DwBodyPart* next_ = nullptr;  // younger than this part, so kept at least as long
 };

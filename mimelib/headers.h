@@ -2,7 +2,6 @@
 #define MIMELIB_HEADERS_H
 
 #include <array>
-#include <cstddef>
 #include <memory>
 #include <string_view>
 
@@ -14,7 +13,7 @@
 /// first of each name counts. An accessor of a missing field makes an empty one.
 class DwHeaders : public DwMessageComponent {
  public:
-  explicit DwHeaders(const DwString& text);
+  explicit DwHeaders(const DwString& header);
 
   bool HasReplyTo() const { return Has(kReplyTo); }
   bool HasFrom() const { return Has(kFrom); }
@@ -46,24 +45,16 @@ class DwHeaders : public DwMessageComponent {
     kFieldNames,
   };
 
-  // Where the body of a field stands in the header's text.
-  struct Place {
-    bool found = false;
-    size_t start = 0;
-    size_t length = 0;
-  };
-
-  bool Has(FieldName name) const { return places_[name].found; }
-  DwString Body(FieldName name) const;
+  bool Has(FieldName name) const { return bodies_[name].data() != nullptr; }
   void Remember(std::string_view name, std::string_view body);
 
   template <class Component>
   Component& Field(std::unique_ptr<Component>& field, FieldName name) {
-    if (!field) field = std::make_unique<Component>(Body(name));
+    if (!field) field = std::make_unique<Component>(Has(name) ? Slice(bodies_[name]) : DwString());
     return *field;
   }
 
-  std::array<Place, kFieldNames> places_;
+  std::array<std::string_view, kFieldNames> bodies_;  // parts of the text; null for a missing field
 
   std::unique_ptr<DwAddressList> reply_to_;
   std::unique_ptr<DwMailboxList> from_;

@@ -10,9 +10,9 @@
 class DwMediaType;
 
 /// A parameter of a Content-Type field.
-class DwParameter : public DwMessageComponent {
+class DwParameter {
  public:
-  DwParameter(DwString attribute, DwString value, const DwMediaType* owner, size_t resume);
+  DwParameter(DwString attribute, DwString value, DwMediaType* owner, size_t resume);
 
   /// The name, as written.
   const DwString& Attribute() const { return attribute_; }
@@ -25,7 +25,7 @@ class DwParameter : public DwMessageComponent {
  private:
   DwString attribute_;
   DwString value_;
-  const DwMediaType* owner_;
+  DwMediaType* owner_;
   size_t resume_;
   mutable DwParameter* next_ = nullptr;  // younger than this one, so kept at least as long
 };
@@ -35,25 +35,25 @@ class DwParameter : public DwMessageComponent {
 /// parameters, and malformed parameters are passed over.
 class DwMediaType : public DwMessageComponent {
  public:
-  explicit DwMediaType(const DwString& text);
+  explicit DwMediaType(const DwString& field);
 
   /// The code of the type (DwMime::MediaTypes), compared without regard to case.
   int Type() const { return type_; }
 
   /// The first parameter that has a name and a value, or null.
-  DwParameter* FirstParameter() const { return ParseParameterAt(parameters_start_); }
+  DwParameter* FirstParameter() { return ParseParameterAt(parameters_start_); }
 
   /// The value of the first parameter called "boundary", empty when there is none.
-  DwString Boundary() const;
+  DwString Boundary();
 
  private:
   friend class DwParameter;
 
-  DwParameter* ParseParameterAt(size_t position) const;
+  DwParameter* ParseParameterAt(size_t position);
 
   int type_ = DwMime::kTypeNull;
   size_t parameters_start_ = 0;
-  mutable KeptItems<DwParameter> kept_;
+  KeptItems<DwParameter> kept_;
 };
 
 /// The body of a Content-Transfer-Encoding field (RFC 2045, 6.1).

@@ -2,13 +2,14 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
-#include <utility>
 
 #if defined __SSE2__ && !defined WITHOUT_SSE
 #include <emmintrin.h>
 #endif
 
+#include "mimelib/bytes.h"
 #include "mimelib/decode.h"
+#include "mimelib/view.h"
 
 namespace {
 
@@ -192,12 +193,12 @@ class Decoder {
 }  // namespace
 
 int DwDecodeQuotedPrintable(const DwString& in, DwString& out) {
-  std::string_view text = in.View();
+  std::string_view text = view_of(in);
   text = text.substr(0, text.find('\0'));
   Bytes decoded(text.size());
   Decoder decoder(text);
   const char* const end = decoder.Decode(decoded.data());
-  decoded.SetSize(static_cast<size_t>(end - decoded.data()));
-  out = DwString(std::move(decoded));
+  const auto length = static_cast<size_t>(end - decoded.data());
+  out = DwString::Adopt(decoded.Release(), length);
   return decoder.valid() ? 0 : -1;
 }

@@ -49,7 +49,7 @@ DwString repeated(const std::string& head, const std::string& text, int count) {
   std::string all = head;
   all.reserve(head.size() + text.size() * static_cast<size_t>(count));
   for (int i = 0; i < count; ++i) all += text;
-  return DwString(std::move(all));
+  return string_of(all);
 }
 
 // What the walk over a list costs beyond what was in use before.

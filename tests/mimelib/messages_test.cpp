@@ -19,7 +19,7 @@ using nlohmann::json;
 
 // Addresses, subject, date and charset end at their first NUL, the body does not.
 std::string up_to_nul(const DwString& text) {
-  return text.c_str();
+  return bytes_of(text).c_str();
 }
 
 // The bytes whose codes are the characters of `text`, which is UTF-8.
