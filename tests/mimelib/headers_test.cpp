@@ -3,6 +3,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include <gtest/gtest.h>
 
@@ -108,6 +109,20 @@ TEST(Headers, DoNotHaveTheFieldThatTheyMade) {
   headers.ReplyTo();
   EXPECT_FALSE(headers.HasSubject());
   EXPECT_FALSE(headers.HasReplyTo());
+}
+
+// An accessor may make a field; a caller that can do so on a const header would not compile with a
+// library whose accessors build the field in the header itself.
+TEST(Headers, MakeNoFieldWhileTheyAreConst) {
+  EXPECT_FALSE((std::is_invocable_v<decltype(&DwHeaders::ReplyTo), const DwHeaders&>));
+  EXPECT_FALSE((std::is_invocable_v<decltype(&DwHeaders::From), const DwHeaders&>));
+  EXPECT_FALSE((std::is_invocable_v<decltype(&DwHeaders::To), const DwHeaders&>));
+  EXPECT_FALSE((std::is_invocable_v<decltype(&DwHeaders::Subject), const DwHeaders&>));
+  EXPECT_FALSE((std::is_invocable_v<decltype(&DwHeaders::Date), const DwHeaders&>));
+  EXPECT_FALSE((std::is_invocable_v<decltype(&DwHeaders::ContentType), const DwHeaders&>));
+  EXPECT_FALSE(
+      (std::is_invocable_v<decltype(&DwHeaders::ContentTransferEncoding), const DwHeaders&>));
+  EXPECT_TRUE((std::is_invocable_v<decltype(&DwHeaders::HasReplyTo), const DwHeaders&>));
 }
 
 TEST(Headers, GiveTheSameFieldEveryTime) {

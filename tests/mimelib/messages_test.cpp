@@ -1,5 +1,4 @@
 #include <fstream>
-#include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -8,7 +7,7 @@
 #include <mimelib/mimepp.h>
 #include <nlohmann/json.hpp>
 
-#include "dw_strings.h"
+#include "../parsed_message.h"
 
 // What the program makes of recorded messages, through the calls that it makes. A character of a
 // string in the file is one byte; null stands for none.
@@ -109,9 +108,7 @@ DwEntity* text_part_of(DwMessage& message) {
 void expect_as_recorded(const json& row) {
   // The program ends every message with a newline of its own.
   const std::string text = bytes_of(row.at("message").get<std::string>()) + "\n";
-  const std::unique_ptr<DwMessage> message(
-      DwMessage::NewMessage(DwString(text.data(), text.size()), nullptr));
-  message->Parse();
+  const auto message = parsed(text);
   DwHeaders& headers = message->Headers();
 
   EXPECT_EQ(sender_of(headers), optional_bytes(row.at("sender")));
