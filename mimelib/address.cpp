@@ -11,18 +11,18 @@ namespace {
 
 using Kind = Token::Kind;
 
-// An entry's place in its list.
+// The place of an entry in its list.
 struct Entry {
   size_t start = 0;
   size_t end = 0;
-  size_t resume = 0;  // behind the comma that ends it
+  size_t resume = 0;  // after the comma that ends it
   bool is_group = false;
 };
 
 enum class Place { kTop, kAngle, kGroup };
 
-// Where the next token of a list stands. A comma separates entries only at the top; behind the end
-// of a group or of a "<...>" the same entry goes on up to its comma.
+// What the next token of a list is part of. Only a comma at the top ends an entry: after a group's
+// ";" or after a ">" the entry goes on.
 Place place_after(Place place, const Token& token, bool with_groups) {
   switch (place) {
     case Place::kTop:
@@ -36,7 +36,8 @@ Place place_after(Place place, const Token& token, bool with_groups) {
   return place;
 }
 
-// The first entry at or after `position` that holds a token at all; an empty one at the end.
+// The first entry at or after `position`. Entries without a token are skipped. Without an entry the
+// result's end is 0.
 Entry find_entry(std::string_view list, bool with_groups, size_t position) {
   Lexer lexer(list, Lexer::Syntax::kAddress, position);
   Entry entry;
@@ -55,8 +56,8 @@ Entry find_entry(std::string_view list, bool with_groups, size_t position) {
   return entry;
 }
 
-// A lexer at the first word, or after a route ("@a,@b:"), given one that is after "<". What comes
-// before either, such as a dot, is passed over.
+// Moves `lexer`, which is after a "<", to the local part: to the first word, or past a route
+// ("@a,@b:"). Other tokens before them, such as a dot, are dropped.
 Lexer in_angles(Lexer lexer) {
   for (;;) {
     const Lexer before = lexer;
@@ -68,8 +69,7 @@ Lexer in_angles(Lexer lexer) {
   return lexer;
 }
 
-// A lexer at the local part: in "<...>", or at the start of a text in which "@" comes before any
-// "<".
+// A lexer at the local part. That is in "<...>", unless an "@" precedes the first "<".
 Lexer at_local_part(std::string_view text) {
   const Lexer start(text, Lexer::Syntax::kAddress);
   Lexer lexer = start;
@@ -79,7 +79,7 @@ Lexer at_local_part(std::string_view text) {
   return in_angles(lexer);
 }
 
-// Appends the words and dots up to the special `end`, where `other` is a further kind of word.
+// The atoms, dots and tokens of the kind `other` before the special `end`, which is read too.
 std::string collect_until(Lexer& lexer, char end, Kind other) {
   std::string text;
   for (Token token = lexer.Next(); token.kind != Kind::kEnd; token = lexer.Next()) {
@@ -91,7 +91,7 @@ std::string collect_until(Lexer& lexer, char end, Kind other) {
   return text;
 }
 
-// A quoted local part loses its folds: each line end becomes a blank.
+// Turns each line end (CR LF, CR or LF) into a blank: a quoted local part may be folded.
 std::string on_one_line(std::string text) {
   size_t length = 0;
   for (size_t i = 0; i < text.size(); ++i) {

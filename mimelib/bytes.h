@@ -3,9 +3,9 @@
 
 #include <cstddef>
 
-/// A growing run of bytes. Unlike the standard containers it grows in place as long as the system
-/// can give it the pages after it, so that a message of any size is built without being copied, and
-/// it leaves room that is asked for untouched. Running out of memory throws `std::bad_alloc`.
+/// A growing buffer. Unlike the standard containers it grows in place if the system can extend it
+/// or move its pages, so that a large message is not copied; and it does not initialise its
+/// capacity. Running out of memory throws `std::bad_alloc`.
 class Bytes {
  public:
   /// Empty, with capacity for `room` bytes.
@@ -19,10 +19,10 @@ class Bytes {
   char* data() const { return data_; }
   size_t size() const { return size_; }
 
-  /// `bytes` may be some of its own.
+  /// Appends `length` bytes, which may be part of the buffer itself.
   void Append(const char* bytes, size_t length);
 
-  /// The memory, now the caller's, who frees it; nothing is left here.
+  /// Hands the memory over to the caller, who has to `free` it. The buffer is empty then.
   char* Release();
 
  private:

@@ -7,7 +7,7 @@
 
 #include "mimelib/string.h"
 
-/// Anything that was cut out of a message. It knows its own text.
+/// A message or a part of one, such as a field or the body.
 class DwMessageComponent {
  public:
   explicit DwMessageComponent(DwString text) : text_(std::move(text)) {}
@@ -15,13 +15,13 @@ class DwMessageComponent {
   DwMessageComponent(const DwMessageComponent&) = delete;
   DwMessageComponent& operator=(const DwMessageComponent&) = delete;
 
-  /// The text as the message has it, undecoded; lives as long as the component.
+  /// Its text as it is in the message, undecoded. Valid as long as the component.
   const DwString& AsString() { return text_; }
 
  protected:
   std::string_view text() const { return {text_.data(), text_.length()}; }
 
-  /// `part` of the text, in the same buffer.
+  /// The bytes of `part`, a view into `text()`, without copying them.
   DwString Slice(std::string_view part) const {
     return text_.Slice(static_cast<size_t>(part.data() - text_.data()), part.size());
   }

@@ -14,7 +14,7 @@ bool starts_with(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
 }
 
-// How many bytes of line end `text` begins with.
+// The length of the line end at the start of `text`; 0 if there is none.
 size_t line_end_length(std::string_view text) {
   if (starts_with(text, "\n")) return 1;
   return starts_with(text, "\r\n") ? 2 : 0;
@@ -24,7 +24,7 @@ bool is_header_line(std::string_view line) {
   return starts_with(line, " ") || starts_with(line, "\t") || line.find(':') != npos;
 }
 
-// Where the header ends: at an empty line, or at a line that cannot belong to it.
+// The length of the header: up to an empty line, or to a line that is no part of it.
 size_t header_length(std::string_view text) {
   size_t line = 0;
   while (line < text.size() && line_end_length(text.substr(line)) == 0) {
@@ -36,7 +36,7 @@ size_t header_length(std::string_view text) {
   return line;
 }
 
-// A delimiter line of a multipart body. The line end in front of it belongs to it.
+// A delimiter line of a multipart body, with the line end before it (RFC 2046, 5.1.1).
 struct Delimiter {
   size_t start;
   size_t end;
@@ -47,8 +47,8 @@ size_t skip(std::string_view text, std::string_view bytes, size_t position) {
   return std::min(text.find_first_not_of(bytes, position), text.size());
 }
 
-// Reads the delimiter in the line at the start of `text`; false when the line is something else.
-// Kept: any number of hyphens after the boundary closes, not two alone.
+// Reads the delimiter line at the start of `text`; false if that line is none. Kept: any number of
+// hyphens after the boundary closes the multipart, not only two.
 bool read_delimiter(std::string_view text, std::string_view boundary, size_t& length,
                     bool& closes) {
   if (!starts_with(text, "--") || !starts_with(text.substr(2), boundary)) return false;
@@ -61,7 +61,7 @@ bool read_delimiter(std::string_view text, std::string_view boundary, size_t& le
   return line_end > 0 || blanks_end == text.size();
 }
 
-// The first delimiter at or after `from`, the start of a line; one that starts at npos for none.
+// The first delimiter at or after `from`, the start of a line. Without one its start is npos.
 Delimiter find_delimiter(std::string_view text, std::string_view boundary, size_t from) {
   for (size_t line = from; line < text.size();) {
     size_t length = 0;

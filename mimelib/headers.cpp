@@ -15,8 +15,7 @@ constexpr std::string_view kNames[] = {
     "Reply-To", "From", "To", "Subject", "Date", "Content-Type", "Content-Transfer-Encoding",
 };
 
-// Cuts the first field off `rest`: all up to a line end that no folded line follows (RFC 822,
-// 3.1.1).
+// Cuts the first field off `rest`, with the lines that continue it (RFC 822, 3.1.1).
 std::string_view take_field(std::string_view& rest) {
   size_t end = rest.find('\n');
   while (end != npos && end + 1 < rest.size() && kBlanks.find(rest[end + 1]) != npos) {

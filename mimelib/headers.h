@@ -9,12 +9,13 @@
 #include "mimelib/component.h"
 #include "mimelib/media_type.h"
 
-/// The header of a message or body part. Of the fields it knows, found without regard to case, the
-/// first of each name counts. An accessor of a missing field makes an empty one.
+/// The header of a message or body part. Names of fields are compared without regard to case; of
+/// several fields with one name the first counts.
 class DwHeaders : public DwMessageComponent {
  public:
   explicit DwHeaders(const DwString& header);
 
+  /// Whether there is such a field, also an empty one.
   bool HasReplyTo() const { return Has(kReplyTo); }
   bool HasFrom() const { return Has(kFrom); }
   bool HasTo() const { return Has(kTo); }
@@ -23,6 +24,8 @@ class DwHeaders : public DwMessageComponent {
   bool HasContentType() const { return Has(kContentType); }
   bool HasContentTransferEncoding() const { return Has(kContentTransferEncoding); }
 
+  /// The body of the field, owned by the header. A missing field is made, an empty one, but
+  /// `Has...` stays false.
   DwAddressList& ReplyTo() { return Field(reply_to_, kReplyTo); }
   DwMailboxList& From() { return Field(from_, kFrom); }
   DwAddressList& To() { return Field(to_, kTo); }
@@ -54,7 +57,8 @@ class DwHeaders : public DwMessageComponent {
     return *field;
   }
 
-  std::array<std::string_view, kFieldNames> bodies_;  // parts of the text; null for a missing field
+  std::array<std::string_view, kFieldNames>
+      bodies_;  // views into the text; null for a missing field
 
   std::unique_ptr<DwAddressList> reply_to_;
   std::unique_ptr<DwMailboxList> from_;

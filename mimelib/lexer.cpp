@@ -4,11 +4,11 @@
 
 namespace {
 
-// What a byte outside quotes and comments is.
+// What a byte is outside quotes, brackets and comments.
 enum class ByteKind : char { kWord, kSeparator, kSpecial };
 using ByteKinds = std::array<ByteKind, 256>;
 
-// Kept: of the control characters DLE and DEL belong to words; the others separate, like the blank.
+// Kept: DLE and DEL are bytes of words. The other control characters separate, like the blank.
 constexpr ByteKinds make_kinds(std::string_view specials) {
   constexpr size_t kDle = 0x10;
   ByteKinds kinds{};
@@ -45,7 +45,7 @@ void Lexer::SkipPast(char c) {
   while (token.kind != Token::Kind::kEnd && !token.IsSpecial(c)) token = Next();
 }
 
-// False when no token follows.
+// Moves to the next token; false if there is none.
 bool Lexer::SkipSeparators() {
   for (; position_ < text_.size(); ++position_) {
     const char c = text_[position_];
@@ -58,8 +58,8 @@ bool Lexer::SkipSeparators() {
   return false;
 }
 
-// Moves to the parenthesis that closes the comment at the position; comments nest. False when the
-// comment never ends.
+// Moves to the ")" that closes the comment at the position; comments nest. False if it is never
+// closed.
 bool Lexer::SkipComment() {
   size_t depth = 0;
   for (; position_ < text_.size(); ++position_) {

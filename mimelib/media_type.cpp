@@ -38,14 +38,14 @@ int code_of(const NamedCode (&codes)[count], std::string_view name, int unknown)
   return unknown;
 }
 
-// The next token that can be a name, or the end.
+// The next token that can be a name; the end if there is none.
 Token seek_atom(Lexer& lexer) {
   Token token = lexer.Next();
   while (token.kind != Kind::kEnd && token.kind != Kind::kAtom) token = lexer.Next();
   return token;
 }
 
-// The next token that can be a parameter's value, or the end.
+// The next token that can be the value of a parameter; the end if there is none.
 Token seek_value(Lexer& lexer) {
   Token token = lexer.Next();
   while (token.kind != Kind::kEnd && !token.IsWord()) token = lexer.Next();

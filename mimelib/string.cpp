@@ -25,13 +25,13 @@ DwString DwString::Adopt(char* bytes, size_t length) {
   return text;
 }
 
-// Whether no other string uses the buffer and it ends where this string ends.
+// Whether this string is the only user of its buffer and ends where the buffer ends.
 bool DwString::OwnsBuffer() const {
   return buffer_ && buffer_.use_count() == 1 &&
          data_ + length_ == buffer_->data() + buffer_->size();
 }
 
-// Gives the string a buffer of its own, with room for `more` bytes.
+// Gives the string a buffer of its own, with capacity for `more` further bytes.
 void DwString::TakeBuffer(size_t more) {
   auto own = std::make_shared<Bytes>(length_ + more);
   own->Append(data_, length_);

@@ -7,21 +7,22 @@
 
 class Bytes;
 
-/// A byte string that may hold NULs. Copies share one buffer, as do the texts of a message's
-/// components; a string that is changed gets a buffer of its own first, unless no other uses it.
+/// A byte string that may hold NULs. Copies share one buffer, and so do the texts of a message's
+/// components. A string that is changed first gets a buffer of its own, unless it is the only user.
 class DwString {
  public:
   DwString() = default;
-  DwString(const char* text);  // NOLINT(google-explicit-constructor): texts stand for strings
+  /// A copy of `text`, up to its NUL. Literals convert to strings, as in comparisons.
+  DwString(const char* text);  // NOLINT(google-explicit-constructor)
   DwString(const char* bytes, size_t length);
-  /// Takes over memory from `malloc`.
+  /// Takes over `length` bytes of memory from `malloc`.
   static DwString Adopt(char* bytes, size_t length);
 
-  /// The bytes, not followed by anything in particular; valid until the string is changed.
+  /// The bytes, without a NUL after them. Valid until the string is changed.
   const char* data() const { return data_; }
   size_t length() const { return length_; }
 
-  /// The bytes may be some of the string's own.
+  /// Appends `length` bytes, which may be part of the string itself.
   DwString& append(const char* bytes, size_t length);
   DwString& append(const char* text);
 
@@ -36,14 +37,14 @@ class DwString {
   void TakeBuffer(size_t more);
 
   std::shared_ptr<Bytes> buffer_;
-  const char* data_ = "";  // in the buffer, where there is one
+  const char* data_ = "";  // in the buffer, if there is one
   size_t length_ = 0;
 };
 
 bool operator==(const DwString& a, const DwString& b);
 
-/// Replaces `line` by the bytes of `in` up to the next "\n", which is read and not stored, or up to
-/// where the stream fails. No other byte is special.
+/// Replaces `line` by the bytes of `in` before the next "\n", which is read but not stored, or
+/// before the point where the stream fails. No other byte is special.
 std::istream& getline(std::istream& in, DwString& line);
 
 std::ostream& operator<<(std::ostream& out, const DwString& text);
