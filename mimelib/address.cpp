@@ -11,18 +11,18 @@ namespace {
 
 using Kind = Token::Kind;
 
-// An entry's place in its list.
+// The place of an entry in its list.
 struct Entry {
   size_t start = 0;
   size_t end = 0;
-  size_t resume = 0;  // behind the comma that ends it
+  size_t resume = 0;  // after the comma that ends it
   bool is_group = false;
 };
 
 enum class Place { kTop, kAngle, kGroup };
 
-// Where the next token of a list stands. A comma separates entries only at the top; behind the end
-// of a group or of a "<...>" the same entry goes on up to its comma.
+// What the next token of a list is part of. Only a comma at the top ends an entry: after a group's
+// ";" or after a ">" the entry goes on.
 Place place_after(Place place, const Token& token, bool with_groups) {
   switch (place) {
     case Place::kTop:
@@ -36,7 +36,8 @@ Place place_after(Place place, const Token& token, bool with_groups) {
   return place;
 }
 
-// The first entry at or after `position` that holds a token at all; an empty one at the end.
+// The first entry at or after `position`. Entries without a token are skipped. Without an entry the
+// result's end is 0.
 Entry find_entry(std::string_view list, bool with_groups, size_t position) {
   Lexer lexer(list, Lexer::Syntax::kAddress, position);
   Entry entry;
@@ -55,23 +56,30 @@ Entry find_entry(std::string_view list, bool with_groups, size_t position) {
   return entry;
 }
 
-// A lexer that stands in front of the local part: behind "<" and a route ("@a,@b:"), or at the
-// start of a text in which "@" comes before any "<".
+// Moves `lexer`, which is after a "<", to the local part: to the first word, or past a route
+// ("@a,@b:"). Other tokens before them, such as a dot, are dropped.
+Lexer in_angles(Lexer lexer) {
+  for (;;) {
+    const Lexer before = lexer;
+    const Token token = lexer.Next();
+    if (token.kind == Kind::kEnd || token.IsWord()) return before;
+    if (token.IsSpecial('@')) break;
+  }
+  lexer.SkipPast(':');
+  return lexer;
+}
+
+// A lexer at the local part. That is in "<...>", unless an "@" precedes the first "<".
 Lexer at_local_part(std::string_view text) {
   const Lexer start(text, Lexer::Syntax::kAddress);
   Lexer lexer = start;
   for (Token token = lexer.Next(); !token.IsSpecial('<'); token = lexer.Next()) {
     if (token.kind == Kind::kEnd || token.IsSpecial('@')) return start;
   }
-  Lexer behind_route = lexer;
-  if (!behind_route.Next().IsSpecial('@')) return lexer;
-  for (Token token = behind_route.Next(); token.kind != Kind::kEnd; token = behind_route.Next()) {
-    if (token.IsSpecial(':')) break;
-  }
-  return behind_route;
+  return in_angles(lexer);
 }
 
-// Appends the words and dots up to the special `end`, where `other` is a further kind of word.
+// The atoms, dots and tokens of the kind `other` before the special `end`, which is read too.
 std::string collect_until(Lexer& lexer, char end, Kind other) {
   std::string text;
   for (Token token = lexer.Next(); token.kind != Kind::kEnd; token = lexer.Next()) {
@@ -83,8 +91,8 @@ std::string collect_until(Lexer& lexer, char end, Kind other) {
   return text;
 }
 
-// An address goes into headers and onto command lines: it may not bring line ends along.
-DwString on_one_line(std::string text) {
+// Turns each line end (CR LF, CR or LF) into a blank: a quoted local part may be folded.
+std::string on_one_line(std::string text) {
   size_t length = 0;
   for (size_t i = 0; i < text.size(); ++i) {
     const bool line_end = text[i] == '\r' || text[i] == '\n';
@@ -92,30 +100,34 @@ DwString on_one_line(std::string text) {
     text[length++] = line_end ? ' ' : text[i];
   }
   text.resize(length);
-  return DwString(text);
+  return text;
+}
+
+DwString string_of(const std::string& bytes) {
+  return {bytes.data(), bytes.size()};
 }
 
 }  // namespace
 
-DwAddress::DwAddress(DwString text, const DwAddressSequence* sequence, size_t resume)
-    : DwMessageComponent(std::move(text)), sequence_(sequence), resume_(resume) {}
+DwAddress::DwAddress(DwString entry, DwAddressSequence* sequence, size_t resume)
+    : DwMessageComponent(std::move(entry)), sequence_(sequence), resume_(resume) {}
 
 DwAddress* DwAddress::Next() const {
   if (next_ == nullptr) next_ = sequence_->ParseAt(resume_);
   return next_;
 }
 
-DwMailbox::DwMailbox(const DwString& text, const DwAddressSequence* sequence, size_t resume)
-    : DwAddress(text, sequence, resume) {
-  Lexer lexer = at_local_part(text.View());
-  local_part_ = on_one_line(collect_until(lexer, '@', Kind::kQuoted));
-  domain_ = on_one_line(collect_until(lexer, '>', Kind::kDomainLiteral));
+DwMailbox::DwMailbox(const DwString& entry, DwAddressSequence* sequence, size_t resume)
+    : DwAddress(entry, sequence, resume) {
+  Lexer lexer = at_local_part(text());
+  local_part_ = string_of(on_one_line(collect_until(lexer, '@', Kind::kQuoted)));
+  domain_ = string_of(collect_until(lexer, '>', Kind::kDomainLiteral));
 }
 
-DwAddress* DwAddressSequence::ParseAt(size_t position) const {
-  const Entry entry = find_entry(text_.View(), with_groups_, position);
+DwAddress* DwAddressSequence::ParseAt(size_t position) {
+  const Entry entry = find_entry(text(), with_groups_, position);
   if (entry.end == 0) return nullptr;
-  const DwString text = text_.Slice(entry.start, entry.end - entry.start);
-  if (entry.is_group) return kept_.Add(std::make_unique<DwGroup>(text, this, entry.resume));
-  return kept_.Add(std::make_unique<DwMailbox>(text, this, entry.resume));
+  const DwString slice = Slice(text().substr(entry.start, entry.end - entry.start));
+  if (entry.is_group) return kept_.Add(std::make_unique<DwGroup>(slice, this, entry.resume));
+  return kept_.Add(std::make_unique<DwMailbox>(slice, this, entry.resume));
 }

@@ -11,25 +11,26 @@ class DwAddressSequence;
 /// An entry of an address list: a mailbox or a group (RFC 822, 6.1).
 class DwAddress : public DwMessageComponent {
  public:
-  /// `sequence`: the list that it was found in, which owns it; `resume`: where its successor is
-  /// looked for.
-  DwAddress(DwString text, const DwAddressSequence* sequence, size_t resume);
+  /// `entry`: its text; `sequence`: the list that holds it and owns this object; `resume`: the
+  /// position in the list from which the next entry is searched for.
+  DwAddress(DwString entry, DwAddressSequence* sequence, size_t resume);
 
-  /// Whether the text could be read as what the entry is.
+  /// Whether an address was found in the text. A group is always valid.
   virtual bool IsValid() const = 0;
+  /// Each entry is either a group or a mailbox.
   virtual bool IsGroup() const { return false; }
   virtual bool IsMailbox() const { return false; }
 
-  /// The next entry of the list, or null.
+  /// The next entry of the list, or null. Owned by the list.
   DwAddress* Next() const;
 
  private:
-  const DwAddressSequence* sequence_;
+  DwAddressSequence* sequence_;
   size_t resume_;
-  mutable DwAddress* next_ = nullptr;  // younger than this entry, so kept at least as long
+  mutable DwAddress* next_ = nullptr;  // made after this entry, so deleted after it
 };
 
-/// A group, whose members are not looked at.
+/// A group. Its members are not parsed.
 class DwGroup : public DwAddress {
  public:
   using DwAddress::DwAddress;
@@ -37,20 +38,20 @@ class DwGroup : public DwAddress {
   bool IsGroup() const override { return true; }
 };
 
-/// One mailbox. Display name, route and comments are dropped; whatever else cannot stand where it
-/// stands is dropped too, so that most malformed addresses still give one. Line ends inside a
-/// quoted string or domain literal become blanks.
+/// One mailbox. Display name, route and comments are dropped, and so is every token that is not
+/// allowed where it is: most malformed addresses still give a mailbox.
 class DwMailbox : public DwAddress {
  public:
-  DwMailbox(const DwString& text, const DwAddressSequence* sequence, size_t resume);
+  DwMailbox(const DwString& entry, DwAddressSequence* sequence, size_t resume);
 
   /// Whether there is a local part; the domain may be empty.
   bool IsValid() const override { return local_part_.length() > 0; }
   bool IsMailbox() const override { return true; }
 
-  /// Up to the "@", quotes included.
+  /// What precedes the "@", with quotes. A line end between the quotes has become a blank.
   const DwString& LocalPart() const { return local_part_; }
-  /// Behind the "@", brackets of a literal included.
+  /// What follows the "@", with the brackets of a domain literal. Kept: line ends between the
+  /// brackets stay. In a header they are a CR alone, or a fold, which a blank or TAB follows.
   const DwString& Domain() const { return domain_; }
 
  private:
@@ -58,45 +59,38 @@ class DwMailbox : public DwAddress {
   DwString domain_;
 };
 
-/// The entries of an address or mailbox list, found one by one.
-class DwAddressSequence {
- public:
-  DwAddressSequence(DwString text, bool with_groups)
-      : text_(std::move(text)), with_groups_(with_groups) {}
+/// The body of a field that lists addresses. It is parsed while it is walked.
+class DwAddressSequence : public DwMessageComponent {
+ protected:
+  DwAddressSequence(const DwString& list, bool with_groups)
+      : DwMessageComponent(list), with_groups_(with_groups) {}
 
   /// The first entry at or after `position`, or null.
-  DwAddress* ParseAt(size_t position) const;
+  DwAddress* ParseAt(size_t position);
 
  private:
-  DwString text_;
+  friend class DwAddress;
+
   bool with_groups_;
-  mutable KeptItems<DwAddress> kept_;
+  KeptItems<DwAddress> kept_;
 };
 
 /// The body of a field that lists mailboxes and groups: Reply-To, To.
-class DwAddressList : public DwMessageComponent {
+class DwAddressList : public DwAddressSequence {
  public:
-  explicit DwAddressList(const DwString& text)
-      : DwMessageComponent(text), entries_(text, /*with_groups=*/true) {}
+  explicit DwAddressList(const DwString& list) : DwAddressSequence(list, /*with_groups=*/true) {}
 
   /// The first entry, or null.
-  DwAddress* FirstAddress() const { return entries_.ParseAt(0); }
-
- private:
-  DwAddressSequence entries_;
+  DwAddress* FirstAddress() { return ParseAt(0); }
 };
 
-/// The body of a field that lists mailboxes only: From. A colon does not make a group here.
-class DwMailboxList : public DwMessageComponent {
+/// The body of a field that lists only mailboxes: From. A colon does not make a group here.
+class DwMailboxList : public DwAddressSequence {
  public:
-  explicit DwMailboxList(const DwString& text)
-      : DwMessageComponent(text), entries_(text, /*with_groups=*/false) {}
+  explicit DwMailboxList(const DwString& list) : DwAddressSequence(list, /*with_groups=*/false) {}
 
-  /// The first mailbox, or null. What follows it are mailboxes too.
-  DwMailbox* FirstMailbox() const { return static_cast<DwMailbox*>(entries_.ParseAt(0)); }
-
- private:
-  DwAddressSequence entries_;
+  /// The first mailbox, or null. Each `Next` gives a mailbox too.
+  DwMailbox* FirstMailbox() { return static_cast<DwMailbox*>(ParseAt(0)); }
 };
 
 #endif

@@ -4,7 +4,8 @@
 #include <algorithm>
 #include <string_view>
 
-/// Whether `a` and `b` are equal when A-Z count as a-z; other bytes count as they are.
+/// Whether `a` and `b` are equal without regard to the case of A-Z. Other bytes have to be the
+/// same.
 inline bool equal_ignoring_case(std::string_view a, std::string_view b) {
   const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : +c; };
   return std::equal(a.begin(), a.end(), b.begin(), b.end(),

@@ -2,9 +2,10 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <utility>
 
+#include "mimelib/bytes.h"
 #include "mimelib/decode.h"
+#include "mimelib/view.h"
 
 #if defined __x86_64__ && !defined WITHOUT_SSE
 #include <cpuid.h>
@@ -16,7 +17,7 @@ namespace {
 constexpr uint8_t kFill = 64;
 constexpr uint8_t kSkipped = 65;
 
-// The value of each byte in base64; kFill for "=".
+// The value of each byte in base64 (RFC 2045, table 1); kFill for "=".
 constexpr std::array<uint8_t, 256> make_values() {
   constexpr std::string_view kAlphabet =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=";
@@ -42,24 +43,26 @@ bool read_group(std::string_view text, size_t& position, Group& group) {
   return count == kGroup;
 }
 
-// How many bytes a group stands for; 0 where "=" stands anywhere but at its end.
+// How many bytes a group gives; 0 when it has a "=" anywhere but at its end.
 size_t bytes_of(const Group& group) {
   if (group[0] == kFill || group[1] == kFill) return 0;
   if (group[2] == kFill) return group[3] == kFill ? 1 : 0;
   return group[3] == kFill ? 2 : 3;
 }
 
-// The bytes that a group stands for; all three are written, whatever counts of them.
+// Writes the three bytes of a group, also when fewer of them count.
 void write_group(const Group& group, char* out) {
-  const unsigned bits =
-      (group[0] & 63U) << 18 | (group[1] & 63U) << 12 | (group[2] & 63U) << 6 | (group[3] & 63U);
+  const unsigned bits = (group[0] & 63U) << 18 |  // aaaaaa__ ________ ________
+                        (group[1] & 63U) << 12 |  // ______bb bbbb____ ________
+                        (group[2] & 63U) << 6 |   // ________ ____cccc cc______
+                        (group[3] & 63U);         // ________ ________ __dddddd
   out[0] = static_cast<char>(bits >> 16);
   out[1] = static_cast<char>(bits >> 8);
   out[2] = static_cast<char>(bits);
 }
 
-// Decodes the groups at `position` that stand together and hold nothing but symbols. Returns the
-// end of what it wrote.
+// Decodes groups of symbols from `position` on, up to a byte that is no symbol. Returns the end of
+// what it wrote.
 using GroupsDecoder = char*(std::string_view text, size_t& position, char* out);
 
 char* decode_plain_groups(std::string_view text, size_t& position, char* out) {
@@ -76,34 +79,109 @@ char* decode_plain_groups(std::string_view text, size_t& position, char* out) {
 
 #if defined __x86_64__ && !defined WITHOUT_SSE
 
-// Writes the twelve bytes that sixteen symbols stand for, and four more behind them. Returns a bit
-// for each byte that is no symbol, the first byte's the lowest. What a byte stands for is found by
-// its two halves, which is what the processor's instruction to look up in a table of sixteen is
-// good for.
-[[gnu::target("ssse3")]] unsigned decode_block(const char* in, char* out) {
-  // Two bytes have a bit in common where the byte with these halves is no symbol.
-  const __m128i low_halves = _mm_setr_epi8(0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11,
-                                           0x11, 0x13, 0x1A, 0x1B, 0x1B, 0x1B, 0x1A);
-  const __m128i high_halves = _mm_setr_epi8(0x10, 0x10, 0x01, 0x02, 0x04, 0x08, 0x04, 0x08, 0x10,
-                                            0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10);
-  // From the symbol to its value, by its high half; "/" has an entry of its own.
-  const __m128i steps = _mm_setr_epi8(0, 16, 19, 4, -65, -65, -71, -71, 0, 0, 0, 0, 0, 0, 0, 0);
-  const __m128i order = _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
-  const __m128i symbols = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
-  const __m128i high = _mm_and_si128(_mm_srli_epi32(symbols, 4), _mm_set1_epi8(0x0F));
-  const __m128i low = _mm_and_si128(symbols, _mm_set1_epi8(0x0F));
-  const __m128i slashes = _mm_cmpeq_epi8(symbols, _mm_set1_epi8('/'));
-  const __m128i step = _mm_shuffle_epi8(steps, _mm_add_epi8(high, slashes));
-  const __m128i pairs = _mm_maddubs_epi16(_mm_add_epi8(symbols, step), _mm_set1_epi32(0x01400140));
-  const __m128i groups = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_shuffle_epi8(groups, order));
-  const __m128i others =
-      _mm_and_si128(_mm_shuffle_epi8(low_halves, low), _mm_shuffle_epi8(high_halves, high));
-  return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(others, _mm_setzero_si128())));
+// Why a byte is no symbol: for each reason a bit, which the tables below have for the byte's high
+// half and for its low half. The halves of a symbol have no bit in common.
+enum NoSymbol : char {
+  kPunctuation = 1 << 0,  // 0010____, but not 00101011 "+" or 00101111 "/"
+  kAfterNine = 1 << 1,    // 00111010 and up: ":" to "?"
+  kBeforeA = 1 << 2,      // 01_00000: "@" and "`"
+  kAfterZ = 1 << 3,       // 01_11011 and up: "[" to "_" and "{" to DEL
+  kNotPrinted = 1 << 4,   // 000_____ and 1_______: control characters and bytes above DEL
+};
+
+// The reasons that a low half can be one for.
+constexpr char kLow0 = kNotPrinted | kPunctuation | kBeforeA;
+constexpr char kLow1To9 = kNotPrinted | kPunctuation;
+constexpr char kLowA = kNotPrinted | kPunctuation | kAfterNine;
+constexpr char kLowBOrF = kNotPrinted | kAfterNine | kAfterZ;
+constexpr char kLowCToE = kNotPrinted | kPunctuation | kAfterNine | kAfterZ;
+
+// What is added to a symbol to give its value.
+constexpr char kFromUpper = 0 - 'A';
+constexpr char kFromLower = 26 - 'a';
+constexpr char kFromDigit = 52 - '0';
+constexpr char kFromPlus = 62 - '+';
+constexpr char kFromSlash = 63 - '/';
+
+// The processor looks bytes up in tables of sixteen entries.
+using Table = std::array<char, 16>;
+
+alignas(__m128i) constexpr Table kReasonsByLowHalf = {
+    kLow0,                         // ____0000
+    kLow1To9, kLow1To9, kLow1To9,  // ____0001 to ____0011
+    kLow1To9, kLow1To9, kLow1To9,  // ____0100 to ____0110
+    kLow1To9, kLow1To9, kLow1To9,  // ____0111 to ____1001
+    kLowA,                         // ____1010
+    kLowBOrF,                      // ____1011, of "+"
+    kLowCToE, kLowCToE, kLowCToE,  // ____1100 to ____1110
+    kLowBOrF,                      // ____1111, of "/"
+};
+
+alignas(__m128i) constexpr Table kReasonsByHighHalf = {
+    kNotPrinted,  kNotPrinted,                            // 000_____
+    kPunctuation,                                         // 0010____, of "+" and "/"
+    kAfterNine,                                           // 0011____, of "0" to "9"
+    kBeforeA,     kAfterZ,                                // 010_____, of "A" to "Z"
+    kBeforeA,     kAfterZ,                                // 011_____, of "a" to "z"
+    kNotPrinted,  kNotPrinted, kNotPrinted, kNotPrinted,  // 10______
+    kNotPrinted,  kNotPrinted, kNotPrinted, kNotPrinted,  // 11______
+};
+
+// By the high half; "/" has that of "+", and is looked up one entry before it.
+alignas(__m128i) constexpr Table kStepsByHighHalf = {
+    0,                       // 0000____
+    kFromSlash,              // 0010____, "/"
+    kFromPlus,               // 0010____, "+"
+    kFromDigit,              // 0011____
+    kFromUpper, kFromUpper,  // 010_____
+    kFromLower, kFromLower,  // 011_____
+};
+
+// Which byte of the decoded groups is written where; the first byte of a group is its highest.
+constexpr char kZero = -1;  // none: a byte that is 0
+alignas(__m128i) constexpr Table kByteOrder = {
+    2,     1,     0,             // the first group
+    6,     5,     4,             // the second
+    10,    9,     8,             // the third
+    14,    13,    12,            // the fourth
+    kZero, kZero, kZero, kZero,  // after them
+};
+
+__m128i load(const Table& table) {
+  return _mm_load_si128(reinterpret_cast<const __m128i*>(table.data()));
 }
 
-// As `decode_plain_groups`, and goes on over line ends. The last groups of the text are left to
-// that one: behind them is no room for what a block writes besides.
+// Multipliers for the parts of a group, whose first value is in the lowest byte of 32 bits. What
+// they give is added in pairs.
+constexpr int kPairs = 0x01'40'01'40;  // 00dddddd 00cccccc 00bbbbbb 00aaaaaa give
+                                       // 0000cccc ccdddddd 0000aaaa aabbbbbb, which give
+constexpr int kGroups = 0x0001'1000;   // 00000000 aaaaaabb bbbbcccc ccdddddd
+
+// The decoded groups of sixteen values, each in 32 bits.
+[[gnu::target("ssse3")]] __m128i join_values(__m128i values) {
+  const __m128i pairs = _mm_maddubs_epi16(values, _mm_set1_epi32(kPairs));
+  return _mm_madd_epi16(pairs, _mm_set1_epi32(kGroups));
+}
+
+// Writes the twelve bytes of sixteen symbols, and four bytes more after them. Returns a bit for
+// each byte that is no symbol, the first byte's the lowest.
+[[gnu::target("ssse3")]] unsigned decode_block(const char* in, char* out) {
+  constexpr char kHalf = 0x0F;  // 00001111
+  const __m128i symbols = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
+  const __m128i high = _mm_and_si128(_mm_srli_epi32(symbols, 4), _mm_set1_epi8(kHalf));
+  const __m128i low = _mm_and_si128(symbols, _mm_set1_epi8(kHalf));
+  const __m128i slashes = _mm_cmpeq_epi8(symbols, _mm_set1_epi8('/'));  // -1 for each
+  const __m128i steps = _mm_shuffle_epi8(load(kStepsByHighHalf), _mm_add_epi8(high, slashes));
+  const __m128i groups = join_values(_mm_add_epi8(symbols, steps));
+  const __m128i bytes = _mm_shuffle_epi8(groups, load(kByteOrder));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes);
+  const __m128i reasons = _mm_and_si128(_mm_shuffle_epi8(load(kReasonsByLowHalf), low),
+                                        _mm_shuffle_epi8(load(kReasonsByHighHalf), high));
+  return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(reasons, _mm_setzero_si128())));
+}
+
+// Like `decode_plain_groups`, but goes on over line ends. Leaves the last groups of the text to it:
+// after them `out` has no room for the bytes that a block writes in addition.
 [[gnu::target("ssse3")]] char* decode_blocks(std::string_view text, size_t& position, char* out) {
   constexpr size_t kBlock = 16;
   constexpr size_t kAhead = 24;
@@ -168,12 +246,13 @@ int DwDecodeBase64(const DwString& in, DwString& out) {
   // The room that full groups need must not be more than the text's own length.
   const size_t room = (in.length() + kGroup - 1) / kGroup * 3;
   if (room > in.length()) {
-    out = DwString(std::string(in.length(), '\0'));
+    const std::string nuls(in.length(), '\0');
+    out = DwString(nuls.data(), nuls.size());
     return -1;
   }
   Bytes decoded(room);
-  const char* const end = decode_base64(in.View(), decoded.data());
-  decoded.SetSize(static_cast<size_t>(end - decoded.data()));
-  out = DwString(std::move(decoded));
+  const char* const end = decode_base64(view_of(in), decoded.data());
+  const auto length = static_cast<size_t>(end - decoded.data());
+  out = DwString::Adopt(decoded.Release(), length);
   return 0;
 }

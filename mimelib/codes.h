@@ -3,7 +3,7 @@
 
 namespace DwMime {
 
-/// Top-level media types (RFC 2046, RFC 2077). Null: none was given.
+/// Top-level media types (RFC 2046, RFC 2077). Null: the field names none.
 enum MediaTypes {
   kTypeNull = 0,
   kTypeUnknown,
@@ -17,7 +17,7 @@ enum MediaTypes {
   kTypeModel,
 };
 
-/// Content transfer encodings (RFC 2045, 6). Null: none was given.
+/// Content transfer encodings (RFC 2045, 6). Null: the field names none.
 enum Ctes {
   kCteNull = 0,
   kCteUnknown,

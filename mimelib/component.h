@@ -1,11 +1,13 @@
 #ifndef MIMELIB_COMPONENT_H
 #define MIMELIB_COMPONENT_H
 
+#include <cstddef>
+#include <string_view>
 #include <utility>
 
 #include "mimelib/string.h"
 
-/// Anything that was cut out of a message: it knows its text as it stands there.
+/// A message or a part of one, such as a field or the body.
 class DwMessageComponent {
  public:
   explicit DwMessageComponent(DwString text) : text_(std::move(text)) {}
@@ -13,14 +15,16 @@ class DwMessageComponent {
   DwMessageComponent(const DwMessageComponent&) = delete;
   DwMessageComponent& operator=(const DwMessageComponent&) = delete;
 
-  /// The text as it stands in the message, undecoded; lives as long as the component.
+  /// Its text as it is in the message, undecoded. Valid as long as the component.
   const DwString& AsString() { return text_; }
 
-  /// Takes the text apart. Only a new message needs the call; its components are made parsed.
-  virtual void Parse() {}
-
  protected:
-  const DwString& text() const { return text_; }
+  std::string_view text() const { return {text_.data(), text_.length()}; }
+
+  /// The bytes of `part`, a view into `text()`, without copying them.
+  DwString Slice(std::string_view part) const {
+    return text_.Slice(static_cast<size_t>(part.data() - text_.data()), part.size());
+  }
 
  private:
   DwString text_;

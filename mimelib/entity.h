@@ -10,37 +10,40 @@
 
 class DwBodyPart;
 
-/// The body of an entity; that of a multipart one has body parts (RFC 2046, 5.1).
+/// The body of an entity. That of a multipart entity has body parts (RFC 2046, 5.1).
 class DwBody : public DwMessageComponent {
  public:
-  /// `is_multipart`: whether to look for parts; `boundary`: what delimits them, possibly empty.
-  DwBody(const DwString& text, bool is_multipart, DwString boundary);
+  /// `is_multipart`: whether it can have parts; `boundary`: what delimits them, may be empty.
+  DwBody(const DwString& body, bool is_multipart, DwString boundary);
   ~DwBody() override;
 
-  /// The first part, or null. The first delimiter line opens it, be it a closing one (kept).
-  DwBodyPart* FirstBodyPart() const;
+  /// The first part, or null: what follows the first delimiter line. Kept: that may be a closing
+  /// one. Owned by the body.
+  DwBodyPart* FirstBodyPart();
 
  private:
   friend class DwBodyPart;
 
-  DwBodyPart* ParsePartAt(size_t position) const;
+  DwBodyPart* ParsePartAt(size_t position);
 
   bool is_multipart_;
   DwString boundary_;
-  mutable KeptItems<DwBodyPart> kept_;
+  KeptItems<DwBodyPart> kept_;
 };
 
-/// Header and body (RFC 822, 3.1). A line that neither holds a colon nor is folded ends the header
-/// as an empty line does, but belongs to the body. A last line without a line end is header.
+/// Header and body (RFC 822, 3.1). The header ends at an empty line, or before a line that has no
+/// colon and does not continue a folded one. A last line without a line end is part of the header.
 class DwEntity : public DwMessageComponent {
  public:
-  explicit DwEntity(const DwString& text);
+  explicit DwEntity(const DwString& entity);
   ~DwEntity() override;
 
-  DwHeaders& Headers() const { return *headers_; }
-  DwBody& Body() const { return *body_; }
+  DwHeaders& Headers() { return *headers_; }
+  DwBody& Body() { return *body_; }
 
-  void Parse() override;
+  /// Splits the text into header and body, which are empty before. Call it once for a new message;
+  /// a body part is parsed already.
+  void Parse();
 
  private:
   std::unique_ptr<DwHeaders> headers_;
@@ -50,23 +53,23 @@ class DwEntity : public DwMessageComponent {
 /// A part of a multipart body.
 class DwBodyPart : public DwEntity {
  public:
-  /// `resume`: where the next part starts in the body of `owner`; npos for the last part.
-  DwBodyPart(const DwString& text, const DwBody* owner, size_t resume);
+  /// `resume`: the position in the body `owner` where the next part starts; npos for the last one.
+  DwBodyPart(const DwString& part, DwBody* owner, size_t resume);
 
-  /// The next part, or null.
+  /// The next part, or null. Owned by the body that holds this one.
   DwBodyPart* Next() const;
 
  private:
-  const DwBody* owner_;
+  DwBody* owner_;
   size_t resume_;
-  mutable DwBodyPart* next_ = nullptr;  // younger than this part, so kept at least as long
+  mutable DwBodyPart* next_ = nullptr;  // made after this part, so deleted after it
 };
 
 /// A whole message.
 class DwMessage : public DwEntity {
  public:
-  /// A message of `text`, owned by the caller, who calls `Parse` before anything else. There is no
-  /// use for a parent.
+  /// Returns a new message of `text`, owned by the caller, who has to call `Parse` first. `parent`
+  /// is not used.
   static DwMessage* NewMessage(const DwString& text, DwMessageComponent* parent);
 
  private:

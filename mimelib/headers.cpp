@@ -15,8 +15,7 @@ constexpr std::string_view kNames[] = {
     "Reply-To", "From", "To", "Subject", "Date", "Content-Type", "Content-Transfer-Encoding",
 };
 
-// Cuts the first field off `rest`: all up to a line end that no folded line follows (RFC 822,
-// 3.1.1).
+// Cuts the first field off `rest`, with the lines that continue it (RFC 822, 3.1.1).
 std::string_view take_field(std::string_view& rest) {
   size_t end = rest.find('\n');
   while (end != npos && end + 1 < rest.size() && kBlanks.find(rest[end + 1]) != npos) {
@@ -38,8 +37,8 @@ std::string_view without_leading(std::string_view text, std::string_view bytes) 
 
 }  // namespace
 
-DwHeaders::DwHeaders(const DwString& text) : DwMessageComponent(text) {
-  std::string_view rest = text.View();
+DwHeaders::DwHeaders(const DwString& header) : DwMessageComponent(header) {
+  std::string_view rest = text();
   while (!rest.empty()) {
     const std::string_view field = take_field(rest);
     const size_t colon = field.find(':');
@@ -52,12 +51,6 @@ DwHeaders::DwHeaders(const DwString& text) : DwMessageComponent(text) {
 
 void DwHeaders::Remember(std::string_view name, std::string_view body) {
   for (size_t i = 0; i < kFieldNames; ++i) {
-    if (places_[i].found || !equal_ignoring_case(name, kNames[i])) continue;
-    places_[i] = {true, static_cast<size_t>(body.data() - text().data()), body.size()};
+    if (bodies_[i].data() == nullptr && equal_ignoring_case(name, kNames[i])) bodies_[i] = body;
   }
-}
-
-DwString DwHeaders::Body(FieldName name) const {
-  const Place& place = places_[name];
-  return place.found ? text().Slice(place.start, place.length) : DwString();
 }

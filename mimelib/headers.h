@@ -2,7 +2,6 @@
 #define MIMELIB_HEADERS_H
 
 #include <array>
-#include <cstddef>
 #include <memory>
 #include <string_view>
 
@@ -10,12 +9,13 @@
 #include "mimelib/component.h"
 #include "mimelib/media_type.h"
 
-/// The header of a message or body part. Of the fields it knows, found without regard to case, the
-/// first of each name counts. An accessor of a missing field makes an empty one.
+/// The header of a message or body part. Names of fields are compared without regard to case; of
+/// several fields with one name the first counts.
 class DwHeaders : public DwMessageComponent {
  public:
-  explicit DwHeaders(const DwString& text);
+  explicit DwHeaders(const DwString& header);
 
+  /// Whether there is such a field, also an empty one.
   bool HasReplyTo() const { return Has(kReplyTo); }
   bool HasFrom() const { return Has(kFrom); }
   bool HasTo() const { return Has(kTo); }
@@ -24,13 +24,15 @@ class DwHeaders : public DwMessageComponent {
   bool HasContentType() const { return Has(kContentType); }
   bool HasContentTransferEncoding() const { return Has(kContentTransferEncoding); }
 
-  DwAddressList& ReplyTo() const { return Field(reply_to_, kReplyTo); }
-  DwMailboxList& From() const { return Field(from_, kFrom); }
-  DwAddressList& To() const { return Field(to_, kTo); }
-  DwText& Subject() const { return Field(subject_, kSubject); }
-  DwDateTime& Date() const { return Field(date_, kDate); }
-  DwMediaType& ContentType() const { return Field(content_type_, kContentType); }
-  DwMechanism& ContentTransferEncoding() const {
+  /// The body of the field, owned by the header. A missing field is made, an empty one, but
+  /// `Has...` stays false.
+  DwAddressList& ReplyTo() { return Field(reply_to_, kReplyTo); }
+  DwMailboxList& From() { return Field(from_, kFrom); }
+  DwAddressList& To() { return Field(to_, kTo); }
+  DwText& Subject() { return Field(subject_, kSubject); }
+  DwDateTime& Date() { return Field(date_, kDate); }
+  DwMediaType& ContentType() { return Field(content_type_, kContentType); }
+  DwMechanism& ContentTransferEncoding() {
     return Field(content_transfer_encoding_, kContentTransferEncoding);
   }
 
@@ -46,32 +48,25 @@ class DwHeaders : public DwMessageComponent {
     kFieldNames,
   };
 
-  // Where the body of a field stands in the header's text.
-  struct Place {
-    bool found = false;
-    size_t start = 0;
-    size_t length = 0;
-  };
-
-  bool Has(FieldName name) const { return places_[name].found; }
-  DwString Body(FieldName name) const;
+  bool Has(FieldName name) const { return bodies_[name].data() != nullptr; }
   void Remember(std::string_view name, std::string_view body);
 
   template <class Component>
-  Component& Field(std::unique_ptr<Component>& field, FieldName name) const {
-    if (!field) field = std::make_unique<Component>(Body(name));
+  Component& Field(std::unique_ptr<Component>& field, FieldName name) {
+    if (!field) field = std::make_unique<Component>(Has(name) ? Slice(bodies_[name]) : DwString());
     return *field;
   }
 
-  std::array<Place, kFieldNames> places_;
+  std::array<std::string_view, kFieldNames>
+      bodies_;  // views into the text; null for a missing field
 
-  mutable std::unique_ptr<DwAddressList> reply_to_;
-  mutable std::unique_ptr<DwMailboxList> from_;
-  mutable std::unique_ptr<DwAddressList> to_;
-  mutable std::unique_ptr<DwText> subject_;
-  mutable std::unique_ptr<DwDateTime> date_;
-  mutable std::unique_ptr<DwMediaType> content_type_;
-  mutable std::unique_ptr<DwMechanism> content_transfer_encoding_;
+  std::unique_ptr<DwAddressList> reply_to_;
+  std::unique_ptr<DwMailboxList> from_;
+  std::unique_ptr<DwAddressList> to_;
+  std::unique_ptr<DwText> subject_;
+  std::unique_ptr<DwDateTime> date_;
+  std::unique_ptr<DwMediaType> content_type_;
+  std::unique_ptr<DwMechanism> content_transfer_encoding_;
 };
 
 #endif

@@ -6,12 +6,12 @@
 #include <utility>
 #include <vector>
 
-/// Owner of the last elements of a list that is parsed while it is walked. A list of millions of
-/// elements costs no more memory than one of a few.
+/// Owns the newest elements of a list that is parsed while it is walked, and deletes older ones: a
+/// list of millions of elements takes no more memory than one of a few.
 template <class Item>
 class KeptItems {
  public:
-  /// Takes the next element; the oldest one goes when there are too many.
+  /// Takes ownership of the next element. If there are too many then, the oldest is deleted.
   Item* Add(std::unique_ptr<Item> item) {
     if (items_.size() < kKept) items_.emplace_back();
     std::unique_ptr<Item>& place = items_[next_];
@@ -21,10 +21,10 @@ class KeptItems {
   }
 
  private:
-  // The newest one and the sixteen that mimepp.h promises.
+  // The newest one, and the sixteen before it that mimepp.h promises.
   static constexpr size_t kKept = 17;
 
-  std::vector<std::unique_ptr<Item>> items_;  // a ring; most lists are never walked and have none
+  std::vector<std::unique_ptr<Item>> items_;  // a ring; empty for the many lists that nobody walks
   size_t next_ = 0;
 };
 

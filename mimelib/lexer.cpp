@@ -4,15 +4,17 @@
 
 namespace {
 
-// What a byte outside quotes and comments is.
+// What a byte is outside quotes, brackets and comments.
 enum class ByteKind : char { kWord, kSeparator, kSpecial };
 using ByteKinds = std::array<ByteKind, 256>;
 
-// Space, the other control characters and DEL separate.
+// Kept: DLE and DEL are bytes of words. The other control characters separate, like the blank.
 constexpr ByteKinds make_kinds(std::string_view specials) {
+  constexpr size_t kDle = 0x10;
   ByteKinds kinds{};
-  for (size_t code = 0; code <= 0x20; ++code) kinds[code] = ByteKind::kSeparator;
-  kinds[0x7F] = ByteKind::kSeparator;
+  for (size_t code = 0; code <= ' '; ++code) {
+    if (code != kDle) kinds[code] = ByteKind::kSeparator;
+  }
   for (const char c : specials) kinds[static_cast<unsigned char>(c)] = ByteKind::kSpecial;
   return kinds;
 }
@@ -31,14 +33,19 @@ Token Lexer::Next() {
   if (!SkipSeparators()) return End();
   const char c = text_[position_];
   if (c == '"') return Enclosed(Token::Kind::kQuoted, '"');
-  if (c == '[' && syntax_ == Syntax::kAddress) return Enclosed(Token::Kind::kDomainLiteral, ']');
+  if (c == '[') return Enclosed(Token::Kind::kDomainLiteral, ']');
   if (kind_of(c, syntax_) == ByteKind::kSpecial) return Cut(Token::Kind::kSpecial, 1);
   size_t end = position_ + 1;
   while (end < text_.size() && kind_of(text_[end], syntax_) == ByteKind::kWord) ++end;
   return Cut(Token::Kind::kAtom, end - position_);
 }
 
-// False when no token follows.
+void Lexer::SkipPast(char c) {
+  Token token = Next();
+  while (token.kind != Token::Kind::kEnd && !token.IsSpecial(c)) token = Next();
+}
+
+// Moves to the next token; false if there is none.
 bool Lexer::SkipSeparators() {
   for (; position_ < text_.size(); ++position_) {
     const char c = text_[position_];
@@ -51,8 +58,8 @@ bool Lexer::SkipSeparators() {
   return false;
 }
 
-// Moves to the parenthesis that closes the comment at the position; comments nest. False when the
-// comment never ends.
+// Moves to the ")" that closes the comment at the position; comments nest. False if it is never
+// closed.
 bool Lexer::SkipComment() {
   size_t depth = 0;
   for (; position_ < text_.size(); ++position_) {

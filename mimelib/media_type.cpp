@@ -6,6 +6,7 @@
 
 #include "mimelib/ascii.h"
 #include "mimelib/lexer.h"
+#include "mimelib/view.h"
 
 namespace {
 
@@ -37,23 +38,17 @@ int code_of(const NamedCode (&codes)[count], std::string_view name, int unknown)
   return unknown;
 }
 
-// The next token that is a word, or the end.
+// The next token that can be a name; the end if there is none.
 Token seek_atom(Lexer& lexer) {
   Token token = lexer.Next();
   while (token.kind != Kind::kEnd && token.kind != Kind::kAtom) token = lexer.Next();
   return token;
 }
 
-// Moves behind the next special `c`, or to the end.
-void seek_special(Lexer& lexer, char c) {
-  Token token = lexer.Next();
-  while (token.kind != Kind::kEnd && !token.IsSpecial(c)) token = lexer.Next();
-}
-
-// The next token that can be a parameter's value, or the end.
+// The next token that can be the value of a parameter; the end if there is none.
 Token seek_value(Lexer& lexer) {
   Token token = lexer.Next();
-  while (token.kind == Kind::kSpecial) token = lexer.Next();
+  while (token.kind != Kind::kEnd && !token.IsWord()) token = lexer.Next();
   return token;
 }
 
@@ -63,50 +58,42 @@ std::string_view without_quotes(const Token& token) {
 
 }  // namespace
 
-DwParameter::DwParameter(DwString attribute, DwString value, const DwMediaType* owner,
-                         size_t resume)
-    : DwMessageComponent(attribute),
-      attribute_(std::move(attribute)),
-      value_(std::move(value)),
-      owner_(owner),
-      resume_(resume) {}
+DwParameter::DwParameter(DwString attribute, DwString value, DwMediaType* owner, size_t resume)
+    : attribute_(std::move(attribute)), value_(std::move(value)), owner_(owner), resume_(resume) {}
 
 DwParameter* DwParameter::Next() const {
   if (next_ == nullptr) next_ = owner_->ParseParameterAt(resume_);
   return next_;
 }
 
-DwMediaType::DwMediaType(const DwString& text) : DwMessageComponent(text) {
-  Lexer lexer(text.View(), Lexer::Syntax::kMime);
+DwMediaType::DwMediaType(const DwString& field) : DwMessageComponent(field) {
+  Lexer lexer(text(), Lexer::Syntax::kMime);
   const Token type = seek_atom(lexer);
   if (type.kind == Kind::kAtom) type_ = code_of(kTypes, type.text, DwMime::kTypeUnknown);
-  seek_special(lexer, '/');
+  lexer.SkipPast('/');
   seek_atom(lexer);
   parameters_start_ = lexer.position();
 }
 
-DwParameter* DwMediaType::ParseParameterAt(size_t position) const {
-  Lexer lexer(text().View(), Lexer::Syntax::kMime, position);
-  seek_special(lexer, ';');
+DwParameter* DwMediaType::ParseParameterAt(size_t position) {
+  Lexer lexer(text(), Lexer::Syntax::kMime, position);
+  lexer.SkipPast(';');
   const Token attribute = seek_atom(lexer);
-  seek_special(lexer, '=');
+  lexer.SkipPast('=');
   const Token value = seek_value(lexer);
   if (attribute.kind == Kind::kEnd || value.kind == Kind::kEnd) return nullptr;
-  const auto slice = [this](std::string_view part) {
-    return text().Slice(static_cast<size_t>(part.data() - text().data()), part.size());
-  };
   return kept_.Add(std::make_unique<DwParameter>(
-      slice(attribute.text), slice(without_quotes(value)), this, lexer.position()));
+      Slice(attribute.text), Slice(without_quotes(value)), this, lexer.position()));
 }
 
-DwString DwMediaType::Boundary() const {
+DwString DwMediaType::Boundary() {
   for (const DwParameter* p = FirstParameter(); p != nullptr; p = p->Next()) {
-    if (equal_ignoring_case(p->Attribute().View(), "boundary")) return p->Value();
+    if (equal_ignoring_case(view_of(p->Attribute()), "boundary")) return p->Value();
   }
   return {};
 }
 
 int DwMechanism::AsEnum() const {
-  if (text().length() == 0) return DwMime::kCteNull;
-  return code_of(kEncodings, text().View(), DwMime::kCteUnknown);
+  if (text().empty()) return DwMime::kCteNull;
+  return code_of(kEncodings, text(), DwMime::kCteUnknown);
 }

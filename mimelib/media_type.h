@@ -10,50 +10,51 @@
 class DwMediaType;
 
 /// A parameter of a Content-Type field.
-class DwParameter : public DwMessageComponent {
+class DwParameter {
  public:
-  DwParameter(DwString attribute, DwString value, const DwMediaType* owner, size_t resume);
+  /// `resume`: the position in the field `owner` from which the next parameter is searched for.
+  DwParameter(DwString attribute, DwString value, DwMediaType* owner, size_t resume);
 
-  /// The name, as written.
+  /// The name as written, in any case.
   const DwString& Attribute() const { return attribute_; }
-  /// The value, as written but without the quotes around it; backslashes stay.
+  /// The value as written, without the quotes around it; backslashes stay.
   const DwString& Value() const { return value_; }
 
-  /// The next parameter of the field, or null.
+  /// The next parameter of the field, or null. Owned by the field.
   DwParameter* Next() const;
 
  private:
   DwString attribute_;
   DwString value_;
-  const DwMediaType* owner_;
+  DwMediaType* owner_;
   size_t resume_;
-  mutable DwParameter* next_ = nullptr;  // younger than this one, so kept at least as long
+  mutable DwParameter* next_ = nullptr;  // made after this one, so deleted after it
 };
 
-/// The body of a Content-Type field (RFC 2045, 5.1). Each of its elements is looked for from where
-/// the last one ended, over anything that is something else; so a field without a subtype has no
-/// parameters, and malformed parameters are passed over.
+/// The body of a Content-Type field (RFC 2045, 5.1). Type, "/", subtype, and then ";", name, "="
+/// and value of each parameter are searched for one after the other, past any other tokens. So a
+/// field without a subtype has no parameters, and the pieces of a malformed parameter are skipped.
 class DwMediaType : public DwMessageComponent {
  public:
-  explicit DwMediaType(const DwString& text);
+  explicit DwMediaType(const DwString& field);
 
   /// The code of the type (DwMime::MediaTypes), compared without regard to case.
   int Type() const { return type_; }
 
   /// The first parameter that has a name and a value, or null.
-  DwParameter* FirstParameter() const { return ParseParameterAt(parameters_start_); }
+  DwParameter* FirstParameter() { return ParseParameterAt(parameters_start_); }
 
-  /// The value of the first parameter called "boundary", empty when there is none.
-  DwString Boundary() const;
+  /// The value of the first parameter "boundary"; empty if there is none.
+  DwString Boundary();
 
  private:
   friend class DwParameter;
 
-  DwParameter* ParseParameterAt(size_t position) const;
+  DwParameter* ParseParameterAt(size_t position);
 
   int type_ = DwMime::kTypeNull;
   size_t parameters_start_ = 0;
-  mutable KeptItems<DwParameter> kept_;
+  KeptItems<DwParameter> kept_;
 };
 
 /// The body of a Content-Transfer-Encoding field (RFC 2045, 6.1).
@@ -61,8 +62,8 @@ class DwMechanism : public DwMessageComponent {
  public:
   using DwMessageComponent::DwMessageComponent;
 
-  /// The code of the encoding (DwMime::Ctes). The whole field is compared, without regard to case:
-  /// a comment or anything else beside the name makes it unknown.
+  /// The code of the encoding (DwMime::Ctes). The whole field is compared with the name, without
+  /// regard to case: with a comment or any other addition the encoding is unknown.
   int AsEnum() const;
 };
 

@@ -3,11 +3,10 @@
 
 /// Stand-in for the part of the message library mimelib that this project calls: parsing only.
 ///
-/// A message is parsed over one buffer that all objects share; what an accessor returns is a slice
-/// of it. Lists (addresses, parameters, body parts) are not built but walked: each `Next` parses on
-/// from where its element ended, so that neither time nor memory grows beyond the message, whatever
-/// a stranger puts into it. An element stays valid until sixteen more of its list were asked for,
-/// and never longer than the message.
+/// All objects of a message share one buffer with its text. Lists (addresses, parameters, body
+/// parts) are parsed while they are walked: each `Next` parses one element. So time is linear in
+/// the size of any message, and memory does not depend on the number of elements. An element is
+/// valid until sixteen later ones of its list were asked for, and at most as long as the message.
 
 #include "mimelib/address.h"
 #include "mimelib/codes.h"

@@ -2,28 +2,32 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
-#include <utility>
 
 #if defined __SSE2__ && !defined WITHOUT_SSE
 #include <emmintrin.h>
 #endif
 
+#include "mimelib/bytes.h"
 #include "mimelib/decode.h"
+#include "mimelib/view.h"
 
 namespace {
 
+constexpr uint8_t kSevenBits = 0x7F;  // _1111111
+
 char seven_bits(char c) {
-  return static_cast<char>(c & 0x7F);
+  return static_cast<char>(c & kSevenBits);
 }
 
 bool is_white_space(char c) {
   return c == '\n' || c == '\r' || c == ' ' || c == '\t';
 }
 
+// Negative, and still so when it is joined with the other digit of an escape.
 constexpr int kNoDigit = -1;
 using Digits = std::array<int, 256>;
 
-// The value of each hexadecimal digit, with or without its highest bit, times `weight`.
+// The value of each hexadecimal digit times `weight`. A byte's highest bit does not count.
 constexpr Digits make_digits(int weight) {
   Digits digits{};
   for (int& digit : digits) digit = kNoDigit;
@@ -36,20 +40,19 @@ constexpr Digits make_digits(int weight) {
   }
   return digits;
 }
-constexpr Digits kLowDigits = make_digits(1);
-constexpr Digits kHighDigits = make_digits(16);
+constexpr Digits kLowDigits = make_digits(1);    // 0000dddd
+constexpr Digits kHighDigits = make_digits(16);  // dddd0000
 
-// The byte that "=" and the two behind it stand for, or less than 0 where they are no digits.
+// The byte that "=" and the two bytes after it encode; negative when these are no two digits.
 int escaped_byte(const char* equals_sign) {
   return kHighDigits[static_cast<unsigned char>(equals_sign[1])] |
          kLowDigits[static_cast<unsigned char>(equals_sign[2])];
 }
 
-// Sixteen bytes at once, in what every processor has registers for. A comparison gives all bits of
-// a byte or none.
+// A 16-byte vector; comparisons yield 0xFF or 0 per byte.
 using Lanes [[gnu::vector_size(16)]] = uint8_t;
 
-// A bit for each byte that has its highest bit set, the first byte's the lowest.
+// The highest bit of each byte, that of the first byte lowest.
 unsigned highest_bits(Lanes lanes) {
 #if defined __SSE2__ && !defined WITHOUT_SSE
   return static_cast<unsigned>(_mm_movemask_epi8(reinterpret_cast<__m128i>(lanes)));
@@ -60,24 +63,24 @@ unsigned highest_bits(Lanes lanes) {
 #endif
 }
 
-// How far the text is read, and what it stands for is written. By value: the compiler could not
-// keep it in registers if it had to suspect that what is written changes it.
+// Where to read and write next. Passed by value: stores through `out` could alias a reference and
+// force reloads.
 struct Position {
   const char* in;
   char* out;
 };
 
-// Copies a block, and returns a bit for each byte of it that is "=", which may have a highest bit
-// to lose too, or a line end.
+// Copies a block without the highest bit of its bytes. Returns a bit for each "=" in the copy and
+// each line end in the block, that of the first byte lowest.
 unsigned copy_block(Position at) {
   Lanes bytes;
   memcpy(&bytes, at.in, sizeof bytes);
-  const Lanes plain = bytes & 0x7F;
+  const Lanes plain = bytes & kSevenBits;
   memcpy(at.out, &plain, sizeof plain);
   return highest_bits(reinterpret_cast<Lanes>((plain == '=') | (bytes == '\n')));
 }
 
-// Drops the white space at the end of a line, of which what stands from `start` on may be some.
+// Trims trailing white space, but nothing before `start`.
 char* drop_white_space(const char* start, char* out) {
   while (out > start && is_white_space(out[-1])) --out;
   return out;
@@ -88,10 +91,11 @@ class Decoder {
   explicit Decoder(std::string_view text)
       : text_(text), blocks_end_(EndFor(sizeof(Lanes))), escapes_end_(EndFor(3)) {}
 
-  // Writes to `out`, which has room for as many bytes as the text has, and returns its end.
+  // Writes to `out`, which has room for as many bytes as the text has. Returns the end of what it
+  // wrote.
   char* Decode(char* out) {
     Position at{text_.data(), out};
-    const char* plain = out;  // what was written from here on was not written as an escape
+    const char* plain = out;  // what was written from here on does not come from an escape
     while (CopyPlain(at)) {
       if (*at.in == '\n') {
         at.out = drop_white_space(plain, at.out);
@@ -108,7 +112,7 @@ class Decoder {
   bool valid() const { return valid_; }
 
  private:
-  // Copies the bytes in front of the next "=" or line end; false where there is none.
+  // Copies the bytes before the next "=" or line end; false when there is none.
   bool CopyPlain(Position& at) const {
     for (; at.in < blocks_end_; at.in += sizeof(Lanes), at.out += sizeof(Lanes)) {
       const unsigned bits = copy_block(at);
@@ -124,7 +128,7 @@ class Decoder {
     return false;
   }
 
-  // Decodes the escapes with two digits that stand together; false where there is none.
+  // Decodes a run of escapes with two digits each; false when there is none.
   bool DecodeEscapes(Position& at) const {
     const char* const before = at.in;
     while (at.in < escapes_end_ && *at.in == '=') {
@@ -136,7 +140,7 @@ class Decoder {
     return at.in != before;
   }
 
-  // At a "=" that does not stand in front of two digits, or has its highest bit set.
+  // At a "=" that no two digits follow, or that has its highest bit set.
   Position DecodeOddEscape(Position at) {
     ++at.in;
     if (at.in < End() && *at.in == '\n') {
@@ -164,8 +168,8 @@ class Decoder {
     return seven_bits(c);
   }
 
-  // Where this line ends, and where it ends without the white space at its end. Looked for once in
-  // a line, so that a long one full of odd escapes takes no longer than any other.
+  // Sets the end of the line, with and without its trailing white space. Looks for them once in a
+  // line, so that one full of odd escapes takes linear time.
   void FindLineEnd(const char* from) {
     if (line_end_ != nullptr) return;
     const void* const found = memchr(from, '\n', static_cast<size_t>(End() - from));
@@ -176,7 +180,7 @@ class Decoder {
 
   const char* End() const { return text_.data() + text_.size(); }
 
-  // Where what is `length` bytes long cannot begin any more.
+  // From here on fewer than `length` bytes are left.
   const char* EndFor(size_t length) const {
     return text_.data() + (text_.size() < length ? 0 : text_.size() - length + 1);
   }
@@ -192,12 +196,12 @@ class Decoder {
 }  // namespace
 
 int DwDecodeQuotedPrintable(const DwString& in, DwString& out) {
-  std::string_view text = in.View();
+  std::string_view text = view_of(in);
   text = text.substr(0, text.find('\0'));
   Bytes decoded(text.size());
   Decoder decoder(text);
   const char* const end = decoder.Decode(decoded.data());
-  decoded.SetSize(static_cast<size_t>(end - decoded.data()));
-  out = DwString(std::move(decoded));
+  const auto length = static_cast<size_t>(end - decoded.data());
+  out = DwString::Adopt(decoded.Release(), length);
   return decoder.valid() ? 0 : -1;
 }

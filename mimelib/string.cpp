@@ -7,81 +7,81 @@
 #include <string>
 #include <utility>
 
+#include "mimelib/bytes.h"
+
 DwString::DwString(const char* text) : DwString(text, strlen(text)) {}
 
 DwString::DwString(const char* bytes, size_t length)
     : buffer_(std::make_shared<Bytes>(length)), length_(length) {
   buffer_->Append(bytes, length);
+  data_ = buffer_->data();
 }
 
-DwString::DwString(Bytes&& bytes)
-    : buffer_(std::make_shared<Bytes>(std::move(bytes))), length_(buffer_->size()) {}
+DwString DwString::Adopt(char* bytes, size_t length) {
+  DwString text;
+  text.buffer_ = std::make_shared<Bytes>(bytes, length);
+  text.data_ = bytes;
+  text.length_ = length;
+  return text;
+}
 
-// Whether no other string uses the buffer and it ends where this string ends.
+// Whether this string is the only user of its buffer and ends where the buffer ends.
 bool DwString::OwnsBuffer() const {
-  return buffer_ && buffer_.use_count() == 1 && start_ + length_ == buffer_->size();
+  return buffer_ && buffer_.use_count() == 1 &&
+         data_ + length_ == buffer_->data() + buffer_->size();
 }
 
-// Gives the string a buffer of its own, with room for `more` bytes.
-void DwString::TakeBuffer(size_t more) const {
+// Gives the string a buffer of its own, with capacity for `more` further bytes.
+void DwString::TakeBuffer(size_t more) {
   auto own = std::make_shared<Bytes>(length_ + more);
-  own->Append(data(), length_);
+  own->Append(data_, length_);
   buffer_ = std::move(own);
-  start_ = 0;
-}
-
-const char* DwString::c_str() const {
-  if (!buffer_) return "";
-  if (start_ + length_ != buffer_->size()) TakeBuffer(0);
-  return data();
-}
-
-DwString& DwString::append(const DwString& text) {
-  return append(text.data(), text.length());
+  data_ = buffer_->data();
 }
 
 DwString& DwString::append(const char* text) {
   return append(text, strlen(text));
 }
 
-// The bytes may be those of the string itself.
 DwString& DwString::append(const char* bytes, size_t length) {
   if (length == 0) return *this;
-  const std::shared_ptr<Bytes> before = OwnsBuffer() ? nullptr : buffer_;
-  if (!OwnsBuffer()) TakeBuffer(length);
+  std::shared_ptr<Bytes> before;  // may hold `bytes`
+  if (!OwnsBuffer()) {
+    before = buffer_;
+    TakeBuffer(length);
+  }
+  const ptrdiff_t start = data_ - buffer_->data();
   buffer_->Append(bytes, length);
+  data_ = buffer_->data() + start;
   length_ += length;
   return *this;
 }
 
 void DwString::ConvertToLowerCase() {
   if (!OwnsBuffer()) TakeBuffer(0);
-  char* const begin = buffer_->data() + start_;
+  char* const begin = buffer_->data() + (data_ - buffer_->data());
   std::transform(begin, begin + length_, begin, [](char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
   });
 }
 
-DwString DwString::Slice(size_t start, size_t count) const {
+// `length` bytes from `start` on, in the same buffer.
+DwString DwString::Slice(size_t start, size_t length) const {
   DwString slice;
   slice.buffer_ = buffer_;
-  slice.start_ = start_ + start;
-  slice.length_ = std::min(count, length_ - start);
+  slice.data_ = data_ + start;
+  slice.length_ = length;
   return slice;
 }
 
 bool operator==(const DwString& a, const DwString& b) {
-  return a.View() == b.View();
-}
-
-bool operator!=(const DwString& a, const DwString& b) {
-  return !(a == b);
+  return a.length() == b.length() && memcmp(a.data(), b.data(), a.length()) == 0;
 }
 
 std::istream& getline(std::istream& in, DwString& line) {
   std::string bytes;
   std::getline(in, bytes);
-  line = DwString(bytes);
+  line = DwString(bytes.data(), bytes.size());
   return in;
 }
 

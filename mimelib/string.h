@@ -4,57 +4,47 @@
 #include <cstddef>
 #include <iosfwd>
 #include <memory>
-#include <string_view>
 
-#include "mimelib/bytes.h"
+class Bytes;
 
-/// A byte string that may hold NULs. Copies and slices share one buffer; a string that is changed
-/// gets a buffer of its own first, unless it is the only one to use it.
+/// A byte string that may hold NULs. Copies share one buffer, and so do the texts of a message's
+/// components. A string that is changed first gets a buffer of its own, unless it is the only user.
 class DwString {
  public:
   DwString() = default;
-  DwString(const char* text);  // NOLINT(google-explicit-constructor): texts stand for strings
+  /// A copy of `text`, up to its NUL. Literals convert to strings, as in comparisons.
+  DwString(const char* text);  // NOLINT(google-explicit-constructor)
   DwString(const char* bytes, size_t length);
-  explicit DwString(std::string_view bytes) : DwString(bytes.data(), bytes.size()) {}
-  /// Takes the bytes over without copying them.
-  explicit DwString(Bytes&& bytes);
-  /// Takes over memory from `malloc`, in which a NUL follows the `length` bytes.
-  static DwString Adopt(char* bytes, size_t length) { return DwString(Bytes(bytes, length)); }
+  /// Takes over `length` bytes of memory from `malloc`.
+  static DwString Adopt(char* bytes, size_t length);
 
-  /// The bytes, followed by a NUL; valid until the string is changed.
-  const char* c_str() const;
-  /// The bytes, not followed by anything in particular; valid until the string is changed.
-  const char* data() const { return buffer_ ? buffer_->data() + start_ : ""; }
+  /// The bytes, without a NUL after them. Valid until the string is changed.
+  const char* data() const { return data_; }
   size_t length() const { return length_; }
 
-  DwString& append(const DwString& text);
-  DwString& append(const char* text);
+  /// Appends `length` bytes, which may be part of the string itself.
   DwString& append(const char* bytes, size_t length);
-  DwString& operator+=(const DwString& text) { return append(text); }
-  DwString& operator+=(const char* text) { return append(text); }
+  DwString& append(const char* text);
 
   /// Turns A-Z into a-z.
   void ConvertToLowerCase();
 
-  /// The bytes from `start` (at most `length`) on, at most `count` of them, in the same buffer.
-  DwString Slice(size_t start, size_t count) const;
-
-  std::string_view View() const { return {data(), length_}; }
-
  private:
-  bool OwnsBuffer() const;
-  void TakeBuffer(size_t more) const;
+  friend class DwMessageComponent;
 
-  mutable std::shared_ptr<Bytes> buffer_;
-  mutable size_t start_ = 0;
+  DwString Slice(size_t start, size_t length) const;
+  bool OwnsBuffer() const;
+  void TakeBuffer(size_t more);
+
+  std::shared_ptr<Bytes> buffer_;
+  const char* data_ = "";  // in the buffer, if there is one
   size_t length_ = 0;
 };
 
 bool operator==(const DwString& a, const DwString& b);
-bool operator!=(const DwString& a, const DwString& b);
 
-/// Replaces `line` by the bytes of `in` up to the next "\n", which is read and not stored, or up to
-/// where the stream fails. No other byte is special.
+/// Replaces `line` by the bytes of `in` before the next "\n", which is read but not stored, or
+/// before the point where the stream fails. No other byte is special.
 std::istream& getline(std::istream& in, DwString& line);
 
 std::ostream& operator<<(std::ostream& out, const DwString& text);

@@ -29,7 +29,7 @@ struct Sender {
 };
 
 // A Reply-To without a usable mailbox counts as none.
-std::optional<Sender> find_sender(const DwHeaders& headers) {
+std::optional<Sender> find_sender(DwHeaders& headers) {
   if (headers.HasReplyTo()) {
     const DwMailbox* mailbox = first_listed_mailbox(headers.ReplyTo());
     if (mailbox != nullptr) return Sender{SenderField::kReplyTo, mailbox_address(*mailbox)};
@@ -39,7 +39,7 @@ std::optional<Sender> find_sender(const DwHeaders& headers) {
   return Sender{SenderField::kFrom, mailbox_address(*mailbox)};
 }
 
-std::optional<std::string> find_listed_recipient(const DwHeaders& headers) {
+std::optional<std::string> find_listed_recipient(DwHeaders& headers) {
   const DwMailbox* mailbox = headers.HasTo() ? first_listed_mailbox(headers.To()) : nullptr;
   if (mailbox == nullptr) return std::nullopt;
   return mailbox_address(*mailbox);

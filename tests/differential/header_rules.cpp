@@ -61,7 +61,7 @@ void keep_domain_literal_as_written(SecondOpinion& opinion) {
     for (size_t start = field.find('['); start != npos; start = field.find('[', start + 1)) {
       const std::string written = field.substr(start, field.find(']', start) + 1 - start);
       if (without_blanks(written) != wanted) continue;
-      address.replace(literal, npos, with_blanks_for_line_ends(written));
+      address.replace(literal, npos, written);
       return;
     }
   });
@@ -69,7 +69,8 @@ void keep_domain_literal_as_written(SecondOpinion& opinion) {
 
 void make_line_ends_in_quotes_blanks(SecondOpinion& opinion) {
   change_addresses(opinion, [](std::string& address, const std::string& /*field*/) {
-    address = with_blanks_for_line_ends(address);
+    const size_t at = std::min(address.rfind('@'), address.size());
+    address = with_blanks_for_line_ends(address.substr(0, at)) + address.substr(at);
   });
 }
 
@@ -162,11 +163,10 @@ const std::vector<DifferenceRule>& header_rules() {
       {"last dot of a domain kept", "GMime drops it. The domain is used as the sender wrote it.",
        keep_last_dot_of_domain},
       {"domain literal kept as written",
-       "GMime drops blanks and line ends in it. A domain literal is one token, of which only the "
-       "line ends become blanks.",
+       "GMime drops blanks and line ends in it. A domain literal is one token.",
        keep_domain_literal_as_written},
       {"line ends in a quoted local part become blanks",
-       "GMime keeps them. An address may not bring line ends into a header or command line.",
+       "GMime keeps them. A quoted local part is unfolded, each line end to a blank.",
        make_line_ends_in_quotes_blanks},
       {"folds of a subject kept",
        "GMime unfolds first. For the decoder of encoded words only blank and TAB separate words, "

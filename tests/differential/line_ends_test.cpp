@@ -35,10 +35,10 @@ std::string with_line_ends(const std::string& message, const char* line_end) {
   return result;
 }
 
-std::string unfolded(std::string subject) {
+std::string unfolded(std::string text) {
   const auto is_line_end = [](char c) { return c == '\r' || c == '\n'; };
-  subject.erase(std::remove_if(subject.begin(), subject.end(), is_line_end), subject.end());
-  return subject;
+  text.erase(std::remove_if(text.begin(), text.end(), is_line_end), text.end());
+  return text;
 }
 
 // What the header says, whatever ends its lines.
@@ -49,6 +49,8 @@ Reading read_header(const std::string& message) {
   } catch (const std::out_of_range&) {
     reading.subject = "(none: blanks behind an encoded word end it)";
   }
+  reading.sender = unfolded(reading.sender);
+  reading.recipient = unfolded(reading.recipient);
   reading.subject = unfolded(reading.subject);
   reading.charset.clear();
   reading.body.clear();

@@ -77,8 +77,14 @@ bool ends_in_word_and_blanks(const std::string& value) {
   return end < value.size() && end >= 2 && value.compare(end - 2, 2, "?=") == 0;
 }
 
-bool is_one_line(const std::string& address) {
-  return address.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
+// Whether an address ends before its first NUL and holds nothing that ends a header field.
+bool stays_in_its_field(const std::string& address) {
+  for (size_t i = 0; i < address.size(); ++i) {
+    if (address[i] == '\0') return false;
+    const bool folds = address[i + 1] == ' ' || address[i + 1] == '\t';
+    if (address[i] == '\n' && !folds) return false;
+  }
+  return true;
 }
 
 void check_recipient(const IncomingMessage& record) {
@@ -96,7 +102,8 @@ void check_recipient(const IncomingMessage& record) {
     require(record.recipient == (dash != nullptr ? dash + 1 : variable),
             "RECIPIENT counts behind its first dash");
   } else {
-    require(is_one_line(record.recipient), "a recipient from the message is one line");
+    require(stays_in_its_field(record.recipient),
+            "a recipient from the message stays in its field");
   }
 }
 
@@ -152,7 +159,8 @@ void check_fields(const IncomingMessage& record, DwHeaders& headers) {
 }
 
 void check(const IncomingMessage& record, DwMessage& message) {
-  require(!record.sender.empty() && is_one_line(record.sender), "the sender is one line");
+  require(!record.sender.empty() && stays_in_its_field(record.sender),
+          "the sender stays in its field");
   check_recipient(record);
   check_fields(record, message.Headers());
   const TextPart text = find_text_part(message);

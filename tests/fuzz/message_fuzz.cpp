@@ -24,6 +24,14 @@ bool lies_within(std::string_view part, std::string_view whole) {
                           in_order(part.data() + part.size(), whole.data() + whole.size()));
 }
 
+// Whether nothing in `text` can be taken for the end of a header field.
+bool stays_in_its_field(std::string_view text) {
+  for (size_t i = text.find('\n'); i != std::string_view::npos; i = text.find('\n', i + 1)) {
+    if (i + 1 == text.size() || (text[i + 1] != ' ' && text[i + 1] != '\t')) return false;
+  }
+  return true;
+}
+
 // Whether the bytes of `made` stand in `source` in that order; a blank may have been a line end.
 bool comes_from(std::string_view made, std::string_view source) {
   for (const char c : made) {
@@ -64,7 +72,7 @@ class Walk {
 
   /// Bytes as they stand in the message, or were made of them.
   std::vector<std::string> texts;
-  /// Addresses, numbers, and decoded quoted-printable: free of the message's line ends.
+  /// Local parts, numbers, and decoded quoted-printable: free of the message's line ends.
   std::vector<std::string> values;
   /// Decoded base64. Its shortest texts are special, so line ends count in it.
   std::vector<std::string> base64;
@@ -74,14 +82,16 @@ class Walk {
   void Value(int value) { values.push_back(std::to_string(value)); }
 
   void Mailbox(const DwMailbox& mailbox, std::string_view entry) {
-    const std::string address =
-        std::string(bytes(mailbox.LocalPart())) + std::string(bytes(mailbox.Domain()));
-    require(address.find_first_of("\r\n") == std::string::npos, "an address is one line");
-    require(comes_from(address, entry), "an address stands in its entry");
+    const std::string_view local_part = bytes(mailbox.LocalPart());
+    const std::string_view domain = bytes(mailbox.Domain());
+    require(local_part.find_first_of("\r\n") == std::string::npos, "a local part is one line");
+    require(stays_in_its_field(domain), "a domain stays in its field");
+    require(comes_from(std::string(local_part).append(domain), entry),
+            "an address stands in its entry");
     require(mailbox.IsValid() == (mailbox.LocalPart().length() > 0),
             "a mailbox with a local part is valid");
-    values.emplace_back(bytes(mailbox.LocalPart()));
-    values.emplace_back(bytes(mailbox.Domain()));
+    values.emplace_back(local_part);
+    Text(mailbox.Domain());
   }
 
   void Addresses(DwAddress* address, std::string_view list, bool with_groups) {

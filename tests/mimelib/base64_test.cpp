@@ -64,7 +64,7 @@ TEST(DecodeBase64, WorksInPlace) {
 TEST(DecodeBase64, ReadsASlice) {
   const DwString whole("xxQUJDREVGxx");
   DwString out;
-  EXPECT_EQ(DwDecodeBase64(whole.Slice(2, 8), out), 0);
+  EXPECT_EQ(DwDecodeBase64(slice_of(whole, 2, 8), out), 0);
   EXPECT_EQ(bytes_of(out), "ABCDEF");
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "mimelib/component.h"
 #include "mimelib/string.h"
 
 inline DwString string_of(std::string_view text) {
@@ -12,6 +13,17 @@ inline DwString string_of(std::string_view text) {
 
 inline std::string bytes_of(const DwString& text) {
   return {text.data(), text.length()};
+}
+
+/// A part of `text` as the components of a message have it: in the same buffer.
+inline DwString slice_of(const DwString& text, size_t start, size_t length) {
+  struct Component : DwMessageComponent {
+    using DwMessageComponent::DwMessageComponent;
+    using DwMessageComponent::Slice;
+    using DwMessageComponent::text;
+  };
+  const Component whole(text);
+  return whole.Slice(whole.text().substr(start, length));
 }
 
 #endif

@@ -67,17 +67,16 @@ constexpr Field kFields[] = {
     {"AddressAtomOfMimeSpecials", kAddress, "a/b=c?d", "A a/b=c?d\n"},
     {"MimeType", kMime, "text/plain; charset=utf-8",
      "A text\nS /\nA plain\nS ;\nA charset\nS =\nA utf-8\n"},
-    {"MimeSpecials", kMime, "<>@,;:\\/[]?=)",
-     "S <\nS >\nS @\nS ,\nS ;\nS :\nS \\\nS /\nS [\nS ]\nS ?\nS =\nS )\n"},
+    {"MimeSpecials", kMime, "<>@,;:\\/]?=)",
+     "S <\nS >\nS @\nS ,\nS ;\nS :\nS \\\nS /\nS ]\nS ?\nS =\nS )\n"},
     {"MimeAtomWithDots", kMime, "a.b", "A a.b\n"},
-    {"MimeBracketsAreNoLiteral", kMime, "[a b]", "S [\nA a\nA b\nS ]\n"},
+    {"MimeBracketsAreALiteral", kMime, "a=[b; c]d", "A a\nS =\nD [b; c]\nA d\n"},
+    {"NothingBehindAnOpenMimeBracket", kMime, "a[b; c", "A a\n"},
     {"AtomsAtWhiteSpace", kAddress, "a b\tc\r\n d", "A a\nA b\nA c\nA d\n"},
-    {"AtomsAtControlCharacters", kAddress,
-     "a\x01"
-     "b\x1F"
-     "c\x7F"
-     "d",
-     "A a\nA b\nA c\nA d\n"},
+    {"AtomsAtControlCharacters", kAddress, "v\x01w\x0Fx\x11y\x1Fz", "A v\nA w\nA x\nA y\nA z\n"},
+    {"AtomWithDle", kAddress, "a\x10z \x10", "A a\x10z\nA \x10\n"},
+    {"AtomWithDel", kAddress, "a\x7Fz \x7F", "A a\x7Fz\nA \x7F\n"},
+    {"MimeAtomsWithDleAndDel", kMime, "a\x10=\x7Fz", "A a\x10\nS =\nA \x7Fz\n"},
     {"AtomsAtNul", kAddress, "a\0b"sv, "A a\nA b\n"},
     {"AtomOfEightBitBytes", kAddress, "J\xC3\xBC\xA0\x80\xFF", "A J\xC3\xBC\xA0\x80\xFF\n"},
     {"AtomUpToQuote", kAddress, "a\"b\"c", "A a\nQ \"b\"\nA c\n"},
@@ -133,6 +132,16 @@ TEST(Lexer, SaysWhereTheNextTokenIsLookedFor) {
   EXPECT_EQ(lexer.position(), 10U);
 }
 
+TEST(Lexer, SkipsPastASpecial) {
+  Lexer lexer("a \";\" [;] (;) ; b; c", kMime);
+  lexer.SkipPast(';');
+  EXPECT_EQ(lexer.Next().text, "b");
+  lexer.SkipPast(';');
+  EXPECT_EQ(lexer.Next().text, "c");
+  lexer.SkipPast(';');
+  EXPECT_EQ(lexer.Next().kind, Token::Kind::kEnd);
+}
+
 TEST(Lexer, ReadsOnIndependentlyInACopy) {
   Lexer lexer("a b c", kAddress);
   lexer.Next();
@@ -147,6 +156,14 @@ TEST(Token, IsSpecialOnlyAsPunctuation) {
   EXPECT_FALSE((Token{Token::Kind::kSpecial, "@"}.IsSpecial(',')));
   EXPECT_FALSE((Token{Token::Kind::kAtom, "@"}.IsSpecial('@')));
   EXPECT_FALSE((Token{Token::Kind::kEnd, ""}.IsSpecial('@')));
+}
+
+TEST(Token, IsAWordAsAtomOrQuotedString) {
+  EXPECT_TRUE((Token{Token::Kind::kAtom, "a"}.IsWord()));
+  EXPECT_TRUE((Token{Token::Kind::kQuoted, "\"a\""}.IsWord()));
+  EXPECT_FALSE((Token{Token::Kind::kDomainLiteral, "[a]"}.IsWord()));
+  EXPECT_FALSE((Token{Token::Kind::kSpecial, "."}.IsWord()));
+  EXPECT_FALSE((Token{Token::Kind::kEnd, ""}.IsWord()));
 }
 
 TEST(LexerDepth, ReadsTwoHundredThousandNestedComments) {

@@ -49,7 +49,7 @@ DwString repeated(const std::string& head, const std::string& text, int count) {
   std::string all = head;
   all.reserve(head.size() + text.size() * static_cast<size_t>(count));
   for (int i = 0; i < count; ++i) all += text;
-  return DwString(std::move(all));
+  return string_of(all);
 }
 
 // What the walk over a list costs beyond what was in use before.
@@ -107,8 +107,29 @@ TEST(LongList, OfAMillionCommas) {
   EXPECT_LT(walk.memory(), kFewElements);
 }
 
+TEST(LongList, OfAMillionMailboxesAfterDots) {
+  DwAddressList list(repeated("", "<..a@b>,", 1000000));
+  const Walk walk;
+  EXPECT_EQ(count_from(list.FirstAddress()), 1000000);
+  EXPECT_LT(walk.memory(), kFewElements);
+}
+
+TEST(LongList, OfAMillionDotsInAngles) {
+  DwAddressList list(repeated("<", ".", 1000000));
+  const Walk walk;
+  EXPECT_EQ(count_from(list.FirstAddress()), 1);
+  EXPECT_LT(walk.memory(), kFewElements);
+}
+
 TEST(LongList, OfAMillionParameters) {
   DwMediaType type(repeated("text/plain", ";a=b", 1000000));
+  const Walk walk;
+  EXPECT_EQ(count_from(type.FirstParameter()), 1000000);
+  EXPECT_LT(walk.memory(), kFewElements);
+}
+
+TEST(LongList, OfAMillionParametersAfterBrackets) {
+  DwMediaType type(repeated("text/plain", ";[x]a=[y]b", 1000000));
   const Walk walk;
   EXPECT_EQ(count_from(type.FirstParameter()), 1000000);
   EXPECT_LT(walk.memory(), kFewElements);
@@ -148,6 +169,13 @@ TEST(LongList, OfAHundredThousandEmptyParts) {
   const auto message = multipart_of("--b\n", 100000);
   const Walk walk;
   EXPECT_EQ(count_from(message->Body().FirstBodyPart()), 99999);
+  EXPECT_LT(walk.memory(), kFewElements);
+}
+
+TEST(LongList, OfAHundredThousandLinesThatAreNearlyDelimiters) {
+  const auto message = multipart_of("--b--- x\n", 100000);
+  const Walk walk;
+  EXPECT_EQ(message->Body().FirstBodyPart(), nullptr);
   EXPECT_LT(walk.memory(), kFewElements);
 }
 

@@ -51,7 +51,13 @@ constexpr Code kTypes[] = {
     {"LongerName", "texts/plain", DwMime::kTypeUnknown},
     {"ShorterName", "tex/plain", DwMime::kTypeUnknown},
     {"NulInName", "te\0xt/plain"sv, DwMime::kTypeUnknown},
+    {"DleInName", "\x10text/plain", DwMime::kTypeUnknown},
+    {"DelInName", "\x7Ftext/plain", DwMime::kTypeUnknown},
     {"EightBitName", "text\xE9/plain", DwMime::kTypeUnknown},
+    {"TypeInBracketsIsPassedOver", "[text]/plain", DwMime::kTypeUnknown},
+    {"AllInBrackets", "[text/plain]", DwMime::kTypeNull},
+    {"OpenBracketBefore", "[text/plain", DwMime::kTypeNull},
+    {"OpenBracketBehind", "text[/plain", DwMime::kTypeText},
     {"OpenComment", "(text/plain", DwMime::kTypeNull},
 };
 
@@ -92,6 +98,16 @@ constexpr Parameters kParameters[] = {
     {"BackslashesKept", R"(text/plain; name="a\"b\\c")", "name=a\\\"b\\\\c\n"},
     {"NulInQuotedValue", "text/plain; name=\"a\0b\""sv, "name=a\0b\n"sv},
     {"EightBitValue", "text/plain; charset=utf-8\xE9", "charset=utf-8\xE9\n"},
+    {"DleAndDelInNameAndValue", "text/plain; a\x10=b\x7F", "a\x10=b\x7F\n"},
+    {"ValueInBracketsIsPassedOver", "text/plain; a=[b]c; d=e", "a=c\nd=e\n"},
+    {"NameForAValueInBrackets", "text/plain; a=[b]; c=d", "a=c\n"},
+    {"NameInBracketsIsPassedOver", "text/plain; [a]; b=c", "b=c\n"},
+    {"SubtypeInBracketsIsPassedOver", "text/[plain]; charset=utf-8", ""},
+    {"OpenBracketInSubtype", "text/pla[in; charset=utf-8", ""},
+    {"OpenBracketInName", "text/plain; a=b; cha[rset=utf-8; d=e", "a=b\n"},
+    {"OpenBracketInValue", "text/plain; a=b; c=[d; e=f", "a=b\n"},
+    {"ClosingBracketInValue", "text/plain; a=b]; c=d", "a=b\nc=d\n"},
+    {"BracketsBehindValue", "text/plain [x]; a=b [x]; c=d", "a=b\nc=d\n"},
     {"NoValue", "text/plain; charset", ""},
     {"EmptyValue", "text/plain; charset=", ""},
     {"NoName", "text/plain; =utf-8", ""},
@@ -136,6 +152,8 @@ constexpr BoundaryOf kBoundaries[] = {
     {"FirstOfTwo", "multipart/mixed; boundary=a; boundary=b", "a"},
     {"Empty", "multipart/mixed; boundary=\"\"", ""},
     {"LongerName", "multipart/mixed; boundaryx=b", ""},
+    {"InBrackets", "multipart/mixed; boundary=[b]", ""},
+    {"OpenBracketBefore", "multipart/mixed[; boundary=b", ""},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, MediaTypeBoundary, testing::ValuesIn(kBoundaries));

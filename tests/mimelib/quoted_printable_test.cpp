@@ -77,9 +77,9 @@ TEST(DecodeQuotedPrintable, WorksInPlace) {
 TEST(DecodeQuotedPrintable, ReadsASlice) {
   const DwString whole("=3D=41=42=3D");
   DwString out;
-  EXPECT_EQ(DwDecodeQuotedPrintable(whole.Slice(3, 6), out), 0);
+  EXPECT_EQ(DwDecodeQuotedPrintable(slice_of(whole, 3, 6), out), 0);
   EXPECT_EQ(bytes_of(out), "AB");
-  EXPECT_EQ(DwDecodeQuotedPrintable(whole.Slice(0, 2), out), -1);
+  EXPECT_EQ(DwDecodeQuotedPrintable(slice_of(whole, 0, 2), out), -1);
   EXPECT_EQ(bytes_of(out), "3");
 }
 

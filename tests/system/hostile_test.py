@@ -119,6 +119,25 @@ def test_survives_a_word_of_the_subject_in_any_charset(panel):
     assert panel.run(f"From: a@b\nSubject: {words}\n\nbody\n".encode(), timeout=20).status == 0
 
 
+@pytest.mark.parametrize("sender, expected", [
+    (b'"a\n Bcc: b"@c', b'"a  Bcc: b"@c'),
+    (b'"a\rBcc: b"@c', b'"a Bcc: b"@c'),
+    (b"a@[b\n Bcc: c]", b"a@[b\n Bcc: c]"),
+    (b"a@[b\r\n\tBcc: c]", b"a@[b\r\n\tBcc: c]"),
+    (b"a@[b\rBcc: c]", b"a@[b\rBcc: c]"),
+])
+def test_an_address_adds_no_field_to_the_reply(panel, sender, expected):
+    panel.rule()
+    panel.run(b"From: " + sender + b"\nSubject: s\n\nbody\n")
+    (mail,) = panel.mails()
+    assert mail.arguments[2] == expected
+    header = mail.message.partition(b"\n\n")[0]
+    assert b"\nTo: " + expected + b"\nMIME-Version: 1.0\n" in header
+    assert [line.partition(b":")[0] for line in header.split(b"\n") if line[0] not in b" \t"] == [
+        b"From", b"To", b"MIME-Version", b"Subject", b"Content-Type", b"Content-Transfer-Encoding",
+        b"Content-Disposition"]
+
+
 @pytest.mark.parametrize("closed", [(0,), (0, 1, 2), (1, 2), (2,)], ids=str)
 def test_runs_without_standard_descriptors(panel, closed):
     def close():

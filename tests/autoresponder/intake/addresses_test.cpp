@@ -76,9 +76,11 @@ INSTANTIATE_TEST_SUITE_P(Rows, FirstValidMailbox, testing::ValuesIn(kMailboxList
 TEST(FirstMailbox, IsFoundBehindManyOthers) {
   std::string text;
   for (int i = 0; i < 100000; ++i) text += "g:;,<>,";
-  DwAddressList addresses(DwString(text + "a@b"));
+  text += "a@b";
+  DwAddressList addresses(DwString(text.data(), text.size()));
   EXPECT_EQ(address_or_none(first_listed_mailbox(addresses)), "a@b");
-  DwMailboxList mailboxes(DwString(std::string(200000, ',') + "<>,a@b"));
+  text = std::string(200000, ',') + "<>,a@b";
+  DwMailboxList mailboxes(DwString(text.data(), text.size()));
   EXPECT_EQ(address_or_none(first_valid_mailbox(mailboxes)), "a@b");
 }
 

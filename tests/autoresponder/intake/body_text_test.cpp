@@ -153,11 +153,14 @@ TEST(DecodedBodyText, ReplacesWhatWasThere) {
 
 TEST(UpToNul, EndsAtTheFirstNul) {
   EXPECT_EQ(up_to_nul(DwString("abc")), "abc");
-  const DwString with_nuls("a\0b\0", 4);
-  EXPECT_EQ(up_to_nul(with_nuls), "a");
-  EXPECT_EQ(up_to_nul(with_nuls.Slice(1, 3)), "");
-  EXPECT_EQ(up_to_nul(with_nuls.Slice(2, 1)), "b");
+  EXPECT_EQ(up_to_nul(DwString("a\0b\0", 4)), "a");
+  EXPECT_EQ(up_to_nul(DwString("\0b", 2)), "");
   EXPECT_EQ(up_to_nul(DwString()), "");
+}
+
+TEST(UpToNul, EndsWithATextThatHasNone) {
+  const auto message = parsed("Subject: a\nDate: b\n\n");
+  EXPECT_EQ(up_to_nul(message->Headers().Subject().AsString()), "a");
 }
 
 }  // namespace

@@ -20,14 +20,27 @@ TEST(MessageBuffer, GivesItsBytesAsATextThatCopiesThem) {
   EXPECT_EQ(buffer.Take<std::string>(), std::string("a\0bc", 4));
 }
 
+struct AdoptingText {
+  static AdoptingText Adopt(char* adopted, size_t size) { return {OwnedText(adopted), size}; }
+
+  OwnedText bytes;
+  size_t length;
+};
+
 TEST(MessageBuffer, GivesItsBytesToATextThatTakesThemOver) {
   MessageBuffer buffer;
   append(buffer, "text");
   const char* const bytes = buffer.RoomFor(0) - 4;
-  const DwString text = buffer.Take<DwString>();
-  EXPECT_EQ(text.data(), bytes);
-  EXPECT_EQ(text.length(), 4U);
-  EXPECT_STREQ(text.c_str(), "text");
+  const auto text = buffer.Take<AdoptingText>();
+  EXPECT_EQ(text.bytes.get(), bytes);
+  EXPECT_EQ(text.length, 4U);
+  EXPECT_STREQ(text.bytes.get(), "text");
+}
+
+TEST(MessageBuffer, GivesItsBytesToTheMessageLibrary) {
+  MessageBuffer buffer;
+  append(buffer, "text");
+  EXPECT_TRUE(buffer.Take<DwString>() == "text");
 }
 
 TEST(MessageBuffer, IsEmptyAtFirstAndAfterwards) {
