@@ -66,11 +66,11 @@ int get_domain_status(const char* domain_id, unsigned* status, st_mysql* connect
   OwnedResult rows;
   const char* const value = first_value(connection, rows);
   if (value == nullptr) {
-    report_error(0, 0, complaint.format, domain_id, "such domain is not exist.");
+    report_error(0, 0, complaint.format, key_text(domain_id), "such domain is not exist.");
     return -2;
   }
   if (sscanf(value, "%u", status) != 1) {
-    report_error(0, 0, complaint.format, domain_id,
+    report_error(0, 0, complaint.format, key_text(domain_id),
                  "error translate status value from char to unsigned int.");
     return -3;
   }
@@ -197,19 +197,20 @@ int get_client_id(const char* domain_id, st_mysql* connection) {
 const char* get_dom_id(const char* domain_name, st_mysql* connection, bool quiet) {
   static char result[kResultSize];
   CHECK_KEYS(domain_name);
-  const OwnedText ascii(idn_toascii(domain_name));
+  const OwnedText ascii(idn_toascii(key_text(domain_name)));
   if (!ascii) report_error(1, 0, "idn_toascii() failed: %s", idn_strerror(idn_last_error));
   CHECK_KEYS(ascii.get());  // a full-width quote has become a plain one
   const LookupSession session(connection, kConnectTextB);
   if (!session) return nullptr;
   const Statement statement("select id from domains where name='%s'", ascii.get());
-  const Complaint complaint{"Unable to query domain ID: %s\n", nullptr, 1};
+  const Complaint complaint{"Unable to query domain ID: %s\n", {}, 1};
   if (!send_statement(session.handle(), statement, complaint)) return nullptr;
   OwnedResult rows;
   const char* const id = first_value(session.handle(), rows);
   if (id == nullptr) {
     if (!quiet) {
-      report_error(1, 0, "get_dom_id(): domains record not found in DB for '%s'\n", domain_name);
+      report_error(1, 0, "get_dom_id(): domains record not found in DB for '%s'\n",
+                   key_text(domain_name));
     }
     return nullptr;
   }
@@ -226,7 +227,7 @@ const char* get_domain_name(const char* domain_name) {
   CHECK_KEYS(domain_name);
   const LookupSession session(nullptr, kConnectTextB, 1);
   const Statement statement("select name from domains where name='%s'", domain_name);
-  const Complaint complaint{"Unable to query domain name: %s\n", nullptr, 1};
+  const Complaint complaint{"Unable to query domain name: %s\n", {}, 1};
   if (!send_statement(session.handle(), statement, complaint)) return nullptr;
   OwnedResult rows;
   const char* const name = first_value(session.handle(), rows);

@@ -6,8 +6,8 @@ struct st_mysql;
 /// Readers of the panel's settings and domain records.
 ///
 /// Names, ids and values that are looked for are NUL-terminated keys: they go unescaped into a
-/// statement, and one that holds a backslash or a quote of either kind aborts the process. A
-/// statement of more than 4095 bytes is cut.
+/// statement, and one that holds a backslash or a quote of either kind aborts the process. A null
+/// key is looked for as the text "(null)". A statement of more than 4095 bytes is cut.
 ///
 /// `connection` may be null; then one is opened for the call. Where it must not be, that is said.
 ///

@@ -27,8 +27,8 @@ bool send_statement(MYSQL* connection, const Statement& statement, const Complai
 bool send_text(MYSQL* connection, const char* statement, const Complaint& complaint) {
   if (mysql_real_query(connection, statement, strlen(statement)) == 0) return true;
   const char* const error = mysql_error(connection);
-  if (complaint.key != nullptr) {
-    report_error(complaint.status, 0, complaint.format, complaint.key, error);
+  if (complaint.key) {
+    report_error(complaint.status, 0, complaint.format, key_text(*complaint.key), error);
   } else {
     report_error(complaint.status, 0, complaint.format, error);
   }

@@ -2,6 +2,7 @@
 #define SUPPORT_LOOKUP_H
 
 #include <cstddef>
+#include <optional>
 
 #include "support/mysql_owned.h"
 
@@ -9,7 +10,13 @@
 
 constexpr size_t kResultSize = 4096;
 
-/// A statement made of a printf format and keys, silently cut at 4095 bytes.
+/// What is written for a null key: printf would do so too, but is not obliged to.
+inline const char* key_text(const char* key) {
+  return key != nullptr ? key : "(null)";
+}
+
+/// A statement made of a printf format and keys, silently cut at 4095 bytes. glibc writes a null
+/// key as `key_text` does.
 class Statement {
  public:
   explicit Statement(const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -30,9 +37,9 @@ constexpr const char* kConnectTextD = "Unable to connect to mysql database";
 
 /// What a routine says when its statement fails.
 struct Complaint {
-  const char* format;         ///< for printf; takes the key, where there is one, and the error
-  const char* key = nullptr;  ///< null where the format takes the server's error alone
-  int status = 0;             ///< 0 for a warning, else the process exits with it
+  const char* format;                   ///< for printf; takes the key, if any, and the error
+  std::optional<const char*> key = {};  ///< nothing where the format takes the error alone
+  int status = 0;                       ///< 0 for a warning, any other ends the process
 };
 
 /// The connection of one call: the caller's, or, where that is null, one of its own that closes

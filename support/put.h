@@ -6,8 +6,9 @@ struct st_mysql;
 /// Writers of the panel's settings and domain records.
 ///
 /// Names and ids are NUL-terminated keys: they go unescaped into a statement, and one that holds a
-/// backslash or a quote of either kind aborts the process. Values are NUL-terminated and escaped. A
-/// statement of more than 4095 bytes is cut, except that of `put_misc_param`.
+/// backslash or a quote of either kind aborts the process. A null key is written as the text
+/// "(null)". Values are NUL-terminated and escaped. A statement of more than 4095 bytes is cut,
+/// except that of `put_misc_param`.
 ///
 /// `connection` may be null; then one is opened for the call. All return 0, or -1 after a warning.
 

@@ -41,8 +41,12 @@ class Row:
                  warning, failed="null", key=None, fatal=False, nulled=None):
         self.name, self.arguments, self.statement, self.found = name, arguments, statement, found
         self.none, self.null, self.connect, self.failed = none, null or none, connect, failed
-        self.warning = warning.format(key, ERROR) if key else warning.format(ERROR)
+        self.key, self.text = key, warning
+        self.warning = self.warning_about(key)
         self.fatal, self.nulled = fatal, nulled
+
+    def warning_about(self, key):
+        return self.text.format(key, ERROR) if self.key else self.text.format(ERROR)
 
     def __repr__(self):
         return self.name
@@ -226,6 +230,26 @@ def test_a_failing_statement_is_reported(library, row, how):
     reported(outcome, row.warning, 1 if row.fatal else 0)
 
 
+@pytest.mark.parametrize("row, how", [(r, h) for r, h in ALL if r.key], ids=str)
+def test_a_failing_statement_for_a_null_key_is_reported(library, row, how):
+    arguments = ["NULL" if argument == row.key else argument for argument in row.arguments]
+    outcome = call(how, row.name, *arguments, faults=f"mysql_real_query#{SESSION + 1}")
+    assert outcome.result == row.failed
+    reported(outcome, row.warning_about("(null)"))
+
+
+@pytest.mark.parametrize("row, how", [(r, h) for r, h in ALL if r not in WRITERS
+                                      and r.name not in ("get_next_id", "set_domain_status")],
+                         ids=str)
+def test_a_null_key_is_looked_for_as_a_text(library, row, how):
+    arguments = ["NULL", *row.arguments[1:]]
+    outcomes = []
+    sent = library.statements(lambda: outcomes.append(call(how, row.name, *arguments)))
+    assert sent[SESSION:] == [re.sub(rf"(['\"]){re.escape(row.arguments[0])}\1", r"\1(null)\1",
+                                     row.statement, count=1)]
+    assert outcomes[0].result == row.none
+
+
 @pytest.mark.parametrize("row", READERS + WRITERS, ids=str)
 def test_a_missing_connection_is_reported(library, row):
     sandbox.SHADOW.unlink()
@@ -406,6 +430,13 @@ def test_get_dom_id_of_an_unknown_domain(library):
         outcome = call("own", *call_of)
         assert outcome.result == ""
         reported(outcome, "get_dom_id(): domains record not found in DB for 'nowhere.example'\n", 1)
+
+
+def test_get_dom_id_of_null(library):
+    assert call("own", "get_dom_id", "NULL", "quiet").result == "null"
+    outcome = call("own", "get_dom_id_strict", "NULL")
+    assert outcome.result == ""
+    reported(outcome, "get_dom_id(): domains record not found in DB for '(null)'\n", 1)
 
 
 def test_get_dom_id_of_a_name_without_an_ascii_form(library):
