@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "support/base/owned.h"
-#include "support/database.h"
 #include "support/idn.h"
 #include "support/lookup.h"
 #include "support/param_check.h"
@@ -29,22 +28,38 @@ int has_rows(MYSQL* connection, const Statement& statement, const Complaint& com
   return next_row(rows) != nullptr ? 1 : 0;
 }
 
+// A column of the row whose `key_column` is `key`, in `result` of kResultSize bytes.
+const char* read_table_value(char* result, const char* key, const char* table,
+                             const char* key_column, const char* value_column, MYSQL* connection) {
+  const Statement statement("select %s from %s where %s='%s'", value_column, table, key_column,
+                            key);
+  return read_value(result, statement, connection, kConnectTextB,
+                    Complaint{"Unable to query parameter by query %s: %s\n", statement.text()});
+}
+
+const char* read_misc_param(char* result, const char* name, MYSQL* connection) {
+  return read_table_value(result, name, "misc", "param", "val", connection);
+}
+
 }  // namespace
 
 const char* get_table_value(const char* value, const char* table, const char* key_column,
                             const char* value_column, st_mysql* connection) {
+  static char result[kResultSize];
   CHECK_KEYS(value);
-  const Statement statement("select %s from %s where %s='%s'", value_column, table, key_column,
-                            value);
-  return query_first_value(statement.text(), connection);
+  return read_table_value(result, value, table, key_column, value_column, connection);
 }
 
 const char* get_misc_param(const char* name, st_mysql* connection) {
-  return get_table_value(name, "misc", "param", "val", connection);
+  static char result[kResultSize];
+  CHECK_KEYS(name);
+  return read_misc_param(result, name, connection);
 }
 
 const char* get_domain_htype(const char* domain_id, st_mysql* connection) {
-  return get_table_value(domain_id, "domains", "id", "htype", connection);
+  static char result[kResultSize];
+  CHECK_KEYS(domain_id);
+  return read_table_value(result, domain_id, "domains", "id", "htype", connection);
 }
 
 const char* get_ip_address(const char* domain_id, st_mysql* connection) {
@@ -174,7 +189,7 @@ const char* get_client_email(const char* domain_id, st_mysql* connection) {
   const char* const email = first_value(session.handle(), rows);
   snprintf(result, sizeof result, "%s", email != nullptr ? email : "");
   if (*result != '\0') return result;
-  const char* const admin = get_misc_param("admin_email", session.handle());
+  const char* const admin = read_misc_param(result, "admin_email", session.handle());
   if (admin != nullptr && *admin != '\0') return admin;
   report_error(0, 0, "Unable to define admin email\n");
   return nullptr;

@@ -64,7 +64,7 @@ int get_client_id(const char* domain_id, st_mysql* connection);
 /// such domain: null with `quiet`, else the process ends with status 1, as it does for a name
 /// without an ASCII form and for a failing query. Null also after a warning, without a connection.
 const char* get_dom_id(const char* domain_name, st_mysql* connection, bool quiet);
-/// As `get_dom_id`, not quiet.
+/// As `get_dom_id`, not quiet, and in the same buffer.
 const char* get_dom_id_strict(const char* domain_name, st_mysql* connection);
 
 /// The domain's name as it is stored, in lower case, or null where there is no such domain. Opens a

@@ -306,6 +306,14 @@ def test_what_the_writers_wrote_can_be_read(library):
         assert call("own", "get_domain_param", "1", "n").result == '""'
 
 
+def test_each_routine_has_a_result_buffer_of_its_own(library):
+    library.sql("update clients set email = ''; update misc set val = 'admin@panel.example';"
+                "insert into misc values ('n', 'setting')")
+    assert call("given", "results_kept").result == \
+        '"query" "shop" "setting" "vrt_hst" "192.0.2.7" "blue" "large" "8080" "25"' \
+        ' "admin@panel.example" "1" "shop.example" "9"'
+
+
 @pytest.mark.parametrize("value, result", [
     ("NULL", '-2'), ("'abc'", '-3'), ("'7 apples'", '0 7'), ("''", '-3')])
 def test_a_status_that_is_no_number(library, value, result):
