@@ -178,8 +178,9 @@ const char* query_value(const char* query, st_mysql* connection, unsigned column
   }
   const OwnedResult result(mysql_store_result(connection));
   const MYSQL_ROW row = next_row(result);
-  const char* const text = row != nullptr && row[column] != nullptr ? row[column] : "";
-  snprintf(value, sizeof value, "%s", text);
+  const bool has_value =
+      row != nullptr && column < mysql_num_fields(result.get()) && row[column] != nullptr;
+  snprintf(value, sizeof value, "%s", has_value ? row[column] : "");
   return value;
 }
 

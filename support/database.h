@@ -48,8 +48,9 @@ st_mysql* db_connect();
 
 /// Runs `query` and returns column `column` of its first row, as a NUL-terminated text of at most
 /// 4095 bytes in a process-wide buffer that the next call overwrites: an empty text when there is
-/// no row or the column is NULL, null (after a warning) when the query failed or there is no
-/// connection. With a null `connection` the routine opens one of its own and closes it.
+/// no row, the row has no such column, or the column is NULL; null (after a warning) when the query
+/// failed or there is no connection. With a null `connection` the routine opens one of its own and
+/// closes it.
 const char* query_value(const char* query, st_mysql* connection, unsigned column);
 
 /// As `query_value`, of column 0.

@@ -502,6 +502,8 @@ def test_query_value(library, how):
     assert call(how, "query_value", "select 'a', 'b', NULL", "1").result == '"b"'
     assert call(how, "query_value", "select 'a', 'b', NULL", "2").result == '""'
     assert call(how, "query_value", "select 1 from domains where 0", "0").result == '""'
+    assert call(how, "query_value", "select 'a', 'b'", "2").result == '""'
+    assert call(how, "query_value", "select 'a', 'b'", "4294967295").result == '""'
     assert call(how, "query_first_value", "select 'a', 'b'").result == '"a"'
     outcome = call(how, "query_first_value", "nonsense")
     assert outcome.result == "null"
