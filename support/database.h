@@ -9,14 +9,15 @@ struct st_mysql;
 constexpr const char* kAdminPasswordFile = "/etc/kem/.kem.shadow";
 
 /// Which character set the sessions of this process use: -1 not known yet, 0 "SET NAMES binary" (or
-/// a server without character sets), 1 "SET NAMES utf8". Set by every successful `db_set_charset`.
+/// a server without character sets), 1 "SET NAMES utf8". Set by `db_set_charset` once it has made
+/// its choice, also where the server then refuses the "SET NAMES".
 extern int db_utf8_mode;
 
 /// `db_utf8_mode` as it is.
 int db_get_utf8_mode();
 
-/// `db_utf8_mode`, after one connection was opened and closed where it was not known yet. Still -1
-/// when that failed, which was reported as a warning.
+/// `db_utf8_mode`. Where it is not known yet, a connection is opened first, and closed. A failure
+/// is reported as a warning; the result is then -1, unless only the "SET NAMES" failed.
 int db_probe_utf8_mode();
 
 /// Reads the first line of kAdminPasswordFile, without its newline and at most `password_size` - 1

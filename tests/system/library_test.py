@@ -524,6 +524,20 @@ def test_probing_asks_once(library):
     assert len(library.statements(lambda: call("own", "db_probe_utf8_mode"))) == SESSION
 
 
+@pytest.mark.parametrize("setting, mode", [("true", "1"), ("false", "0")])
+def test_the_mode_is_known_even_where_the_session_could_not_be_set_to_it(library, setting, mode):
+    library.sql(f"insert into misc values ('mysql41_compatible', '{setting}')")
+    outcome = call("own", "db_probe_utf8_mode", faults=f"mysql_real_query#{SESSION}")
+    assert outcome.result == mode
+    reported(outcome, f"DB error (set names query) 1064: {ERROR}\n")
+
+
+def test_the_mode_stays_unknown_where_the_setting_cannot_be_read(library):
+    outcome = call("own", "db_probe_utf8_mode", faults=f"mysql_real_query#{SESSION - 1}")
+    assert outcome.result == "-1"
+    reported(outcome, f"DB error (mysql41 compatible query) 1064: {ERROR}\n")
+
+
 def test_probing_without_a_database_leaves_the_mode_unknown(library):
     sandbox.SHADOW.unlink()
     outcome = call("own", "db_probe_utf8_mode")
