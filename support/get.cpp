@@ -1,6 +1,7 @@
 #include "support/get.h"
 
 #include <cctype>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -258,7 +259,13 @@ long get_next_id(const char* table, st_mysql* connection) {
   const Statement statement("SELECT max(id) FROM %s", table);
   const char* const largest =
       read_value(result, statement, connection, kConnectTextB, {"Unable to define max id: %s"});
-  return largest != nullptr ? atol(largest) + 1 : 0;
+  if (largest == nullptr) return 0;
+  const long id = strtol(largest, nullptr, 10);
+  if (id == LONG_MAX) {
+    report_error(0, 0, "Unable to define max id: there is no number after %s", largest);
+    return 0;
+  }
+  return id + 1;
 }
 
 const char* get_dns_zone_id(const char* domain_id, st_mysql* connection) {

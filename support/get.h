@@ -71,7 +71,8 @@ const char* get_dom_id_strict(const char* domain_name, st_mysql* connection);
 /// connection of its own; without one, or with a failing query, the process ends with status 1.
 const char* get_domain_name(const char* domain_name);
 
-/// The largest id of `table` plus one; 0 after a warning.
+/// The largest id of `table` plus one; 0 after a warning, also where a `long` holds no larger
+/// number.
 long get_next_id(const char* table, st_mysql* connection);
 
 /// The id of a domain's DNS zone.

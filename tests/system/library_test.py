@@ -306,6 +306,22 @@ def test_what_the_writers_wrote_can_be_read(library):
         assert call("own", "get_domain_param", "1", "n").result == '""'
 
 
+@pytest.mark.parametrize("largest, following", [
+    ("-5", "-4"), ("9223372036854775806", "9223372036854775807")])
+def test_the_next_id(library, largest, following):
+    library.sql(f"alter table domains modify id bigint; update domains set id = {largest}")
+    outcome = call("own", "get_next_id", "domains")
+    assert (outcome.result, outcome.err) == (following, "")
+
+
+@pytest.mark.parametrize("largest", ["9223372036854775807", "18446744073709551615"])
+def test_after_the_largest_number_there_is_no_next_id(library, largest):
+    library.sql(f"alter table domains modify id bigint unsigned; update domains set id = {largest}")
+    outcome = call("own", "get_next_id", "domains")
+    assert outcome.result == "0"
+    reported(outcome, f"Unable to define max id: there is no number after {largest}\n")
+
+
 def test_each_routine_has_a_result_buffer_of_its_own(library):
     library.sql("update clients set email = ''; update misc set val = 'admin@panel.example';"
                 "insert into misc values ('n', 'setting')")
