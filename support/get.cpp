@@ -82,12 +82,11 @@ int get_domain_status(const char* domain_id, unsigned* status, st_mysql* connect
   OwnedResult rows;
   const char* const value = first_value(connection, rows);
   if (value == nullptr) {
-    report_error(0, 0, complaint.format, key_text(domain_id), "such domain is not exist.");
+    complain(complaint, "such domain is not exist.");
     return -2;
   }
   if (sscanf(value, "%u", status) != 1) {
-    report_error(0, 0, complaint.format, key_text(domain_id),
-                 "error translate status value from char to unsigned int.");
+    complain(complaint, "error translate status value from char to unsigned int.");
     return -3;
   }
   return 0;

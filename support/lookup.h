@@ -42,6 +42,9 @@ struct Complaint {
   int status = 0;                       ///< 0 for a warning, any other ends the process
 };
 
+/// Reports `reason`, and ends the process where the complaint says so.
+void complain(const Complaint& complaint, const char* reason);
+
 /// The connection of one call: the caller's, or, where that is null, one of its own that closes
 /// with it. A failure to connect is reported with `connect_text` and `status`.
 class LookupSession {

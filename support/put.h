@@ -18,7 +18,8 @@ int set_domain_status(const char* domain_id, unsigned status, st_mysql* connecti
 /// Sets the panel-wide setting `name`; a null value leaves the column to its default.
 int put_misc_param(const char* name, const char* value, st_mysql* connection);
 
-/// Sets a parameter of a domain, or one of the set of parameters `id`.
+/// Sets a parameter of a domain, or one of the set of parameters `id`. A null value is not written:
+/// -1 after a warning.
 int put_dom_param(const char* domain_id, const char* name, const char* value, st_mysql* connection);
 int put_parameter(const char* id, const char* name, const char* value, st_mysql* connection);
 

@@ -306,6 +306,17 @@ def test_what_the_writers_wrote_can_be_read(library):
         assert call("own", "get_domain_param", "1", "n").result == '""'
 
 
+@pytest.mark.parametrize("how", ["own", "given"])
+@pytest.mark.parametrize("name, table", [
+    ("put_dom_param", "dom_param"), ("put_parameter", "Parameters")])
+def test_a_missing_value_is_not_written(library, how, name, table):
+    outcomes = []
+    sent = library.statements(lambda: outcomes.append(call(how, name, "1", "n", "NULL")))
+    assert sent[SESSION:] == []
+    assert outcomes[0].result == "-1"
+    reported(outcomes[0], f"Unable to put parameter n into {table}: there is no value\n")
+
+
 @pytest.mark.parametrize("largest, following", [
     ("-5", "-4"), ("9223372036854775806", "9223372036854775807")])
 def test_the_next_id(library, largest, following):
