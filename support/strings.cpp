@@ -27,7 +27,7 @@ const char* behind(const char* text, const char* key) {
 
 void copy_result(char (&result)[kResultSize], const char* text, size_t length) {
   if (length >= kResultSize) length = kResultSize - 1;
-  memcpy(result, text, length);
+  memmove(result, text, length);  // the text may be what an earlier call returned
   result[length] = '\0';
 }
 

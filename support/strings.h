@@ -36,7 +36,7 @@ void str_tolower(char* text);
 
 /// The first word between white space behind the first occurrence of `key` in `text`, at most 4095
 /// bytes of it, in a process-wide buffer that the next call overwrites; empty where the text is
-/// null or the key is not in it.
+/// null or the key is not in it. The text may be an earlier result.
 const char* get_word_after(const char* text, const char* key);
 
 /// What follows the first occurrence of `key` in `text` up to the next newline or the end, as
