@@ -37,7 +37,7 @@ char* idn_email_toascii_safe(const char* address);
 
 /// A URL ([ftp://|http://|https://][user@]host[:port][/path]) with its host in ASCII form, in a
 /// process-wide buffer of 4096 bytes that the next call overwrites, cut at 4095. Null, after a
-/// warning, when it has no host or the host has no ASCII form.
+/// warning, when it has no host or the host has no ASCII form. The URL may be an earlier result.
 const char* idn_url_toascii(const char* url);
 
 /// The text of a libidn return code; static, "Unknown error" for a code that is not known.
