@@ -1,8 +1,6 @@
 #ifndef SUPPORT_CONF_H
 #define SUPPORT_CONF_H
 
-#include <cstddef>
-
 /// The panel's configuration file: one setting a line, a key, white space, and the value up to the
 /// end of the line. White space around key and value is dropped, inside the value it is kept. There
 /// are no comments and no quotes; of two lines with one key the first counts.
@@ -54,12 +52,6 @@ extern char certificates_dir[4096];
 /// the key with white space behind it. The file is read once; a failed read is tried again by the
 /// next call. The result lives as long as the process and must not be freed.
 const char* conf_lookup(const char* key);
-
-/// The two steps of that, for a text that is not in the file: ends each line of `text` (with a NUL
-/// behind its `length` bytes) at its newline and drops the white space in front of it, in place;
-/// and finds the value of `key` in the result, or null.
-void cut_conf_lines(char* text, size_t length);
-const char* find_conf_value(const char* text, size_t length, const char* key);
 
 /// As `conf_lookup`, but a null or empty value ends the process with status 1 and
 /// "Error: %s not defined".
