@@ -12,6 +12,8 @@
 #include "support/param_check.h"
 #include "support/report.h"
 
+using namespace kem;
+
 namespace {
 
 // Aborts on a key that would leave its quotes.

@@ -5,6 +5,8 @@
 
 #include "support/report.h"
 
+namespace kem {
+
 namespace {
 
 // The loader's words say what the system's error number would.
@@ -40,3 +42,5 @@ void* find_libidn_function(const char* name) {
   if (function == nullptr) end_without_libidn();
   return function;
 }
+
+}  // namespace kem

@@ -7,6 +7,8 @@
 #include "support/database.h"
 #include "support/report.h"
 
+namespace kem {
+
 LookupSession::LookupSession(MYSQL* given, const char* connect_text, int status)
     : own_(given == nullptr ? db_connect() : nullptr),
       handle_(given != nullptr ? given : own_.get()) {
@@ -53,3 +55,5 @@ const char* read_value(char* result, const Statement& statement, MYSQL* given,
   snprintf(result, kResultSize, "%s", value != nullptr ? value : "");
   return result;
 }
+
+}  // namespace kem

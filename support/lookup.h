@@ -6,6 +6,8 @@
 
 #include "support/mysql_owned.h"
 
+namespace kem {
+
 /// What the readers and writers of settings share.
 
 constexpr size_t kResultSize = 4096;
@@ -72,5 +74,7 @@ const char* first_value(MYSQL* connection, OwnedResult& result);
 /// an empty text where there is none; null after the complaint, or without a connection.
 const char* read_value(char* result, const Statement& statement, MYSQL* given,
                        const char* connect_text, const Complaint& complaint);
+
+}  // namespace kem
 
 #endif

@@ -8,6 +8,8 @@
 #include "support/report.h"
 #include "support/strings.h"
 
+using namespace kem;
+
 namespace {
 
 // Aborts on a key that would leave its quotes.
