@@ -63,6 +63,8 @@ int get_client_id(const char* domain_id, st_mysql* connection);
 /// The id of the domain `domain_name`, which may be internationalised (UTF-8). Where there is no
 /// such domain: null with `quiet`, else the process ends with status 1, as it does for a name
 /// without an ASCII form and for a failing query. Null also after a warning, without a connection.
+/// The name is converted by libidn, also where it is ASCII: where that library cannot be loaded,
+/// the process ends with status 1, as "kem/idn.h" says. No other routine here needs it.
 const char* get_dom_id(const char* domain_name, st_mysql* connection, bool quiet);
 /// As `get_dom_id`, not quiet, and in the same buffer.
 const char* get_dom_id_strict(const char* domain_name, st_mysql* connection);

@@ -1,10 +1,15 @@
-#ifndef SUPPORT_IDN_H
-#define SUPPORT_IDN_H
+#ifndef KEM_IDN_H
+#define KEM_IDN_H
 
 #include <string>
 
-/// Internationalised domain names (RFC 3490). Every routine takes one NUL-terminated text in UTF-8.
-/// Without memory the process ends with status 1 and "Allocation failed".
+/// Internationalised domain names (RFC 3490). Every routine takes one NUL-terminated text in UTF-8,
+/// which must not be null. Without memory the process ends with status 1 and "Allocation failed".
+///
+/// The conversions load the shared library of libidn (Debian package `libidn12`) when the first of
+/// them is called; `idn_strerror` does without. Where it cannot be loaded, the process ends with
+/// status 1 and "Unable to load libidn: %s", the loader's message. A conversion that needs nothing
+/// converted needs the library too; an address without "@" and a URL without a host do not.
 
 /// The libidn code of the last conversion that failed; 0 until one fails. Never reset.
 extern int idn_last_error;
