@@ -1,5 +1,5 @@
-#ifndef SUPPORT_CONF_H
-#define SUPPORT_CONF_H
+#ifndef KEM_CONF_H
+#define KEM_CONF_H
 
 /// The panel's configuration file: one setting a line, a key, white space, and the value up to the
 /// end of the line. White space around key and value is dropped, inside the value it is kept. There

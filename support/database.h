@@ -1,5 +1,5 @@
-#ifndef SUPPORT_DATABASE_H
-#define SUPPORT_DATABASE_H
+#ifndef KEM_DATABASE_H
+#define KEM_DATABASE_H
 
 #include <cstddef>
 

@@ -1,5 +1,5 @@
-#ifndef SUPPORT_GET_H
-#define SUPPORT_GET_H
+#ifndef KEM_GET_H
+#define KEM_GET_H
 
 struct st_mysql;
 

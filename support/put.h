@@ -1,5 +1,5 @@
-#ifndef SUPPORT_PUT_H
-#define SUPPORT_PUT_H
+#ifndef KEM_PUT_H
+#define KEM_PUT_H
 
 struct st_mysql;
 

@@ -1,5 +1,5 @@
-#ifndef SUPPORT_REPORT_H
-#define SUPPORT_REPORT_H
+#ifndef KEM_REPORT_H
+#define KEM_REPORT_H
 
 #include <cstdarg>
 

@@ -1,5 +1,5 @@
-#ifndef SUPPORT_STRINGS_H
-#define SUPPORT_STRINGS_H
+#ifndef KEM_STRINGS_H
+#define KEM_STRINGS_H
 
 #include <cstddef>
 

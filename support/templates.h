@@ -1,5 +1,5 @@
-#ifndef SUPPORT_TEMPLATES_H
-#define SUPPORT_TEMPLATES_H
+#ifndef KEM_TEMPLATES_H
+#define KEM_TEMPLATES_H
 
 /// A placeholder's name and the text that stands for it; both NUL-terminated and not owned. A null
 /// value stands for nothing.
