@@ -110,7 +110,7 @@ st_mysql* db_real_connect(char* error, size_t error_size) {
              mysql_error(connection.get()));
     return nullptr;
   }
-  // Commands that the process starts must not get at the administrator's connection.
+  // Commands that the process starts must not inherit the administrator's connection.
   fcntl(static_cast<int>(mysql_get_socket(connection.get())), F_SETFD, FD_CLOEXEC);
   return connection.release();
 }

@@ -19,7 +19,7 @@ namespace {
 // Aborts on a key that would leave its quotes.
 #define CHECK_KEYS(...) assert_plain_params({__VA_ARGS__}, "get", __LINE__, __func__)
 
-// Kept: what follows the first four letters does not matter.
+// Kept: only the first four letters count.
 bool begins_with_true(const char* value) {
   return value != nullptr && strncmp(value, "true", strlen("true")) == 0;
 }

@@ -34,7 +34,7 @@ constexpr CodeText kCodeTexts[] = {
     {IDNA_MALLOC_ERROR, "Cannot allocate buffer"},
 };
 
-// What failed, and why, as its end of the process.
+// Reports what failed and why, and ends the process.
 void end_process(const char* routine, const char* text) {
   report_error(1, 0, "%s(%s) failed: %s", routine, text, idn_strerror(idn_last_error));
 }

@@ -1,7 +1,5 @@
 #include "support/put.h"
 
-#include <cstdio>
-
 #include "support/base/owned.h"
 #include "support/lookup.h"
 #include "support/param_check.h"

@@ -9,8 +9,8 @@
 namespace kem {
 
 /// Writes the pieces and a newline to standard error. A line of ordinary length is one write, so
-/// that runs that share a log do not interleave. A longer one would be split by a pipe anyway and
-/// is not put together first: a stranger may bring in texts of many megabytes.
+/// that concurrent runs do not interleave. A longer one is not put together first: a pipe would
+/// split it anyway, and a message may provoke one of many megabytes.
 inline void diagnose(std::initializer_list<std::string_view> pieces) {
   constexpr size_t kOrdinary = 4096;
   std::string line;

@@ -7,8 +7,8 @@
 
 namespace kem {
 
-/// Writes the pieces, which may hold NULs, one behind the other. What cannot be written shows in
-/// the file's error mark.
+/// Writes the pieces, which may hold NULs, one after another. A failure sets the file's error
+/// indicator (`ferror`).
 inline void write_pieces(FILE* file, std::initializer_list<std::string_view> pieces) {
   for (const std::string_view piece : pieces) fwrite(piece.data(), 1, piece.size(), file);
 }
