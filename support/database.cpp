@@ -110,7 +110,7 @@ st_mysql* db_real_connect(char* error, size_t error_size) {
              mysql_error(connection.get()));
     return nullptr;
   }
-  // Commands that the process starts must not get at the administrator's connection.
+  // Commands that the process starts must not inherit the administrator's connection.
   fcntl(static_cast<int>(mysql_get_socket(connection.get())), F_SETFD, FD_CLOEXEC);
   return connection.release();
 }
@@ -178,8 +178,9 @@ const char* query_value(const char* query, st_mysql* connection, unsigned column
   }
   const OwnedResult result(mysql_store_result(connection));
   const MYSQL_ROW row = next_row(result);
-  const char* const text = row != nullptr && row[column] != nullptr ? row[column] : "";
-  snprintf(value, sizeof value, "%s", text);
+  const bool has_value =
+      row != nullptr && column < mysql_num_fields(result.get()) && row[column] != nullptr;
+  snprintf(value, sizeof value, "%s", has_value ? row[column] : "");
   return value;
 }
 
