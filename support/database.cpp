@@ -52,6 +52,16 @@ int fail(MYSQL* connection, char* error, size_t error_size, const char* context)
   return -1;
 }
 
+// A server that accepts and then says nothing, or a table that stays locked, must not hold its
+// caller for ever: the mail server has few deliveries at a time, and none would be left.
+void limit_silence(MYSQL* connection) {
+  constexpr unsigned kSeconds = 120;
+  for (const mysql_option option :
+       {MYSQL_OPT_CONNECT_TIMEOUT, MYSQL_OPT_READ_TIMEOUT, MYSQL_OPT_WRITE_TIMEOUT}) {
+    mysql_options(connection, option, &kSeconds);
+  }
+}
+
 // The first line of the password file; false when there is no file or no line.
 bool read_first_line(FILE* file, char* line, size_t size) {
   if (file == nullptr || fgets(line, static_cast<int>(size), file) == nullptr) return false;
@@ -104,6 +114,7 @@ st_mysql* db_real_connect(char* error, size_t error_size) {
     errno = ENOMEM;
     return nullptr;
   }
+  limit_silence(connection.get());
   if (mysql_real_connect(connection.get(), "localhost", "admin", password, "kem", 0, nullptr, 0) ==
       nullptr) {
     snprintf(error, error_size, "Unable to connect to Quern Database: %s",

@@ -29,7 +29,8 @@ int read_admin_password(char* password, size_t password_size, char* error, size_
 const char* read_admin_password_file();
 
 /// A new connection to the database "kem" on the local host, owned by the caller, who closes it
-/// with `mysql_close`; or null with a message in `error`.
+/// with `mysql_close`; or null with a message in `error`. A server that is silent for 120 seconds
+/// is given up, now and in every later call on the connection.
 st_mysql* db_real_connect(char* error, size_t error_size);
 
 /// Chooses the session's character set by the server's version and the panel's setting
