@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <codecvt>
-#include <cstdio>
 #include <locale>
 #include <memory>
 #include <ostream>
@@ -13,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include "../charset_names.h"
 #include "../plain_iconv.h"
 #include "iconv_spy.h"
 #include "support/base/ex_error.h"
@@ -205,21 +205,6 @@ TEST(Charset, IsTheSameWhereverAPieceEnds) {
                 convert_by_iconv(*there, charset, "UTF-8", true));
     }
   }
-}
-
-// The names that the C library knows.
-std::vector<std::string> all_charsets() {
-  std::vector<std::string> names;
-  FILE* const list = popen("iconv -l", "r");
-  std::string name;
-  for (int c = getc(list); c != EOF; c = getc(list)) {
-    const bool ends = c == '/' || c == ',' || c == ' ' || c == '\n';
-    if (!ends) name += static_cast<char>(c);
-    if (ends && !name.empty()) names.push_back(std::move(name));
-    if (ends) name.clear();
-  }
-  pclose(list);
-  return names;
 }
 
 // Characters of many scripts, among them some that combine with others.
