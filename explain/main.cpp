@@ -1,8 +1,10 @@
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <iostream>
 #include <optional>
+#include <string>
 #include <unistd.h>
 
 #include "autoresponder/run/process.h"
@@ -24,15 +26,32 @@ struct Work {
   bool is_done = false;
 };
 
+// NO_COLOR is what people set who want none (https://no-color.org).
+bool wants_colour() {
+  const char* const no_colour = getenv("NO_COLOR");
+  const char* const terminal = getenv("TERM");
+  const bool is_dumb = terminal != nullptr && strcmp(terminal, "dumb") == 0;
+  return (no_colour == nullptr || *no_colour == '\0') && !is_dumb;
+}
+
+// A diagnostic of the run says already who speaks.
+std::string without_prefix(const std::string& trouble) {
+  const std::string prefix = "autoresponder: ";
+  return trouble.rfind(prefix, 0) == 0 ? trouble.substr(prefix.size()) : trouble;
+}
+
 void report(const Explanation& explanation, const Options& options) {
+  const bool on_terminal = isatty(STDOUT_FILENO) == 1;
+  const TextStyle style{options.show_reply, on_terminal, on_terminal && wants_colour()};
   std::cerr << printable_lines(explanation.diagnostics);
   if (explanation.verdict == Verdict::kUnknown && !explanation.trouble.empty()) {
-    std::cerr << "autoresponder-explain: " << printable_lines(explanation.trouble) << '\n';
+    std::cerr << "autoresponder-explain: " << printable_lines(without_prefix(explanation.trouble))
+              << '\n';
   }
   if (options.json) {
-    write_json(std::cout, explanation, options.show_reply);
+    write_json(std::cout, explanation, style);
   } else {
-    write_text(std::cout, explanation, {options.show_reply, isatty(STDOUT_FILENO) == 1});
+    write_text(std::cout, explanation, style);
   }
   std::cout.flush();
 }
@@ -65,7 +84,8 @@ Verdict tell(Work& work) {
   explanation.diagnostics = work.held->Release();
   work.held.reset();
   report(explanation, work.options);
-  if (std::cout.good()) return explanation.verdict;
+  // Whoever reads the first lines only, as `head` does, has the answer all the same.
+  if (std::cout.good() || errno == EPIPE) return explanation.verdict;
   std::cerr << "autoresponder-explain: Unable to write the answer\n";
   return Verdict::kUnknown;
 }
