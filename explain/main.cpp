@@ -23,6 +23,7 @@ namespace {
 struct Work {
   Options options;
   std::optional<HeldOutput> held;
+  Explanation explanation;
   bool is_done = false;
 };
 
@@ -62,10 +63,9 @@ void report_unfinished(int /*status*/, void* argument) {
   Work& work = *static_cast<Work*>(argument);
   if (work.is_done) return;
   if (work.held) {
-    Explanation explanation;
-    explanation.reason = Reason::kLibraryGivesUp;
-    explanation.diagnostics = work.held->Release();
-    report(explanation, work.options);
+    work.explanation.reason = Reason::kLibraryGivesUp;
+    work.explanation.diagnostics = work.held->Release();
+    report(work.explanation, work.options);
   }
   _exit(static_cast<int>(Verdict::kUnknown));
 }
@@ -78,7 +78,7 @@ void hint_at_terminal(const Options& options) {
 Verdict tell(Work& work) {
   hint_at_terminal(work.options);
   errno = 0;
-  Explanation explanation;
+  Explanation& explanation = work.explanation;
   work.held.emplace();
   examine(work.options, explanation);
   explanation.diagnostics = work.held->Release();

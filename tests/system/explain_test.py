@@ -355,6 +355,46 @@ def test_uses_no_colour_where_nobody_wants_it(panel, monkeypatch, name, value, i
     assert (b"\033[" in on_terminal(message())) == in_colour
 
 
+def missing(sendmail):
+    sendmail.unlink()
+
+
+def not_executable(sendmail):
+    sendmail.chmod(0o644)
+
+
+@pytest.mark.parametrize("break_it", [missing, not_executable])
+def test_foretells_no_reply_without_sendmail(panel, break_it):
+    panel.forward(panel.rule(), "copy@colleague.example")
+    break_it(sandbox.QMAIL / "bin" / "sendmail")
+    result = panel.explain(message(), "--json")
+    (rule,) = result.answer()["rules"]
+    assert (result.status, rule["outcome"]) == (1, "no_sendmail")
+    assert [command["fate"] for command in rule["commands"]] == ["no_program", "no_program"]
+
+
+def test_tells_of_the_message_where_libidn_is_missing(panel):
+    panel.rule()
+    library = next(Path("/usr/lib").glob("*/libidn.so.12"))
+    subprocess.run(["mount", "--bind", "/dev/null", library.resolve()], check=True)
+    try:
+        result = panel.explain(message(), "--json")
+    finally:
+        subprocess.run(["umount", library.resolve()], check=True)
+    answer = result.answer()
+    assert (result.status, answer["reason"]) == (2, "library_gives_up")
+    assert answer["message"]["sender"] == "otto@customer.example"
+    assert answer["mailbox"]["mail_name"] == "info"
+    assert b"Unable to load libidn: " in result.err
+
+
+def test_says_nothing_of_a_limiter_that_could_not_be_asked(panel):
+    panel.rule()
+    panel.sql("drop table resp_freq")
+    (rule,) = panel.explain(message(), "--json").answer()["rules"]
+    assert rule["outcome"] == "statement_fails" and "limiter" not in rule
+
+
 def test_an_empty_rule_is_no_rule(panel):
     panel.rule()
     result = panel.explain(message(), "--json", "--rule=")
