@@ -1,13 +1,15 @@
-# What `cmake --install` puts below CMAKE_INSTALL_PREFIX. The default is the root that the file system
-# hierarchy reserves for software that is no part of the distribution: /usr/local is the
-# administrator's, and no package may write there. /etc/kem belongs to the panel: nothing here touches
-# it.
+# What `cmake --install` puts below CMAKE_INSTALL_PREFIX, in two components: `program`, and `library`,
+# of which support/install/ has most. The default is the root that the file system hierarchy reserves
+# for software that is no part of the distribution: /usr/local is the administrator's, and no package
+# may write there. /etc/kem belongs to the panel: nothing here touches it.
 if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)
   set(CMAKE_INSTALL_PREFIX /opt/kem CACHE PATH "The panel's root" FORCE)
 endif()
 set(KEM_MAIL_GROUP vmail CACHE STRING
     "Primary group of the mail server's deliveries, the only one that may run the autoresponder")
 set(KEM_PACKAGE kem-autoresponder)
+set(KEM_LIBRARY_PACKAGE kem-support-dev)
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME program)
 
 # Closed to everybody but root until its group is set: it must not be setuid with a wrong one for a
 # moment.
@@ -27,5 +29,8 @@ endforeach()
 install(FILES README.md CHANGELOG.md docs/operators.md docs/security.md
         DESTINATION share/doc/${KEM_PACKAGE})
 install(FILES schema/tables.sql DESTINATION share/doc/${KEM_PACKAGE}/schema)
+
+install(FILES CHANGELOG.md docs/library.md
+        DESTINATION share/doc/${KEM_LIBRARY_PACKAGE} COMPONENT library)
 
 include(${CMAKE_SOURCE_DIR}/packaging/Package.cmake)

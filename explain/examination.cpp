@@ -1,6 +1,8 @@
 #include "explain/examination.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
@@ -18,6 +20,7 @@ namespace {
 
 // The message as the run spools it, with a newline at its end.
 DwString read_message(const std::string& file_name) {
+  errno = 0;
   std::ifstream file;
   if (file_name != "-") file.open(file_name, std::ios::binary);
   std::istream& in = file_name == "-" ? std::cin : file;
@@ -26,7 +29,10 @@ DwString read_message(const std::string& file_name) {
   while (in.read(block, sizeof block), in.gcount() > 0) {
     text.append(block, static_cast<size_t>(in.gcount()));
   }
-  if (!in.eof()) throw CannotTell(Reason::kMessageUnreadable, "Unable to read " + file_name);
+  if (!in.eof()) {
+    const std::string name = file_name == "-" ? "standard input" : file_name;
+    throw CannotTell(Reason::kMessageUnreadable, "Unable to read " + name + ": " + strerror(errno));
+  }
   return text.append("\n");
 }
 

@@ -49,6 +49,7 @@ enum class RuleOutcome {
   kLimitReached,
   kQuoteInCommand,     ///< the reply would leave by a command that is refused
   kCommandTooLong,     ///< or by one that the system does not start
+  kNoSendmail,         ///< or by a program that is not there
   kRecipientNotAscii,  ///< which ends the run with status 1
   kStatementFails,     ///< the database refuses one, which ends the run
   kNotReached,         ///< an earlier rule ended the run
@@ -74,8 +75,9 @@ struct TriggerFacts {
 /// What becomes of a command.
 enum class CommandFate {
   kRuns,
-  kRefused,  ///< a value holds a quote
-  kTooLong,  ///< longer than the system lets a command be
+  kRefused,    ///< a value holds a quote
+  kTooLong,    ///< longer than the system lets a command be
+  kNoProgram,  ///< the mail server's sendmail cannot be started
 };
 
 struct CommandFacts {

@@ -101,7 +101,7 @@ Json rule_of(const RuleExplanation& facts, bool show_reply) {
 
 }  // namespace
 
-void write_json(std::ostream& out, const Explanation& explanation, bool show_reply) {
+void write_json(std::ostream& out, const Explanation& explanation, const TextStyle& style) {
   Json result{{"verdict", code(explanation.verdict)}, {"reason", code(explanation.reason)}};
   if (!explanation.trouble.empty()) result["trouble"] = explanation.trouble;
   const bool has_sender = explanation.sender_field != SenderField::kNone;
@@ -110,8 +110,10 @@ void write_json(std::ostream& out, const Explanation& explanation, bool show_rep
   if (explanation.mailbox) result["mailbox"] = mailbox_of(*explanation.mailbox);
   result["rules"] = Json::array();
   for (const RuleExplanation& rule : explanation.rules) {
-    result["rules"].push_back(rule_of(rule, show_reply));
+    result["rules"].push_back(rule_of(rule, style.show_reply));
   }
   result["diagnostics"] = explanation.diagnostics;
-  out << result.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+  // On a terminal nothing but ASCII: the escapes of JSON keep what strangers wrote from steering
+  // it.
+  out << result.dump(2, ' ', style.on_terminal, Json::error_handler_t::replace) << '\n';
 }

@@ -4,8 +4,9 @@
 #include <iosfwd>
 
 #include "explain/explanation.h"
+#include "explain/text_report.h"
 
 /// Writes the explanation as one JSON object. Texts are UTF-8; what is not becomes U+FFFD.
-void write_json(std::ostream& out, const Explanation& explanation, bool show_reply);
+void write_json(std::ostream& out, const Explanation& explanation, const TextStyle& style);
 
 #endif

@@ -1,8 +1,10 @@
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <iostream>
 #include <optional>
+#include <string>
 #include <unistd.h>
 
 #include "autoresponder/run/process.h"
@@ -21,18 +23,36 @@ namespace {
 struct Work {
   Options options;
   std::optional<HeldOutput> held;
+  Explanation explanation;
   bool is_done = false;
 };
 
+// NO_COLOR is what people set who want none (https://no-color.org).
+bool wants_colour() {
+  const char* const no_colour = getenv("NO_COLOR");
+  const char* const terminal = getenv("TERM");
+  const bool is_dumb = terminal != nullptr && strcmp(terminal, "dumb") == 0;
+  return (no_colour == nullptr || *no_colour == '\0') && !is_dumb;
+}
+
+// A diagnostic of the run says already who speaks.
+std::string without_prefix(const std::string& trouble) {
+  const std::string prefix = "autoresponder: ";
+  return trouble.rfind(prefix, 0) == 0 ? trouble.substr(prefix.size()) : trouble;
+}
+
 void report(const Explanation& explanation, const Options& options) {
+  const bool on_terminal = isatty(STDOUT_FILENO) == 1;
+  const TextStyle style{options.show_reply, on_terminal, on_terminal && wants_colour()};
   std::cerr << printable_lines(explanation.diagnostics);
   if (explanation.verdict == Verdict::kUnknown && !explanation.trouble.empty()) {
-    std::cerr << "autoresponder-explain: " << printable_lines(explanation.trouble) << '\n';
+    std::cerr << "autoresponder-explain: " << printable_lines(without_prefix(explanation.trouble))
+              << '\n';
   }
   if (options.json) {
-    write_json(std::cout, explanation, options.show_reply);
+    write_json(std::cout, explanation, style);
   } else {
-    write_text(std::cout, explanation, {options.show_reply, isatty(STDOUT_FILENO) == 1});
+    write_text(std::cout, explanation, style);
   }
   std::cout.flush();
 }
@@ -43,10 +63,9 @@ void report_unfinished(int /*status*/, void* argument) {
   Work& work = *static_cast<Work*>(argument);
   if (work.is_done) return;
   if (work.held) {
-    Explanation explanation;
-    explanation.reason = Reason::kLibraryGivesUp;
-    explanation.diagnostics = work.held->Release();
-    report(explanation, work.options);
+    work.explanation.reason = Reason::kLibraryGivesUp;
+    work.explanation.diagnostics = work.held->Release();
+    report(work.explanation, work.options);
   }
   _exit(static_cast<int>(Verdict::kUnknown));
 }
@@ -59,13 +78,14 @@ void hint_at_terminal(const Options& options) {
 Verdict tell(Work& work) {
   hint_at_terminal(work.options);
   errno = 0;
-  Explanation explanation;
+  Explanation& explanation = work.explanation;
   work.held.emplace();
   examine(work.options, explanation);
   explanation.diagnostics = work.held->Release();
   work.held.reset();
   report(explanation, work.options);
-  if (std::cout.good()) return explanation.verdict;
+  // Whoever reads the first lines only, as `head` does, has the answer all the same.
+  if (std::cout.good() || errno == EPIPE) return explanation.verdict;
   std::cerr << "autoresponder-explain: Unable to write the answer\n";
   return Verdict::kUnknown;
 }

@@ -1,8 +1,12 @@
 #include "explain/options.h"
 
 #include <CLI/CLI.hpp>
+#include <iostream>
+#include <string>
+#include <vector>
 
 #include "explain/explanation.h"
+#include "explain/printable.h"
 
 namespace {
 
@@ -29,6 +33,24 @@ void declare(CLI::App& app, Options& options) {
   app.footer(kFooter);
 }
 
+// In the parser's order, which is from the last to the first. An empty value is given as an
+// argument of its own: after "--recipient=" the parser would take the next argument for it, and a
+// script whose variable is not set would get an answer about something else.
+std::vector<std::string> arguments(int argc, char** argv) {
+  std::vector<std::string> result;
+  for (int i = argc - 1; i > 0; --i) {
+    const std::string argument = argv[i];
+    const bool has_empty_value = argument.rfind("--", 0) == 0 && argument.back() == '=';
+    if (has_empty_value) {
+      result.emplace_back();
+      result.push_back(argument.substr(0, argument.size() - 1));
+    } else {
+      result.push_back(argument);
+    }
+  }
+  return result;
+}
+
 }  // namespace
 
 std::variant<Options, int> parse_command_line(int argc, char** argv) {
@@ -36,9 +58,11 @@ std::variant<Options, int> parse_command_line(int argc, char** argv) {
   Options options;
   declare(app, options);
   try {
-    app.parse(argc, argv);
+    app.parse(arguments(argc, argv));
   } catch (const CLI::ParseError& end) {
-    return app.exit(end) == 0 ? 0 : static_cast<int>(Verdict::kUnknown);
+    if (end.get_exit_code() == 0) return app.exit(end);
+    std::cerr << "autoresponder-explain: " << printable(end.what()) << "\nTry --help.\n";
+    return static_cast<int>(Verdict::kUnknown);
   }
   return options;
 }

@@ -2,37 +2,67 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <iterator>
-#include <utility>
 
 #include "mime/utf8.h"
 
 namespace {
 
-bool is_control(char c) {
-  const auto code = static_cast<unsigned char>(c);
-  return code < 0x20 || code == 0x7F;
-}
+struct Range {
+  char32_t first;
+  char32_t last;
+};
 
-// The controls U+0080 to U+009F.
-bool begins_with_high_control(std::string_view text) {
-  return text.size() >= 2 && text[0] == '\xC2' && static_cast<unsigned char>(text[1]) < 0xA0;
-}
+// Characters that steer a terminal, turn the direction of a line, or are not seen at all, so that a
+// text with them looks like another one.
+constexpr Range kUnprintable[] = {
+    {0x0000, 0x001F},    // C0 controls
+    {0x007F, 0x009F},    // delete, C1 controls
+    {0x00AD, 0x00AD},    // soft hyphen
+    {0x034F, 0x034F},    // combining grapheme joiner
+    {0x0600, 0x0605},    // Arabic number signs
+    {0x061C, 0x061C},    // Arabic letter mark
+    {0x06DD, 0x06DD},    // Arabic end of ayah
+    {0x070F, 0x070F},    // Syriac abbreviation mark
+    {0x08E2, 0x08E2},    // Arabic disputed end of ayah
+    {0x115F, 0x1160},    // Hangul fillers
+    {0x17B4, 0x17B5},    // Khmer inherent vowels
+    {0x180B, 0x180F},    // Mongolian selectors and vowel separator
+    {0x200B, 0x200F},    // zero width characters, direction marks
+    {0x2028, 0x202E},    // line and paragraph separators, direction controls
+    {0x2060, 0x206F},    // invisible operators, direction isolates, deprecated controls
+    {0x3164, 0x3164},    // Hangul filler
+    {0xFE00, 0xFE0F},    // variation selectors
+    {0xFEFF, 0xFEFF},    // byte order mark
+    {0xFFA0, 0xFFA0},    // halfwidth Hangul filler
+    {0xFFF0, 0xFFFB},    // interlinear annotation
+    {0x110BD, 0x110BD},  // Kaithi number sign
+    {0x1BCA0, 0x1BCA3},  // shorthand format controls
+    {0x1D173, 0x1D17A},  // musical format controls
+    {0xE0000, 0xE0FFF},  // tags, more variation selectors
+};
 
-// Characters of three bytes that are not seen but turn the direction of a line or end it: U+200B to
-// U+200F, U+2028 to U+202E, U+2060 to U+2069, U+FEFF.
-bool begins_with_invisible(std::string_view text) {
-  constexpr std::pair<std::string_view, std::string_view> kRanges[] = {
-      {"\xE2\x80\x8B", "\xE2\x80\x8F"},
-      {"\xE2\x80\xA8", "\xE2\x80\xAE"},
-      {"\xE2\x81\xA0", "\xE2\x81\xA9"},
-      {"\xEF\xBB\xBF", "\xEF\xBB\xBF"},
-  };
-  const std::string_view character = text.substr(0, 3);
-  return std::any_of(std::begin(kRanges), std::end(kRanges), [character](const auto& range) {
-    return character >= range.first && character <= range.second;
+bool is_printable(char32_t character) {
+  return std::none_of(std::begin(kUnprintable), std::end(kUnprintable), [character](Range range) {
+    return character >= range.first && character <= range.last;
   });
+}
+
+// How many bytes the character has whose first byte this is, in well-formed UTF-8.
+size_t length_of(char first) {
+  const auto byte = static_cast<uint8_t>(first);
+  if (byte < 0x80) return 1;
+  return byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
+}
+
+char32_t decoded(std::string_view character) {
+  constexpr unsigned kFirstBits[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
+  char32_t code = static_cast<uint8_t>(character[0]) & kFirstBits[character.size()];
+  for (const char byte : character.substr(1))
+    code = code << 6 | (static_cast<uint8_t>(byte) & 0x3F);
+  return code;
 }
 
 void append_escaped(std::string_view bytes, std::string& result) {
@@ -44,18 +74,17 @@ void append_escaped(std::string_view bytes, std::string& result) {
 }
 
 void append_printable(std::string_view utf8, std::string_view allowed, std::string& result) {
-  for (size_t i = 0; i < utf8.size(); ++i) {
-    if (is_control(utf8[i]) && allowed.find(utf8[i]) == std::string_view::npos) {
-      append_escaped(utf8.substr(i, 1), result);
-    } else if (begins_with_high_control(utf8.substr(i))) {
-      append_escaped(utf8.substr(i, 2), result);
-      i += 1;
-    } else if (begins_with_invisible(utf8.substr(i))) {
-      append_escaped(utf8.substr(i, 3), result);
-      i += 2;
+  while (!utf8.empty()) {
+    const std::string_view character = utf8.substr(0, length_of(utf8[0]));
+    const bool is_allowed = allowed.find(character) != std::string_view::npos;
+    if (character == "\\") {
+      result += "\\\\";
+    } else if (is_allowed || is_printable(decoded(character))) {
+      result += character;
     } else {
-      result += utf8[i];
+      append_escaped(character, result);
     }
+    utf8.remove_prefix(character.size());
   }
 }
 

@@ -4,11 +4,13 @@
 #include <string>
 #include <string_view>
 
-/// `text` as it may be shown on a terminal, whoever wrote it: every byte that is not part of
-/// printable UTF-8, control characters and line ends among them, becomes "\xNN".
+/// `text` (any bytes) as it may be shown on a terminal, whoever wrote it: every byte that is not
+/// part of a printable character in UTF-8 becomes "\xNN", and a backslash is doubled, so that the
+/// result tells what the bytes were. Control characters and line ends are not printable, nor are
+/// characters that are not seen or turn the direction of a line.
 std::string printable(std::string_view text);
 
-/// The same with line ends and tabs as they are.
+/// Like `printable`, with line ends and tabs unchanged.
 std::string printable_lines(std::string_view text);
 
 #endif

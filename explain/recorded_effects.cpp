@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "autoresponder/reply/delivery.h"
+#include "autoresponder/reply/sendmail.h"
 #include "autoresponder/run/temporary_files.h"
 #include "support/base/owned.h"
 #include "support/idn.h"
@@ -12,6 +12,18 @@ namespace {
 // The kernel takes no single argument of more than 32 pages, its NUL included.
 bool is_too_long(const ShellCommand& command) {
   return command.line().size() >= 32 * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
+
+// Whether it is a command for the mail server's sendmail, which cannot be started.
+bool lacks_program(const ShellCommand& command) {
+  const std::string sendmail = sendmail_path();
+  return command.line().rfind(sendmail + " ", 0) == 0 && access(sendmail.c_str(), X_OK) != 0;
+}
+
+CommandFate fate_of(const ShellCommand& command) {
+  if (command.escaping_value()) return CommandFate::kRefused;
+  if (is_too_long(command)) return CommandFate::kTooLong;
+  return lacks_program(command) ? CommandFate::kNoProgram : CommandFate::kRuns;
 }
 
 }  // namespace
@@ -84,7 +96,5 @@ void RecordedEffects::Deliver(const ShellCommand& command, const ResponseFile& /
 }
 
 void RecordedEffects::Add(const char* purpose, const ShellCommand& command) {
-  CommandFate fate = is_too_long(command) ? CommandFate::kTooLong : CommandFate::kRuns;
-  if (command.escaping_value()) fate = CommandFate::kRefused;
-  facts_.commands.push_back({purpose, LineOfRun(command.line()), fate});
+  facts_.commands.push_back({purpose, LineOfRun(command.line()), fate_of(command)});
 }

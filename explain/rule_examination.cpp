@@ -23,6 +23,8 @@ RuleOutcome outcome_of_reply(const RuleExplanation& facts) {
       return RuleOutcome::kQuoteInCommand;
     case CommandFate::kTooLong:
       return RuleOutcome::kCommandTooLong;
+    case CommandFate::kNoProgram:
+      return RuleOutcome::kNoSendmail;
     case CommandFate::kRuns:
       break;
   }

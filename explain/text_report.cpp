@@ -59,7 +59,7 @@ void write_indented(std::ostream& out, const std::string& text, const char* inde
 }
 
 std::string Report::Coloured(Colour colour, const std::string& text) const {
-  if (!style_.on_terminal) return text;
+  if (!style_.in_colour) return text;
   return "\033[" + std::to_string(static_cast<int>(colour)) + "m" + text + "\033[0m";
 }
 

@@ -8,7 +8,8 @@
 /// How the report is shown.
 struct TextStyle {
   bool show_reply = false;  ///< each reply whole
-  bool on_terminal = true;  ///< in colour, and nothing in a reply may steer the terminal
+  bool on_terminal = true;  ///< nothing in a reply may steer the terminal
+  bool in_colour = true;
 };
 
 /// Writes the explanation for people. Whatever strangers wrote is shown as printable text.

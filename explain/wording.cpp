@@ -52,6 +52,7 @@ Words words_for(RuleOutcome outcome) {
       {"limit_reached", "has answered this sender often enough today"},
       {"quote_in_command", "gets no reply out: its command holds a quote and is refused"},
       {"command_too_long", "gets no reply out: the system starts no command of this length"},
+      {"no_sendmail", "gets no reply out: the mail server's sendmail is missing or not executable"},
       {"recipient_not_ascii", "ends the run: the recipient has no ASCII form"},
       {"statement_fails", "ends the run: the database refuses a statement"},
       {"not_reached", "is not reached: an earlier rule ends the run"},
@@ -120,6 +121,7 @@ Words words_for(CommandFate fate) {
       {"runs", ""},
       {"refused", "refused, it holds a quote"},
       {"too_long", "not started, it is too long"},
+      {"no_program", "not started, the mail server's sendmail is missing or not executable"},
   };
   return pick(kWords, fate);
 }

@@ -80,6 +80,7 @@ class ShortWay {
 // A conversion, as far as it has come.
 class Progress {
  public:
+  // cppcheck-suppress uninitMemberVar // a step writes the buffer before it is read
   Progress(std::string_view text, bool replace_invalid, const TextSink& sink)
       : text_(text), replace_invalid_(replace_invalid), sink_(sink) {}
 

@@ -1,12 +1,11 @@
 #include "support/conf.h"
 
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <sys/stat.h>
 
 #include "support/base/owned.h"
+#include "support/conf_text.h"
 #include "support/report.h"
 
 #define KEM_DEFINE_CONF_VALUE(key) const char* key = nullptr;
@@ -22,10 +21,6 @@ namespace {
 char* image = nullptr;
 size_t image_length = 0;
 
-bool is_space(char c) {
-  return isspace(static_cast<unsigned char>(c)) != 0;
-}
-
 void read_image() {
   const OwnedFile file(fopen(kConfFile, "r"));
   struct stat status {};
@@ -39,14 +34,9 @@ void read_image() {
   }
   text[size] = '\0';
   text[size + 1] = '\0';
-  cut_conf_lines(text, size);
+  kem::cut_conf_lines(text, size);
   image = text;
   image_length = size;
-}
-
-const char* skip_space(const char* text) {
-  while (is_space(*text)) ++text;
-  return text;
 }
 
 struct ConfValue {
@@ -61,29 +51,9 @@ constexpr ConfValue kConfValues[] = {KEM_CONF_KEYS(KEM_CONF_VALUE)};
 
 }  // namespace
 
-void cut_conf_lines(char* text, size_t length) {
-  for (size_t i = 0; i < length; ++i) {
-    if (text[i] != '\n') continue;
-    text[i] = '\0';
-    for (size_t back = i; back > 0 && is_space(text[back - 1]); --back) text[back - 1] = '\0';
-  }
-}
-
-const char* find_conf_value(const char* text, size_t length, const char* key) {
-  const size_t key_length = strlen(key);
-  const char* const end = text + length;
-  for (const char* line = text; line < end; line += strlen(line) + 1) {
-    line = skip_space(line);
-    if (*line == *key && strncmp(line, key, key_length) == 0 && is_space(line[key_length])) {
-      return skip_space(line + key_length);
-    }
-  }
-  return nullptr;
-}
-
 const char* conf_lookup(const char* key) {
   if (image == nullptr) read_image();
-  return image != nullptr ? find_conf_value(image, image_length, key) : nullptr;
+  return image != nullptr ? kem::find_conf_value(image, image_length, key) : nullptr;
 }
 
 const char* conf_require(const char* key) {

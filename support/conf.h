@@ -1,7 +1,5 @@
-#ifndef SUPPORT_CONF_H
-#define SUPPORT_CONF_H
-
-#include <cstddef>
+#ifndef KEM_CONF_H
+#define KEM_CONF_H
 
 /// The panel's configuration file: one setting a line, a key, white space, and the value up to the
 /// end of the line. White space around key and value is dropped, inside the value it is kept. There
@@ -50,23 +48,17 @@ KEM_CONF_KEYS(KEM_DECLARE_CONF_VALUE)
 /// The panel's certificates directory, set by `load_conf_paths`; NUL-terminated, cut at 4095 bytes.
 extern char certificates_dir[4096];
 
-/// The value of `key` (both NUL-terminated), or null when the file cannot be read or does not hold
-/// the key with white space behind it. The file is read once; a failed read is tried again by the
-/// next call. The result lives as long as the process and must not be freed.
+/// The value of `key` (both NUL-terminated), or null when the file cannot be read or has no line
+/// with the key and white space after it. The file is read once; after a failed read the next call
+/// tries again. The result lives as long as the process and must not be freed.
 const char* conf_lookup(const char* key);
 
-/// The two steps of that, for a text that is not in the file: ends each line of `text` (with a NUL
-/// behind its `length` bytes) at its newline and drops the white space in front of it, in place;
-/// and finds the value of `key` in the result, or null.
-void cut_conf_lines(char* text, size_t length);
-const char* find_conf_value(const char* text, size_t length, const char* key);
-
-/// As `conf_lookup`, but a null or empty value ends the process with status 1 and
+/// Like `conf_lookup`, but a null or empty value ends the process with status 1 and
 /// "Error: %s not defined".
 const char* conf_require(const char* key);
 
-/// Sets the value of every key of KEM_CONF_KEYS, in that order, then the derived path. The first
-/// one that is missing or empty ends the process with status 1.
+/// Sets the value of every key of KEM_CONF_KEYS, in that order, then `certificates_dir`. A missing
+/// or empty value ends the process with status 1 and "Error: %s not defined".
 void load_conf_paths();
 
 #endif

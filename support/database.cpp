@@ -52,6 +52,16 @@ int fail(MYSQL* connection, char* error, size_t error_size, const char* context)
   return -1;
 }
 
+// A server that accepts and then says nothing, or a table that stays locked, must not hold its
+// caller for ever: the mail server has few deliveries at a time, and none would be left.
+void limit_silence(MYSQL* connection) {
+  constexpr unsigned kSeconds = 120;
+  for (const mysql_option option :
+       {MYSQL_OPT_CONNECT_TIMEOUT, MYSQL_OPT_READ_TIMEOUT, MYSQL_OPT_WRITE_TIMEOUT}) {
+    mysql_options(connection, option, &kSeconds);
+  }
+}
+
 // The first line of the password file; false when there is no file or no line.
 bool read_first_line(FILE* file, char* line, size_t size) {
   if (file == nullptr || fgets(line, static_cast<int>(size), file) == nullptr) return false;
@@ -104,13 +114,14 @@ st_mysql* db_real_connect(char* error, size_t error_size) {
     errno = ENOMEM;
     return nullptr;
   }
+  limit_silence(connection.get());
   if (mysql_real_connect(connection.get(), "localhost", "admin", password, "kem", 0, nullptr, 0) ==
       nullptr) {
     snprintf(error, error_size, "Unable to connect to Quern Database: %s",
              mysql_error(connection.get()));
     return nullptr;
   }
-  // Commands that the process starts must not get at the administrator's connection.
+  // Commands that the process starts must not inherit the administrator's connection.
   fcntl(static_cast<int>(mysql_get_socket(connection.get())), F_SETFD, FD_CLOEXEC);
   return connection.release();
 }
@@ -178,8 +189,9 @@ const char* query_value(const char* query, st_mysql* connection, unsigned column
   }
   const OwnedResult result(mysql_store_result(connection));
   const MYSQL_ROW row = next_row(result);
-  const char* const text = row != nullptr && row[column] != nullptr ? row[column] : "";
-  snprintf(value, sizeof value, "%s", text);
+  const bool has_value =
+      row != nullptr && column < mysql_num_fields(result.get()) && row[column] != nullptr;
+  snprintf(value, sizeof value, "%s", has_value ? row[column] : "");
   return value;
 }
 

@@ -1,5 +1,5 @@
-#ifndef SUPPORT_DATABASE_H
-#define SUPPORT_DATABASE_H
+#ifndef KEM_DATABASE_H
+#define KEM_DATABASE_H
 
 #include <cstddef>
 
@@ -9,50 +9,53 @@ struct st_mysql;
 constexpr const char* kAdminPasswordFile = "/etc/kem/.kem.shadow";
 
 /// Which character set the sessions of this process use: -1 not known yet, 0 "SET NAMES binary" (or
-/// a server without character sets), 1 "SET NAMES utf8". Set by every successful `db_set_charset`.
+/// a server without character sets), 1 "SET NAMES utf8". Set by `db_set_charset` once it has made
+/// its choice, also where the server then refuses the "SET NAMES".
 extern int db_utf8_mode;
 
-/// `db_utf8_mode` as it is.
+/// The current value of `db_utf8_mode`.
 int db_get_utf8_mode();
 
-/// `db_utf8_mode`, after one connection was opened and closed where it was not known yet. Still -1
-/// when that failed, which was reported as a warning.
+/// `db_utf8_mode`. Where it is not known yet, a connection is opened first, and closed. A failure
+/// is reported as a warning; the result is then -1, unless only the "SET NAMES" failed.
 int db_probe_utf8_mode();
 
 /// Reads the first line of kAdminPasswordFile, without its newline and at most `password_size` - 1
 /// bytes of it, into `password`. Returns 0, or -1 with a message in `error` (cut at `error_size`).
 int read_admin_password(char* password, size_t password_size, char* error, size_t error_size);
 
-/// The same line, in a process-wide buffer of 100 bytes. A file that cannot be opened or read ends
-/// the process with status 1.
+/// The first line of kAdminPasswordFile, without its newline and at most 99 bytes of it, in a
+/// process-wide buffer. A file that cannot be opened or read ends the process with status 1.
 const char* read_admin_password_file();
 
 /// A new connection to the database "kem" on the local host, owned by the caller, who closes it
-/// with `mysql_close`; or null with a message in `error`.
+/// with `mysql_close`; or null with a message in `error`. A server that is silent for 120 seconds
+/// is given up, now and in every later call on the connection.
 st_mysql* db_real_connect(char* error, size_t error_size);
 
 /// Chooses the session's character set by the server's version and the panel's setting
 /// "mysql41_compatible". Returns 0, or -1 with a message in `error`.
 int db_set_charset(st_mysql* connection, char* error, size_t error_size);
 
-/// Writes the client library's last error on `connection` into `error`, with `context` saying what
-/// was being done.
+/// Writes the client library's last error on `connection` into `error`. `context` says what failed.
 void db_error_text(st_mysql* connection, char* error, size_t error_size, const char* context);
 
-/// A connection as of `db_real_connect` that is ready for use: foreign-key checks off, character
-/// set chosen. Null with a message in `error`.
+/// A new connection that is ready for use: from `db_real_connect`, with foreign-key checks off and
+/// the character set chosen. The caller closes it with `mysql_close`. Null with a message in
+/// `error`.
 st_mysql* db_open(char* error, size_t error_size);
 
-/// As `db_open`; a failure is reported as a warning, and the result is null.
+/// Like `db_open`, but a failure is reported as a warning; the result is then null.
 st_mysql* db_connect();
 
 /// Runs `query` and returns column `column` of its first row, as a NUL-terminated text of at most
 /// 4095 bytes in a process-wide buffer that the next call overwrites: an empty text when there is
-/// no row or the column is NULL, null (after a warning) when the query failed or there is no
-/// connection. With a null `connection` the routine opens one of its own and closes it.
+/// no row, the row has no such column, or the column is NULL; null (after a warning) when the query
+/// failed or there is no connection. With a null `connection` the routine opens one of its own and
+/// closes it.
 const char* query_value(const char* query, st_mysql* connection, unsigned column);
 
-/// As `query_value`, of column 0.
+/// `query_value` of column 0, in the same buffer.
 const char* query_first_value(const char* query, st_mysql* connection);
 
 #endif

@@ -1,23 +1,25 @@
 #include "support/get.h"
 
 #include <cctype>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "support/base/owned.h"
-#include "support/database.h"
 #include "support/idn.h"
 #include "support/lookup.h"
 #include "support/param_check.h"
 #include "support/report.h"
+
+using namespace kem;
 
 namespace {
 
 // Aborts on a key that would leave its quotes.
 #define CHECK_KEYS(...) assert_plain_params({__VA_ARGS__}, "get", __LINE__, __func__)
 
-// Kept: what follows the first four letters does not matter.
+// Kept: only the first four letters count.
 bool begins_with_true(const char* value) {
   return value != nullptr && strncmp(value, "true", strlen("true")) == 0;
 }
@@ -29,22 +31,38 @@ int has_rows(MYSQL* connection, const Statement& statement, const Complaint& com
   return next_row(rows) != nullptr ? 1 : 0;
 }
 
+// A column of the row whose `key_column` is `key`, in `result` of kResultSize bytes.
+const char* read_table_value(char* result, const char* key, const char* table,
+                             const char* key_column, const char* value_column, MYSQL* connection) {
+  const Statement statement("select %s from %s where %s='%s'", value_column, table, key_column,
+                            key);
+  return read_value(result, statement, connection, kConnectTextB,
+                    Complaint{"Unable to query parameter by query %s: %s\n", statement.text()});
+}
+
+const char* read_misc_param(char* result, const char* name, MYSQL* connection) {
+  return read_table_value(result, name, "misc", "param", "val", connection);
+}
+
 }  // namespace
 
 const char* get_table_value(const char* value, const char* table, const char* key_column,
                             const char* value_column, st_mysql* connection) {
+  static char result[kResultSize];
   CHECK_KEYS(value);
-  const Statement statement("select %s from %s where %s='%s'", value_column, table, key_column,
-                            value);
-  return query_first_value(statement.text(), connection);
+  return read_table_value(result, value, table, key_column, value_column, connection);
 }
 
 const char* get_misc_param(const char* name, st_mysql* connection) {
-  return get_table_value(name, "misc", "param", "val", connection);
+  static char result[kResultSize];
+  CHECK_KEYS(name);
+  return read_misc_param(result, name, connection);
 }
 
 const char* get_domain_htype(const char* domain_id, st_mysql* connection) {
-  return get_table_value(domain_id, "domains", "id", "htype", connection);
+  static char result[kResultSize];
+  CHECK_KEYS(domain_id);
+  return read_table_value(result, domain_id, "domains", "id", "htype", connection);
 }
 
 const char* get_ip_address(const char* domain_id, st_mysql* connection) {
@@ -66,12 +84,11 @@ int get_domain_status(const char* domain_id, unsigned* status, st_mysql* connect
   OwnedResult rows;
   const char* const value = first_value(connection, rows);
   if (value == nullptr) {
-    report_error(0, 0, complaint.format, domain_id, "such domain is not exist.");
+    complain(complaint, "such domain is not exist.");
     return -2;
   }
   if (sscanf(value, "%u", status) != 1) {
-    report_error(0, 0, complaint.format, domain_id,
-                 "error translate status value from char to unsigned int.");
+    complain(complaint, "error translate status value from char to unsigned int.");
     return -3;
   }
   return 0;
@@ -174,7 +191,7 @@ const char* get_client_email(const char* domain_id, st_mysql* connection) {
   const char* const email = first_value(session.handle(), rows);
   snprintf(result, sizeof result, "%s", email != nullptr ? email : "");
   if (*result != '\0') return result;
-  const char* const admin = get_misc_param("admin_email", session.handle());
+  const char* const admin = read_misc_param(result, "admin_email", session.handle());
   if (admin != nullptr && *admin != '\0') return admin;
   report_error(0, 0, "Unable to define admin email\n");
   return nullptr;
@@ -197,19 +214,20 @@ int get_client_id(const char* domain_id, st_mysql* connection) {
 const char* get_dom_id(const char* domain_name, st_mysql* connection, bool quiet) {
   static char result[kResultSize];
   CHECK_KEYS(domain_name);
-  const OwnedText ascii(idn_toascii(domain_name));
+  const OwnedText ascii(idn_toascii(key_text(domain_name)));
   if (!ascii) report_error(1, 0, "idn_toascii() failed: %s", idn_strerror(idn_last_error));
   CHECK_KEYS(ascii.get());  // a full-width quote has become a plain one
   const LookupSession session(connection, kConnectTextB);
   if (!session) return nullptr;
   const Statement statement("select id from domains where name='%s'", ascii.get());
-  const Complaint complaint{"Unable to query domain ID: %s\n", nullptr, 1};
+  const Complaint complaint{"Unable to query domain ID: %s\n", {}, 1};
   if (!send_statement(session.handle(), statement, complaint)) return nullptr;
   OwnedResult rows;
   const char* const id = first_value(session.handle(), rows);
   if (id == nullptr) {
     if (!quiet) {
-      report_error(1, 0, "get_dom_id(): domains record not found in DB for '%s'\n", domain_name);
+      report_error(1, 0, "get_dom_id(): domains record not found in DB for '%s'\n",
+                   key_text(domain_name));
     }
     return nullptr;
   }
@@ -226,7 +244,7 @@ const char* get_domain_name(const char* domain_name) {
   CHECK_KEYS(domain_name);
   const LookupSession session(nullptr, kConnectTextB, 1);
   const Statement statement("select name from domains where name='%s'", domain_name);
-  const Complaint complaint{"Unable to query domain name: %s\n", nullptr, 1};
+  const Complaint complaint{"Unable to query domain name: %s\n", {}, 1};
   if (!send_statement(session.handle(), statement, complaint)) return nullptr;
   OwnedResult rows;
   const char* const name = first_value(session.handle(), rows);
@@ -242,7 +260,13 @@ long get_next_id(const char* table, st_mysql* connection) {
   const Statement statement("SELECT max(id) FROM %s", table);
   const char* const largest =
       read_value(result, statement, connection, kConnectTextB, {"Unable to define max id: %s"});
-  return largest != nullptr ? atol(largest) + 1 : 0;
+  if (largest == nullptr) return 0;
+  const long id = strtol(largest, nullptr, 10);
+  if (id == LONG_MAX) {
+    report_error(0, 0, "Unable to define max id: there is no number after %s", largest);
+    return 0;
+  }
+  return id + 1;
 }
 
 const char* get_dns_zone_id(const char* domain_id, st_mysql* connection) {

@@ -1,22 +1,22 @@
-#ifndef SUPPORT_GET_H
-#define SUPPORT_GET_H
+#ifndef KEM_GET_H
+#define KEM_GET_H
 
 struct st_mysql;
 
 /// Readers of the panel's settings and domain records.
 ///
 /// Names, ids and values that are looked for are NUL-terminated keys: they go unescaped into a
-/// statement, and one that holds a backslash or a quote of either kind aborts the process. A
-/// statement of more than 4095 bytes is cut.
+/// statement, and one that holds a backslash or a quote of either kind aborts the process. A null
+/// key is looked for as the text "(null)". A statement of more than 4095 bytes is cut.
 ///
-/// `connection` may be null; then one is opened for the call. Where it must not be, that is said.
+/// `connection` may be null, unless the routine says otherwise: then one is opened for the call.
 ///
-/// A text that is returned is NUL-terminated, has at most 4095 bytes and stands in a buffer of the
-/// routine's own that its next call overwrites: the value; an empty text where there is no row or
-/// the value is NULL; null after a warning, where the query failed or there was no connection.
+/// A text that is returned is NUL-terminated, has at most 4095 bytes and is in a buffer of the
+/// routine's own that its next call overwrites. It is empty where there is no row or the value is
+/// NULL. Null is returned, after a warning, where the query failed or there was no connection.
 
-/// Column `value_column` of the first row of `table` whose `key_column` is `value`. The three names
-/// go into the statement as they stand and are not checked.
+/// Column `value_column` of the first row of `table` whose `key_column` is `value`. The names of
+/// the table and the columns go into the statement unescaped and unchecked.
 const char* get_table_value(const char* value, const char* table, const char* key_column,
                             const char* value_column, st_mysql* connection);
 
@@ -34,26 +34,33 @@ const char* get_ip_address(const char* domain_id, st_mysql* connection);
 /// be null.
 int get_domain_status(const char* domain_id, unsigned* status, st_mysql* connection);
 
-/// The parameter `name` of a domain: from `dom_param`, from the domain's own set of parameters,
-/// from that of its service of type `service`; and the limit `name`.
+/// The parameter `name` of a domain, from the table `dom_param`.
 const char* get_dom_param(const char* domain_id, const char* name, st_mysql* connection);
+
+/// The parameter `name` from a domain's own set in the table `Parameters`.
 const char* get_domain_param(const char* domain_id, const char* name, st_mysql* connection);
+
+/// The parameter `name` from the set of a domain's service of type `service`.
 const char* get_service_param(const char* domain_id, const char* service, const char* name,
                               st_mysql* connection);
+
+/// The limit `name` of a domain.
 const char* get_domain_limit(const char* domain_id, const char* name, st_mysql* connection);
 
-/// 1 when the domain's zone has an address for "www." and the domain has no subdomain "www", 0 when
-/// not, -1 after a warning.
+/// 1 when the domain's zone has an address for "www." and the domain has no subdomain "www", 0
+/// otherwise, -1 after a warning.
 int has_www_alias(const char* domain_id, st_mysql* connection);
 
-/// Whether the setting begins with "true"; false also after a warning.
+/// Whether a domain's setting for anonymous FTP begins with "true". False also after a warning.
 bool is_anon_ftp_on(const char* domain_id, st_mysql* connection);
-/// `ssl`: whether to look at the setting for SSL.
+
+/// Whether a domain's frontpage setting, or with `ssl` the one for SSL, begins with "true". False
+/// also after a warning.
 bool is_frontpage_on(const char* domain_name, bool ssl, st_mysql* connection);
 
-/// The e-mail address of the domain's client, or else the panel administrator's; null after a
-/// warning where neither is set. Kept: up to 4096 bytes of the client's address are returned, one
-/// more than elsewhere.
+/// The e-mail address of the domain's client or, where that is not set, of the panel's
+/// administrator; null after a warning where neither is set. Kept: up to 4096 bytes of the client's
+/// address are returned, one more than elsewhere.
 const char* get_client_email(const char* domain_id, st_mysql* connection);
 
 /// The id of the domain's client; 0 where there is none, or after a warning. `connection` must not
@@ -61,17 +68,23 @@ const char* get_client_email(const char* domain_id, st_mysql* connection);
 int get_client_id(const char* domain_id, st_mysql* connection);
 
 /// The id of the domain `domain_name`, which may be internationalised (UTF-8). Where there is no
-/// such domain: null with `quiet`, else the process ends with status 1, as it does for a name
-/// without an ASCII form and for a failing query. Null also after a warning, without a connection.
+/// such domain, the result is null with `quiet`; without it the process ends with status 1. It also
+/// ends for a name without an ASCII form and for a failing query. Without a connection the result
+/// is null after a warning.
+///
+/// The name is converted by libidn, even if it is ASCII: where that library cannot be loaded, the
+/// process ends with status 1 (see the header idn.h). No other routine here needs it.
 const char* get_dom_id(const char* domain_name, st_mysql* connection, bool quiet);
-/// As `get_dom_id`, not quiet.
+
+/// `get_dom_id` without `quiet`, in the same buffer.
 const char* get_dom_id_strict(const char* domain_name, st_mysql* connection);
 
 /// The domain's name as it is stored, in lower case, or null where there is no such domain. Opens a
 /// connection of its own; without one, or with a failing query, the process ends with status 1.
 const char* get_domain_name(const char* domain_name);
 
-/// The largest id of `table` plus one; 0 after a warning.
+/// The largest id of `table` plus one; 0 after a warning, also where a `long` holds no larger
+/// number.
 long get_next_id(const char* table, st_mysql* connection);
 
 /// The id of a domain's DNS zone.

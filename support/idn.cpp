@@ -34,7 +34,7 @@ constexpr CodeText kCodeTexts[] = {
     {IDNA_MALLOC_ERROR, "Cannot allocate buffer"},
 };
 
-// What failed, and why, as its end of the process.
+// Reports what failed and why, and ends the process.
 void end_process(const char* routine, const char* text) {
   report_error(1, 0, "%s(%s) failed: %s", routine, text, idn_strerror(idn_last_error));
 }
@@ -146,15 +146,16 @@ const char* idn_url_toascii(const char* url) {
     report_error(0, 0, "no hostname found in URL");
     return nullptr;
   }
-  snprintf(result, sizeof result, "%s", group_text(url, groups[kHost]).c_str());
-  const OwnedText host(idn_toascii(result));
-  if (!host) {
+  const std::string host = group_text(url, groups[kHost]).substr(0, sizeof result - 1);
+  const OwnedText ascii(idn_toascii(host.c_str()));
+  if (!ascii) {
     report_error(0, 0, "idn_toascii() failed: %s", idn_strerror(idn_last_error));
     return nullptr;
   }
-  snprintf(result, sizeof result, "%s%s%s%s", group_text(url, groups[kScheme]).c_str(),
-           group_text(url, groups[kUser]).c_str(), host.get(),
-           group_text(url, groups[kRest]).c_str());
+  // The URL may be an earlier result: it is read before the buffer is written.
+  const std::string converted = group_text(url, groups[kScheme]) + group_text(url, groups[kUser]) +
+                                ascii.get() + group_text(url, groups[kRest]);
+  snprintf(result, sizeof result, "%s", converted.c_str());
   return result;
 }
 

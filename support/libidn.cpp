@@ -5,16 +5,18 @@
 
 #include "support/report.h"
 
+namespace kem {
+
 namespace {
 
-// The loader's words say what the system's error number would.
+// dlerror() already explains it: without errno the report adds no second explanation.
 void end_without_libidn() {
   errno = 0;
   report_error(1, 0, "Unable to load libidn: %s", dlerror());
 }
 
 void* load() {
-  const int saved_errno = errno;  // a later report is not to name what the search met
+  const int saved_errno = errno;  // the search for the file sets it, also when it succeeds
   void* const library = dlopen(LIBIDN_FILE, RTLD_NOW);
   if (library == nullptr) end_without_libidn();
   errno = saved_errno;
@@ -34,9 +36,11 @@ void load_libidn() {
 
 void* find_libidn_function(const char* name) {
   void* const library = loaded_library();
-  // As if it had been loaded at the start: a function that hides it comes first.
+  // A preloaded or linked function of this name comes first, as it would if libidn were linked.
   void* function = dlsym(RTLD_DEFAULT, name);
   if (function == nullptr) function = dlsym(library, name);
   if (function == nullptr) end_without_libidn();
   return function;
 }
+
+}  // namespace kem

@@ -7,6 +7,8 @@
 #include "support/database.h"
 #include "support/report.h"
 
+namespace kem {
+
 LookupSession::LookupSession(MYSQL* given, const char* connect_text, int status)
     : own_(given == nullptr ? db_connect() : nullptr),
       handle_(given != nullptr ? given : own_.get()) {
@@ -20,18 +22,21 @@ Statement::Statement(const char* format, ...) {
   va_end(keys);
 }
 
+void complain(const Complaint& complaint, const char* reason) {
+  if (complaint.key) {
+    report_error(complaint.status, 0, complaint.format, key_text(*complaint.key), reason);
+  } else {
+    report_error(complaint.status, 0, complaint.format, reason);
+  }
+}
+
 bool send_statement(MYSQL* connection, const Statement& statement, const Complaint& complaint) {
   return send_text(connection, statement.text(), complaint);
 }
 
 bool send_text(MYSQL* connection, const char* statement, const Complaint& complaint) {
   if (mysql_real_query(connection, statement, strlen(statement)) == 0) return true;
-  const char* const error = mysql_error(connection);
-  if (complaint.key != nullptr) {
-    report_error(complaint.status, 0, complaint.format, complaint.key, error);
-  } else {
-    report_error(complaint.status, 0, complaint.format, error);
-  }
+  complain(complaint, mysql_error(connection));
   return false;
 }
 
@@ -50,3 +55,5 @@ const char* read_value(char* result, const Statement& statement, MYSQL* given,
   snprintf(result, kResultSize, "%s", value != nullptr ? value : "");
   return result;
 }
+
+}  // namespace kem

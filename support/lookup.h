@@ -2,14 +2,24 @@
 #define SUPPORT_LOOKUP_H
 
 #include <cstddef>
+#include <optional>
 
 #include "support/mysql_owned.h"
 
-/// What the readers and writers of settings share.
+namespace kem {
 
+// What the readers and writers of settings share.
+
+/// The size of a buffer for a result, with its NUL.
 constexpr size_t kResultSize = 4096;
 
-/// A statement made of a printf format and keys, silently cut at 4095 bytes.
+/// The key, or "(null)" for null, which printf need not accept.
+inline const char* key_text(const char* key) {
+  return key != nullptr ? key : "(null)";
+}
+
+/// A statement made of a printf format and keys, silently cut at 4095 bytes. A null key becomes
+/// "(null)", as glibc's printf has it.
 class Statement {
  public:
   explicit Statement(const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -21,22 +31,25 @@ class Statement {
   char text_[4096];
 };
 
-/// What the routines say when they cannot connect.
+// What the routines say when they cannot connect.
 constexpr const char* kConnectTextA = "Unable to connect to mysql database\n";
 constexpr const char* kConnectTextB = "Unable to connect to the mysql database\n";
-/// Kept: another routine than the one it names says this too.
+/// Kept: `get_dns_zone_id` says this too.
 constexpr const char* kConnectTextC = "get_ip_address: Unable to connect to the mysql database";
 constexpr const char* kConnectTextD = "Unable to connect to mysql database";
 
 /// What a routine says when its statement fails.
 struct Complaint {
-  const char* format;         ///< for printf; takes the key, where there is one, and the error
-  const char* key = nullptr;  ///< null where the format takes the server's error alone
-  int status = 0;             ///< 0 for a warning, else the process exits with it
+  const char* format;                   ///< for printf; takes the key, if any, and the error
+  std::optional<const char*> key = {};  ///< empty if the format takes the error alone; may be null
+  int status = 0;                       ///< 0 for a warning; any other ends the process
 };
 
-/// The connection of one call: the caller's, or, where that is null, one of its own that closes
-/// with it. A failure to connect is reported with `connect_text` and `status`.
+/// Reports `reason`, and ends the process where the complaint says so.
+void complain(const Complaint& complaint, const char* reason);
+
+/// The connection of one call: the caller's or, where that is null, a new one that this object
+/// closes. A failure to connect is reported with `connect_text` and `status`.
 class LookupSession {
  public:
   LookupSession(MYSQL* given, const char* connect_text, int status = 0);
@@ -49,18 +62,22 @@ class LookupSession {
   MYSQL* handle_;
 };
 
-/// Sends a statement; false after the complaint.
+/// Sends a statement; false, after the complaint, where it fails.
 bool send_statement(MYSQL* connection, const Statement& statement, const Complaint& complaint);
 
-/// The same for a NUL-terminated statement of any length.
+/// Sends a NUL-terminated statement of any length; false, after the complaint, where it fails.
 bool send_text(MYSQL* connection, const char* statement, const Complaint& complaint);
 
-/// The first column of the first row of the last query; null for no row or NULL. `result` keeps it.
+/// The first column of the first row of the last query, valid as long as `result`, which takes over
+/// the rows; null where there is no row or the column is NULL.
 const char* first_value(MYSQL* connection, OwnedResult& result);
 
-/// Copies the value that `statement` asks for into `result`, of kResultSize bytes, and returns it;
-/// an empty text where there is none; null after the complaint, or without a connection.
+/// Copies the value that `statement` asks for, or an empty text where there is none, into `result`
+/// of kResultSize bytes and returns it; null after a report that the statement or the connection
+/// failed.
 const char* read_value(char* result, const Statement& statement, MYSQL* given,
                        const char* connect_text, const Complaint& complaint);
+
+}  // namespace kem
 
 #endif

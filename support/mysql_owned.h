@@ -5,6 +5,8 @@
 
 #include <mysql.h>
 
+namespace kem {
+
 /// Owner of a connection; may be null.
 struct CloseConnection {
   void operator()(MYSQL* connection) const { mysql_close(connection); }
@@ -21,5 +23,14 @@ using OwnedResult = std::unique_ptr<MYSQL_RES, FreeResult>;
 inline MYSQL_ROW next_row(const OwnedResult& result) {
   return result ? mysql_fetch_row(result.get()) : nullptr;
 }
+
+}  // namespace kem
+
+// Short names for the code of this project. No installed header includes this one.
+using kem::CloseConnection;
+using kem::FreeResult;
+using kem::next_row;
+using kem::OwnedConnection;
+using kem::OwnedResult;
 
 #endif

@@ -3,17 +3,20 @@
 
 #include <initializer_list>
 
-/// Aborts the process through the standard assertion failure, in every build type, unless
-/// `param_val` (a NUL-terminated key that goes unescaped between quotes into a statement) is null
-/// or holds none of backslash, double quote and single quote. `file`, `line` and `function` say in
-/// the message where.
+namespace kem {
+
+/// Aborts the process by a failed assertion, in every build type, if `param_val` (a NUL-terminated
+/// key that goes unescaped between quotes into a statement, or null) holds a backslash, a double
+/// quote or a single quote. The message names `file`, `line` and `function`.
 void assert_plain_param(const char* param_val, const char* file, unsigned line,
                         const char* function);
 
-/// The same for several keys.
+/// Checks several keys like `assert_plain_param`.
 inline void assert_plain_params(std::initializer_list<const char*> params, const char* file,
                                 unsigned line, const char* function) {
   for (const char* param : params) assert_plain_param(param, file, line, function);
 }
+
+}  // namespace kem
 
 #endif

@@ -1,12 +1,12 @@
 #include "support/put.h"
 
-#include <cstdio>
-
 #include "support/base/owned.h"
 #include "support/lookup.h"
 #include "support/param_check.h"
 #include "support/report.h"
 #include "support/strings.h"
+
+using namespace kem;
 
 namespace {
 
@@ -15,6 +15,11 @@ namespace {
 
 int write(MYSQL* connection, const Statement& statement, const Complaint& complaint) {
   return send_statement(connection, statement, complaint) ? 0 : -1;
+}
+
+int refuse_null(const Complaint& complaint) {
+  complain(complaint, "there is no value");
+  return -1;
 }
 
 }  // namespace
@@ -41,25 +46,27 @@ int put_misc_param(const char* name, const char* value, st_mysql* connection) {
 int put_dom_param(const char* domain_id, const char* name, const char* value,
                   st_mysql* connection) {
   CHECK_KEYS(domain_id, name);
+  const Complaint complaint{"Unable to put parameter %s into dom_param: %s", name};
+  if (value == nullptr) return refuse_null(complaint);
   const LookupSession session(connection, kConnectTextA);
   if (!session) return -1;
   const OwnedText escaped(sql_escape(session.handle(), value));
   const Statement statement("replace into dom_param (dom_id, param, val) values('%s', '%s', '%s')",
                             domain_id, name, escaped.get());
-  return write(session.handle(), statement,
-               {"Unable to put parameter %s into dom_param: %s", name});
+  return write(session.handle(), statement, complaint);
 }
 
 int put_parameter(const char* id, const char* name, const char* value, st_mysql* connection) {
   CHECK_KEYS(id, name);
+  const Complaint complaint{"Unable to put parameter %s into Parameters: %s", name};
+  if (value == nullptr) return refuse_null(complaint);
   const LookupSession session(connection, kConnectTextA);
   if (!session) return -1;
   const OwnedText escaped(sql_escape(session.handle(), value));
   const Statement statement(
       "replace into Parameters (id, parameter, value) values('%s', '%s', '%s')", id, name,
       escaped.get());
-  return write(session.handle(), statement,
-               {"Unable to put parameter %s into Parameters: %s", name});
+  return write(session.handle(), statement, complaint);
 }
 
 int del_misc_param(const char* name, st_mysql* connection) {

@@ -35,7 +35,7 @@ OwnedText format_message(const char* format, va_list arguments, size_t& size) {
   return message;
 }
 
-// Kept: the suffix stands whole or not at all; a message that fills the buffer never carries it.
+// Kept: the suffix is added whole or not at all; a message that fills the buffer never has it.
 void append_system_error(char* message, size_t size) {
   if (errno == 0) return;
   const size_t length = strlen(message);

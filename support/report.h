@@ -1,5 +1,5 @@
-#ifndef SUPPORT_REPORT_H
-#define SUPPORT_REPORT_H
+#ifndef KEM_REPORT_H
+#define KEM_REPORT_H
 
 #include <cstdarg>
 
@@ -7,15 +7,15 @@
 /// Set once at start, before anything is reported; not owned.
 extern const char* prog_name;
 
-/// Reports trouble in one message on standard error and again on standard output, each with the
-/// base name of `prog_name` and ": " in front.
+/// Reports trouble in one message on standard error and again on standard output, each time after
+/// the base name of `prog_name` and ": ".
 ///
-/// `status`: 0 for a warning, after which the call returns; else the process exits with it.
+/// `status`: 0 for a warning, after which the call returns; with any other the process exits.
 /// `flag`: accepted from every caller and without effect.
 /// `format`: a printf format for a message of any length. A newline is added where it ends in none.
 ///
 /// When `errno` is set at the call, whatever set it, "\nSystem error %d: %s" follows the message,
-/// but only where it fits whole into a buffer of 4096 bytes together with the message.
+/// but only if both fit into a buffer of 4096 bytes.
 void report_error(int status, int flag, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
 
@@ -26,7 +26,7 @@ void put_message(const char* text, int status);
 /// A failure to format ends the process with status 1 and "Cannot allocate memory: %s".
 char* xasprintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-/// As `xasprintf`, from an argument list, which is used up.
+/// Like `xasprintf`, from an argument list, which the caller must not read again.
 char* xvasprintf(const char* format, va_list arguments) __attribute__((format(printf, 1, 0)));
 
 #endif

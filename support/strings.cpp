@@ -19,15 +19,15 @@ bool is_space(char c) {
   return isspace(static_cast<unsigned char>(c)) != 0;
 }
 
-// What stands behind the key; null where there is no text or no key in it.
-const char* behind(const char* text, const char* key) {
+// What follows the key; null where there is no text or no key in it.
+const char* after(const char* text, const char* key) {
   const char* const found = text != nullptr ? strstr(text, key) : nullptr;
   return found != nullptr ? found + strlen(key) : nullptr;
 }
 
 void copy_result(char (&result)[kResultSize], const char* text, size_t length) {
   if (length >= kResultSize) length = kResultSize - 1;
-  memcpy(result, text, length);
+  memmove(result, text, length);  // the text may be what an earlier call returned
   result[length] = '\0';
 }
 
@@ -121,7 +121,7 @@ void str_tolower(char* text) {
 
 const char* get_word_after(const char* text, const char* key) {
   static char word[kResultSize];
-  const char* start = behind(text, key);
+  const char* start = after(text, key);
   if (start == nullptr) start = "";
   while (is_space(*start)) ++start;
   size_t length = 0;
@@ -132,7 +132,7 @@ const char* get_word_after(const char* text, const char* key) {
 
 const char* get_line_after(const char* text, const char* key) {
   static char line[kResultSize];
-  const char* const start = behind(text, key);
+  const char* const start = after(text, key);
   copy_result(line, start != nullptr ? start : "", start != nullptr ? strcspn(start, "\n") : 0);
   return line;
 }
@@ -161,7 +161,7 @@ void* xrealloc(void* memory, size_t size) {
   return resized;
 }
 
-// Kept: seeded anew by the second.
+// Kept: every call seeds the generator with the time in seconds.
 int random_below(int n) {
   srand(static_cast<unsigned>(time(nullptr)));
   constexpr double kDraws = 2147483648.0;

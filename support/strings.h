@@ -1,5 +1,5 @@
-#ifndef SUPPORT_STRINGS_H
-#define SUPPORT_STRINGS_H
+#ifndef KEM_STRINGS_H
+#define KEM_STRINGS_H
 
 #include <cstddef>
 
@@ -12,18 +12,17 @@ struct st_mysql;
 /// `xmalloc` does.
 char* sql_escape(st_mysql* connection, const char* text);
 
-/// Replaces every `find` by `replacement` in `source`, or, where `destination` is not null, copies
-/// `source` there with the replacements made; it must have room. Returns the one it wrote to.
+/// Replaces every `find` by `replacement` in `source`. Where `destination` is not null, it gets the
+/// result and `source` is left as it is; it must have room. Returns the buffer that was written.
 char* str_replace_char(char* source, char* destination, char find, char replacement);
 
 /// Copies `source` to `destination` with every occurrence of `find` replaced by `replacement`, at
 /// most `size` bytes with the NUL; the two may be the same.
 ///
-/// The copy stops in front of the first piece with which it would reach `size`; what is left of the
-/// source then follows only if it still fits. Where `find` is null or empty, up to `size` bytes are
-/// copied as they stand, and a source of `size` bytes or more is not terminated. Returns
-/// `destination`; null where that is null; `source`, after a message on standard error, where
-/// memory fails.
+/// The copy stops before the first piece with which it would reach `size`; the rest of the source
+/// follows only if it still fits. Where `find` is null or empty, up to `size` bytes are copied
+/// unchanged, and a source of `size` bytes or more is not terminated. Returns `destination`; null
+/// where that is null; `source`, after a message on standard error, where memory fails.
 const char* strn_replace(const char* source, char* destination, const char* find,
                          const char* replacement, size_t size);
 
@@ -34,13 +33,14 @@ char* str_trim(char* text);
 /// Lower-cases `text` in place; nothing for null.
 void str_tolower(char* text);
 
-/// The first word between white space behind the first occurrence of `key` in `text`, at most 4095
-/// bytes of it, in a process-wide buffer that the next call overwrites; empty where the text is
-/// null or the key is not in it.
+/// The first word after the first occurrence of `key` in `text`, words being separated by white
+/// space: at most 4095 bytes of it, in a process-wide buffer that the next call overwrites; empty
+/// where the text is null or the key is not in it. The text may be an earlier result.
 const char* get_word_after(const char* text, const char* key);
 
-/// What follows the first occurrence of `key` in `text` up to the next newline or the end, as
-/// `get_word_after` does it, in another buffer.
+/// What follows the first occurrence of `key` in `text` up to the next newline or the end: at most
+/// 4095 bytes of it, in another process-wide buffer that the next call overwrites; empty where the
+/// text is null or the key is not in it. The text may be an earlier result.
 const char* get_line_after(const char* text, const char* key);
 
 /// Ends the process with status 1 when `condition` is not 0 and `value` is null or empty; `name` is
@@ -53,11 +53,13 @@ void check_all_processed(int processed, int given);
 /// `size` bytes that the caller frees with `free`; on failure the process ends with status 1 and
 /// "alloc(%d)".
 void* xmalloc(size_t size);
-/// `memory` (from `xmalloc` or null) resized to `size` bytes, under the same terms.
+
+/// `memory` (from `xmalloc`, or null) resized to `size` bytes; on failure the process ends with
+/// status 1 and "alloc(%d)".
 void* xrealloc(void* memory, size_t size);
 
-/// A number from 0 to `n` - 1. Not for secrets: every call starts anew from the time in seconds, so
-/// that two calls within one give the same.
+/// A number from 0 to `n` - 1. Not for secrets: every call seeds the generator with the time in
+/// seconds, so that two calls within a second return the same.
 int random_below(int n);
 
 #endif

@@ -38,7 +38,7 @@ class Filler {
     result_->written = static_cast<int>(written_);
   }
 
-  // The literal stretch in front of a placeholder; false when it had to be cut.
+  // The literal stretch before a placeholder; false when it had to be cut.
   bool Literal(const char* text, size_t length) {
     if (!Fits(length)) {
       Count(Fill(text, length));
@@ -83,7 +83,7 @@ class Filler {
   SubstResult* result_;
 };
 
-// What stands at an opening delimiter: a placeholder with its name, or `length` bytes of literal.
+// What begins at an opening delimiter: a placeholder with its name, or `length` bytes of literal.
 struct Candidate {
   bool is_placeholder;
   size_t length;  // with the opening delimiter, and the closing one where there is one
@@ -129,8 +129,8 @@ void substitute(char open, char close, const NamedValue* table, int count, const
 
 }  // namespace
 
-// Quicksort on the middle element; the larger half is left to the loop, so that the recursion
-// stays shallow on any input.
+// Quicksort on the middle element. Only the smaller half is sorted by recursion, which so stays
+// shallow on any input.
 void sort_pairs(NamedValue* table, int count) {
   while (count > 1) {
     const char* const pivot = table[count / 2].name;

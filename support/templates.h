@@ -1,8 +1,8 @@
-#ifndef SUPPORT_TEMPLATES_H
-#define SUPPORT_TEMPLATES_H
+#ifndef KEM_TEMPLATES_H
+#define KEM_TEMPLATES_H
 
-/// A placeholder's name and the text that stands for it; both NUL-terminated and not owned. A null
-/// value stands for nothing.
+/// A placeholder's name and the text that replaces it; both NUL-terminated and not owned. A null
+/// value is an empty text.
 struct NamedValue {
   const char* name;
   const char* value;
@@ -11,7 +11,7 @@ struct NamedValue {
 /// Options of a substitution.
 enum : int {
   kStopBeforeValue = 1,  ///< stop before a value that does not fit instead of cutting it
-  kKeepUnknown = 2,      ///< leave placeholders whose name is not in the table as they stand
+  kKeepUnknown = 2,      ///< leave placeholders whose name is not in the table unchanged
 };
 
 /// States in which a substitution can end.
@@ -40,8 +40,8 @@ int find_pair(const char* name, const NamedValue* table, int count);
 /// A placeholder is `open`, a name of 1 to 32 bytes, `close`. `table` is sorted by name and has
 /// `count` pairs. At most `capacity` bytes are written, and `output` must have one more: where
 /// the text was cut the routine writes no NUL and the caller ends the text at `result->written`.
-/// A literal stretch in front of a placeholder and a value may fill the capacity whole; the last
-/// stretch of the template is cut unless its NUL fits as well.
+/// A literal stretch before a placeholder and a value may fill the capacity whole; the last stretch
+/// of the template is cut unless its NUL fits as well.
 ///
 /// Returns `output`. With a null or empty template, a capacity of 0 or less, a null output or an
 /// empty table the output is empty and all counts are 0.

@@ -7,7 +7,6 @@
 #include "autoresponder/intake/body_text.h"
 #include "mime/charset.h"
 #include "mime/encoded_word.h"
-#include "mime/text_pieces.h"
 #include "support/base/diagnose.h"
 #include "support/base/ex_error.h"
 
@@ -80,30 +79,29 @@ void warn_unconverted(const char* what, const std::string& charset) {
   diagnose({"Could not convert message ", what, " text from ", charset, " to UTF-8."});
 }
 
-// A body in UTF-8, while it is not much larger than it was before.
+// A body in UTF-8, while it is not much larger than it was before. It has room from the start, so
+// that it is not moved as it grows; room that is not written takes no memory.
 class ConvertedBody {
  public:
   // `length`: of the body before.
-  explicit ConvertedBody(size_t length) : most_(length + length / 2 + kFree) {}
+  explicit ConvertedBody(size_t length) { text_.reserve(length + length / 2 + kFree); }
 
   void Append(std::string_view piece) {
-    if (!is_kept_) return;
-    is_kept_ = text_.size() + piece.size() <= most_;
+    is_kept_ = is_kept_ && piece.size() <= text_.capacity() - text_.size();
     if (is_kept_) {
-      text_.Append(piece);
+      text_ += piece;
     } else {
-      text_ = TextPieces();
+      text_ = std::string();
     }
   }
 
   bool is_kept() const { return is_kept_; }
-  std::string Take() { return text_.Take(); }
+  std::string Take() { return std::move(text_); }
 
  private:
-  static constexpr size_t kFree = size_t{1} << 20;
+  static constexpr size_t kFree = 4096;
 
-  size_t most_;
-  TextPieces text_;
+  std::string text_;
   bool is_kept_ = true;
 };
 

@@ -17,15 +17,15 @@ enum class Extraction { kDone, kNoSender, kNoRecipient };
 struct ExtractionResult {
   Extraction outcome;
   SenderField sender_field;  ///< kNone where there is no sender
-  std::string sender;        ///< his address, where he alone was found; else in the record
+  std::string sender;        ///< the sender, if no recipient was found; otherwise see the record
 };
 
 /// Fills `record` from the message.
 ///
-/// `message_text`: the whole message; hand it over with `std::move`, so that it need not stay in
-/// memory. `delivered_to`: the address of the delivery, taken as it is; without one the first
-/// mailbox of To counts. A message without a sender or a recipient is reported on standard error
-/// and leaves the record as it was. Conversion problems are reported and tolerated.
+/// `message_text`: the whole message (RFC 5322), any bytes; move it in, so that it is freed as soon as
+/// it is not needed. `delivered_to`: the address of the delivery, used unchanged; without one the
+/// first mailbox of To is the recipient. A message without a sender or a recipient is reported on
+/// standard error and leaves the record as it was. Conversion problems are reported and tolerated.
 ExtractionResult extract(DwString message_text, const std::optional<std::string>& delivered_to,
                          IncomingMessage& record);
 

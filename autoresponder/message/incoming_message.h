@@ -15,9 +15,9 @@ struct IncomingMessage {
   std::string sender;              ///< the address to answer: local part, "@", domain
   std::string recipient;           ///< the address that the message was delivered to
   std::string recipient_mailname;  ///< `recipient` before its first "@", or all of it
-  std::string recipient_domain;    ///< `recipient` behind its first "@", or all of it
+  std::string recipient_domain;    ///< `recipient` after its first "@", or all of it
   std::string subject;             ///< the Subject in UTF-8; empty when it could not be decoded
-  std::string date;                ///< the Date field as it stands
+  std::string date;                ///< the text of the Date field, undecoded
   std::string charset;             ///< what the text part declares, as written, or "US-ASCII"
   BodyLines body_lines;            ///< the text part in UTF-8
 };

@@ -3,9 +3,9 @@
 #include <cstddef>
 #include <cstring>
 
-// Looking for the key's first byte is by far the fastest, unless it stands everywhere: as many
-// comparisons as cost a few looks at each byte of the text, and then the search that is always
-// linear.
+// Tries the places where the key's first byte is, which memchr finds fast. Where that byte is
+// everywhere, that would take too long: after a bounded number of tries memmem goes on, which is
+// linear on any input.
 const char* find_text(std::string_view text, std::string_view key) {
   if (key.empty()) return text.data();
   if (text.size() < key.size()) return nullptr;

@@ -15,15 +15,18 @@ std::string store_directory(const MailboxRef& mailbox) {
          "/@attachments";
 }
 
+// The headers of a part, up to the file's name.
+constexpr const char* kPartHeaders =
+    "Content-Type: application/octet-stream\n"
+    "Content-Transfer-Encoding: base64\n"
+    "Content-Disposition: attachment;\n\tfilename=\"";
+
 // The shell steps for one file: boundary and headers, then its base64 lines without the first and
 // last line of uuencode. Kept: the blank line at the end goes to the command's own output.
 void add_steps(ShellCommand& command, const Attachment& attachment, const std::string& boundary,
                const ResponseFile& reply) {
-  command.Text("echo ").Quoted({"--", boundary,
-                                "\nContent-Type: application/octet-stream\n"
-                                "Content-Transfer-Encoding: base64\n"
-                                "Content-Disposition: attachment;\n\tfilename=\"",
-                                header_encode(attachment.name), "\"\n"});
+  const std::string header_name = header_encode(attachment.name);
+  command.Text("echo ").Quoted({"--", boundary, "\n", kPartHeaders, header_name, "\"\n"});
   command.Text(" >>").Text(reply.path()).Text(" ; uuencode -m -- ").Quoted(attachment.path);
   command.Text(" ").Quoted(attachment.name).Text(" | sed -e '1d;$d' >>").Text(reply.path());
   command.Text(" ; echo ; ");

@@ -83,9 +83,9 @@ void stop_timers() {
   }
 }
 
-// What the caller ignored goes on to do nothing, but for two kinds: an ignored SIGCHLD would hide
-// the ends of commands, and the signals of a terminal that a process in the background reads would
-// come again for ever.
+// A signal that the caller ignored still does nothing here, with two exceptions. An ignored SIGCHLD
+// would hide that a command has ended. And where a background process reads its terminal, an
+// ignored SIGTTIN would come again for ever.
 void reset_signal(int signal) {
   struct sigaction action {};
   if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_IGN) return;

@@ -6,9 +6,11 @@
 #include <string>
 #include <string_view>
 
+namespace kem {
+
 /// Writes the pieces and a newline to standard error. A line of ordinary length is one write, so
-/// that runs that share a log do not interleave. A longer one would be split by a pipe anyway and
-/// is not put together first: a stranger may bring in texts of many megabytes.
+/// that concurrent runs do not interleave. A longer one is not put together first: a pipe would
+/// split it anyway, and a message may provoke one of many megabytes.
 inline void diagnose(std::initializer_list<std::string_view> pieces) {
   constexpr size_t kOrdinary = 4096;
   std::string line;
@@ -25,5 +27,10 @@ inline void diagnose(std::initializer_list<std::string_view> pieces) {
   fwrite(line.data(), 1, line.size(), stderr);
   fflush(stderr);
 }
+
+}  // namespace kem
+
+// Short names for the code of this project. No installed header includes this one.
+using kem::diagnose;
 
 #endif

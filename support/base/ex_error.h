@@ -1,5 +1,5 @@
-#ifndef SUPPORT_BASE_EX_ERROR_H
-#define SUPPORT_BASE_EX_ERROR_H
+#ifndef KEM_EX_ERROR_H
+#define KEM_EX_ERROR_H
 
 #include <exception>
 #include <string>

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+namespace kem {
+
 /// The pieces as one text. Each is copied once, whatever its size.
 inline std::string joined(std::initializer_list<std::string_view> pieces) {
   size_t length = 0;
@@ -14,5 +16,10 @@ inline std::string joined(std::initializer_list<std::string_view> pieces) {
   for (const std::string_view piece : pieces) text += piece;
   return text;
 }
+
+}  // namespace kem
+
+// Short names for the code of this project. No installed header includes this one.
+using kem::joined;
 
 #endif

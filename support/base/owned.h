@@ -7,6 +7,8 @@
 #include <unistd.h>
 #include <utility>
 
+namespace kem {
+
 /// Owner of memory from `malloc`.
 struct FreeMemory {
   void operator()(void* memory) const { free(memory); }
@@ -43,5 +45,14 @@ class OwnedDescriptor {
  private:
   int descriptor_;
 };
+
+}  // namespace kem
+
+// Short names for the code of this project. No installed header includes this one.
+using kem::CloseFile;
+using kem::FreeMemory;
+using kem::OwnedDescriptor;
+using kem::OwnedFile;
+using kem::OwnedText;
 
 #endif

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "../charset_names.h"
 #include "fuzz.h"
 #include "mime/charset.h"
 #include "support/base/ex_error.h"
@@ -75,23 +76,9 @@ constexpr size_t kFewBytes = 20000;
 constexpr double kSecondsPerByte = 0.0001;
 constexpr double kFewSeconds = 0.5;
 
-std::vector<std::string> read_names() {
-  std::vector<std::string> names;
-  FILE* const list = popen("iconv -l", "r");
-  std::string name;
-  for (int c = getc(list); c != EOF; c = getc(list)) {
-    const bool ends = c == '/' || c == ',' || c == ' ' || c == '\n';
-    if (!ends) name += static_cast<char>(c);
-    if (ends && !name.empty()) names.push_back(std::move(name));
-    if (ends) name.clear();
-  }
-  pclose(list);
-  require(names.size() > 100, "the C library lists its charsets");
-  return names;
-}
-
 std::string charset_name(Input& input) {
-  static const std::vector<std::string> names = read_names();
+  static const std::vector<std::string> names = all_charsets();
+  require(names.size() > 100, "the C library lists its charsets");
   const size_t number = 256 * input.Byte() + input.Byte();
   return number < names.size() ? names[number] : input.UpTo('\0');
 }

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "fuzz.h"
-#include "support/conf.h"
+#include "support/conf_text.h"
 
 namespace {
 
@@ -54,8 +54,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   const std::unique_ptr<char[]> image(new char[text.size() + 1]);
   memcpy(image.get(), text.c_str(), text.size() + 1);
-  cut_conf_lines(image.get(), text.size());
-  const char* const value = find_conf_value(image.get(), text.size(), key.c_str());
+  kem::cut_conf_lines(image.get(), text.size());
+  const char* const value = kem::find_conf_value(image.get(), text.size(), key.c_str());
   const std::optional<std::string> expected = value_of(text, key);
   require((value != nullptr) == expected.has_value(), "a key is found where there is one");
   require(value == nullptr || *expected == value, "its value is the rest of its line");

@@ -1,13 +1,18 @@
 #include "mime/charset.h"
 
 #include <algorithm>
+#include <codecvt>
+#include <locale>
 #include <memory>
 #include <ostream>
+#include <random>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "../charset_names.h"
 #include "../plain_iconv.h"
 #include "iconv_spy.h"
 #include "support/base/ex_error.h"
@@ -198,6 +203,42 @@ TEST(Charset, IsTheSameWhereverAPieceEnds) {
       EXPECT_EQ(convert_charset(text, "UTF-8", charset, true), *there);
       EXPECT_EQ(convert_charset(*there, charset, "UTF-8", true),
                 convert_by_iconv(*there, charset, "UTF-8", true));
+    }
+  }
+}
+
+// Characters of many scripts, among them some that combine with others.
+std::string many_scripts(std::minstd_rand& random) {
+  constexpr char32_t kStarts[] = {0x20,  0xA0,   0x300,  0x3B1,  0x410,  0x5D0,  0x627,  0xB85,
+                                  0xE01, 0x1E00, 0x2010, 0x3042, 0x30A2, 0x4E00, 0xAC00, 0xFF01};
+  std::u32string characters;
+  for (int i = 0; i < 700; ++i) {
+    characters += kStarts[random() % std::size(kStarts)] + static_cast<char32_t>(random() % 60);
+  }
+  std::wstring_convert<std::codecvt_utf8<char32_t>, char32_t> utf8;
+  return utf8.to_bytes(characters);
+}
+
+TEST(Charset, GivesWhatIconvGivesInEveryCharset) {
+  const std::vector<std::string> names = all_charsets();
+  ASSERT_GT(names.size(), 100U);
+  std::minstd_rand random(20261121);
+  for (const std::string& name : names) {
+    SCOPED_TRACE(name);
+    const std::string text = many_scripts(random);
+    const auto there = convert_by_iconv(text, "UTF-8", name, true);
+    if (!there) {
+      EXPECT_NE(failure(text, "UTF-8", name, true), "nothing thrown");
+      continue;
+    }
+    EXPECT_TRUE(convert_charset(text, "UTF-8", name, true) == *there);
+    std::string bytes = *there;
+    for (int i = 0; i < 20; ++i) bytes[random() % bytes.size()] = static_cast<char>(random());
+    for (const std::string& source : {*there, bytes}) {
+      const auto back = convert_by_iconv(source, name, "UTF-8", true);
+      EXPECT_EQ(failure(source, name, "UTF-8", true) == "nothing thrown", back.has_value());
+      if (!back) continue;
+      EXPECT_TRUE(convert_charset(source, name, "UTF-8", true) == *back);
     }
   }
 }

@@ -6,20 +6,17 @@ import os
 import shutil
 import stat
 import subprocess
-import sys
 import time
 from pathlib import Path
 
 import pytest
 
-CHECKOUT = Path(__file__).resolve().parent.parent.parent
-sys.path.insert(0, str(CHECKOUT / "sandbox"))
+from tools import BUILD, CHECKOUT, depends, dpkg, package, shell
 
-import panel as sandbox  # noqa: E402
+import panel as sandbox
 
-BUILD = CHECKOUT / "build-package"
 NAME = "kem-autoresponder"
-PACKAGE, NEXT_PACKAGE = (next(BUILD.glob(f"{NAME}_*-{release}_*.deb")) for release in (1, 2))
+PACKAGE, NEXT_PACKAGE = package(NAME, 1), package(NAME, 2)
 PROGRAM = Path("/opt/kem/sbin/autoresponder")
 GROUP = "vmail"  # the package's default
 OTHER_GROUP = "deliveries"
@@ -28,15 +25,6 @@ MESSAGE = b"From: otto@customer.example\nSubject: Hello\n\nA question.\n"
 
 # Where dpkg and its triggers keep their own records.
 RECORDS = ("/var/lib/dpkg", "/var/log", "/var/cache")
-
-
-def shell(*command, **options):
-    return subprocess.run(command, check=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                          **options)
-
-
-def dpkg(*arguments):
-    return shell("dpkg", *arguments).stderr.decode()
 
 
 def owner_and_mode(path=PROGRAM):
@@ -103,9 +91,7 @@ def test_belongs_to_root_and_the_deliveries(group):
 
 
 def test_depends_on_what_it_runs_and_loads():
-    depends = shell("dpkg-deb", "--field", str(PACKAGE), "Depends").stdout.decode()
-    names = [entry.split()[0] for entry in depends.split(", ")]
-    assert {"sharutils", "libidn12", "libmariadb3"} <= set(names)
+    assert {"sharutils", "libidn12", "libmariadb3"} <= depends(NAME)
 
 
 def test_stays_closed_until_the_group_exists():

@@ -140,6 +140,20 @@ TEST(IdnUrlToAscii, WarnsOfAHostWithoutAnAsciiForm) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "idn_toascii() failed: Invalid length\n");
 }
 
+TEST(IdnUrlToAscii, TakesItsOwnResultAsInput) {
+  const char* const expected = "ftp://jürgen@xn--mller-kva.example:21/f";
+  const char* const once = idn_url_toascii("ftp://jürgen@müller.example:21/f");
+  ASSERT_STREQ(once, expected);
+  EXPECT_STREQ(idn_url_toascii(once), expected);
+}
+
+TEST(IdnUrlToAscii, LooksAtAHostUpToTheLengthOfItsBuffer) {
+  std::string host = "shop.";
+  while (host.size() < 4095) host += "x.";
+  host.resize(4095);
+  EXPECT_EQ(idn_url_toascii((host + std::string(64, 'y')).c_str()), host);
+}
+
 TEST(IdnUrlToAscii, CutsALongUrlAtItsBuffer) {
   const std::string url = "http://shop.example/" + std::string(5000, 'p');
   EXPECT_EQ(idn_url_toascii(url.c_str()), url.substr(0, 4095));

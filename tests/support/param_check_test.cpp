@@ -30,7 +30,7 @@ TEST_P(ParamCheckDeathTest, AbortsBeforeThereIsAStatement) {
 }
 
 TEST_P(ParamCheckDeathTest, SaysWhere) {
-  EXPECT_EXIT(assert_plain_param(GetParam().key, "put", 42, "put_misc_param"),
+  EXPECT_EXIT(kem::assert_plain_param(GetParam().key, "put", 42, "put_misc_param"),
               testing::KilledBySignal(SIGABRT),
               testing::AllOf(testing::HasSubstr(" put:42: put_misc_param: "),
                              testing::HasSubstr(kAssertion)));
@@ -52,16 +52,16 @@ TEST(ParamCheck, AcceptsEveryOtherByte) {
     if (code != '\\' && code != '"' && code != '\'') key += static_cast<char>(code);
   }
   ASSERT_EQ(key.size(), 252U);
-  assert_plain_param(key.c_str(), "get", 1, "get_misc_param");
+  kem::assert_plain_param(key.c_str(), "get", 1, "get_misc_param");
 }
 
 TEST(ParamCheck, AcceptsAnEmptyKeyAndNull) {
-  assert_plain_param("", "get", 1, "get_misc_param");
-  assert_plain_param(nullptr, "get", 1, "get_misc_param");
+  kem::assert_plain_param("", "get", 1, "get_misc_param");
+  kem::assert_plain_param(nullptr, "get", 1, "get_misc_param");
 }
 
 TEST(ParamCheck, LooksAtNothingBehindTheNul) {
-  assert_plain_param("admin_email\0'", "get", 1, "get_misc_param");
+  kem::assert_plain_param("admin_email\0'", "get", 1, "get_misc_param");
 }
 
 }  // namespace

@@ -137,6 +137,14 @@ TEST(WordAndLineAfter, AreCutAtTheirBuffers) {
   }
 }
 
+TEST(WordAndLineAfter, TakeTheirOwnResultsAsInput) {
+  const std::string text = "a 1:2:" + std::string(3000, 'v');
+  EXPECT_EQ(get_line_after(get_line_after(text.c_str(), "a"), ":"), text.substr(4));
+  EXPECT_EQ(get_word_after(get_word_after(text.c_str(), "a"), ":"), text.substr(4));
+  EXPECT_STREQ(get_word_after("1 b 2", get_word_after("a b", "a")), "2");
+  EXPECT_STREQ(get_line_after("1 b 2", get_line_after("a b", "a")), " 2");
+}
+
 TEST(WordAndLineAfter, HaveBuffersOfTheirOwn) {
   const char* const word = get_word_after("key word", "key");
   const char* const line = get_line_after("key line\n", "key");

@@ -179,6 +179,25 @@ def plain_name(command):
     return TEMPORARY_NAME.sub(r"\1XXXXXX", command)
 
 
+# The order of an answer is spelled once for the program and for the explanation, so that their
+# agreement says nothing about it: these are held against what the order has to be.
+PURPOSES = ["forward", "notify", "attach", "reply"]
+SILENT = {"switched_off", "not_triggered", "never_replies", "limit_reached", "not_reached"}
+
+
+def check_order(rule):
+    """A rule's commands come in the one order, and none of them before the limiter agreed."""
+    purposes = [command["purpose"] for command in rule["commands"]]
+    assert purposes == [purpose for purpose in PURPOSES if purpose in purposes]
+    if rule["outcome"] in SILENT:
+        assert purposes == []
+        assert not {"forwarding", "attachments", "notification", "reply"} & rule.keys()
+    if rule["outcome"] in ("replies", "replies_with_notice", "quote_in_command"):
+        assert purposes[-1] == "reply"
+        assert ("attach" in purposes) == bool(rule.get("attachments", {}).get("found"))
+        assert ("forward" in purposes) == ("forwarding" in rule)
+
+
 def check_case(panel, case):
     """Foretells, runs, compares; returns the reasons and outcomes that came up."""
     panel.forget_commands()
@@ -202,6 +221,8 @@ def check_case(panel, case):
                        if rule["outcome"] in ("replies", "replies_with_notice")]
     assert (answer["verdict"] == "reply") == (replies != [])
     assert rows_of(panel) == rows_after(rows, answer)
+    for rule in answer["rules"]:
+        check_order(rule)
     outcomes = [rule["outcome"] for rule in answer["rules"]]
     assert (result.status == 1) == ("recipient_not_ascii" in outcomes)
     aborted = result.status < 0

@@ -217,7 +217,8 @@ def test_cannot_tell_what_cannot_be_read(panel):
                              capture_output=True)
     os.close(directory)
     assert process.returncode == 2
-    assert process.stderr == b"autoresponder-explain: Unable to read -\n"
+    assert process.stderr == (
+        b"autoresponder-explain: Unable to read standard input: Is a directory\n")
 
 
 def test_cannot_tell_when_nobody_takes_the_answer(panel):
@@ -245,6 +246,8 @@ def test_reads_its_command_line(panel, options, status, says):
     ([], "x-a@b", ("a@b", "environment")),
     ([], None, ("info@shop.example", "to")),
     (["--recipient", ""], None, ("", "option")),
+    (["--recipient="], "x-a@b", ("", "option")),
+    (["--recipient=", "-"], "x-a@b", ("", "option")),
 ])
 def test_takes_the_recipient_from(panel, options, recipient, want):
     told = panel.explain(message(), "--json", *options, recipient=recipient).answer()["message"]
@@ -338,6 +341,95 @@ def test_uses_colour_on_a_terminal_only(panel):
     assert b"\033[32mreplies\033[0m" in on_terminal(message())
     assert b"\033" not in panel.explain(message()).out
     assert b"\033" not in on_terminal(message(), "--json")
+
+
+@pytest.mark.parametrize("name, value, in_colour", [
+    ("NO_COLOR", "1", False), ("NO_COLOR", "", True), ("TERM", "dumb", False),
+    ("TERM", "xterm", True),
+])
+def test_uses_no_colour_where_nobody_wants_it(panel, monkeypatch, name, value, in_colour):
+    panel.rule()
+    monkeypatch.delenv("NO_COLOR", raising=False)
+    monkeypatch.setenv("TERM", "xterm")
+    monkeypatch.setenv(name, value)
+    assert (b"\033[" in on_terminal(message())) == in_colour
+
+
+def missing(sendmail):
+    sendmail.unlink()
+
+
+def not_executable(sendmail):
+    sendmail.chmod(0o644)
+
+
+@pytest.mark.parametrize("break_it", [missing, not_executable])
+def test_foretells_no_reply_without_sendmail(panel, break_it):
+    panel.forward(panel.rule(), "copy@colleague.example")
+    break_it(sandbox.QMAIL / "bin" / "sendmail")
+    result = panel.explain(message(), "--json")
+    (rule,) = result.answer()["rules"]
+    assert (result.status, rule["outcome"]) == (1, "no_sendmail")
+    assert [command["fate"] for command in rule["commands"]] == ["no_program", "no_program"]
+
+
+def test_tells_of_the_message_where_libidn_is_missing(panel):
+    panel.rule()
+    library = next(Path("/usr/lib").glob("*/libidn.so.12"))
+    subprocess.run(["mount", "--bind", "/dev/null", library.resolve()], check=True)
+    try:
+        result = panel.explain(message(), "--json")
+    finally:
+        subprocess.run(["umount", library.resolve()], check=True)
+    answer = result.answer()
+    assert (result.status, answer["reason"]) == (2, "library_gives_up")
+    assert answer["message"]["sender"] == "otto@customer.example"
+    assert answer["mailbox"]["mail_name"] == "info"
+    assert b"Unable to load libidn: " in result.err
+
+
+def test_says_nothing_of_a_limiter_that_could_not_be_asked(panel):
+    panel.rule()
+    panel.sql("drop table resp_freq")
+    (rule,) = panel.explain(message(), "--json").answer()["rules"]
+    assert rule["outcome"] == "statement_fails" and "limiter" not in rule
+
+
+def test_an_empty_rule_is_no_rule(panel):
+    panel.rule()
+    result = panel.explain(message(), "--json", "--rule=")
+    assert (result.status, result.answer()["reason"]) == (2, "no_such_rule")
+
+
+def test_names_itself_in_errors_of_the_command_line(panel):
+    result = panel.explain(b"", "--nonsense\033[2J")
+    assert result.status == 2
+    assert result.err.startswith(b"autoresponder-explain: ")
+    assert rb"\x1B[2J" in result.err and b"\033" not in result.err
+
+
+def test_says_why_a_file_cannot_be_read(panel):
+    result = panel.explain(b"", "/nonexistent/message")
+    assert (result.status, result.err) == (
+        2, b"autoresponder-explain: Unable to read /nonexistent/message: No such file or directory\n")
+
+
+def test_ends_with_its_verdict_where_the_reader_has_enough(panel):
+    panel.rule(text="x" * 60000)
+    process = subprocess.Popen([EXPLAIN, "--recipient", "info@shop.example", "--show-reply"],
+                               stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    process.stdout.close()
+    err = process.communicate(message())[1]
+    assert (process.returncode, err) == (0, b"")
+
+
+def test_json_does_not_steer_a_terminal(panel):
+    panel.rule()
+    text = "From: a@b\nSubject: \u009b31m \u202e \x7f ü\n\nbody\n".encode()
+    shown = on_terminal(text, "--json")
+    assert shown.isascii() and b"\x7f" not in shown
+    assert b"\\u009b31m \\u202e" in shown
+    assert "ü".encode() in panel.explain(text, "--json").out
 
 
 def test_shows_strangers_bytes_as_text(panel):
@@ -567,4 +659,5 @@ def test_is_described_in_its_help(panel):
     shown = panel.explain(b"", "--help").out.decode()
     for option in ("--recipient", "--rule", "--json", "--show-reply", "--version", "--help"):
         assert option in shown
-    assert CHECKOUT.joinpath("explain", "options.cpp").read_text().count('"--') == 6
+    source = CHECKOUT.joinpath("explain", "options.cpp").read_text()
+    assert len(re.findall(r'_(?:option|flag)\("--', source)) == 6

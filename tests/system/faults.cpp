@@ -6,18 +6,22 @@
 //   CALL#N          the Nth call fails (from 1)
 //   malloc=SIZE     the allocation of exactly SIZE bytes fails
 //   signal=S@N      signal number S arrives in front of the Nth of all these calls
+//   stop=PID@N      process PID is stopped in front of the Nth of all these calls
+//   silence=S       the database may be silent for S seconds
 //   kill=PID@N      process PID is killed in front of the Nth of all these calls
 // where CALL is mkstemp, popen, system, mysql_init, mysql_real_query (which every statement passes,
 // the four of the session among them), mysql_store_result, mysql_fetch_row or iconv_close, or
 // null_columns for a row whose columns are all NULL. A failing query reaches
 // the server as one that it does not understand.
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <iterator>
 #include <unistd.h>
 
 #include <iconv.h>
@@ -55,6 +59,7 @@ bool fails(const char* name, int& calls) {
   int x = 0;
   ++all_calls;
   if (is_due("signal", all_calls, x)) raise(x);
+  if (is_due("stop", all_calls, x)) kill(x, SIGSTOP);
   if (is_due("kill", all_calls, x)) {
     kill(x, SIGKILL);
     usleep(50000);  // it takes the server a moment to be gone
@@ -104,6 +109,16 @@ void* mysql_init(void* handle) {
   static int calls = 0;
   if (fails("mysql_init", calls)) return nullptr;
   return next<void* (*)(void*)>("mysql_init")(handle);
+}
+
+int mysql_options(void* handle, int option, const void* value) {
+  constexpr int kTimeouts[] = {0, 11, 12};  // to connect, to read, to write
+  const char* const silence = fault("silence");
+  const unsigned seconds = silence != nullptr ? static_cast<unsigned>(atoi(silence)) : 0;
+  const bool is_timeout =
+      std::find(std::begin(kTimeouts), std::end(kTimeouts), option) != std::end(kTimeouts);
+  return next<int (*)(void*, int, const void*)>("mysql_options")(
+      handle, option, is_timeout && silence != nullptr ? &seconds : value);
 }
 
 int mysql_real_query(void* handle, const char* statement, unsigned long length) {

@@ -1,6 +1,7 @@
 """What the world does to a run: a table of injected faults, and what an operator finds afterwards."""
 
 import os
+import re
 import resource
 import signal
 import subprocess
@@ -344,3 +345,54 @@ def test_a_broken_pipe_at_any_call_changes_nothing(panel):
 
 def test_nothing_of_the_tests_themselves_is_left():
     assert Path("/tmp").is_dir() and os.listdir("/tmp") == []
+
+
+# --- a server that says nothing --------------------------------------------------------------------
+
+LOST = rb"(Lost connection to|MySQL server has gone away|Server has gone away).*"
+
+
+@pytest.fixture
+def stopped_later(panel):
+    """Lets the server go on after the test, however the run ended."""
+    yield panel
+    os.kill(panel.database.process.pid, signal.SIGCONT)
+
+
+def test_a_server_that_accepts_and_says_nothing_is_given_up(stopped_later):
+    panel = stopped_later
+    busy_rule(panel)
+    os.kill(panel.database.process.pid, signal.SIGSTOP)
+    result = panel.run(message(), faults="silence=1", timeout=20)
+    assert result.status == 0
+    assert re.match(rb"autoresponder: Unable to connect to Quern Database: .*\n", result.err)
+    assert result.err.endswith(NO_DATABASE)
+    assert panel.temporary_files() == []
+    assert panel.mails() == []
+
+
+# In front of every second call that the faults library sees, statements and rows among them.
+@pytest.mark.parametrize("call", range(2, 31, 2))
+def test_a_server_that_falls_silent_ends_the_run_as_one_that_dies(stopped_later, call):
+    panel = stopped_later
+    busy_rule(panel)
+    result = panel.run(message(), faults=f"silence=1 stop={panel.database.process.pid}@{call}",
+                       timeout=30)
+    os.kill(panel.database.process.pid, signal.SIGCONT)
+    assert result.status == 0
+    assert panel.temporary_files() == []
+    assert whole(panel)
+    assert REPLY in sent(panel) or re.search(LOST, result.err)
+
+
+def test_a_table_that_stays_locked_ends_the_run(panel):
+    panel.rule()
+    lock = panel.start_sql("lock tables resp_freq write; select sleep(100);")
+    wait_until(lambda: "resp_freq" in panel.sql("show open tables where in_use > 0"))
+    try:
+        result = panel.run(message(), faults="silence=1", timeout=20)
+    finally:
+        panel.end_sql(lock, "sleep(100)")
+    assert result.status == 0
+    assert re.fullmatch(rb"autoresponder: Unable to exec query :" + LOST + rb"\n", result.err)
+    assert panel.mails() == []

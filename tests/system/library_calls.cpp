@@ -66,10 +66,27 @@ void print_domain_status(const Call& c) {
   if (result == 0) print(static_cast<long>(status));
 }
 
+// The result of every routine that returns a text, looked at after all of them were called.
+void print_kept_results(const Call& c) {
+  st_mysql* const connection = c.connection;
+  for (const char* result :
+       {query_value("select 'query'", connection, 0),
+        get_table_value("1", "clients", "id", "login", connection), get_misc_param("n", connection),
+        get_domain_htype("1", connection), get_ip_address("1", connection),
+        get_dom_param("1", "colour", connection), get_domain_param("1", "size", connection),
+        get_service_param("1", "mail", "port", connection),
+        get_domain_limit("1", "max_box", connection), get_client_email("1", connection),
+        get_dom_id("shop.example", connection, true), get_domain_name("shop.example"),
+        get_dns_zone_id("1", connection)}) {
+    print(result);
+  }
+}
+
 const std::map<std::string, Routine> kRoutines = {
+    {"results_kept", print_kept_results},
     {"query_value",
      [](const Call& c) {
-       print(query_value(c[0], c.connection, static_cast<unsigned>(atoi(c[1]))));
+       print(query_value(c[0], c.connection, static_cast<unsigned>(strtoul(c[1], nullptr, 10))));
      }},
     {"query_first_value", one_key(query_first_value)},
     {"get_table_value",

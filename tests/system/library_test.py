@@ -41,8 +41,12 @@ class Row:
                  warning, failed="null", key=None, fatal=False, nulled=None):
         self.name, self.arguments, self.statement, self.found = name, arguments, statement, found
         self.none, self.null, self.connect, self.failed = none, null or none, connect, failed
-        self.warning = warning.format(key, ERROR) if key else warning.format(ERROR)
+        self.key, self.text = key, warning
+        self.warning = self.warning_about(key)
         self.fatal, self.nulled = fatal, nulled
+
+    def warning_about(self, key):
+        return self.text.format(key, ERROR) if self.key else self.text.format(ERROR)
 
     def __repr__(self):
         return self.name
@@ -226,6 +230,26 @@ def test_a_failing_statement_is_reported(library, row, how):
     reported(outcome, row.warning, 1 if row.fatal else 0)
 
 
+@pytest.mark.parametrize("row, how", [(r, h) for r, h in ALL if r.key], ids=str)
+def test_a_failing_statement_for_a_null_key_is_reported(library, row, how):
+    arguments = ["NULL" if argument == row.key else argument for argument in row.arguments]
+    outcome = call(how, row.name, *arguments, faults=f"mysql_real_query#{SESSION + 1}")
+    assert outcome.result == row.failed
+    reported(outcome, row.warning_about("(null)"))
+
+
+@pytest.mark.parametrize("row, how", [(r, h) for r, h in ALL if r not in WRITERS
+                                      and r.name not in ("get_next_id", "set_domain_status")],
+                         ids=str)
+def test_a_null_key_is_looked_for_as_a_text(library, row, how):
+    arguments = ["NULL", *row.arguments[1:]]
+    outcomes = []
+    sent = library.statements(lambda: outcomes.append(call(how, row.name, *arguments)))
+    assert sent[SESSION:] == [re.sub(rf"(['\"]){re.escape(row.arguments[0])}\1", r"\1(null)\1",
+                                     row.statement, count=1)]
+    assert outcomes[0].result == row.none
+
+
 @pytest.mark.parametrize("row", READERS + WRITERS, ids=str)
 def test_a_missing_connection_is_reported(library, row):
     sandbox.SHADOW.unlink()
@@ -280,6 +304,41 @@ def test_what_the_writers_wrote_can_be_read(library):
         assert call("own", "get_domain_param", "1", "n").result == f'"{value}"'
         assert call("own", "del_parameter", "7", "n", value).result == "0"
         assert call("own", "get_domain_param", "1", "n").result == '""'
+
+
+@pytest.mark.parametrize("how", ["own", "given"])
+@pytest.mark.parametrize("name, table", [
+    ("put_dom_param", "dom_param"), ("put_parameter", "Parameters")])
+def test_a_missing_value_is_not_written(library, how, name, table):
+    outcomes = []
+    sent = library.statements(lambda: outcomes.append(call(how, name, "1", "n", "NULL")))
+    assert sent[SESSION:] == []
+    assert outcomes[0].result == "-1"
+    reported(outcomes[0], f"Unable to put parameter n into {table}: there is no value\n")
+
+
+@pytest.mark.parametrize("largest, following", [
+    ("-5", "-4"), ("9223372036854775806", "9223372036854775807")])
+def test_the_next_id(library, largest, following):
+    library.sql(f"alter table domains modify id bigint; update domains set id = {largest}")
+    outcome = call("own", "get_next_id", "domains")
+    assert (outcome.result, outcome.err) == (following, "")
+
+
+@pytest.mark.parametrize("largest", ["9223372036854775807", "18446744073709551615"])
+def test_after_the_largest_number_there_is_no_next_id(library, largest):
+    library.sql(f"alter table domains modify id bigint unsigned; update domains set id = {largest}")
+    outcome = call("own", "get_next_id", "domains")
+    assert outcome.result == "0"
+    reported(outcome, f"Unable to define max id: there is no number after {largest}\n")
+
+
+def test_each_routine_has_a_result_buffer_of_its_own(library):
+    library.sql("update clients set email = ''; update misc set val = 'admin@panel.example';"
+                "insert into misc values ('n', 'setting')")
+    assert call("given", "results_kept").result == \
+        '"query" "shop" "setting" "vrt_hst" "192.0.2.7" "blue" "large" "8080" "25"' \
+        ' "admin@panel.example" "1" "shop.example" "9"'
 
 
 @pytest.mark.parametrize("value, result", [
@@ -408,6 +467,13 @@ def test_get_dom_id_of_an_unknown_domain(library):
         reported(outcome, "get_dom_id(): domains record not found in DB for 'nowhere.example'\n", 1)
 
 
+def test_get_dom_id_of_null(library):
+    assert call("own", "get_dom_id", "NULL", "quiet").result == "null"
+    outcome = call("own", "get_dom_id_strict", "NULL")
+    assert outcome.result == ""
+    reported(outcome, "get_dom_id(): domains record not found in DB for '(null)'\n", 1)
+
+
 def test_get_dom_id_of_a_name_without_an_ascii_form(library):
     reported(call("own", "get_dom_id", "x" * 64 + ".example", "quiet"),
              "idn_toascii() failed: Invalid length\n", 1)
@@ -463,6 +529,8 @@ def test_query_value(library, how):
     assert call(how, "query_value", "select 'a', 'b', NULL", "1").result == '"b"'
     assert call(how, "query_value", "select 'a', 'b', NULL", "2").result == '""'
     assert call(how, "query_value", "select 1 from domains where 0", "0").result == '""'
+    assert call(how, "query_value", "select 'a', 'b'", "2").result == '""'
+    assert call(how, "query_value", "select 'a', 'b'", "4294967295").result == '""'
     assert call(how, "query_first_value", "select 'a', 'b'").result == '"a"'
     outcome = call(how, "query_first_value", "nonsense")
     assert outcome.result == "null"
@@ -481,6 +549,20 @@ def test_probing_asks_once(library):
     sent = library.statements(lambda: call("given", "db_probe_utf8_mode"))
     assert len(sent) == SESSION
     assert len(library.statements(lambda: call("own", "db_probe_utf8_mode"))) == SESSION
+
+
+@pytest.mark.parametrize("setting, mode", [("true", "1"), ("false", "0")])
+def test_the_mode_is_known_even_where_the_session_could_not_be_set_to_it(library, setting, mode):
+    library.sql(f"insert into misc values ('mysql41_compatible', '{setting}')")
+    outcome = call("own", "db_probe_utf8_mode", faults=f"mysql_real_query#{SESSION}")
+    assert outcome.result == mode
+    reported(outcome, f"DB error (set names query) 1064: {ERROR}\n")
+
+
+def test_the_mode_stays_unknown_where_the_setting_cannot_be_read(library):
+    outcome = call("own", "db_probe_utf8_mode", faults=f"mysql_real_query#{SESSION - 1}")
+    assert outcome.result == "-1"
+    reported(outcome, f"DB error (mysql41 compatible query) 1064: {ERROR}\n")
 
 
 def test_probing_without_a_database_leaves_the_mode_unknown(library):

@@ -1,0 +1,18 @@
+#ifndef SUPPORT_CONF_TEXT_H
+#define SUPPORT_CONF_TEXT_H
+
+#include <cstddef>
+
+namespace kem {
+
+/// Splits `text`, which has a NUL after its `length` bytes, into lines, in place: each newline and
+/// the white space before it become NULs.
+void cut_conf_lines(char* text, size_t length);
+
+/// The value of `key` (NUL-terminated) in a text that `cut_conf_lines` has split, or null. It
+/// points into the text.
+const char* find_conf_value(const char* text, size_t length, const char* key);
+
+}  // namespace kem
+
+#endif

@@ -1,0 +1,10 @@
+# find_package(kem-support) defines the target kem::support.
+include(CMakeFindDependencyMacro)
+find_dependency(PkgConfig)
+pkg_check_modules(KEM_MARIADB QUIET IMPORTED_TARGET libmariadb)
+if(NOT KEM_MARIADB_FOUND)
+  set(kem-support_FOUND FALSE)
+  set(kem-support_NOT_FOUND_MESSAGE "pkg-config finds no libmariadb")
+  return()
+endif()
+include(${CMAKE_CURRENT_LIST_DIR}/kem-support-targets.cmake)
