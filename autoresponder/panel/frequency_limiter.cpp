@@ -59,11 +59,23 @@ class Memory {
   }
 
   void Remember() const {
+    if (!counts_) FailAsTheInsertWould();
     Write(joined(
         {"insert into resp_freq set rn_id=", rule_id_, ", email='", sender_.view(), "', num=1"}));
   }
 
  private:
+  // A strict server refuses a sender that is longer than the column.
+  void FailAsTheInsertWould() const {
+    constexpr unsigned kDataTooLong = 1406;
+    Rows rows = database_.Query(
+        joined({"select 1 from information_schema.columns where table_schema=database() and "
+                "table_name='resp_freq' and column_name='email' and @@sql_mode like '%STRICT%' and "
+                "char_length(convert('",
+                sender_.view(), "' using utf8mb4))>character_maximum_length"}));
+    if (!rows.IsEmpty()) database_.Refuse("Data too long for column 'email'", kDataTooLong);
+  }
+
   Rows Select(const char* what) const {
     return database_.Query(joined({"select ", what, " from resp_freq", of_rule_, OfWhichDays()}));
   }

@@ -35,6 +35,10 @@ void PanelDatabase::Execute(const std::string& statement) {
   if (!Send(statement)) Fail(std::string(kExecDiagnostic) + error());
 }
 
+void PanelDatabase::Refuse(const char* words, unsigned error) {
+  throw PanelFailure(std::string(kExecDiagnostic) + words, error);
+}
+
 EscapedText PanelDatabase::Escape(const std::string& text) {
   return EscapedText(sql_escape(handle(), text.c_str()));
 }

@@ -75,6 +75,9 @@ class PanelDatabase {
   /// Runs a statement without rows; a failure throws as in `Query`.
   void Execute(const std::string& statement);
 
+  /// Throws what a statement throws that the server refuses with these words and this error number.
+  [[noreturn]] static void Refuse(const char* words, unsigned error);
+
   /// `text` (up to its first NUL) escaped.
   EscapedText Escape(const std::string& text);
 

@@ -388,6 +388,24 @@ def test_tells_of_the_message_where_libidn_is_missing(panel):
     assert b"Unable to load libidn: " in result.err
 
 
+@pytest.mark.parametrize("mode, length, outcome", [
+    ("STRICT_TRANS_TABLES", 400, "statement_fails"), ("STRICT_ALL_TABLES", 400, "statement_fails"),
+    ("STRICT_TRANS_TABLES", 100, "replies"), ("", 400, "replies"),
+])
+def test_foretells_that_a_strict_server_refuses_a_long_sender(panel, mode, length, outcome):
+    panel.rule()
+    text = message(sender="x" * length + "@customer.example")
+    panel.sql(f"set global sql_mode='{mode}'")
+    try:
+        (rule,) = panel.explain(text, "--json").answer()["rules"]
+        result = panel.run(text)
+    finally:
+        panel.sql("set global sql_mode=''")
+    assert rule["outcome"] == outcome
+    assert (b"Data too long for column 'email'" in result.err) == (outcome == "statement_fails")
+    assert (panel.mails() == []) == (outcome == "statement_fails")
+
+
 def test_says_nothing_of_a_limiter_that_could_not_be_asked(panel):
     panel.rule()
     panel.sql("drop table resp_freq")
