@@ -1,7 +1,9 @@
 #include "autoresponder/run/termination.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <iterator>
 
 #include "autoresponder/reply/file_writer.h"
 #include "autoresponder/run/temporary_files.h"
@@ -9,15 +11,20 @@
 
 namespace {
 
-// Every signal that may be sent to a process and ends it, and is no sign of a defect in it.
-constexpr int kSignals[] = {SIGTERM, SIGINT,  SIGHUP,  SIGQUIT, SIGALRM, SIGVTALRM, SIGPROF,
+// Whether the signal may be sent to a process, ends one that does not expect it, and is no sign of
+// a defect in it.
+bool is_termination(int signal) {
+  constexpr int kNamed[] = {SIGTERM, SIGINT,  SIGHUP,  SIGQUIT, SIGALRM, SIGVTALRM, SIGPROF,
                             SIGUSR1, SIGUSR2, SIGXCPU, SIGIO,   SIGPWR,  SIGSTKFLT};
+  const bool is_named = std::find(std::begin(kNamed), std::end(kNamed), signal) != std::end(kNamed);
+  return is_named || signal >= SIGRTMIN;
+}
 
-sigset_t termination_signals() {
-  sigset_t set;
-  sigemptyset(&set);
-  for (const int signal : kSignals) sigaddset(&set, signal);
-  return set;
+template <class Visit>
+void for_each_termination(const Visit& visit) {
+  for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+    if (is_termination(signal)) visit(signal);
+  }
 }
 
 // The signal that is raised here ends the process as soon as the handler returns. Until then it and
@@ -41,12 +48,13 @@ void end_writer_by(int signal) {
 void handle_termination_signals(void (*handler)(int)) {
   struct sigaction action {};
   action.sa_handler = handler;
-  action.sa_mask = termination_signals();
-  for (const int signal : kSignals) {
+  sigemptyset(&action.sa_mask);
+  for_each_termination([&action](int signal) { sigaddset(&action.sa_mask, signal); });
+  for_each_termination([&action](int signal) {
     struct sigaction before {};
     sigaction(signal, nullptr, &before);
     if (before.sa_handler != ignore_signal) sigaction(signal, &action, nullptr);
-  }
+  });
 }
 
 }  // namespace

@@ -90,6 +90,7 @@ KINDS = {
     "words": lambda size: subject(times(word("utf-8", b"x") + b" ", size)),
     "almost words": lambda size: subject(times(b"=?utf-8?", size)),
     "question marks": lambda size: subject(b"=?utf-8?Q?" + times(b"?", size)),
+    "unencoded word in TSCII": lambda size: subject(word("TSCII", times(b"\x82", size), "Q")),
     "charsets in turn": lambda size: subject(b"".join(itertools.islice(
         itertools.cycle([word(name, b"a", "Q") + b" x " for name in CHARSETS]),
         size // 25))),

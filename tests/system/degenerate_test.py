@@ -30,6 +30,7 @@ print(usage.ru_maxrss, usage.ru_utime + usage.ru_stime, os.waitstatus_to_exitcod
 MOST_MEMORY = {
     "quoted backslashes": 5.2, "sender of quotes": 5.2, "long sender": 3.2, "sender of words": 3.2,
     "sender of labels": 3.2, "charset suffixes in a word": 3.2, "word in TSCII": 9,
+    "unencoded word in TSCII": 14,
     "word in IBM437": 4.3, "word in windows-1252": 4.3, "word in IBM1390": 4.3,
     "word in SHIFT_JISX0213": 3.8, "word in ISO-8859-1": 3.6, "word in EUC-JISX0213": 3.1,
     "word in UTF-16": 3.2,

@@ -13,7 +13,8 @@ from conftest import message, wait_until
 SIGNALS = [signal.SIGTERM, signal.SIGINT, signal.SIGHUP]
 # The others that end a process that does not expect them and are no sign of a defect in it.
 RARE_SIGNALS = [signal.SIGQUIT, signal.SIGALRM, signal.SIGVTALRM, signal.SIGPROF, signal.SIGUSR1,
-                signal.SIGUSR2, signal.SIGXCPU, signal.SIGIO, signal.SIGPWR, signal.SIGSTKFLT]
+                signal.SIGUSR2, signal.SIGXCPU, signal.SIGIO, signal.SIGPWR, signal.SIGSTKFLT,
+                signal.SIGRTMIN, signal.SIGRTMIN + 3, signal.SIGRTMAX]
 HANGING = "#!/bin/sh\necho $$ >/run/panel/hangs.new\nmv /run/panel/hangs.new /run/panel/hangs\n" \
           "exec /bin/sleep 100\n"
 HANGS = Path("/run/panel/hangs")
