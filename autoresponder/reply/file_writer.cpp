@@ -53,7 +53,7 @@ void limit_file_size(uint64_t bytes) {
 }
 
 [[noreturn]] void be_writer(const std::function<void()>& write, const WriterLimits& limits) {
-  setpgid(0, 0);
+  setsid();  // without a terminal, which may stop background processes that write to it
   reset_handlers();
   sigset_t none;
   sigemptyset(&none);
@@ -67,10 +67,7 @@ pid_t start_writer(const std::function<void()>& write, const WriterLimits& limit
   const SignalBlock block;
   const pid_t writer = fork();
   if (writer == 0) be_writer(write, limits);
-  if (writer > 0) {
-    setpgid(writer, writer);
-    writer_group = writer;
-  }
+  if (writer > 0) writer_group = writer;
   return writer;
 }
 
@@ -100,11 +97,15 @@ class ChildSignal {
   sigset_t before_{};
 };
 
-// Whether the process ended before its time was over.
+// Whether the process ended before its time was over. It is not waited for yet: as long as it is
+// not, its number is nobody else's.
 bool ended_in_time(pid_t writer, const ChildSignal& child, std::chrono::seconds time) {
   const auto end = std::chrono::steady_clock::now() + time;
   for (;;) {
-    if (waitpid(writer, nullptr, WNOHANG) != 0) return true;
+    siginfo_t ended{};
+    const int result =
+        waitid(P_PID, static_cast<id_t>(writer), &ended, WEXITED | WNOHANG | WNOWAIT);
+    if (result != 0 || ended.si_pid != 0) return true;
     if (std::chrono::steady_clock::now() >= end) return false;
     child.WaitUntil(end);
   }
@@ -115,18 +116,21 @@ bool ended_in_time(pid_t writer, const ChildSignal& child, std::chrono::seconds 
 void end_file_writer() {
   const pid_t group = writer_group;
   if (group == 0) return;
-  prctl(PR_SET_CHILD_SUBREAPER, 1);  // to inherit its orphans, so that we can wait for them
+  kill(group, SIGKILL);  // it may not have a group of its own yet
   kill(-group, SIGKILL);
+  while (waitpid(group, nullptr, 0) < 0 && errno == EINTR) {
+  }
   while (waitpid(-group, nullptr, 0) > 0 || errno == EINTR) {
   }
 }
 
 bool run_file_writer(const std::function<void()>& write, const WriterLimits& limits) {
   const ChildSignal child;
+  prctl(PR_SET_CHILD_SUBREAPER, 1);  // to inherit its orphans, so that we can wait for them
   const pid_t writer = start_writer(write, limits);
-  if (writer < 0) return true;
-  const bool in_time = ended_in_time(writer, child, limits.time);
-  if (!in_time) end_file_writer();
+  const bool in_time = writer < 0 || ended_in_time(writer, child, limits.time);
+  end_file_writer();  // also what a shell that was killed has left
   writer_group = 0;
+  prctl(PR_SET_CHILD_SUBREAPER, 0);
   return in_time;
 }

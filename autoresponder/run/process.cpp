@@ -1,5 +1,6 @@
 #include "autoresponder/run/process.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -7,6 +8,7 @@
 #include <grp.h>
 #include <initializer_list>
 #include <malloc.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
@@ -42,22 +44,28 @@ struct LeastLimit {
   decltype(RLIMIT_STACK) resource;
   rlim_t least;
   const char* name;
+  bool is_required;
 };
 
 constexpr rlim_t kMebibyte = rlim_t{1} << 20;
 
 constexpr LeastLimit kLeastLimits[] = {
-    {RLIMIT_STACK, 8 * kMebibyte, "stack"},        {RLIMIT_FSIZE, RLIM_INFINITY, "file size"},
-    {RLIMIT_CPU, RLIM_INFINITY, "processor time"}, {RLIMIT_AS, 64 * kMebibyte, "address space"},
-    {RLIMIT_DATA, 64 * kMebibyte, "data"},         {RLIMIT_NOFILE, 64, "descriptors"},
+    {RLIMIT_STACK, 8 * kMebibyte, "stack", true},
+    {RLIMIT_FSIZE, RLIM_INFINITY, "file size", true},
+    {RLIMIT_CPU, RLIM_INFINITY, "processor time", true},
+    {RLIMIT_AS, 1024 * kMebibyte, "address space", false},
+    {RLIMIT_DATA, 1024 * kMebibyte, "data", false},
+    {RLIMIT_NOFILE, 64, "descriptors", true},
 };
 
 void raise_limit(const LeastLimit& limit) {
   struct rlimit now {};
   if (getrlimit(limit.resource, &now) == 0 && now.rlim_cur >= limit.least) return;
-  const rlimit raised{limit.least, now.rlim_max > limit.least ? now.rlim_max : limit.least};
+  const rlimit raised{limit.least, std::max(now.rlim_max, limit.least)};
   if (setrlimit(limit.resource, &raised) == 0) return;
-  report_error(1, 0, "The caller's limit on %s is too low", limit.name);
+  if (limit.is_required) report_error(1, 0, "The caller's limit on %s is too low", limit.name);
+  now.rlim_cur = now.rlim_max;
+  setrlimit(limit.resource, &now);
 }
 
 // A command that crashed would write a core file with the run's data as root.
@@ -67,7 +75,25 @@ void reset_limits() {
   for (const LeastLimit& limit : kLeastLimits) raise_limit(limit);
 }
 
+// They would be inherited by commands, and could leave too few for the run in the middle of it.
+void close_descriptors() {
+  constexpr unsigned kFirst = STDERR_FILENO + 1;
+  if (close_range(kFirst, ~0U, 0) == 0) return;
+  struct rlimit now {};
+  const bool is_known = getrlimit(RLIMIT_NOFILE, &now) == 0 && now.rlim_max < 65536;
+  const int end = is_known ? static_cast<int>(now.rlim_max) : 65536;
+  for (int descriptor = kFirst; descriptor < end; ++descriptor) close(descriptor);
+}
+
+// How late the kernel may wake a process outlives exec. This is its default, in nanoseconds.
+void wake_in_time() {
+  constexpr unsigned long kDefaultSlack = 50000;
+  prctl(PR_SET_TIMERSLACK, kDefaultSlack);
+}
+
 void leave_caller() {
+  close_descriptors();
+  wake_in_time();
   reset_environment();
   reset_limits();
   [[maybe_unused]] const int groups = setgroups(0, nullptr);

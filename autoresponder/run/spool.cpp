@@ -1,6 +1,7 @@
 #include "autoresponder/run/spool.h"
 
 #include <cerrno>
+#include <poll.h>
 #include <unistd.h>
 #include <utility>
 
@@ -8,13 +9,20 @@ namespace {
 
 constexpr size_t kBlock = size_t{64} << 10;
 
+// The caller may have made standard input one that does not wait.
+void wait_for_input() {
+  pollfd input{STDIN_FILENO, POLLIN, 0};
+  poll(&input, 1, -1);
+}
+
 // Waits for more and takes what there is of it, at most a block; 0 at the end.
 size_t read_block(char* block) {
-  ssize_t length = 0;
-  do {
-    length = read(STDIN_FILENO, block, kBlock);
-  } while (length < 0 && errno == EINTR);
-  return length > 0 ? static_cast<size_t>(length) : 0;
+  for (;;) {
+    const ssize_t length = read(STDIN_FILENO, block, kBlock);
+    if (length >= 0) return static_cast<size_t>(length);
+    if (errno == EAGAIN) wait_for_input();
+    if (errno != EINTR && errno != EAGAIN) return 0;
+  }
 }
 
 }  // namespace

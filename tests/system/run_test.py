@@ -1,6 +1,7 @@
 """The run as a whole: configuration, identity, intake failures, loop guards, the way out."""
 
 import os
+import time
 
 import pytest
 
@@ -136,3 +137,16 @@ def test_leaves_its_own_environment_to_its_commands(panel):
     panel.rule()
     panel.run(message(), env={"QMAILINJECT": "f", "LANG": "C.UTF-8"})
     assert b"QMAILINJECT=f" in panel.mails()[0].environment
+
+
+def test_waits_for_a_message_from_a_pipe_that_does_not(panel):
+    panel.rule()
+    process = panel.start(preexec_fn=lambda: os.set_blocking(0, False))
+    process.stdin.write(b"From: otto@customer.example\nSubject: a part")
+    process.stdin.flush()
+    time.sleep(0.2)
+    process.stdin.write(b" and the rest\n\nbody\n")
+    process.stdin.close()
+    assert process.wait(timeout=20) == 0
+    (mail,) = panel.mails()
+    assert b"Subject: Re: a part and the rest\n" in mail.message
