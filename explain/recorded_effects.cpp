@@ -6,6 +6,7 @@
 #include "autoresponder/run/temporary_files.h"
 #include "support/base/owned.h"
 #include "support/idn.h"
+#include "support/libidn.h"
 
 namespace {
 
@@ -38,6 +39,7 @@ std::string RecordedEffects::LineOfRun(std::string line) const {
 }
 
 bool RecordedEffects::Count(const ResponderRule& rule) {
+  load_libidn();  // as the run does, which ends here without it
   facts_.limiter = consult_limiter(database_, message_, rule.id, rule.ans_freq, rule.mem_limit,
                                    LimiterMode::kLook);
   return allows_reply(*facts_.limiter);

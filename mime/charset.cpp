@@ -148,7 +148,7 @@ void convert_charset_in_pieces(std::string_view text, const std::string& from_ch
   }
   const ShortWay short_way(to_charset, from_charset);
   Progress progress(text, replace_invalid, sink);
-  while (short_way.Take(progress.text(), sink) && progress.goes_on() && !progress.text().empty()) {
+  while (progress.goes_on() && short_way.Take(progress.text(), sink) && !progress.text().empty()) {
     if (!progress.Advance(converter)) {
       throw quern::ExError(joined({"Conversion from ", from_charset, " to ", to_charset}));
     }

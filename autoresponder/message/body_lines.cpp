@@ -19,7 +19,9 @@ class PiecewiseSearch {
   // Looks at one more piece; false when the key was found.
   bool LookAt(std::string_view piece) {
     window_ += piece;
-    if (window_.size() >= kWindow + key_.size()) Search();
+    // As much new text as the key has, so that a long key is not looked for in little text again
+    // and again.
+    if (window_.size() >= key_.size() + std::max(kWindow, key_.size())) Search();
     return line_ == 0;
   }
 

@@ -261,6 +261,16 @@ TEST(Charset, StopsWhereTheReceiverWantsNoMore) {
                               [&pieces](std::string_view) { return ++pieces < 3; });
     EXPECT_EQ(pieces, 3) << from;
   }
+  std::string got;
+  convert_charset_in_pieces(
+      "a\xFF"
+      "bbb\xFF"
+      "ccc",
+      "UTF-8", "UTF-8", true, [&got](std::string_view piece) {
+        got += piece;
+        return piece != "?";
+      });
+  EXPECT_EQ(got, "a?");
 }
 
 TEST(Charset, ClosesEveryConversionThatItOpens) {

@@ -373,8 +373,11 @@ def test_foretells_no_reply_without_sendmail(panel, break_it):
     assert [command["fate"] for command in rule["commands"]] == ["no_program", "no_program"]
 
 
-def test_tells_of_the_message_where_libidn_is_missing(panel):
-    panel.rule()
+@pytest.mark.parametrize("is_answered_already", [False, True])
+def test_tells_of_the_message_where_libidn_is_missing(panel, is_answered_already):
+    rule = panel.rule(ans_freq=1)
+    if is_answered_already:
+        panel.sql(f"insert into resp_freq set rn_id={rule}, email='otto@customer.example', num=1")
     library = next(Path("/usr/lib").glob("*/libidn.so.12"))
     subprocess.run(["mount", "--bind", "/dev/null", library.resolve()], check=True)
     try:

@@ -135,6 +135,13 @@ TEST(BodyLines, FindAKeyLongerThanWhatIsSearchedAtOnce) {
   EXPECT_EQ(lines.FirstWith(key + "k"), 0U);
 }
 
+TEST(BodyLines, AreSearchedForALongKeyInLinearTime) {
+  const auto text = shared(std::string(20000000, 'a') + "\xE4");
+  const BodyLines lines(*text, text, "ISO-8859-15");
+  EXPECT_EQ(lines.FirstWith(std::string(9000000, 'a') + "b"), 0U);
+  EXPECT_EQ(lines.FirstWith(std::string(9000000, 'a')), 1U);
+}
+
 TEST(BodyLines, AreSearchedInAnotherCharsetInLinearTime) {
   const auto text = shared(std::string(2000000, 'a') + "\xE4");
   const BodyLines lines(*text, text, "KOI8-R");
