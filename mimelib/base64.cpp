@@ -3,9 +3,9 @@
 #include <string>
 #include <string_view>
 
-#include "mimelib/bytes.h"
 #include "mimelib/decode.h"
 #include "mimelib/view.h"
+#include "support/base/growing_bytes.h"
 
 #if defined __x86_64__ && !defined WITHOUT_SSE
 #include <cpuid.h>
@@ -250,7 +250,7 @@ int DwDecodeBase64(const DwString& in, DwString& out) {
     out = DwString(nuls.data(), nuls.size());
     return -1;
   }
-  Bytes decoded(room);
+  GrowingBytes decoded(room);
   const char* const end = decode_base64(view_of(in), decoded.data());
   const auto length = static_cast<size_t>(end - decoded.data());
   out = DwString::Adopt(decoded.Release(), length);

@@ -7,9 +7,9 @@
 #include <emmintrin.h>
 #endif
 
-#include "mimelib/bytes.h"
 #include "mimelib/decode.h"
 #include "mimelib/view.h"
+#include "support/base/growing_bytes.h"
 
 namespace {
 
@@ -198,7 +198,7 @@ class Decoder {
 int DwDecodeQuotedPrintable(const DwString& in, DwString& out) {
   std::string_view text = view_of(in);
   text = text.substr(0, text.find('\0'));
-  Bytes decoded(text.size());
+  GrowingBytes decoded(text.size());
   Decoder decoder(text);
   const char* const end = decoder.Decode(decoded.data());
   const auto length = static_cast<size_t>(end - decoded.data());
