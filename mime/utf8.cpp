@@ -5,6 +5,8 @@
 #include <cstring>
 #include <endian.h>
 
+#include "support/base/lanes.h"
+
 #if defined __SSE2__ && !defined WITHOUT_SSE
 #include <emmintrin.h>
 #endif
@@ -57,16 +59,7 @@ size_t sequence_length(std::string_view text) {
 
 constexpr uint64_t kHighBits = 0x8080808080808080;
 
-// Sixteen bytes at once, in what every processor has registers for. A comparison gives all bits of
-// a byte or none.
-using Lanes [[gnu::vector_size(16)]] = uint8_t;
 using SignedLanes [[gnu::vector_size(16)]] = int8_t;
-
-Lanes load(const char* bytes) {
-  Lanes lanes;
-  memcpy(&lanes, bytes, sizeof lanes);
-  return lanes;
-}
 
 Lanes larger(Lanes a, Lanes b) {
   return a > b ? a : b;
@@ -97,16 +90,16 @@ Lanes are_from(Lanes lanes, uint8_t low) {
 
 // What is wrong with the bytes at `at`, where no sequence has more than two bytes.
 Lanes errors_in_pairs(const char* at) {
-  const Lanes lanes = load(at);
-  return (are_tails(lanes) ^ are_from(load(at - 1), 0xC0)) | are(lanes & 0xFE, 0xC0);
+  const Lanes lanes = load_lanes(at);
+  return (are_tails(lanes) ^ are_from(load_lanes(at - 1), 0xC0)) | are(lanes & 0xFE, 0xC0);
 }
 
 // What is wrong with them whatever they are.
 Lanes errors(const char* at) {
-  const Lanes lanes = load(at);
-  const Lanes before = load(at - 1);
-  const Lanes must_be_tails =
-      are_from(before, 0xC0) | are_from(load(at - 2), 0xE0) | are_from(load(at - 3), 0xF0);
+  const Lanes lanes = load_lanes(at);
+  const Lanes before = load_lanes(at - 1);
+  const Lanes must_be_tails = are_from(before, 0xC0) | are_from(load_lanes(at - 2), 0xE0) |
+                              are_from(load_lanes(at - 3), 0xF0);
   const Lanes seconds =
       (are(before, 0xE0) & ~are_from(lanes, 0xA0)) | (are(before, 0xED) & are_from(lanes, 0xA0)) |
       (are(before, 0xF0) & ~are_from(lanes, 0x90)) | (are(before, 0xF4) & are_from(lanes, 0x90));
@@ -125,8 +118,9 @@ constexpr size_t kLongestTail = 3;
 // Whether the chunk at `at` goes on well-formed behind the bytes before it, of which there are
 // as many as a tail can have. A sequence at its end may go on behind it.
 bool is_well_formed_chunk(const char* at) {
-  const Lanes largest = larger(larger(load(at - kLongestTail), load(at)),
-                               larger(load(at + 16), larger(load(at + 32), load(at + 48))));
+  const Lanes largest =
+      larger(larger(load_lanes(at - kLongestTail), load_lanes(at)),
+             larger(load_lanes(at + 16), larger(load_lanes(at + 32), load_lanes(at + 48))));
   if (!is_any(largest)) return true;
   return is_any(are_from(largest, 0xE0)) ? !has_errors<errors>(at)
                                          : !has_errors<errors_in_pairs>(at);
