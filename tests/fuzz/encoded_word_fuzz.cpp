@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "../memory_file.h"
+#include "field_text.h"
 #include "fuzz.h"
 #include "mime/base64.h"
 #include "mime/charset.h"
@@ -15,21 +16,6 @@
 #include "utf8.h"
 
 namespace {
-
-bool is_blank(char c) {
-  return c == ' ' || c == '\t';
-}
-
-bool word_ends_before(const std::string& value, size_t position) {
-  return position >= 2 && value.compare(position - 2, 2, "?=") == 0;
-}
-
-// Kept by the decoder: it throws for such a value.
-bool ends_in_word_and_blanks(const std::string& value) {
-  size_t end = value.size();
-  while (end > 0 && is_blank(value[end - 1])) --end;
-  return end < value.size() && word_ends_before(value, end);
-}
 
 // The value without the blanks that stand between two encoded words.
 std::string with_words_joined(const std::string& value) {
