@@ -15,13 +15,13 @@ bool is_control(char c) {
   return code < 0x20 || code == 0x7F;
 }
 
-// The controls U+0080 to U+009F.
+// Whether `text` begins with one of the control characters U+0080 to U+009F.
 bool begins_with_high_control(std::string_view text) {
   return text.size() >= 2 && text[0] == '\xC2' && static_cast<unsigned char>(text[1]) < 0xA0;
 }
 
-// Characters of three bytes that are not seen but turn the direction of a line or end it: U+200B to
-// U+200F, U+2028 to U+202E, U+2060 to U+2069, U+FEFF.
+// Whether `text` begins with an invisible character that changes the direction of a line or ends
+// it: U+200B to U+200F, U+2028 to U+202E, U+2060 to U+2069, U+FEFF. Each has three bytes.
 bool begins_with_invisible(std::string_view text) {
   constexpr std::pair<std::string_view, std::string_view> kRanges[] = {
       {"\xE2\x80\x8B", "\xE2\x80\x8F"},

@@ -4,11 +4,11 @@
 #include <string>
 #include <string_view>
 
-/// `text` as it may be shown on a terminal, whoever wrote it: every byte that is not part of
-/// printable UTF-8, control characters and line ends among them, becomes "\xNN".
+/// `text` (any bytes, not trusted) in a form that is safe on a terminal: every byte that is not
+/// part of printable UTF-8 becomes "\xNN", also control characters and line ends.
 std::string printable(std::string_view text);
 
-/// The same with line ends and tabs as they are.
+/// Like `printable`, but keeps line ends and tabs.
 std::string printable_lines(std::string_view text);
 
 #endif

@@ -7,7 +7,7 @@
 #include <string>
 #include <unistd.h>
 
-/// A file in memory that is written through a `FILE*`.
+/// A file in memory, for functions that write to a `FILE*`.
 class MemoryFile {
  public:
   MemoryFile() : file_(open_memstream(&bytes_, &size_)) {

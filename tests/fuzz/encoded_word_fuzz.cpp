@@ -17,7 +17,7 @@
 
 namespace {
 
-// The value without the blanks that stand between two encoded words.
+// The value without the blanks between two encoded words.
 std::string with_words_joined(const std::string& value) {
   std::string joined;
   for (size_t i = 0; i < value.size();) {
@@ -34,7 +34,7 @@ std::string with_words_joined(const std::string& value) {
 // One word by its three question marks. Nothing for a token that is no encoded word.
 std::optional<std::string> decode_word(std::string_view token) {
   if (token.substr(0, 2) != "=?") return std::nullopt;
-  std::string part[4];  // charset, encoding, data, and what trails behind them
+  std::string part[4];  // charset, encoding, data, and what follows them
   size_t index = 0;
   for (size_t i = 2; i < token.size(); ++i) {
     const bool ends = index < 2 ? token[i] == '?' : token.compare(i, 2, "?=") == 0;

@@ -28,7 +28,7 @@ bool lies_within(std::string_view part, std::string_view whole) {
                           in_order(part.data() + part.size(), whole.data() + whole.size()));
 }
 
-// Whether the bytes of `made` stand in `source` in that order; a blank may have been a line end.
+// Whether `source` contains the bytes of `made` in their order; a blank may have been a line end.
 bool comes_from(std::string_view made, std::string_view source) {
   for (const char c : made) {
     const size_t found = c == ' ' ? source.find_first_of(" \r\n") : source.find(c);
@@ -55,7 +55,7 @@ class Walk {
     Entity(*message, 0);
   }
 
-  /// Bytes as they stand in the message, or were made of them.
+  /// Bytes of the message, copied or decoded.
   std::vector<std::string> texts;
   /// Local parts, numbers, and decoded quoted-printable: free of the message's line ends.
   std::vector<std::string> values;

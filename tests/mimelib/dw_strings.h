@@ -7,7 +7,7 @@
 #include "mimelib/component.h"
 #include "mimelib/string.h"
 
-/// A part of `text` as the components of a message have it: in the same buffer.
+/// A part of `text` that shares its buffer, like the texts of a message's components.
 inline DwString slice_of(const DwString& text, size_t start, size_t length) {
   struct Component : DwMessageComponent {
     using DwMessageComponent::DwMessageComponent;

@@ -11,7 +11,7 @@
 #include "../recorded_bytes.h"
 
 // What the program makes of recorded messages, through the calls that it makes. A character of a
-// string in the file is one byte; null stands for none.
+// string in the file is one byte; null means none.
 
 namespace {
 

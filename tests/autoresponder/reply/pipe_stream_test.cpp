@@ -20,7 +20,7 @@ bool popen_fails = false;
 
 }  // namespace
 
-// Stands in front of the C library's. A real shortage of descriptors would hit the sanitizers too.
+// Replaces the C library's function. A real shortage of descriptors would hit the sanitizers too.
 extern "C" FILE* popen(const char* command, const char* mode) {
   if (popen_fails) {
     errno = EMFILE;
