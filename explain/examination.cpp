@@ -18,7 +18,7 @@
 
 namespace {
 
-// The message as the run spools it, with a newline at its end.
+// Reads the message and appends a newline, as the run does.
 DwString read_message(const std::string& file_name) {
   errno = 0;
   std::ifstream file;
@@ -36,7 +36,7 @@ DwString read_message(const std::string& file_name) {
   return text.append("\n");
 }
 
-// Where the address of the delivery comes from, and the address, unless it is To.
+// The recipient's address from the option or the environment; nothing if To has to be used.
 std::optional<std::string> find_delivery(const Options& options, Explanation& explanation) {
   if (options.recipient) {
     explanation.recipient_source = RecipientSource::kOption;
@@ -55,7 +55,7 @@ Reason reason_of(LoopGuard guard) {
   return guard == LoopGuard::kMailerDaemon ? Reason::kMailerDaemon : Reason::kSenderIsRecipient;
 }
 
-// Nothing where the message is one that the run goes on with.
+// Why the run would not look for rules for the message; nothing if it would.
 std::optional<Reason> examine_message(const Options& options, Explanation& explanation) {
   DwInitialize();
   DwString text = read_message(options.message_file);
@@ -75,7 +75,7 @@ std::optional<Reason> examine_message(const Options& options, Explanation& expla
   return reason_of(*explanation.guard);
 }
 
-// Examines the rules in the run's order, as far as it would come.
+// Examines the rules in the run's order, up to the one that would end the run.
 void examine_rules(PanelDatabase& database, const Options& options, Explanation& explanation) {
   const MailboxRef& mailbox = explanation.mailbox->mailbox;
   explanation.rows = database.Query(rules_query(mailbox.id));
@@ -102,8 +102,8 @@ Reason reason_of(const std::vector<RuleExplanation>& rules) {
 Reason examine_panel(const Options& options, Explanation& explanation) {
   EscapedRecipient recipient = escape_recipient(explanation.message);
   PanelDatabase database;
-  // So that the server holds us to it, where it is new enough to know the statement. No transaction
-  // stays open that others would have to wait for.
+  // Lets the server refuse any write of ours. Older servers do not know the statement. Unlike a
+  // transaction it makes nobody wait.
   database.TryQuery("set session transaction read only");
   explanation.mailbox = find_mailbox(database, explanation.message, std::move(recipient));
   if (!explanation.mailbox) return Reason::kMailboxNotFound;

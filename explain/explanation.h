@@ -17,10 +17,10 @@
 #include "autoresponder/reply/notification.h"
 #include "autoresponder/reply/shell.h"
 
-/// The answer, as the exit status says it.
+/// Whether the message gets a reply. The values are the exit statuses.
 enum class Verdict { kReply = 0, kNoReply = 1, kUnknown = 2 };
 
-/// Why the whole message gets a reply or none, or why that could not be told.
+/// Why the message gets a reply or none, or why that is unknown.
 enum class Reason {
   kRuleReplies,
   kNoSender,
@@ -31,7 +31,7 @@ enum class Reason {
   kMailboxNotFound,
   kNoRules,
   kNoRuleReplies,
-  kStatementFails,  ///< before any rule
+  kStatementFails,  ///< the database refused a statement before any rule was reached
   kNoSuchRule,
   kMessageUnreadable,
   kDatabaseFails,
@@ -39,19 +39,19 @@ enum class Reason {
   kLibraryGivesUp,
 };
 
-/// What becomes of one rule.
+/// What a run would do for one rule.
 enum class RuleOutcome {
   kReplies,
   kRepliesWithNotice,  ///< the reply is larger than the mail server takes
   kSwitchedOff,
   kNotTriggered,
-  kNeverReplies,  ///< it allows no reply a day
+  kNeverReplies,  ///< the rule allows less than one reply a day
   kLimitReached,
-  kQuoteInCommand,     ///< the reply would leave by a command that is refused
-  kCommandTooLong,     ///< or by one that the system does not start
-  kNoSendmail,         ///< or by a program that is not there
-  kRecipientNotAscii,  ///< which ends the run with status 1
-  kStatementFails,     ///< the database refuses one, which ends the run
+  kQuoteInCommand,     ///< the command that sends the reply is refused: a value holds a quote
+  kCommandTooLong,     ///< the system does not start the command that sends the reply
+  kNoSendmail,         ///< the mail server's sendmail is missing or not executable
+  kRecipientNotAscii,  ///< the address has no ASCII form; the run ends with status 1
+  kStatementFails,     ///< the database refuses a statement; the run ends
   kNotReached,         ///< an earlier rule ended the run
 };
 
@@ -63,64 +63,64 @@ inline bool ends_run(RuleOutcome outcome) {
   return outcome == RuleOutcome::kRecipientNotAscii || outcome == RuleOutcome::kStatementFails;
 }
 
-/// Where the address of the delivery was taken from.
+/// Where the recipient's address was taken from.
 enum class RecipientSource { kOption, kEnvironment, kTo };
 
 struct TriggerFacts {
   TriggerPlace place = TriggerPlace::kNowhere;
   bool found = false;
-  size_t line = 0;  ///< of the body, from 1 on, where it was found there
+  size_t line = 0;  ///< if the trigger was found in the body, its line there, from 1 on
 };
 
-/// What becomes of a command.
+/// What a run would do with a command.
 enum class CommandFate {
   kRuns,
-  kRefused,    ///< a value holds a quote
-  kTooLong,    ///< longer than the system lets a command be
-  kNoProgram,  ///< the mail server's sendmail cannot be started
+  kRefused,    ///< not run: a value holds a single quote
+  kTooLong,    ///< not run: longer than the system's limit on an argument
+  kNoProgram,  ///< not run: the mail server's sendmail is missing or not executable
 };
 
 struct CommandFacts {
-  const char* purpose;  ///< a word for programs
+  const char* purpose;  ///< what the command is for, as a stable code
   std::string line;
   CommandFate fate;
 };
 
 struct ReplyFacts {
-  int64_t size = 0;          ///< bytes, as built
-  int64_t limit = 0;         ///< bytes; 0 or less for none
-  bool is_replaced = false;  ///< by the notice that it is too large
-  // Of what leaves: the reply, or the notice in its place.
+  int64_t size = 0;          ///< of the reply as built, in bytes
+  int64_t limit = 0;         ///< the mail server's, in bytes; 0 or less for none
+  bool is_replaced = false;  ///< whether a notice that the reply is too large is sent instead
+  // Of the mail that is sent: the reply, or the notice in its place.
   std::string subject;  ///< UTF-8
   std::string headers;
-  std::string text;  ///< all of it, where that was asked for
+  std::string text;  ///< the whole mail, if that was asked for
 };
 
 struct RuleExplanation {
   ResponderRule rule;
   RuleOutcome outcome = RuleOutcome::kNotReached;
-  std::string trouble;  ///< the diagnostic, where a statement fails
+  std::string trouble;  ///< the diagnostic, if a statement fails
   std::optional<TriggerFacts> trigger;
   std::optional<LimiterFacts> limiter;
-  std::optional<std::string> forwarding;  ///< the addresses, as they stand on the command line
+  std::optional<std::string> forwarding;  ///< the addresses, as in the command line
   AttachmentList attachments;
   std::optional<Notification> notification;
   std::optional<ReplyFacts> reply;
   std::vector<CommandFacts> commands;  ///< in the order in which they would run
 };
 
-/// Everything there is to say about one message. What was not reached is empty.
+/// Everything that was found out about one message. What was not reached is empty.
 struct Explanation {
   Verdict verdict = Verdict::kUnknown;
   Reason reason = Reason::kDatabaseFails;
-  std::string trouble;      ///< what is in the way, where the reason has more to it
+  std::string trouble;      ///< details of the reason, if it has any
   std::string diagnostics;  ///< what the run's functions wrote to standard error
   IncomingMessage message;
   SenderField sender_field = SenderField::kNone;
   RecipientSource recipient_source = RecipientSource::kTo;
   std::optional<LoopGuard> guard;
   std::optional<FoundMailbox> mailbox;
-  std::optional<Rows> rows;  ///< what the rules are views of
+  std::optional<Rows> rows;  ///< own the texts that the rules point to
   std::vector<RuleExplanation> rules;
 };
 

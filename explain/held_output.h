@@ -5,15 +5,14 @@
 
 #include "support/base/owned.h"
 
-/// Holds back what library code and commands write to the two standard outputs, until it is told
-/// to let go: standard output is for the answer alone, and what strangers bring into a diagnostic
-/// must not steer a terminal.
+/// Redirects standard output and standard error until it is released: standard output is for the
+/// answer only, and text from a message in a diagnostic must not control the terminal.
 class HeldOutput {
  public:
   HeldOutput();
 
-  /// Lets the outputs go where they went before, and returns what was written to standard error
-  /// meanwhile. What was written to standard output is dropped. Once only.
+  /// Ends the redirection and returns what was written to standard error meanwhile. Drops what was
+  /// written to standard output. Call it at most once.
   std::string Release();
 
  private:

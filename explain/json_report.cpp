@@ -18,7 +18,7 @@ const char* code(Enumeration value) {
 Json message_of(const Explanation& explanation) {
   const IncomingMessage& message = explanation.message;
   Json result{{"sender", message.sender}, {"sender_from", code(explanation.sender_field)}};
-  if (!explanation.guard) return result;  // it names no recipient
+  if (!explanation.guard) return result;  // no recipient was determined
   result["recipient"] = message.recipient;
   result["recipient_from"] = code(explanation.recipient_source);
   result["subject"] = message.subject;

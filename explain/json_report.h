@@ -6,7 +6,7 @@
 #include "explain/explanation.h"
 #include "explain/text_report.h"
 
-/// Writes the explanation as one JSON object. Texts are UTF-8; what is not becomes U+FFFD.
+/// Writes the explanation as one JSON object. Texts are UTF-8; malformed bytes become U+FFFD.
 void write_json(std::ostream& out, const Explanation& explanation, const TextStyle& style);
 
 #endif

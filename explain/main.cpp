@@ -19,7 +19,7 @@
 
 namespace {
 
-// One explanation, and where it stands.
+// The explanation under way; the exit handler has to know how far it got.
 struct Work {
   Options options;
   std::optional<HeldOutput> held;
@@ -57,8 +57,8 @@ void report(const Explanation& explanation, const Options& options) {
   std::cout.flush();
 }
 
-// The library ends the process by itself where it gives up, with a status that would be an answer
-// of ours.
+// Called at exit. The library ends the process with exit(1) after a fatal error, which would read
+// as "no reply"; this turns it into status 2.
 void report_unfinished(int /*status*/, void* argument) {
   Work& work = *static_cast<Work*>(argument);
   if (work.is_done) return;
@@ -95,7 +95,7 @@ int run(int argc, char** argv, Work& work) {
   if (const int* const status = std::get_if<int>(&command_line)) return *status;
   work.options = *std::get_if<Options>(&command_line);
   prepare_process();
-  std::ios::sync_with_stdio(false);  // else the C library would hide that reading failed
+  std::ios::sync_with_stdio(false);  // otherwise std::cin would not report a failed read
   end_writer_on_termination();
   return static_cast<int>(tell(work));
 }

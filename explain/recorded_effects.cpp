@@ -10,7 +10,7 @@
 
 namespace {
 
-// The kernel takes no single argument of more than 32 pages, its NUL included.
+// Whether the command exceeds the kernel's limit on one argument: 32 pages, with its NUL.
 bool is_too_long(const ShellCommand& command) {
   return command.line().size() >= 32 * static_cast<size_t>(sysconf(_SC_PAGESIZE));
 }
@@ -29,7 +29,7 @@ CommandFate fate_of(const ShellCommand& command) {
 
 }  // namespace
 
-// The run's command: the reply has a name of the run's in it.
+// The command as the run would start it: with the name of its temporary file for the reply.
 std::string RecordedEffects::LineOfRun(std::string line) const {
   const std::string name = memory_.File(kResponseTemplate).path();
   for (size_t at = 0; (at = line.find(name, at)) != std::string::npos; at += name.size()) {

@@ -7,7 +7,7 @@
 #include "explain/explanation.h"
 #include "explain/reply_in_memory.h"
 
-/// What keeps the examination from an answer; `what` is the diagnostic.
+/// Thrown if the explanation cannot be completed; `what` is the diagnostic.
 class CannotTell : public std::runtime_error {
  public:
   CannotTell(Reason why, const std::string& diagnostic)
@@ -16,16 +16,16 @@ class CannotTell : public std::runtime_error {
   Reason reason;
 };
 
-/// The recipient has no ASCII form, which ends the run.
+/// Thrown if the recipient's address has no ASCII form, which would end the run.
 class NotAscii : public std::exception {};
 
-/// What a run's answer to one message by one rule would do, written down. Nothing is changed: the
-/// limiter only looks, the reply is built in memory, and the one command that runs is that which
-/// appends attachments to it.
+/// Records what a run would do to answer one message by one rule, and changes nothing: the limiter
+/// only reads, the reply is built in memory, and no command runs but the one that appends the
+/// attachments to it.
 class RecordedEffects : public Effects {
  public:
-  /// All of them outlive the effects; `facts` gets what there is to tell. `whole_reply`: with all
-  /// of the reply's text.
+  /// `facts` is filled in; `whole_reply`: whether also with the whole text of the reply. All
+  /// references have to outlive this object.
   RecordedEffects(PanelDatabase& database, const IncomingMessage& message, bool whole_reply,
                   RuleExplanation& facts)
       : database_(database), message_(message), whole_reply_(whole_reply), facts_(facts) {}

@@ -6,18 +6,18 @@
 #include "autoresponder/reply/response_file.h"
 #include "support/base/owned.h"
 
-/// Memory of this process that can be written like a response file, under a name that this process
-/// and the commands that it starts can open, so that the run's own functions and commands write the
-/// reply and no file. Interrupted or not, nothing of it stays.
+/// A file in memory that replaces the response file, so that the run's own functions and commands
+/// can build the reply without a file on disk. This process and the commands that it starts can
+/// open it by a name. Nothing of it remains when the process ends, even by a signal.
 class ReplyInMemory {
  public:
   ReplyInMemory();
 
-  /// The file. Its name is as long as that of the file that it replaces, so that a command is as
-  /// long as the run's.
+  /// The file, under a name that is padded to the length of `replaced`, the real file's name, so
+  /// that command lengths match.
   ResponseFile File(const std::string& replaced) const;
 
-  /// What has been written, up to where `end` is first in it; all of it for an empty `end`.
+  /// What has been written, before the first occurrence of `end`; all of it if `end` is empty.
   std::string TextUpTo(const std::string& end) const;
 
  private:

@@ -4,13 +4,15 @@
 #include "autoresponder/panel/panel_database.h"
 #include "explain/explanation.h"
 
-/// Whether the server refused a statement, as it would refuse it to the run. Otherwise the server
-/// could not be asked, which tells nothing about the run.
+/// Whether a statement failed at the server. A server error would hit the run too; a client error
+/// (such as a lost connection) tells nothing about it.
 bool is_refusal(const PanelFailure& failure);
 
-/// Fills `facts`, which holds the rule, with what the run would do for it, step by step and as far
-/// as it would come; `whole_reply`: with all of the reply's text. Draws the reply's boundary as the
-/// run would, so that every rule must be examined, in the run's order.
+/// Fills `facts`, which already holds the rule, with what the run would do for it. `whole_reply`:
+/// whether also with the whole text of the reply.
+///
+/// Examine all rules of the mailbox in their order: each reply takes the next boundary of the run's
+/// sequence of random numbers.
 void examine_rule(PanelDatabase& database, const MailboxRef& mailbox,
                   const IncomingMessage& message, bool whole_reply, RuleExplanation& facts);
 

@@ -22,7 +22,7 @@ class Report {
   void Verdict(const Explanation& explanation);
 
  private:
-  // Begins a line about `topic`.
+  // Begins a line with the name of a topic.
   std::ostream& Line(const char* topic) {
     return out_ << "  " << std::left << std::setw(12) << topic;
   }
@@ -52,7 +52,7 @@ std::string trimmed(const std::string& text) {
                                     : text.substr(start, text.find_last_not_of(' ') - start + 1);
 }
 
-// Each line of `text`, the last one without a line end too, with `indent` in front.
+// Writes each line of `text` after `indent`. A last line without a line end gets one.
 void write_indented(std::ostream& out, const std::string& text, const char* indent) {
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) out << indent << printable_lines(line) << '\n';
@@ -67,7 +67,7 @@ void Report::Message(const Explanation& explanation) {
   const IncomingMessage& message = explanation.message;
   out_ << Coloured(Colour::kBold, "Message") << '\n';
   Line("sender") << printable(message.sender) << " (" << words(explanation.sender_field) << ")\n";
-  if (!explanation.guard) return;  // it names no recipient
+  if (!explanation.guard) return;  // no recipient was determined
   Line("recipient") << printable(message.recipient) << " (" << words(explanation.recipient_source)
                     << ")\n";
   Line("subject") << quoted(message.subject) << '\n';

@@ -5,14 +5,14 @@
 
 #include "explain/explanation.h"
 
-/// How the report is shown.
+/// How the report is written.
 struct TextStyle {
-  bool show_reply = false;  ///< each reply whole
-  bool on_terminal = true;  ///< nothing in a reply may steer the terminal
+  bool show_reply = false;  ///< whether to include the whole text of each reply
+  bool on_terminal = true;  ///< whether to make replies safe for a terminal
   bool in_colour = true;
 };
 
-/// Writes the explanation for people. Whatever strangers wrote is shown as printable text.
+/// Writes the explanation for people. Text from the message is made safe for a terminal.
 void write_text(std::ostream& out, const Explanation& explanation, const TextStyle& style);
 
 #endif

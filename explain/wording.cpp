@@ -4,7 +4,7 @@
 
 namespace {
 
-// In the order of the enumeration.
+// Looks up the words for `value`; the table is in the order of the enumeration.
 template <class Enumeration, size_t kCount>
 Words pick(const Words (&words)[kCount], Enumeration value) {
   return words[static_cast<size_t>(value)];

@@ -3,7 +3,7 @@
 
 #include "explain/explanation.h"
 
-/// The same thing for programs, who rely on it never changing, and for people.
+/// A stable code for programs, and a text for people.
 struct Words {
   const char* code;
   const char* text;

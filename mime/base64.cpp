@@ -2,25 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 
+#include "support/base/base64_values.h"
 #include "support/base/diagnose.h"
 
 namespace {
 
-constexpr unsigned char kNoSymbol = 64;
-
-// The value of each byte.
-constexpr std::array<unsigned char, 256> make_values() {
-  constexpr std::string_view kAlphabet =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::array<unsigned char, 256> values{};
-  for (unsigned char& value : values) value = kNoSymbol;
-  for (size_t i = 0; i < kAlphabet.size(); ++i) {
-    values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<unsigned char>(i);
-  }
-  return values;
-}
-constexpr std::array<unsigned char, 256> kValues = make_values();
+constexpr uint8_t kNoSymbol = 64;
+constexpr std::array<uint8_t, 256> kValues = base64_values(kNoSymbol);
 
 bool is_white_space(char c) {
   return c == '\t' || c == '\n' || c == '\r' || c == ' ';

@@ -13,13 +13,14 @@
 
 namespace {
 
-// Names without a suffix, which iconv reads without regard to the case of ASCII letters.
+// Whether `name` is one of the aliases of a charset. Like iconv, ignores the case of ASCII letters.
 bool is_one_of(const std::string& name, std::initializer_list<const char*> charset) {
   return std::any_of(charset.begin(), charset.end(),
                      [&name](const char* alias) { return strcasecmp(name.c_str(), alias) == 0; });
 }
 
-// Every byte of ISO-8859-1 is the character of its number; returns the end of what was written.
+// Converts ISO-8859-1, in which byte N is the character U+00NN, to UTF-8. Returns the end of the
+// output.
 char* write_latin1(std::string_view text, char* out) {
   for (const char c : text) {
     const auto code = static_cast<unsigned char>(c);
@@ -44,7 +45,8 @@ bool convert_latin1(std::string_view text, const TextSink& sink) {
   return goes_on;
 }
 
-// Shortcut for the start of a text, as far as iconv would only copy it or widen ISO-8859-1.
+// Shortcut without iconv: copies UTF-8 and ASCII, widens ISO-8859-1. Only for these charsets, which
+// the C library always knows.
 class ShortWay {
  public:
   ShortWay(const std::string& to, const std::string& from) {
@@ -54,12 +56,13 @@ class ShortWay {
     is_latin1_ = is_one_of(from, {"ISO-8859-1", "ISO8859-1", "ISO_8859-1", "LATIN1"});
   }
 
-  // Whether `text` would only be copied. Only between charsets that the C library always knows.
+  // Whether the conversion of `text` would only copy it.
   bool IsAllOf(std::string_view text) const {
     return copied_ != nullptr && copied_(text) == text.size();
   }
 
-  // Moves as much as there is of that from `text` to `sink`; false when that wants no more.
+  // Converts the start of `text` as far as the shortcut can, and removes it from there. False if
+  // `sink` wants no more.
   bool Take(std::string_view& text, const TextSink& sink) const {
     if (is_latin1_) {
       const bool goes_on = convert_latin1(text, sink);
@@ -77,17 +80,18 @@ class ShortWay {
   bool is_latin1_ = false;
 };
 
-// A conversion, as far as it has come.
+// The state of a conversion by iconv: the rest of the text, and whether the sink still takes
+// output.
 class Progress {
  public:
   // cppcheck-suppress uninitMemberVar // a step writes the buffer before it is read
   Progress(std::string_view text, bool replace_invalid, const TextSink& sink)
       : text_(text), replace_invalid_(replace_invalid), sink_(sink) {}
 
-  // The text that was not consumed yet.
+  // The part of the text that was not converted yet.
   std::string_view& text() { return text_; }
 
-  // Converts a piece; false when the conversion cannot go on.
+  // Converts the next piece; false if iconv fails or makes no progress.
   bool Advance(Converter& converter) {
     const std::string_view piece = text_.substr(0, converter.MostInput());
     const Converter::Step step = converter.Convert(piece, buffer_);
@@ -101,14 +105,14 @@ class Progress {
     return (step.error == 0 || step.error == E2BIG || is_cut) && HasMoved(step);
   }
 
-  // False when the sink wants no more.
+  // False once the sink wants no more output.
   bool goes_on() const { return goes_on_; }
 
  private:
   void Write(std::string_view output) { goes_on_ = goes_on_ && (output.empty() || sink_(output)); }
 
-  // A converter may report a bad sequence when it has already consumed everything; then there is no
-  // byte to step over, and none that a "?" could replace.
+  // Replaces the byte that iconv rejected by "?". A converter may report a bad sequence after it
+  // has consumed the whole text; then there is no byte to replace.
   void ReplaceOneByte() {
     is_idle_ = false;
     if (text_.empty()) return;
@@ -116,8 +120,8 @@ class Progress {
     Write("?");
   }
 
-  // Whether the step has brought the conversion nearer to its end. A converter may use one step for
-  // what it still held back; one that goes on writing without reading would do so for ever.
+  // Whether the step made progress. One step may write buffered output without reading; a converter
+  // that does so twice in a row would never end.
   bool HasMoved(const Converter::Step& step) {
     const bool was_idle = is_idle_;
     is_idle_ = step.consumed == 0;

@@ -5,11 +5,11 @@
 #include <string>
 #include <string_view>
 
-/// `text` (any bytes) converted from one charset to another.
+/// Converts `text` (any bytes) from one charset to another.
 ///
-/// The charset names go to iconv exactly as given, so they may be anything that a stranger writes
-/// into a message; one of more than 256 bytes counts as unknown. With `replace_invalid` every byte
-/// that iconv rejects becomes "?".
+/// Charset names go to iconv unchanged. They may come from a message and hold anything; a name of
+/// more than 256 bytes counts as unknown. With `replace_invalid` every byte that iconv rejects
+/// becomes "?".
 ///
 /// Throws `quern::ExError` when iconv does not know a name, when the text ends inside a multi-byte
 /// sequence, and, without `replace_invalid`, at the first invalid byte. Kept: no closing shift
@@ -17,17 +17,18 @@
 std::string convert_charset(std::string_view text, const std::string& from_charset,
                             const std::string& to_charset, bool replace_invalid);
 
-/// Gets a piece of converted text, valid during the call; returns whether it wants more.
+/// Receives a piece of converted text, which is valid during the call. Returns false to get no
+/// more.
 using TextSink = std::function<bool(std::string_view piece)>;
 
-/// Converts like `convert_charset`, and hands the result to `sink` in pieces of any size, so that
-/// it is never in memory whole. An exception may come after some of them.
+/// Converts like `convert_charset`, but hands the result to `sink` in pieces of any size instead of
+/// holding it in memory. May throw after `sink` received some pieces.
 void convert_charset_in_pieces(std::string_view text, const std::string& from_charset,
                                const std::string& to_charset, bool replace_invalid,
                                const TextSink& sink);
 
-/// Whether `convert_charset` would only copy `text`. Known of text in UTF-8 or US-ASCII that is to
-/// be in UTF-8; false for every other charset and name.
+/// Whether converting `text` would change nothing. Only recognises valid UTF-8 and US-ASCII that
+/// are to be converted to UTF-8; false for all other pairs of charsets.
 bool is_unchanged(std::string_view text, const std::string& from_charset,
                   const std::string& to_charset);
 

@@ -5,7 +5,7 @@
 
 namespace {
 
-// The interface's own value for a conversion that could not be opened.
+// What `iconv_open` returns on failure.
 iconv_t not_open() {
   return reinterpret_cast<iconv_t>(-1);  // NOLINT
 }
@@ -35,7 +35,7 @@ bool Converter::IsOpen() const {
 }
 
 Converter::Step Converter::Convert(std::string_view piece, Buffer& buffer) {
-  // iconv does not write to its input; its interface only forgets to say so.
+  // iconv does not write to its input, though its parameter is not const.
   char* in = const_cast<char*>(piece.data());
   size_t in_left = piece.size();
   char* out = buffer;

@@ -7,43 +7,45 @@
 
 #include <iconv.h>
 
-/// Names that are longer, in bytes, are no charset's.
+/// The length in bytes of the longest name that counts as a charset.
 constexpr size_t kLongestCharsetName = 256;
 
 /// One open conversion of the iconv interface.
 class Converter {
  public:
-  /// The names of two charsets, any bytes up to the first NUL. A name that is longer than any
-  /// charset's is not looked up, because the C library's time for it grows with its square.
+  /// Opens a conversion between two charsets, named by any bytes up to the first NUL. A name longer
+  /// than `kLongestCharsetName` is not looked up: the C library takes quadratic time for it.
   Converter(const std::string& to, const std::string& from);
   ~Converter() { Close(); }
   Converter(const Converter&) = delete;
   Converter& operator=(const Converter&) = delete;
   Converter(Converter&& other) noexcept;
 
-  /// False where one of the names is unknown.
+  /// False if one of the charset names is unknown.
   bool IsOpen() const;
 
-  /// What became of a piece of text.
+  /// The result of converting a piece of text.
   struct Step {
-    int error;                ///< the error number that iconv left; 0 for none
-    size_t consumed;          ///< bytes of the piece
-    std::string_view output;  ///< in the buffer
+    int error;                ///< the `errno` that iconv set; 0 for none
+    size_t consumed;          ///< how many bytes of the piece were read
+    std::string_view output;  ///< the converted text, a view into the buffer
   };
 
-  /// How much text a step should get at most, in bytes. What it becomes fits into the output buffer
-  /// even where each byte becomes twelve, because in this C library some converters never come out
-  /// of a full one. With a suffix such as "//IGNORE" it is all of the text: what iconv then does
-  /// with invalid bytes depends on where a step ends, and is to stay as it always was.
+  /// The most input for one step, in bytes. Small enough that the output fits into the buffer even
+  /// at twelve bytes for each, because some converters of this C library hang on a full buffer.
+  ///
+  /// Kept: unlimited for a name with a suffix such as "//IGNORE", because what iconv then does with
+  /// invalid bytes depends on where a step ends.
   size_t MostInput() const { return most_input_; }
 
-  /// The output of one step.
+  /// Holds the output of one step.
   using Buffer = char[4096];
 
-  /// Converts `piece`, which continues what the steps before have consumed.
+  /// Converts `piece`, which has to begin at the first byte that earlier steps did not consume.
   Step Convert(std::string_view piece, Buffer& buffer);
 
-  /// Closes the conversion; false where that failed. The destructor does not report it.
+  /// Closes the conversion; false if that failed. The destructor closes it too, but ignores
+  /// failures.
   bool Close();
 
  private:

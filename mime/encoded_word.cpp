@@ -17,14 +17,17 @@ void warn(const char* what, std::string_view token) {
   diagnose({"wrong rfc1522 sequence (", what, "): ", token});
 }
 
-// Kept: `next` is npos when the blanks run to the end of the value. The sum then wraps to a small
-// number, and behind a "?=" the last comparison starts beyond the end and throws.
+// Whether the blanks from `blank` up to `next` separate two encoded words.
+//
+// Kept: `next` is npos if the blanks end the value. `next + 2` then wraps to 1, so that after a
+// "?=" the last comparison starts beyond the end and throws.
 bool stand_between_words(std::string_view value, size_t blank, size_t next) {
   return blank >= 2 && next + 2 <= value.size() && value.compare(blank - 2, 2, "?=") == 0 &&
          value.compare(next, 2, "=?") == 0;
 }
 
-// A stranger may let charsets take turns.
+// Keeps the charset loaded once a second charset was seen: a hostile header may alternate between
+// charsets, each of which would be loaded again for every word.
 void note_charset(const std::string& charset) {
   static std::string last;
   if (charset == last || charset.size() > kLongestCharsetName) return;

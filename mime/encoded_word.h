@@ -4,11 +4,12 @@
 #include <string>
 #include <string_view>
 
-/// Replaces one blank-free token of a header value.
+/// Returns the replacement for one token of a header value, a run of bytes without blanks.
 using TokenDecoder = std::string (*)(std::string_view token);
 
-/// A header value (any bytes) with its encoded words (RFC 2047) in UTF-8 and everything else as it
-/// stands. Malformed words are kept and reported on standard error, one line each.
+/// Decodes the encoded words (RFC 2047) of a header value (any bytes) to UTF-8 and leaves
+/// everything else unchanged. Malformed words are left unchanged too, and reported on standard
+/// error, one line each.
 ///
 /// Throws `quern::ExError` for a word in an unknown charset, and `std::out_of_range` for a value
 /// that ends in "?=" and blanks (kept).
@@ -18,7 +19,7 @@ std::string rfc1522_decode(std::string_view value);
 /// two encoded words are dropped (RFC 2047, 6.2), all others stay as they are.
 std::string decode_tokens(std::string_view value, TokenDecoder decode_one);
 
-/// One token: an encoded word in UTF-8, anything else unchanged.
+/// Decodes `token` to UTF-8 if it is an encoded word (RFC 2047); returns any other token unchanged.
 std::string rfc1522_decode_word(std::string_view token);
 
 #endif

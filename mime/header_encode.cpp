@@ -9,7 +9,7 @@ namespace {
 
 constexpr size_t kPiece = 4096;
 
-// Control characters, bytes beyond ASCII, and the special ones.
+// Marks the bytes that have to be encoded: control characters, specials and all bytes beyond ASCII.
 constexpr std::array<bool, 256> make_encoded_bytes() {
   std::array<bool, 256> encoded{};
   for (size_t code = 0; code < encoded.size(); ++code) encoded[code] = code < 0x20 || code >= 0x80;
@@ -34,7 +34,7 @@ void write_q_encoded(std::string_view text, const Write& write) {
   }
 }
 
-// Hands the form in a header of the text that the pieces are to `write`, a part at a time.
+// Encodes the concatenated pieces for a header and hands the result to `write` in parts.
 template <class Write>
 void encode_in_parts(Pieces pieces, const Write& write) {
   if (!needs_encoding(pieces)) {

@@ -6,19 +6,19 @@
 #include <string>
 #include <string_view>
 
-/// The form in which `text` (UTF-8, may hold NULs) stands in a header: unchanged where no byte
-/// needs encoding, else one encoded word (RFC 2047, "Q") of any length, with a leading blank left
-/// in front of it. Lines are never folded.
+/// Encodes `text` (UTF-8, may hold NULs) for a header. Returns it unchanged if no byte needs
+/// encoding, otherwise as one encoded word (RFC 2047, "Q") of any length. A leading blank stays
+/// outside of the encoded word. Lines are never folded.
 std::string header_encode(std::string_view text);
 
-/// Writes `header_encode` of the pieces, which are one text, to `out`, without putting them
-/// together first: they may be large.
+/// Streams `header_encode` of the concatenated pieces to `out`, without holding the result: the
+/// pieces may be large.
 void write_header_encoded(FILE* out, std::initializer_list<std::string_view> pieces);
 
-/// Whether `byte` may not stand plainly in a header. Kept: stricter than RFC 2047 asks for.
+/// Whether `byte` has to be encoded in a header. Kept: stricter than RFC 2047 demands.
 bool needs_q_encoding(char byte);
 
-/// The "Q" encoding of `text` without the frame of an encoded word.
+/// The "Q" encoding of `text` (RFC 2047, 4.2), without the "=?utf-8?Q?" and "?=" around it.
 std::string q_encode(std::string_view text);
 
 #endif

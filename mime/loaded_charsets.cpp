@@ -8,10 +8,10 @@
 
 namespace {
 
-// More than the C library has charsets that need loading.
+// More than the number of charsets that the C library has to load.
 constexpr size_t kMostKept = 400;
 
-// Names that iconv takes for one: letters in one case, no suffix, and without what it passes over.
+// The form of a charset name that identifies it: iconv ignores case, a suffix and some punctuation.
 std::string normalised(const std::string& name) {
   std::string result;
   for (const char c : name.substr(0, name.find_first_of("/,"))) {
@@ -30,7 +30,7 @@ struct Kept {
 }  // namespace
 
 void keep_charset_loaded(const std::string& charset, const std::string& to_charset) {
-  static std::list<Kept> all;  // the last used one first
+  static std::list<Kept> all;  // the most recently used one first
   std::string name = normalised(charset);
   const auto found =
       std::find_if(all.begin(), all.end(), [&name](const Kept& kept) { return kept.name == name; });

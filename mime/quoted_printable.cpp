@@ -6,8 +6,10 @@
 
 namespace {
 
-// Kept: what `strtoul` makes of the two bytes counts, so blanks in front of a digit and a second
-// byte that is no digit are dropped, and no digit at all gives 0.
+// Decodes the two bytes at `position`, which follow a "=", and moves `position` past them.
+//
+// Kept: they are read by `strtoul`, which skips blanks before a digit, ends at a byte that is no
+// digit, and gives 0 without a digit.
 char escaped_byte(std::string_view payload, std::ptrdiff_t& position) {
   char digits[3] = "";
   for (int i = 0; i < 2 && static_cast<size_t>(position) < payload.size(); ++i) {

@@ -5,12 +5,12 @@
 #include <string>
 #include <string_view>
 
-/// The bytes of a "Q" encoded word's data (RFC 2047, 4.2). Never fails: "=" followed by no
-/// hexadecimal digit gives a NUL and one line on standard error.
+/// Decodes the data of a "Q" encoded word (RFC 2047, 4.2). Never fails: a "=" without a hexadecimal
+/// digit after it gives a NUL and one line on standard error.
 std::string qp_decode(std::string_view payload);
 
-/// Decodes the unit of `payload` at `position`, appends it to `out` and moves `position` behind it;
-/// at the end of the payload the position becomes -1, and a negative position stays as it is.
+/// Decodes one byte of `payload` at `position`, appends it to `out` and moves `position` past what
+/// encodes it. At the end of the payload sets `position` to -1; does nothing if it is negative.
 void qp_decode_step(std::string& out, std::string_view payload, std::ptrdiff_t& position);
 
 #endif

@@ -6,19 +6,19 @@
 #include <string>
 #include <string_view>
 
-/// A text that is written from its start and may become large. What was written is not moved, so a
-/// growing text is never in memory twice, as a growing string is each time it needs more room.
+/// A text that is built by appending and may become large. It is held in pieces that are not moved:
+/// a growing string would be in memory twice each time it is reallocated.
 class TextPieces {
  public:
-  /// Copies `text`.
+  /// Appends a copy of `text`.
   void Append(std::string_view text);
-  /// Takes a large text over instead.
+  /// Appends `text`; takes it over without copying it if it is large.
   void Adopt(std::string&& text);
 
-  /// In bytes.
+  /// The length of the whole text in bytes.
   size_t size() const { return size_; }
 
-  /// The whole text; nothing is left here. Each piece is freed as soon as it was copied.
+  /// Returns the whole text and leaves this one empty. Frees each piece as soon as it was copied.
   std::string Take();
 
  private:

@@ -3,9 +3,10 @@
 #include <string>
 #include <string_view>
 
-#include "mimelib/bytes.h"
 #include "mimelib/decode.h"
 #include "mimelib/view.h"
+#include "support/base/base64_values.h"
+#include "support/base/growing_bytes.h"
 
 #if defined __x86_64__ && !defined WITHOUT_SSE
 #include <cpuid.h>
@@ -17,15 +18,10 @@ namespace {
 constexpr uint8_t kFill = 64;
 constexpr uint8_t kSkipped = 65;
 
-// The value of each byte in base64 (RFC 2045, table 1); kFill for "=".
+// The value of each byte.
 constexpr std::array<uint8_t, 256> make_values() {
-  constexpr std::string_view kAlphabet =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=";
-  std::array<uint8_t, 256> values{};
-  for (uint8_t& value : values) value = kSkipped;
-  for (size_t i = 0; i < kAlphabet.size(); ++i) {
-    values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<uint8_t>(i);
-  }
+  std::array<uint8_t, 256> values = base64_values(kSkipped);
+  values['='] = kFill;
   return values;
 }
 constexpr std::array<uint8_t, 256> kValues = make_values();
@@ -250,7 +246,7 @@ int DwDecodeBase64(const DwString& in, DwString& out) {
     out = DwString(nuls.data(), nuls.size());
     return -1;
   }
-  Bytes decoded(room);
+  GrowingBytes decoded(room);
   const char* const end = decode_base64(view_of(in), decoded.data());
   const auto length = static_cast<size_t>(end - decoded.data());
   out = DwString::Adopt(decoded.Release(), length);

@@ -7,9 +7,10 @@
 #include <emmintrin.h>
 #endif
 
-#include "mimelib/bytes.h"
 #include "mimelib/decode.h"
 #include "mimelib/view.h"
+#include "support/base/growing_bytes.h"
+#include "support/base/lanes.h"
 
 namespace {
 
@@ -49,9 +50,6 @@ int escaped_byte(const char* equals_sign) {
          kLowDigits[static_cast<unsigned char>(equals_sign[2])];
 }
 
-// A 16-byte vector; comparisons yield 0xFF or 0 per byte.
-using Lanes [[gnu::vector_size(16)]] = uint8_t;
-
 // The highest bit of each byte, that of the first byte lowest.
 unsigned highest_bits(Lanes lanes) {
 #if defined __SSE2__ && !defined WITHOUT_SSE
@@ -73,8 +71,7 @@ struct Position {
 // Copies a block without the highest bit of its bytes. Returns a bit for each "=" in the copy and
 // each line end in the block, that of the first byte lowest.
 unsigned copy_block(Position at) {
-  Lanes bytes;
-  memcpy(&bytes, at.in, sizeof bytes);
+  const Lanes bytes = load_lanes(at.in);
   const Lanes plain = bytes & kSevenBits;
   memcpy(at.out, &plain, sizeof plain);
   return highest_bits(reinterpret_cast<Lanes>((plain == '=') | (bytes == '\n')));
@@ -198,7 +195,7 @@ class Decoder {
 int DwDecodeQuotedPrintable(const DwString& in, DwString& out) {
   std::string_view text = view_of(in);
   text = text.substr(0, text.find('\0'));
-  Bytes decoded(text.size());
+  GrowingBytes decoded(text.size());
   Decoder decoder(text);
   const char* const end = decoder.Decode(decoded.data());
   const auto length = static_cast<size_t>(end - decoded.data());

@@ -7,19 +7,19 @@
 #include <string>
 #include <utility>
 
-#include "mimelib/bytes.h"
+#include "support/base/growing_bytes.h"
 
 DwString::DwString(const char* text) : DwString(text, strlen(text)) {}
 
 DwString::DwString(const char* bytes, size_t length)
-    : buffer_(std::make_shared<Bytes>(length)), length_(length) {
+    : buffer_(std::make_shared<GrowingBytes>(length)), length_(length) {
   buffer_->Append(bytes, length);
   data_ = buffer_->data();
 }
 
 DwString DwString::Adopt(char* bytes, size_t length) {
   DwString text;
-  text.buffer_ = std::make_shared<Bytes>(bytes, length);
+  text.buffer_ = std::make_shared<GrowingBytes>(bytes, length);
   text.data_ = bytes;
   text.length_ = length;
   return text;
@@ -33,7 +33,7 @@ bool DwString::OwnsBuffer() const {
 
 // Gives the string a buffer of its own, with capacity for `more` further bytes.
 void DwString::TakeBuffer(size_t more) {
-  auto own = std::make_shared<Bytes>(length_ + more);
+  auto own = std::make_shared<GrowingBytes>(length_ + more);
   own->Append(data_, length_);
   buffer_ = std::move(own);
   data_ = buffer_->data();
@@ -45,7 +45,7 @@ DwString& DwString::append(const char* text) {
 
 DwString& DwString::append(const char* bytes, size_t length) {
   if (length == 0) return *this;
-  std::shared_ptr<Bytes> before;  // may hold `bytes`
+  std::shared_ptr<GrowingBytes> before;  // may hold `bytes`
   if (!OwnsBuffer()) {
     before = buffer_;
     TakeBuffer(length);

@@ -5,7 +5,9 @@
 #include <iosfwd>
 #include <memory>
 
-class Bytes;
+namespace kem {
+class GrowingBytes;
+}
 
 /// A byte string that may hold NULs. Copies share one buffer, and so do the texts of a message's
 /// components. A string that is changed first gets a buffer of its own, unless it is the only user.
@@ -36,7 +38,7 @@ class DwString {
   bool OwnsBuffer() const;
   void TakeBuffer(size_t more);
 
-  std::shared_ptr<Bytes> buffer_;
+  std::shared_ptr<kem::GrowingBytes> buffer_;
   const char* data_ = "";  // in the buffer, if there is one
   size_t length_ = 0;
 };

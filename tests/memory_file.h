@@ -3,9 +3,11 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string>
+#include <unistd.h>
 
-/// A file in memory that is written through a `FILE*`.
+/// A file in memory, for functions that write to a `FILE*`.
 class MemoryFile {
  public:
   MemoryFile() : file_(open_memstream(&bytes_, &size_)) {
@@ -31,8 +33,18 @@ class MemoryFile {
   FILE* file_;
 };
 
-/// Keeps what is written to `stderr` while it lives: malformed input is reported there, and who
-/// looks at thousands of such inputs would drown in it.
+/// What the file with this descriptor holds, from its start; nothing if it cannot be read. Moves
+/// the descriptor's position to the end.
+inline std::optional<std::string> contents_of(int descriptor) {
+  const off_t size = lseek(descriptor, 0, SEEK_END);
+  if (size < 0) return std::nullopt;
+  std::string text(static_cast<size_t>(size), '\0');
+  if (pread(descriptor, text.data(), text.size(), 0) != size) return std::nullopt;
+  return text;
+}
+
+/// Captures what is written to `stderr` during its lifetime: tests with thousands of malformed
+/// inputs would flood the terminal with diagnostics.
 class CapturedDiagnostics {
  public:
   CapturedDiagnostics() : before_(stderr) { stderr = file_.get(); }

@@ -2,18 +2,14 @@
 #define TESTS_PARSED_MESSAGE_H
 
 #include <memory>
-#include <string>
 #include <string_view>
 
 #include <mimelib/mimepp.h>
 
-inline std::string bytes_of(const DwString& text) {
-  return {text.data(), text.length()};
-}
+#include "dw_text.h"
 
 inline std::unique_ptr<DwMessage> parsed(std::string_view text) {
-  std::unique_ptr<DwMessage> message(
-      DwMessage::NewMessage(DwString(text.data(), text.size()), nullptr));
+  std::unique_ptr<DwMessage> message(DwMessage::NewMessage(string_of(text), nullptr));
   message->Parse();
   return message;
 }

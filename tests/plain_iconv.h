@@ -8,10 +8,12 @@
 
 #include <iconv.h>
 
-/// What iconv alone makes of `text`, all of it at once, with a "?" for each byte that it rejects;
-/// nothing where it does not know a name or the conversion fails. The output buffer never fills,
-/// because some converters of this C library do not come out of a full one, unless a name has a
-/// suffix: what "//IGNORE" drops depends on the buffer.
+/// Converts the whole of `text` by iconv alone, with a "?" for each byte that it rejects. Returns
+/// nothing if iconv does not know a name or the conversion fails.
+///
+/// The output buffer is so large that it never fills up, because some converters of this C library
+/// hang on a full one. Only a name with a suffix gets the program's buffer size: what "//IGNORE"
+/// drops depends on it.
 inline std::optional<std::string> convert_by_iconv(std::string text, const std::string& from,
                                                    const std::string& to, bool replace_invalid) {
   const iconv_t handle = iconv_open(to.c_str(), from.c_str());

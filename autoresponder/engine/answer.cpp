@@ -8,7 +8,7 @@
 
 namespace {
 
-// What the steps of one answer have in common.
+// The parameters that the steps of one answer share.
 struct Answer {
   PanelDatabase& database;
   const ResponderRule& rule;
@@ -32,7 +32,7 @@ AttachmentList collect_attachments(const Answer& a) {
   return attachments;
 }
 
-// A reply that is larger than the mail server takes leaves as a notice of that.
+// Replaces a reply that exceeds the mail server's limit by a short notice.
 void limit_size(const Answer& a, ResponseFile& reply) {
   BuiltReply built{reply.Size(), size_limit(), false, reply_subject(a.rule, a.message)};
   built.is_replaced = exceeds(built.size, built.limit);

@@ -14,49 +14,49 @@
 #include "autoresponder/reply/shell.h"
 #include "autoresponder/reply/subject_text.h"
 
-/// A reply that is ready to leave.
+/// A reply that is ready to be sent.
 struct BuiltReply {
-  int64_t size;         ///< bytes, as it was built
-  int64_t limit;        ///< bytes that the mail server takes; 0 or less for no limit
-  bool is_replaced;     ///< by the notice that it is too large
-  SubjectText subject;  ///< of what leaves
+  int64_t size;         ///< of the reply as built, in bytes
+  int64_t limit;        ///< the mail server's, in bytes; 0 or less for none
+  bool is_replaced;     ///< whether a notice that the reply is too large is sent instead
+  SubjectText subject;  ///< of the reply, or of the notice
 };
 
-/// What an answer does to the world. The order in which it does that is `answer`'s; the run acts,
-/// and the explanation of a run takes notes. Whatever one of these throws ends the answer.
+/// The effects of an answer, in the order in which `answer` calls them: the run carries them out,
+/// the explanation program records them. An exception from any of them ends the answer.
 class Effects {
  public:
   virtual ~Effects() = default;
 
-  /// Whether the rule may answer the sender once more; counts the answer.
+  /// Whether the rule may send the sender one more reply today; if so, counts it.
   virtual bool Count(const ResponderRule& rule) = 0;
 
-  /// The file that holds the incoming message.
+  /// The path of the file that holds the incoming message.
   virtual std::string SpoolPath() = 0;
 
   /// Forwards the message to `addresses` by `command`.
   virtual void Forward(const std::string& addresses, const ShellCommand& command) = 0;
 
-  /// A file for the reply.
+  /// Creates the file for the reply.
   virtual ResponseFile CreateResponseFile() = 0;
 
-  /// These are the rule's attachments.
+  /// Called with the rule's attachments once they were looked for.
   virtual void Attachments(const AttachmentList& /*attachments*/) {}
 
   /// Tells the owner about missing attachments.
   virtual void Notify(const Notification& notification, const ResponderRule& rule,
                       const std::vector<std::string>& missing) = 0;
 
-  /// The ASCII form of the mailbox's address. Without one the answer ends here.
+  /// The ASCII form of the mailbox's address; throws or ends the process if there is none.
   virtual std::string AsciiForm(const std::string& address) = 0;
 
-  /// The disk did not take the reply's text whole; it does not leave.
+  /// Called if the text of the reply could not be written completely: the reply is not sent.
   virtual void GiveUp(const ResponseFile& reply) = 0;
 
   /// Appends the attachments by `command`.
   virtual void Append(const ShellCommand& command, const WriterLimits& limits) = 0;
 
-  /// The reply is ready.
+  /// Called when the reply is ready, before `Deliver`.
   virtual void Built(const BuiltReply& /*built*/, const ResponseFile& /*reply*/) {}
 
   /// Sends the reply by `command`, and removes its file.

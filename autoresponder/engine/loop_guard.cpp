@@ -20,7 +20,7 @@ LoopGuard loop_guard(const IncomingMessage& message) {
   return LoopGuard::kPassed;
 }
 
-// Kept: the texts name From even where the sender was taken from Reply-To, and "equial".
+// Kept: "equial", and the texts name From even if the sender was taken from Reply-To.
 const char* loop_guard_diagnostic(LoopGuard guard) {
   switch (guard) {
     case LoopGuard::kSenderIsRecipient:

@@ -3,13 +3,13 @@
 
 #include "autoresponder/message/incoming_message.h"
 
-/// What keeps the program from answering itself or a machine.
+/// Why a message must not be answered: the reply would go to the program itself or to a machine.
 enum class LoopGuard { kPassed, kSenderIsRecipient, kMailerDaemon };
 
-/// The first guard that refuses the message, or kPassed.
+/// The first reason not to answer the message, or kPassed.
 LoopGuard loop_guard(const IncomingMessage& message);
 
-/// The line that tells of a refusal, NUL-terminated; "" for kPassed.
+/// The diagnostic for a refused message, NUL-terminated; "" for kPassed.
 const char* loop_guard_diagnostic(LoopGuard guard);
 
 #endif

@@ -8,12 +8,12 @@
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/panel/panel_database.h"
 
-/// Makes the effects of a run's answers, on its connection.
+/// Creates the effects of a run's answers, which use the connection `database`.
 using EffectsMaker = std::function<std::unique_ptr<Effects>(PanelDatabase& database)>;
 
-/// Finds the recipient's mailbox and lets each of its rules that fires answer the message. Returns
-/// when every rule was handled, or there is no such mailbox, which is reported; throws
-/// `PanelFailure` when the panel cannot be asked.
+/// Finds the recipient's mailbox and answers the message by each of its rules that fires. Returns
+/// after the last rule, or after reporting on standard error that there is no such mailbox. Throws
+/// `PanelFailure` if a query fails or the panel cannot be reached.
 void run_responder(const IncomingMessage& message, const EffectsMaker& make_effects);
 
 #endif

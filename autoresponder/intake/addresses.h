@@ -5,7 +5,7 @@
 
 #include <mimelib/mimepp.h>
 
-/// The first mailbox of a Reply-To or To field that is outside a group and has an address, or
+/// The first mailbox of a Reply-To or To field that is outside of groups and has an address, or
 /// null. Lives as long as the list.
 const DwMailbox* first_listed_mailbox(DwAddressList& addresses);
 

@@ -24,7 +24,7 @@ std::string content_type_charset(DwEntity& entity);
 /// whatever the decoder makes of it.
 void decoded_body_text(DwEntity& entity, DwString& out);
 
-/// The bytes of `text` before its first NUL; valid as long as `text` is unchanged.
+/// The bytes of `text` before its first NUL. Valid as long as `text` is unchanged.
 std::string_view up_to_nul(const DwString& text);
 
 #endif

@@ -6,12 +6,12 @@
 
 namespace {
 
-// A row of an earlier day, by the clock of the database server.
+// SQL condition: the row is of an earlier day, by the clock of the database server.
 constexpr const char* kOfEarlierDay = "(TO_DAYS(NOW())-TO_DAYS(time_resp))>0";
 constexpr const char* kOfToday = " and ((TO_DAYS(NOW())-TO_DAYS(time_resp))>0) is not true";
 
-// What one rule remembers about senders, in the table `resp_freq`. Where nothing may be written,
-// what the statements would have deleted is left out of what is read.
+// The rows of one rule in the table `resp_freq`, one for each sender. With kLook nothing is
+// written; instead, reading ignores the rows that kCount would have deleted.
 class Memory {
  public:
   Memory(PanelDatabase& database, const std::string& rule_id, const std::string& sender,
@@ -22,7 +22,7 @@ class Memory {
         sender_(database.Escape(sender)),
         counts_(mode == LimiterMode::kCount) {}
 
-  // For the rule's first statement: the sender is not escaped before it.
+  // Static, because it is the rule's first statement: the sender is escaped only after it.
   static void ForgetEarlierDays(PanelDatabase& database, const std::string& rule_id) {
     database.Execute("delete from resp_freq where rn_id=" + rule_id + " and " + kOfEarlierDay);
   }
@@ -33,7 +33,7 @@ class Memory {
     return row != nullptr ? atoi(text_or(*row, "0")) : 0;
   }
 
-  // The column `num` of the sender's first row.
+  // The column `num` of the sender's first row, "0" for NULL; nothing without a row.
   std::optional<std::string> RepliesToday() const {
     Rows rows = Select("num", "email", sender_.view());
     const Row row = rows.Next();
@@ -46,8 +46,9 @@ class Memory {
         {"update resp_freq set num=", num, "+1", of_rule_, " and email='", sender_.view(), "'"}));
   }
 
-  // Kept: all senders that share the oldest time stamp go, and it is done once. Returns them where
-  // they are only looked at.
+  // Deletes the rows with the oldest time stamp; with kLook returns their senders instead.
+  //
+  // Kept: all rows that share this time stamp are deleted, and only once, however many there are.
   std::vector<std::string> EvictOldest() const {
     const std::string oldest = OldestTime();
     Write(joined({"delete from resp_freq", of_rule_, " and time_resp='", oldest, "'"}));

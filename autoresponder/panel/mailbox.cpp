@@ -6,10 +6,11 @@
 
 namespace {
 
-// The columns of each lookup.
+// The columns that each lookup selects.
 enum Column { kId, kMailName, kDomainName };
 
-// The texts before, between and after the escaped domain and mail name, most direct lookup first.
+// One lookup: the parts of its statement before, between and after the escaped domain and mail
+// name.
 struct Lookup {
   MailboxLookup name;
   const char* domain_is;
@@ -17,6 +18,7 @@ struct Lookup {
   const char* end;
 };
 
+// The most direct lookup first.
 constexpr Lookup kLookups[] = {
     {MailboxLookup::kMailName,
      "select m.id, m.mail_name, d.name from mail m, domains d where m.dom_id=d.id and d.name='",

@@ -7,20 +7,20 @@
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/panel/panel_database.h"
 
-/// The mailbox that received the message, as the database has it.
+/// A mailbox, as the database has it.
 struct MailboxRef {
-  std::string id;           ///< goes unquoted into statements
-  std::string mail_name;    ///< its own, not the alias through which it was reached
-  std::string domain_name;  ///< likewise
+  std::string id;           ///< a number; used in statements without quotes
+  std::string mail_name;    ///< the mailbox's own, also if an alias led to it
+  std::string domain_name;  ///< the domain's own, also if an alias led to it
 };
 
-/// The halves of the recipient's address, escaped for SQL literals.
+/// The mail name and domain of the recipient's address, escaped for SQL literals.
 struct EscapedRecipient {
   EscapedText domain;
   EscapedText mail_name;
 };
 
-/// Escapes both halves; throws `PanelFailure` without memory.
+/// Escapes the recipient's mail name and domain. Throws `PanelFailure` if memory runs out.
 EscapedRecipient escape_recipient(const IncomingMessage& message);
 
 /// The ways in which an address can name a mailbox, in the order in which they are tried.
@@ -28,11 +28,11 @@ enum class MailboxLookup { kMailName, kAlias, kDomainAlias, kAliasAndDomainAlias
 
 struct FoundMailbox {
   MailboxRef mailbox;
-  MailboxLookup lookup;  ///< the first that matched
+  MailboxLookup lookup;  ///< the one that found it
 };
 
-/// The mailbox that the message's recipient names, or nothing. `escaped`: the recipient. A failing
-/// query throws `PanelFailure`.
+/// The mailbox of the message's recipient; nothing if there is none. `escaped`: the recipient's
+/// name and domain, escaped. Throws `PanelFailure` if a query fails.
 std::optional<FoundMailbox> find_mailbox(PanelDatabase& database, const IncomingMessage& message,
                                          EscapedRecipient escaped);
 

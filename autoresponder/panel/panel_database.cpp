@@ -49,7 +49,7 @@ EscapedText PanelDatabase::ForServer(const std::string& text, EscapedText escape
 }
 
 EscapedText escape_without_connection(const std::string& text) {
-  // Before the first connection the client library has no character set to escape in.
+  // Without this the client library has no character set to escape in before the first connection.
   mysql_library_init(0, nullptr, nullptr);
   const size_t length = strlen(text.c_str());
   EscapedText escaped(static_cast<char*>(malloc(2 * length + 1)));

@@ -9,10 +9,11 @@
 #include "support/base/owned.h"
 #include "support/mysql_owned.h"
 
-/// The panel cannot be asked any more, which ends the run. `what` is the diagnostic, one line.
+/// Thrown if the connection or a statement fails, which ends the run. `what` is the diagnostic, one
+/// line.
 class PanelFailure : public std::runtime_error {
  public:
-  /// `error`: the client library's error number; 0 without a connection.
+  /// `error`: the client library's error number, 0 if there is no connection.
   PanelFailure(const std::string& diagnostic, unsigned error)
       : std::runtime_error(diagnostic), error_(error) {}
 
@@ -22,10 +23,11 @@ class PanelFailure : public std::runtime_error {
   unsigned error_;
 };
 
-/// A text that was escaped for a single-quoted SQL literal. Only the escaping makes one.
+/// A text that is escaped for a single-quoted SQL literal. Only the functions that escape can
+/// create one, so a statement cannot take an unescaped text by mistake.
 class EscapedText {
  public:
-  /// False where there was no memory.
+  /// False if memory ran out.
   explicit operator bool() const { return text_ != nullptr; }
 
   std::string_view view() const { return text_.get(); }
@@ -39,20 +41,21 @@ class EscapedText {
   OwnedText text_;
 };
 
-/// A row: NUL-terminated texts, null where the column is NULL.
+/// The columns of a row: NUL-terminated texts, or null pointers for NULL.
 using Row = char**;
 
-/// The text of a column, or `fallback` where it is NULL.
+/// The text of a column, or `fallback` if it is NULL.
 inline const char* text_or(const char* column, const char* fallback) {
   return column != nullptr ? column : fallback;
 }
 
-/// The stored rows of a query, read once from first to last.
+/// The result of a query, held in memory; can be read once.
 class Rows {
  public:
   explicit Rows(MYSQL_RES* result) : result_(result) {}
 
-  /// The next row, or null; valid as long as the rows. A missing result has no rows.
+  /// The next row, or null after the last one and if the query had no result. Valid as long as this
+  /// object.
   Row Next() { return next_row(result_); }
   bool IsEmpty() const { return !result_ || mysql_num_rows(result_.get()) == 0; }
 
@@ -60,36 +63,37 @@ class Rows {
   OwnedResult result_;
 };
 
-/// The one connection to the panel's database.
+/// The connection to the panel's database. A run has only one.
 class PanelDatabase {
  public:
-  /// Connects; throws `PanelFailure` where that fails.
+  /// Connects; throws `PanelFailure` if that fails.
   PanelDatabase();
 
-  /// Runs a query; nothing when it failed, and `error()` says why.
+  /// Runs a query. Returns nothing if it failed; `error()` says why.
   std::optional<Rows> TryQuery(const std::string& query);
 
-  /// Runs a query; a failure throws `PanelFailure` with `diagnostic` and the server's words.
+  /// Runs a query; if it fails, throws `PanelFailure` with `diagnostic` and the server's error
+  /// message.
   Rows Query(const std::string& query, const char* diagnostic = kExecDiagnostic);
 
-  /// Runs a statement without rows; a failure throws as in `Query`.
+  /// Runs a statement that returns no rows. Throws `PanelFailure` if it fails.
   void Execute(const std::string& statement);
 
   /// Throws what a statement throws that the server refuses with these words and this error number.
   [[noreturn]] static void Refuse(const char* words, unsigned error);
 
-  /// `text` (up to its first NUL) escaped.
+  /// Escapes `text` up to its first NUL.
   EscapedText Escape(const std::string& text);
 
-  /// `text`, which is `escaped` already without a connection, as this server reads it. That is the
-  /// same text, unless the server's mode NO_BACKSLASH_ESCAPES makes a backslash a plain character:
-  /// escaped without knowing of it, a quote in `text` would end the literal.
+  /// Returns `escaped`, which was made from `text` without a connection, if it is right for this
+  /// server; otherwise escapes `text` again. In the server's mode NO_BACKSLASH_ESCAPES a backslash
+  /// is a plain character, and a quote after it would end the literal.
   EscapedText ForServer(const std::string& text, EscapedText escaped);
 
-  /// The client library's words for the last failure.
+  /// The client library's message about the last failure.
   const char* error() { return mysql_error(connection_.get()); }
 
-  /// For the library's readers of settings.
+  /// The connection, for the functions that read the panel's settings.
   MYSQL* handle() { return connection_.get(); }
 
  private:
@@ -101,7 +105,8 @@ class PanelDatabase {
   OwnedConnection connection_;
 };
 
-/// `text` (up to its first NUL) escaped without a connection; false without memory.
+/// Escapes `text`, up to its first NUL, without a connection. The result is false if memory ran
+/// out.
 EscapedText escape_without_connection(const std::string& text);
 
 #endif

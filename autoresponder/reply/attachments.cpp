@@ -15,14 +15,16 @@ std::string store_directory(const MailboxRef& mailbox) {
          "/@attachments";
 }
 
-// The headers of a part, up to the file's name.
+// The headers of an attachment's MIME part, up to the file name.
 constexpr const char* kPartHeaders =
     "Content-Type: application/octet-stream\n"
     "Content-Transfer-Encoding: base64\n"
     "Content-Disposition: attachment;\n\tfilename=\"";
 
-// The shell steps for one file: boundary and headers, then its base64 lines without the first and
-// last line of uuencode. Kept: the blank line at the end goes to the command's own output.
+// Adds the shell commands for one file: boundary and headers, then its base64 lines without the
+// first and last line of uuencode.
+//
+// Kept: the final `echo` writes to standard output, not to the response file.
 void add_steps(ShellCommand& command, const Attachment& attachment, const std::string& boundary,
                const ResponseFile& reply) {
   const std::string header_name = header_encode(attachment.name);
@@ -32,7 +34,8 @@ void add_steps(ShellCommand& command, const Attachment& attachment, const std::s
   command.Text(" ; echo ; ");
 }
 
-// A pipe would be waited for, and a device may have no end. A directory is read as empty.
+// Whether reading the file comes to an end: a pipe may block, a device may be endless. Directories
+// are read as empty.
 bool has_an_end(const struct stat& status) {
   return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
 }

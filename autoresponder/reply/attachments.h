@@ -17,26 +17,26 @@ struct Attachment {
   int64_t size;  ///< bytes
 };
 
-/// The attachments that a rule names.
+/// The attachments of a rule.
 struct AttachmentList {
   std::vector<Attachment> found;
-  std::vector<std::string> missing;  ///< the names of those that do not exist
+  std::vector<std::string> missing;  ///< the names of files that do not exist
 };
 
-/// Looks for a rule's attachments in the mailbox's store. A pipe, a device or a socket counts as an
-/// empty file, which is reported: reading it may have no end. A failing query throws
-/// `PanelFailure`.
+/// Looks for a rule's attachments in the mailbox's store. Pipes, devices and sockets, which could
+/// be read without end, are reported on standard error and replaced by an empty file. Throws
+/// `PanelFailure` if a query fails.
 AttachmentList find_attachments(PanelDatabase& database, const char* rule_id,
                                 const MailboxRef& mailbox);
 
-/// The command that appends `found`, which is not empty, to the response file as MIME parts, and
-/// the closing boundary.
+/// The command that appends `found` to the response file as MIME parts, and after them the closing
+/// boundary. `found` must not be empty.
 ShellCommand attachment_command(const std::vector<Attachment>& found, const std::string& boundary,
                                 const ResponseFile& reply);
 
-/// What that command may take: more than the files can become in base64. One that grows meanwhile,
-/// or was replaced by something without an end, neither fills the disk nor holds up the delivery
-/// for ever.
+/// The limits for the attachment command: more than the files need in base64. They stop a file that
+/// grows meanwhile, or was replaced by an endless one, from filling the disk or blocking the
+/// delivery.
 WriterLimits attachment_limits(const std::vector<Attachment>& found, const ResponseFile& reply);
 
 #endif

@@ -12,7 +12,7 @@
 
 namespace {
 
-// The first run of bytes without white space; empty where there is none.
+// The first word of the file, delimited by white space; empty if there is none.
 std::string first_word(FILE* file) {
   std::string word;
   int c = getc(file);

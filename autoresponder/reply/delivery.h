@@ -13,18 +13,18 @@
 /// The mail server's limit on the size of a message, in bytes; 0 or less for none.
 int64_t size_limit();
 
-/// Whether a reply of `size` bytes is larger than the mail server takes.
+/// Whether a reply of `size` bytes exceeds the mail server's `limit`; 0 or less is no limit.
 bool exceeds(int64_t size, int64_t limit);
 
-/// The subject of the notice, in UTF-8.
+/// The subject, in UTF-8, of the notice that a reply is too large.
 SubjectText notice_subject(const IncomingMessage& message);
 
-/// Replaces the reply by a short notice of its size.
+/// Replaces the reply by a short notice that it is too large.
 void replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
                        const IncomingMessage& message);
 
-/// The command that hands the reply to sendmail, to the incoming message's sender. `from`: the
-/// mailbox's address in its ASCII form.
+/// The command that sends the reply to the incoming message's sender by sendmail. `from`: the
+/// envelope sender, the mailbox's address in its ASCII form.
 ShellCommand delivery_command(const std::string& from, const IncomingMessage& message,
                               const ResponseFile& reply);
 

@@ -17,7 +17,7 @@ namespace {
 std::atomic<pid_t> writer_group{0};
 static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler reads it");
 
-// Keeps all signals waiting for as long as it lives.
+// Blocks all signals during its lifetime.
 class SignalBlock {
  public:
   SignalBlock() {
@@ -33,7 +33,8 @@ class SignalBlock {
   sigset_t before_{};
 };
 
-// The handlers are the run's, which is another process.
+// Resets all handled signals to their defaults: the run's handlers must not act in the child
+// process.
 void reset_handlers() {
   for (int signal = 1; signal <= SIGRTMAX; ++signal) {
     struct sigaction action {};
@@ -48,7 +49,7 @@ void limit_file_size(uint64_t bytes) {
   if (getrlimit(RLIMIT_FSIZE, &now) == 0) size.rlim_cur = std::min(size.rlim_cur, now.rlim_cur);
   size.rlim_max = size.rlim_cur;
   setrlimit(RLIMIT_FSIZE, &size);
-  const rlimit none{0, 0};  // what is cut off there must not leave a core file
+  const rlimit none{0, 0};  // the signal for exceeding the limit dumps core
   setrlimit(RLIMIT_CORE, &none);
 }
 
@@ -71,7 +72,7 @@ pid_t start_writer(const std::function<void()>& write, const WriterLimits& limit
   return writer;
 }
 
-// Holds SIGCHLD back, so that one that comes before it is waited for is not lost.
+// Blocks SIGCHLD, so that one that arrives before the wait begins is not lost.
 class ChildSignal {
  public:
   ChildSignal() {
@@ -97,8 +98,8 @@ class ChildSignal {
   sigset_t before_{};
 };
 
-// Whether the process ended before its time was over. It is not waited for yet: as long as it is
-// not, its number is nobody else's.
+// Waits for the end of the process, at most for `time`; false if it is still running then. The
+// process stays to be waited for, so that its number cannot become another one's.
 bool ended_in_time(pid_t writer, const ChildSignal& child, std::chrono::seconds time) {
   const auto end = std::chrono::steady_clock::now() + time;
   for (;;) {

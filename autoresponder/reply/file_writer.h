@@ -6,20 +6,21 @@
 #include <functional>
 #include <limits>
 
-/// What a process that writes a file may take.
+/// Limits for a process that writes a file.
 struct WriterLimits {
   uint64_t file_size = std::numeric_limits<uint64_t>::max();  ///< bytes
   std::chrono::seconds time = std::chrono::hours(1);
 };
 
-/// Calls `write` in a process of its own and waits for its end. For commands that write to a
-/// temporary file by its name: a signal that ends the run meanwhile has to end all of its processes
-/// first (`end_file_writer`), because one of them could create the file again after it was removed.
-/// False when they were ended because their time was over.
+/// Calls `write` in a child process with a process group of its own, and waits for it. Returns
+/// false if it was killed because its time was over.
+///
+/// For commands that write to a temporary file by its name. A signal that ends the run has to kill
+/// their process group first (`end_file_writer`); otherwise it could recreate the removed file.
 bool run_file_writer(const std::function<void()>& write, const WriterLimits& limits);
 
-/// Ends every process of the file writer that is running, if there is one, and waits for the last
-/// of them. Safe to call in a signal handler.
+/// Kills the process group of the running file writer, if there is one, and waits for all of its
+/// processes. Safe to call in a signal handler.
 void end_file_writer();
 
 #endif

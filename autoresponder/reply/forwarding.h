@@ -8,15 +8,16 @@
 #include "autoresponder/panel/panel_database.h"
 #include "autoresponder/reply/shell.h"
 
-/// The forwarding addresses of a rule, each with a blank after it and one before all; nothing where
-/// it has no rows. A failing query throws `PanelFailure`.
+/// The forwarding addresses of a rule: a blank, then each address with a blank after it. Nothing if
+/// the rule has no addresses. Throws `PanelFailure` if the query fails.
 std::optional<std::string> forwarding_addresses(PanelDatabase& database, const char* rule_id);
 
 /// The command that sends the spooled message, unchanged, to all forwarding addresses at once, with
-/// the mailbox as envelope sender. `addresses`: as above; `spool_path`: the file with the message.
+/// the mailbox as envelope sender. `addresses`: the result of `forwarding_addresses`; `spool_path`:
+/// the file with the message.
 ///
-/// The addresses are bare on the command line (kept: one may hold several, split at blanks), so
-/// whoever writes them into the database must check them.
+/// Kept: the addresses are not quoted, so that one row may hold several, separated by blanks. The
+/// shell would read any syntax in them: what writes them into the database has to check them.
 ShellCommand forwarding_command(const IncomingMessage& message, const std::string& addresses,
                                 const std::string& spool_path);
 

@@ -12,11 +12,11 @@ namespace {
 
 constexpr const char* kLastResortSender = "root@localhost";
 
-// The columns of the query for the owner.
+// The columns that the query for the owner selects.
 enum Column { kEmail, kPersonalName, kLogin };
 
-// Without a sender yet. Nothing when the owner is unknown, which has been reported, or has no
-// address.
+// A notification to the domain's owner, without a sender. Nothing if the owner has no address, or
+// is unknown, which is reported.
 std::optional<Notification> find_owner(PanelDatabase& database, const std::string& domain) {
   EscapedText escaped = escape_without_connection(domain);
   if (!escaped) return std::nullopt;
@@ -51,8 +51,9 @@ std::string notification_sender(PanelDatabase& database) {
   return host.empty() ? kLastResortSender : "root@" + host;
 }
 
-// Every line is flushed into the pipe as it is written. Kept: a Reply-To has no line end of its
-// own, so that the From line follows on the same line.
+// Writes the mail; flushes each line into the pipe.
+//
+// Kept: no line end after a Reply-To, so that From follows on the same line.
 void write_notification(std::ostream& mail, const Notification& notification, const char* reply_to,
                         const IncomingMessage& message, const std::vector<std::string>& missing) {
   if (*reply_to != '\0') mail << "Reply-To: " << reply_to;

@@ -9,25 +9,25 @@
 #include "autoresponder/panel/panel_database.h"
 #include "autoresponder/reply/shell.h"
 
-/// Who tells whom about missing files.
+/// The sender and the recipient of a mail about missing files.
 struct Notification {
   std::string sender;
   std::string owner_email;  ///< never empty
   std::string owner_name;
 };
 
-/// The notification of the client who owns the domain that the message was addressed to. Nothing
-/// where the owner is unknown, which is reported on standard error, or has no e-mail address.
+/// Addresses a notification to the client who owns the message's recipient domain. Returns nothing
+/// if the owner has no e-mail address, or is unknown, which is reported on standard error.
 std::optional<Notification> address_notification(PanelDatabase& database,
                                                  const IncomingMessage& message);
 
-/// The command that mails it.
+/// The command that sends the notification; it reads the mail from its standard input.
 ShellCommand notification_command(const Notification& notification);
 
-/// Mails the client who owns the domain that the message was addressed to about files that are not
-/// in the attachment store. Failures are reported on standard error and end nothing but this mail.
+/// Sends the notification about files that are missing in the attachment store. Failures are
+/// reported on standard error and do not end the run.
 ///
-/// `reply_to`: the rule's, possibly empty. `missing`: the names.
+/// `reply_to`: the rule's, may be empty. `missing`: the names of the files.
 void send_notification(const Notification& notification, const char* reply_to,
                        const IncomingMessage& message, const std::vector<std::string>& missing);
 

@@ -7,19 +7,19 @@
 
 #include "autoresponder/reply/shell.h"
 
-/// Closes the handle of a pipe, which waits for the command at its other end.
+/// Closes a pipe from `popen` and waits for its command.
 struct PipeCloseStrategy {
   static void Close(FILE* handle) { pclose(handle); }
 };
 
-/// The direction of a stream that is written.
+/// Makes a stream one for writing.
 class OutputStreamStrategy {
  protected:
   std::ios_base::openmode mode_ = std::ios_base::out;
 };
 
-/// The buffer between a stream and its handle, which it does not own. What it still holds when it
-/// is destroyed is lost: by then the handle is closed.
+/// The buffer between a stream and its handle, which it does not own. Unflushed output is
+/// discarded: the handle is closed before the buffer is destroyed.
 class HandleBuffer : public __gnu_cxx::stdio_filebuf<char> {
  public:
   static constexpr size_t kSize = 1024;
@@ -29,7 +29,7 @@ class HandleBuffer : public __gnu_cxx::stdio_filebuf<char> {
   ~HandleBuffer() override { setp(nullptr, nullptr); }
 };
 
-/// A stream on a `FILE*` that it owns. A null handle makes a stream that has failed.
+/// A stream that owns its `FILE*`. With a null handle the stream is in the state `fail()`.
 template <class CloseStrategy, class StreamStrategy>
 class basic_handlestream : public std::ostream, private StreamStrategy {
  public:
@@ -49,14 +49,14 @@ class basic_handlestream : public std::ostream, private StreamStrategy {
   HandleBuffer buffer_;
 };
 
-/// Writes into the standard input of a shell command. End each line with `std::endl`: only what was
-/// flushed reaches the command. Destroying the stream waits for the command's end.
+/// A stream into the standard input of a shell command. End each line with `std::endl`: only
+/// flushed output reaches the command. The destructor waits for the command's end.
 class opipestream : public basic_handlestream<PipeCloseStrategy, OutputStreamStrategy> {
  public:
-  /// Starts `command`. The stream has failed when there is no pipe to it.
+  /// Starts `command`. If there is no pipe to it, the stream is in the state `fail()`.
   explicit opipestream(const ShellCommand& command);
 
-  /// Whether the command was refused, which has been reported.
+  /// Whether the command was refused because a value holds a single quote; that has been reported.
   bool refused() const { return refused_; }
 
  private:

@@ -18,7 +18,7 @@ struct ConvertedText {
   std::string charset;
 };
 
-// A text that cannot be converted goes out as it is, which is UTF-8.
+// The rule's text in the rule's charset. A text that cannot be converted is sent in UTF-8.
 ConvertedText convert_text(const ResponderRule& rule) {
   try {
     return {convert_charset(rule.text, "UTF-8", rule.charset, true), rule.charset};

@@ -9,16 +9,18 @@
 #include "autoresponder/reply/response_file.h"
 #include "autoresponder/reply/subject_text.h"
 
-/// A MIME boundary of 39 characters. Every run draws the same sequence (kept).
+/// A random MIME boundary of 39 characters.
+///
+/// Kept: the generator is not seeded, so every run draws the same sequence.
 std::string draw_boundary();
 
-/// The reply's subject in UTF-8: the rule's template filled, cut at 999 bytes, or "Re: " and the
-/// incoming subject where it has none.
+/// The reply's subject in UTF-8: the rule's template, filled in and cut at 999 bytes; without a
+/// template "Re: " and the incoming subject.
 SubjectText reply_subject(const ResponderRule& rule, const IncomingMessage& message);
 
-/// Writes the header and text part of a reply into `reply`, up to where attachments follow. `from`:
-/// the mailbox's address in its ASCII form. `boundary`: that of a multipart reply, or empty for a
-/// reply that is its text alone. False when the disk did not take all of it.
+/// Writes the header and the text part of the reply. `from`: the mailbox's address in its ASCII
+/// form. `boundary`: delimits the parts of a reply with attachments, which have to be appended
+/// afterwards; empty for a reply without attachments. False if not everything could be written.
 bool write_reply_text(ResponseFile& reply, const ResponderRule& rule,
                       const IncomingMessage& message, std::string_view from,
                       std::string_view boundary);

@@ -8,8 +8,8 @@
 ResponseFile::ResponseFile(int descriptor, std::string path)
     : path_(std::move(path)), descriptor_(descriptor) {}
 
-// Where the file could not be created before, its name may be foreseen: what somebody put there is
-// neither followed nor used.
+// If the file could not be created before, its name is predictable: whatever another user put there
+// is neither followed nor used.
 OwnedFile ResponseFile::Rewrite() {
   if (!descriptor_.IsOpen()) {
     unlink(path_.c_str());

@@ -6,22 +6,22 @@
 
 #include "support/base/owned.h"
 
-/// The file in which one reply is built, and the name by which commands open it.
+/// The temporary file in which a reply is built, and the name by which commands open it.
 class ResponseFile {
  public:
-  /// Owns `descriptor`; below 0 where the file could not be created. Then it is created when it is
-  /// written.
+  /// Owns `descriptor`, which is below 0 if the file could not be created; `Rewrite` tries again
+  /// then.
   ResponseFile(int descriptor, std::string path);
 
   const std::string& path() const { return path_; }
 
-  /// Empties the file and opens it for writing from its start; null where that fails.
+  /// Empties the file and opens it for writing; null if that fails.
   OwnedFile Rewrite();
 
-  /// Bytes that are in it, also those that commands have appended.
+  /// The file's size in bytes, including what commands have appended.
   int64_t Size() const;
 
-  /// Removes the name. A file without one, such as memory, is left alone.
+  /// Removes the file from its directory. Does nothing for a file that has no name, such as memory.
   void Remove() const;
 
  private:

@@ -9,20 +9,21 @@
 
 #include "autoresponder/reply/file_writer.h"
 
-/// A shell command line under construction: texts whose syntax the shell reads, and values in
-/// single quotes, between which it reads none.
+/// Builds a shell command line from texts, whose syntax the shell reads, and values in single
+/// quotes, in which it reads none.
 class ShellCommand {
  public:
-  /// Adds a text as it is; the shell reads its syntax.
+  /// Adds `text` unchanged; the shell reads its syntax.
   ShellCommand& Text(std::string_view text);
 
-  /// Adds a single quote, the values one after the other, and a single quote. A value that holds
-  /// one itself makes the command one that is refused.
+  /// Adds the concatenated values in single quotes. If a value holds a single quote itself, the
+  /// command is refused later.
   ShellCommand& Quoted(std::initializer_list<std::string_view> values);
   ShellCommand& Quoted(std::string_view value) { return Quoted({value}); }
 
   const std::string& line() const { return line_; }
-  /// The first value that holds a single quote and would leave its own quotes.
+  /// The first value that holds a single quote and so would escape from its quotes; nothing if
+  /// none.
   const std::optional<std::string>& escaping_value() const { return escaping_value_; }
 
  private:
@@ -30,22 +31,22 @@ class ShellCommand {
   std::optional<std::string> escaping_value_;
 };
 
-/// What a command is started for.
+/// How a command is run.
 enum class ShellUse {
-  kRun,         ///< run it and wait for its end
-  kWriteFile,   ///< run one that writes to a temporary file, in a process of its own
-  kReadFromUs,  ///< start it with a pipe from us as its standard input
+  kRun,         ///< run the command and wait for its end
+  kWriteFile,   ///< like kRun, for a command that writes to a temporary file (`run_file_writer`)
+  kReadFromUs,  ///< start the command with a pipe from us as its standard input
 };
 
 struct ShellOutcome {
   bool refused = false;
-  FILE* pipe = nullptr;  ///< kReadFromUs: the pipe, to be closed with `pclose`, or null
+  FILE* pipe = nullptr;  ///< with kReadFromUs; null if it failed. To be closed with `pclose`
 };
 
-/// The only way to the shell. A command with a value that holds a single quote never gets there:
-/// one line on standard error says so. The status of a command is not looked at.
+/// Runs a command. The only place that starts a shell. A command with a value that holds a single
+/// quote is refused, and reported on standard error. The command's exit status is ignored.
 ///
-/// `limits`: for kWriteFile; a command that is ended because its time is over is reported.
+/// `limits`: for kWriteFile; a command that is killed because its time is over is reported.
 ShellOutcome hand_to_shell(const ShellCommand& command, ShellUse use,
                            const WriterLimits& limits = {});
 

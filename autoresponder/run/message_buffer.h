@@ -3,9 +3,8 @@
 
 #include <cstddef>
 #include <type_traits>
-#include <utility>
 
-#include "support/base/owned.h"
+#include "support/base/growing_bytes.h"
 
 /// Whether texts of this class can take memory over: `Text::Adopt(bytes, length)`, where the memory
 /// is from `malloc` and a NUL follows the bytes.
@@ -14,34 +13,32 @@ struct CanAdopt : std::false_type {};
 template <class Text>
 struct CanAdopt<Text, std::void_t<decltype(Text::Adopt(nullptr, size_t{0}))>> : std::true_type {};
 
-/// Bytes of any number that arrive a block at a time, and are read to where they stay: a large
-/// message is not copied. Running out of memory throws `std::bad_alloc`.
-class MessageBuffer {
+/// The incoming message while it is read: blocks are read straight into their final place, and a
+/// large message is not copied. Running out of memory throws `std::bad_alloc`.
+class MessageBuffer : private GrowingBytes {
  public:
-  /// Where `length` more bytes can be written behind those that are there, until the next call.
-  char* RoomFor(size_t length);
+  MessageBuffer() : GrowingBytes(kFirstRoom) {}
 
-  /// As many of them have been written.
-  void Add(size_t length) { size_ += length; }
+  using GrowingBytes::Add;
+  using GrowingBytes::RoomFor;
 
-  /// The bytes, which leave the buffer. A text that cannot take them over is a copy.
+  /// The message as a text that takes the memory over, or as a copy if texts of this class cannot
+  /// do that. The buffer is empty afterwards.
   template <class Text>
   Text Take() {
     *RoomFor(1) = '\0';
-    OwnedText bytes = std::move(bytes_);
-    room_ = 0;
-    const size_t size = std::exchange(size_, 0);
+    const size_t length = size();
+    OwnedText bytes(Release());
     if constexpr (CanAdopt<Text>::value) {
-      return Text::Adopt(bytes.release(), size);
+      return Text::Adopt(bytes.release(), length);
     } else {
-      return Text(bytes.get(), size);
+      return Text(bytes.get(), length);
     }
   }
 
  private:
-  OwnedText bytes_;
-  size_t size_ = 0;
-  size_t room_ = 0;
+  // So large that the system gives it pages of their own, which it can move without copying them.
+  static constexpr size_t kFirstRoom = size_t{256} << 10;
 };
 
 #endif

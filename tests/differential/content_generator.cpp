@@ -15,7 +15,7 @@ std::string join(const std::vector<std::string>& parts, const std::string& glue)
   return joined;
 }
 
-// One parameter, without the ";" in front of it.
+// One parameter, without the ";" before it.
 std::string make_parameter(Random& random, std::string_view name, const std::string& value,
                            Comments comments) {
   constexpr std::string_view kBehind[] = {"", "", "", " ", "\t", "\n ", " (comment)"};

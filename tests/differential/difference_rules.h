@@ -9,7 +9,7 @@
 struct DifferenceRule {
   const char* name;
   const char* reason;
-  /// Changes the reading to ours where the rule has something to say; never anywhere else.
+  /// Changes GMime's reading to ours if the difference applies, and nothing else.
   void (*apply)(SecondOpinion& opinion);
 };
 

@@ -74,7 +74,7 @@ void make_line_ends_in_quotes_blanks(SecondOpinion& opinion) {
   });
 }
 
-// Cuts the last piece in front of `joint_start`.
+// Cuts the last piece before `joint_start`.
 void cut_last_piece(std::vector<SubjectPiece>& pieces, size_t joint_start, size_t joint_end) {
   const std::string text = pieces.back().text;
   const std::string joint = pieces.back().joint;
@@ -102,8 +102,8 @@ void keep_folds_of_subject(SecondOpinion& opinion) {
   if (pieces.size() > 1) decode_pieces(opinion);
 }
 
-// Cuts the subject at the blanks in front of an encoded word that `joins` lets follow the word in
-// front of them, and drops these blanks.
+// Cuts the subject at blanks between a word and an encoded word, if `joins` accepts the word before
+// the blanks, and drops the blanks.
 void drop_blanks_behind(SecondOpinion& opinion, bool (*joins)(std::string_view word)) {
   std::vector<SubjectPiece> pieces;
   for (const SubjectPiece& piece : opinion.subject) {

@@ -3,6 +3,7 @@
 #include <string_view>
 #include <vector>
 
+#include "../with_crlf.h"
 #include "address_generator.h"
 #include "content_generator.h"
 #include "encoders.h"
@@ -50,15 +51,6 @@ void add_fields(Random& random, std::vector<std::string>& fields) {
   if (random.Chance(30)) fields.emplace_back("Received: from a.example\n\tby b.example; 1 Jan 01");
   if (random.Chance(30)) fields.emplace_back("Cc: other@example.org");
   if (random.Chance(10)) fields.emplace_back("X-Content-Type: text/plain; charset=other");
-}
-
-std::string with_crlf(const std::string& text) {
-  std::string result;
-  for (const char c : text) {
-    if (c == '\n') result += '\r';
-    result += c;
-  }
-  return result;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <mimelib/mimepp.h>
 
+#include "../parsed_message.h"
 #include "autoresponder/intake/addresses.h"
 #include "autoresponder/intake/body_text.h"
 #include "mime/encoded_word.h"
@@ -44,16 +45,14 @@ void PrintTo(const Reading& reading, std::ostream* out) {
 
 Reading read_with_mimelib(const std::string& message) {
   const std::string spooled = message + "\n";
-  const std::unique_ptr<DwMessage> parsed(
-      DwMessage::NewMessage(DwString(spooled.data(), spooled.size()), nullptr));
-  parsed->Parse();
-  DwHeaders& headers = parsed->Headers();
+  const std::unique_ptr<DwMessage> parts = parsed(spooled);
+  DwHeaders& headers = parts->Headers();
   Reading reading;
   reading.sender = find_sender(headers);
   if (headers.HasTo()) reading.recipient = address_of(first_listed_mailbox(headers.To()));
   reading.subject = find_subject(headers);
-  const TextPart text = find_text_part(*parsed);
+  const TextPart text = find_text_part(*parts);
   reading.charset = text.charset;
-  reading.body.assign(text.body.data(), text.body.length());
+  reading.body = bytes_of(text.body);
   return reading;
 }

@@ -4,7 +4,7 @@
 #include <ostream>
 #include <string>
 
-/// What the intake takes from a message. "" stands for a mailbox that there is not.
+/// What the intake takes from a message; "" for a mailbox that is missing.
 struct Reading {
   std::string sender;
   std::string recipient;

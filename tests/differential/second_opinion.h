@@ -7,7 +7,7 @@
 
 #include "reading.h"
 
-/// A stretch of a Subject field that is decoded by itself, and what stands behind it as written.
+/// A part of a Subject field that is decoded by itself, and the text after it, undecoded.
 struct SubjectPiece {
   std::string text;
   std::string joint;
@@ -17,7 +17,7 @@ struct SubjectPiece {
 struct SecondOpinion {
   Reading reading;
 
-  // Bodies of fields as they stand in the message; "" where there is none.
+  // Bodies of fields, undecoded; "" for a missing field.
   std::string sender_field;           ///< the one that gave the sender
   std::string recipient_field;        ///< To
   std::vector<SubjectPiece> subject;  ///< one piece, until a rule cuts it

@@ -1,8 +1,7 @@
-// Charset conversion with names and bytes of a stranger's choice.
+// Charset conversion with any names and bytes.
 //
-// An input is: a byte for each of the two names (see `charset_name`), each followed by a name of
-// its own where it says so, how often the text stands in a row, and the text. Long ones are
-// converted in pieces.
+// An input is: the two charset names (see `charset_name`), how often the text is repeated, and the
+// text. Long ones are converted in pieces.
 
 #include <algorithm>
 #include <optional>
@@ -33,7 +32,7 @@ constexpr const char* kNames[] = {
 
 constexpr size_t kLongest = 10000;
 
-// An even byte chooses from the list; behind an odd one the name itself follows, up to a NUL.
+// An even byte chooses from the list; an odd one is followed by the name itself, up to a NUL.
 std::string charset_name(Input& input) {
   const unsigned choice = input.Byte();
   return choice % 2 == 0 ? kNames[choice / 2 % std::size(kNames)] : input.UpTo('\0');

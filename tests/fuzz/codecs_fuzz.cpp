@@ -31,7 +31,7 @@ int hex_value(char c) {
   return lower != npos ? static_cast<int>(lower) : -1;
 }
 
-// What the C library reads from the two bytes behind "=": white space, a sign, digits.
+// What the C library reads from the two bytes after "=": white space, a sign, digits.
 char escaped(const std::string& two, Decoded& out) {
   const std::string text = two.substr(0, two.find('\0'));
   size_t i = 0;
@@ -120,7 +120,7 @@ Decoded body_qp(const std::string& body) {
     for (char& c : line) c = static_cast<char>(c & 0x7F);
     line.resize(line.find_last_not_of("\r\n\t ") + 1);
     if (!line.empty() && line.back() == '=') {
-      // A "=" that is the second byte behind another one is a digit, though a bad one.
+      // A "=" that is the second byte after another one is a digit, though a bad one.
       size_t i = 0;
       while (i + 1 < line.size()) i += line[i] == '=' && i + 2 < line.size() ? 3 : 1;
       if (i + 1 == line.size()) {

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "../memory_file.h"
+#include "field_text.h"
 #include "fuzz.h"
 #include "mime/base64.h"
 #include "mime/charset.h"
@@ -16,22 +17,7 @@
 
 namespace {
 
-bool is_blank(char c) {
-  return c == ' ' || c == '\t';
-}
-
-bool word_ends_before(const std::string& value, size_t position) {
-  return position >= 2 && value.compare(position - 2, 2, "?=") == 0;
-}
-
-// Kept by the decoder: it throws for such a value.
-bool ends_in_word_and_blanks(const std::string& value) {
-  size_t end = value.size();
-  while (end > 0 && is_blank(value[end - 1])) --end;
-  return end < value.size() && word_ends_before(value, end);
-}
-
-// The value without the blanks that stand between two encoded words.
+// The value without the blanks between two encoded words.
 std::string with_words_joined(const std::string& value) {
   std::string joined;
   for (size_t i = 0; i < value.size();) {
@@ -48,7 +34,7 @@ std::string with_words_joined(const std::string& value) {
 // One word by its three question marks. Nothing for a token that is no encoded word.
 std::optional<std::string> decode_word(std::string_view token) {
   if (token.substr(0, 2) != "=?") return std::nullopt;
-  std::string part[4];  // charset, encoding, data, and what trails behind them
+  std::string part[4];  // charset, encoding, data, and what follows them
   size_t index = 0;
   for (size_t i = 2; i < token.size(); ++i) {
     const bool ends = index < 2 ? token[i] == '?' : token.compare(i, 2, "?=") == 0;

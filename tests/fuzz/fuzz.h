@@ -8,26 +8,25 @@
 #include <string_view>
 #include <unistd.h>
 
-/// What every fuzz target is: one input, any bytes. Aborts where the code under test breaks its
-/// word.
+/// The entry point of a fuzz target. `data` is any bytes. Aborts if the code under test breaks one
+/// of its promises.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
-/// Ends the process when something that must hold does not. Says so also where `stderr` is
-/// captured.
+/// Aborts if a condition does not hold, with a message on descriptor 2: `stderr` may be captured.
 inline void require(bool holds, const char* what) {
   if (holds) return;
   dprintf(STDERR_FILENO, "Does not hold: %s\n", what);
   abort();
 }
 
-/// One input, taken apart from its front.
+/// An input that is read piece by piece from its start.
 class Input {
  public:
   Input(const uint8_t* data, size_t size)
       : rest_(size > 0 ? std::string_view(reinterpret_cast<const char*>(data), size)
                        : std::string_view()) {}
 
-  /// The next byte, 0 when there is none.
+  /// The next byte, or 0 at the end.
   unsigned Byte() {
     if (rest_.empty()) return 0;
     const auto byte = static_cast<unsigned char>(rest_.front());
@@ -35,7 +34,7 @@ class Input {
     return byte;
   }
 
-  /// The bytes up to the next `end`, which is dropped, or all that are left.
+  /// The bytes before the next `end`, which is skipped; the rest if there is none.
   std::string UpTo(char end) {
     const size_t length = rest_.find(end);
     std::string text(rest_.substr(0, length));
@@ -43,7 +42,7 @@ class Input {
     return text;
   }
 
-  /// Everything that is left.
+  /// The rest of the input.
   std::string Rest() {
     std::string text(rest_);
     rest_ = {};

@@ -1,6 +1,6 @@
 // Text for a header, and back through a reader of its own.
 //
-// An input is: how often the text stands in a row, and the text. Long ones are written in pieces.
+// An input is: how often the text is repeated, and the text. Long ones are written in pieces.
 
 #include <algorithm>
 #include <optional>
@@ -38,7 +38,7 @@ std::optional<std::string> read_q(std::string_view data) {
   return text;
 }
 
-// The text that a header's value stands for.
+// Decodes a header's value.
 std::optional<std::string> read_header(std::string_view value) {
   if (value.find("=?") == std::string_view::npos) return std::string(value);
   std::string blank;

@@ -18,8 +18,10 @@
 #include <mimelib/mimepp.h>
 
 #include "../memory_file.h"
+#include "../parsed_message.h"
 #include "autoresponder/intake/body_text.h"
 #include "autoresponder/run/incoming.h"
+#include "field_text.h"
 #include "fuzz.h"
 #include "mime/charset.h"
 #include "mime/encoded_word.h"
@@ -55,10 +57,9 @@ class Spool {
   SpoolFile& file() { return file_; }
 
   std::string Text() const {
-    std::string text(static_cast<size_t>(lseek(memory_, 0, SEEK_END)), '\0');
-    require(pread(memory_, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()),
-            "the spool file can be read");
-    return text;
+    const std::optional<std::string> text = contents_of(memory_);
+    require(text.has_value(), "the spool file can be read");
+    return *text;
   }
 
  private:
@@ -68,23 +69,12 @@ class Spool {
 
 // A field's text as far as it is handed on: up to its first NUL.
 std::string raw_field(DwMessageComponent& field) {
-  const DwString& text = field.AsString();
-  return std::string(text.data(), text.length()).c_str();
-}
-
-bool ends_in_word_and_blanks(const std::string& value) {
-  const size_t end = value.find_last_not_of(" \t") + 1;
-  return end < value.size() && end >= 2 && value.compare(end - 2, 2, "?=") == 0;
+  return bytes_of(field.AsString()).c_str();
 }
 
 // Whether an address ends before its first NUL and holds nothing that ends a header field.
-bool stays_in_its_field(const std::string& address) {
-  for (size_t i = 0; i < address.size(); ++i) {
-    if (address[i] == '\0') return false;
-    const bool folds = address[i + 1] == ' ' || address[i + 1] == '\t';
-    if (address[i] == '\n' && !folds) return false;
-  }
-  return true;
+bool is_safe_address(std::string_view address) {
+  return address.find('\0') == std::string_view::npos && stays_in_its_field(address);
 }
 
 void check_recipient(const IncomingMessage& record) {
@@ -102,8 +92,7 @@ void check_recipient(const IncomingMessage& record) {
     require(record.recipient == (dash != nullptr ? dash + 1 : variable),
             "RECIPIENT counts behind its first dash");
   } else {
-    require(stays_in_its_field(record.recipient),
-            "a recipient from the message stays in its field");
+    require(is_safe_address(record.recipient), "a recipient from the message stays in its field");
   }
 }
 
@@ -159,7 +148,7 @@ void check_fields(const IncomingMessage& record, DwHeaders& headers) {
 }
 
 void check(const IncomingMessage& record, DwMessage& message) {
-  require(!record.sender.empty() && stays_in_its_field(record.sender),
+  require(!record.sender.empty() && is_safe_address(record.sender),
           "the sender stays in its field");
   check_recipient(record);
   check_fields(record, message.Headers());
@@ -185,9 +174,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   set_recipient(input.UpTo('\n'));
   const std::string text = input.Rest();
   const std::string spooled = text + "\n";
-  const std::unique_ptr<DwMessage> message(
-      DwMessage::NewMessage(DwString(spooled.data(), spooled.size()), nullptr));
-  message->Parse();
+  const std::unique_ptr<DwMessage> message = parsed(spooled);
   DwHeaders& headers = message->Headers();
 
   put_on_standard_input(text);

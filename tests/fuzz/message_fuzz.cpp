@@ -1,12 +1,16 @@
 // A whole message through the message library: every accessor, list and decoder.
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <mimelib/mimepp.h>
 
+#include "../parsed_message.h"
+#include "../with_crlf.h"
+#include "field_text.h"
 #include "fuzz.h"
 
 namespace {
@@ -24,15 +28,7 @@ bool lies_within(std::string_view part, std::string_view whole) {
                           in_order(part.data() + part.size(), whole.data() + whole.size()));
 }
 
-// Whether nothing in `text` can be taken for the end of a header field.
-bool stays_in_its_field(std::string_view text) {
-  for (size_t i = text.find('\n'); i != std::string_view::npos; i = text.find('\n', i + 1)) {
-    if (i + 1 == text.size() || (text[i + 1] != ' ' && text[i + 1] != '\t')) return false;
-  }
-  return true;
-}
-
-// Whether the bytes of `made` stand in `source` in that order; a blank may have been a line end.
+// Whether `source` contains the bytes of `made` in their order; a blank may have been a line end.
 bool comes_from(std::string_view made, std::string_view source) {
   for (const char c : made) {
     const size_t found = c == ' ' ? source.find_first_of(" \r\n") : source.find(c);
@@ -50,27 +46,16 @@ std::string without(std::string_view text, char unwanted) {
   return kept;
 }
 
-std::string with_crlf(std::string_view text) {
-  std::string longer;
-  for (const char c : text) {
-    if (c == '\n') longer += '\r';
-    longer += c;
-  }
-  return longer;
-}
-
 // All that the library tells about one text, in the order in which it was asked.
 class Walk {
  public:
   explicit Walk(const std::string& text) {
-    const std::unique_ptr<DwMessage> message(
-        DwMessage::NewMessage(DwString(text.data(), text.size()), nullptr));
-    message->Parse();
+    const std::unique_ptr<DwMessage> message = parsed(text);
     require(bytes(message->AsString()) == text, "a message is its text");
     Entity(*message, 0);
   }
 
-  /// Bytes as they stand in the message, or were made of them.
+  /// Bytes of the message, copied or decoded.
   std::vector<std::string> texts;
   /// Local parts, numbers, and decoded quoted-printable: free of the message's line ends.
   std::vector<std::string> values;

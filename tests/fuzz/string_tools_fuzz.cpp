@@ -1,6 +1,6 @@
 // The routines on NUL-terminated texts, each against its rules.
 //
-// An input is: a size in two bytes, how often the text stands in a row, and three texts: what is
+// An input is: a size in two bytes, how often the text is repeated, and three texts: what is
 // looked for, what replaces it, and the text.
 
 #include <algorithm>

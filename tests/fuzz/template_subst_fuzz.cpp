@@ -1,7 +1,7 @@
 // The placeholder engine against a slow one that expands the whole template first and cuts it then.
 //
 // An input is: the options, the capacity in two bytes, the delimiters, pairs of texts that each end
-// in a NUL (an empty name ends the table, "-" stands for a null value), and the template.
+// in a NUL (an empty name ends the table, "-" means a null value), and the template.
 
 #include <algorithm>
 #include <cstring>
@@ -61,7 +61,7 @@ struct Piece {
   bool unknown_kept = false;
 };
 
-// Where a closing delimiter stands that makes what begins at `open` a candidate, or npos.
+// The position of the closing delimiter of a possible placeholder that begins at `open`, or npos.
 size_t find_close(const Template& in, size_t open) {
   const size_t found = in.text.find(in.close, open + 1);
   return found != std::string::npos && found <= open + kLongestName + 1 ? found : std::string::npos;

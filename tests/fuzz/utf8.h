@@ -4,9 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
-/// The largest code of UTF-8 as it is today (RFC 3629), and as iconv writes it: a stranger may name
-/// a charset that holds codes which no longer exist, and they come out as up to six bytes (RFC
-/// 2279).
+/// The largest code that UTF-8 allows today (RFC 3629), and the largest that iconv writes: some
+/// charsets have codes beyond that, which become up to six bytes (RFC 2279).
 constexpr uint32_t kLargestToday = 0x10FFFF;
 constexpr uint32_t kLargestOfIconv = 0x7FFFFFFF;
 

@@ -1,41 +1,25 @@
 """Time and peak memory of single runs at their largest; run by tests/load/run in the sandbox."""
 
 import os
-import subprocess
 import sys
-import time
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent.parent
 sys.path[:0] = [str(ROOT / "tests" / "system"), str(ROOT / "sandbox")]
 
 import panel as sandbox  # noqa: E402
-from conftest import RECIPIENT, Panel, message  # noqa: E402
+from conftest import Panel, message  # noqa: E402
+from measured import INPUT, run_on_input  # noqa: E402
 
-# A small process of its own, so that the program is not charged with what this one holds.
-MEASURE = """
-import os, sys
-pid = os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ)
-_, status, usage = os.wait4(pid, 0)
-print(usage.ru_maxrss, os.waitstatus_to_exitcode(status), file=sys.stderr)
-"""
-INPUT = Path("/run/panel/input")
 MEGABYTE = 1 << 20
 
 
 def measure(panel, label, text):
     INPUT.write_bytes(text)
-    start = time.monotonic()
-    with open(INPUT, "rb") as stdin:
-        process = subprocess.run(
-            ["/usr/bin/python3", "-S", "-c", MEASURE, panel.program], stdin=stdin,
-            stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
-            env={"PATH": "/usr/bin:/bin", "RECIPIENT": RECIPIENT})
-    seconds = time.monotonic() - start
-    kib, status = map(int, process.stderr.decode().splitlines()[-1].split())
+    run = run_on_input(panel.program)
     sizes = [len(mail.message) for mail in panel.mails()]
-    print(f"| {label} | {len(text) / MEGABYTE:.1f} | {seconds:.2f} | {kib / 1024:.0f} |"
-          f" {status} | {len(sizes)} | {sum(sizes) / MEGABYTE:.1f} |", flush=True)
+    print(f"| {label} | {len(text) / MEGABYTE:.1f} | {run.seconds:.2f} | {run.kib / 1024:.0f} |"
+          f" {run.status} | {len(sizes)} | {sum(sizes) / MEGABYTE:.1f} |", flush=True)
     panel.reset()
 
 

@@ -343,9 +343,8 @@ TEST(Charset, GivesWhatIconvGivesForEachSpellingOfAName) {
   }
 }
 
-// A stranger writes the charset name, and iconv reads more into some names than a charset. What
-// comes out is its business; that something comes out, and nothing beyond the text is read, is
-// ours.
+// Charset names come from messages, and some mean more to iconv than a charset. The result is up to
+// iconv; but there has to be one, and nothing beyond the text may be read.
 struct CharsetName {
   const char* name;
   const char* charset;

@@ -1,8 +1,8 @@
 #ifndef TESTS_MIME_ICONV_SPY_H
 #define TESTS_MIME_ICONV_SPY_H
 
-/// The iconv interface as the code under test meets it in this program: counted, and failing on
-/// demand.
+/// Controls the iconv functions that replace the C library's in this program: they count open
+/// conversions and fail on demand.
 struct IconvSpy {
   int open = 0;                ///< conversions that are open
   bool closing_fails = false;  ///< `iconv_close` reports a failure

@@ -7,7 +7,8 @@
 
 #include <gtest/gtest.h>
 
-/// A row for the decoders of encoded words: what a payload gives, and what standard error shows.
+/// A test case of a decoder of encoded words: a payload, the expected bytes, and the expected
+/// diagnostics on standard error.
 struct Payload {
   const char* name;
   std::string_view payload;

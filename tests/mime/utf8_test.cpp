@@ -68,7 +68,7 @@ TEST_P(Utf8Length, EndsInFrontOfItWhereverItStandsInALongText) {
   }
 }
 
-// A byte of each kind behind a byte of each kind, and so on, against the rules as they are written.
+// The rules of RFC 3629 one by one, for comparison with all sequences of bytes of each kind.
 size_t length_by_the_rules(std::string_view text) {
   const auto at = [&text](size_t i) -> unsigned {
     return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;

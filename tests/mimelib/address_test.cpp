@@ -13,8 +13,7 @@ using namespace std::string_view_literals;
 
 namespace {
 
-// An entry and all behind it, one to a line: the parts of a mailbox with "@" between, "group", or
-// "invalid".
+// An entry and all that follow it, one in each line: a mailbox's address, "group", or "invalid".
 std::string entries_from(const DwAddress* entry) {
   std::string all;
   for (; entry != nullptr; entry = entry->Next()) {

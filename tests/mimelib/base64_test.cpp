@@ -140,7 +140,7 @@ TEST(DecodeBase64, EndsAtPaddingWhereverItStands) {
   for (size_t i = 0; i < 120; ++i) {
     DwString out;
     EXPECT_EQ(DwDecodeBase64(string_of(long_text().insert(i, "=")), out), 0);
-    // What stands in the padded group counts if the "=" ends it, which here it does not alone.
+    // The padded group gives bytes only if the "=" is its last character.
     EXPECT_EQ(out.length(), i / 4 * 3 + (i % 4 == 3 ? 2 : 0)) << i;
   }
 }

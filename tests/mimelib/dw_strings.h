@@ -1,21 +1,13 @@
 #ifndef TESTS_MIMELIB_DW_STRINGS_H
 #define TESTS_MIMELIB_DW_STRINGS_H
 
-#include <string>
-#include <string_view>
+#include <cstddef>
 
+#include "../dw_text.h"
 #include "mimelib/component.h"
 #include "mimelib/string.h"
 
-inline DwString string_of(std::string_view text) {
-  return {text.data(), text.size()};
-}
-
-inline std::string bytes_of(const DwString& text) {
-  return {text.data(), text.length()};
-}
-
-/// A part of `text` as the components of a message have it: in the same buffer.
+/// A part of `text` that shares its buffer, like the texts of a message's components.
 inline DwString slice_of(const DwString& text, size_t start, size_t length) {
   struct Component : DwMessageComponent {
     using DwMessageComponent::DwMessageComponent;

@@ -9,7 +9,7 @@
 #include "dw_strings.h"
 #include "mimelib/decode.h"
 
-/// A row for the decoders of bodies: what a text gives, and what is returned.
+/// A test case of a decoder of bodies: a text, the expected bytes, and the expected result code.
 struct Encoded {
   const char* name;
   std::string_view text;

@@ -29,7 +29,7 @@ char letter_of(Token::Kind kind) {
   return 'E';
 }
 
-// The tokens of a text, each in a line behind the letter of its kind.
+// The tokens of a text, one in each line, after the letter of its kind.
 std::string tokens_of(std::string_view text, Lexer::Syntax syntax) {
   std::string all;
   Lexer lexer(text, syntax);

@@ -11,9 +11,8 @@
 
 #include "dw_strings.h"
 
-// A stranger decides how many elements the lists of a message have. They are walked here as long as
-// a message can make them: the time must not grow with the square of their length, the memory not
-// at all.
+// A hostile message can have lists of any length. These are as long as a message can make them:
+// walking them must take linear time, and memory that does not depend on the length.
 
 namespace {
 

@@ -8,9 +8,10 @@
 #include <nlohmann/json.hpp>
 
 #include "../parsed_message.h"
+#include "../recorded_bytes.h"
 
 // What the program makes of recorded messages, through the calls that it makes. A character of a
-// string in the file is one byte; null stands for none.
+// string in the file is one byte; null means none.
 
 namespace {
 
@@ -21,24 +22,9 @@ std::string up_to_nul(const DwString& text) {
   return bytes_of(text).c_str();
 }
 
-// The bytes whose codes are the characters of `text`, which is UTF-8.
-std::string bytes_of(const std::string& text) {
-  std::string bytes;
-  for (size_t i = 0; i < text.size(); ++i) {
-    auto code = static_cast<unsigned char>(text[i]);
-    if (code >= 0x80) {
-      ++i;
-      code = static_cast<unsigned char>((code & 0x03U) << 6 |
-                                        (static_cast<unsigned char>(text[i]) & 0x3FU));
-    }
-    bytes += static_cast<char>(code);
-  }
-  return bytes;
-}
-
 std::optional<std::string> optional_bytes(const json& value) {
   if (value.is_null()) return std::nullopt;
-  return bytes_of(value.get<std::string>());
+  return recorded_bytes(value.get<std::string>());
 }
 
 std::string address_of(const DwMailbox& mailbox) {
@@ -107,7 +93,7 @@ DwEntity* text_part_of(DwMessage& message) {
 
 void expect_as_recorded(const json& row) {
   // The program ends every message with a newline of its own.
-  const std::string text = bytes_of(row.at("message").get<std::string>()) + "\n";
+  const std::string text = recorded_bytes(row.at("message").get<std::string>()) + "\n";
   const auto message = parsed(text);
   DwHeaders& headers = message->Headers();
 

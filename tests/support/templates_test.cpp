@@ -23,7 +23,7 @@ constexpr int kCount = static_cast<int>(std::size(kTable));
 
 struct Outcome {
   SubstResult result;
-  // The whole output buffer and the byte behind it, NULs as "$", without the untouched bytes at
+  // The whole output buffer and the byte after it, NULs as "$", without the untouched bytes at
   // its end.
   std::string bytes;
 };

@@ -5,10 +5,10 @@
 //   CALL            every call fails
 //   CALL#N          the Nth call fails (from 1)
 //   malloc=SIZE     the allocation of exactly SIZE bytes fails
-//   signal=S@N      signal number S arrives in front of the Nth of all these calls
-//   stop=PID@N      process PID is stopped in front of the Nth of all these calls
+//   signal=S@N      signal number S arrives before the Nth of all these calls
+//   stop=PID@N      process PID is stopped before the Nth of all these calls
 //   silence=S       the database may be silent for S seconds
-//   kill=PID@N      process PID is killed in front of the Nth of all these calls
+//   kill=PID@N      process PID is killed before the Nth of all these calls
 // where CALL is mkstemp, popen, system, mysql_init, mysql_real_query (which every statement passes,
 // the four of the session among them), mysql_store_result, mysql_fetch_row or iconv_close, or
 // null_columns for a row whose columns are all NULL. A failing query reaches
@@ -35,7 +35,7 @@ Function next(const char* name) {
   return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
-// The text behind `name` and its separator in KEM_FAULTS, or null; "" for a name that stands alone.
+// The text after `name` and its separator in KEM_FAULTS, or null; "" for a name without a text.
 const char* fault(const char* name) {
   const char* const faults = getenv("KEM_FAULTS");
   const size_t length = strlen(name);

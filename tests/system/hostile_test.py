@@ -3,28 +3,16 @@
 import base64
 import os
 import subprocess
-import time
-from pathlib import Path
 
 import pytest
 
 import panel as sandbox
 from conftest import OPTIMISED, RECIPIENT, SANITIZED, message
+from measured import INPUT, run_on_input
 
 MEGABYTE = 1 << 20
 # What a run of a small message takes, several times over.
 CONSTANT = 32 * MEGABYTE
-INPUT = Path("/run/panel/input")
-
-
-# A small process that runs a program and tells its peak memory (KiB) and its end: as a child of the
-# tests themselves it would be charged with what they hold.
-MEASURE = """
-import os, sys
-pid = os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ)
-_, status, usage = os.wait4(pid, 0)
-print(usage.ru_maxrss, os.waitstatus_to_exitcode(status), file=sys.stderr)
-"""
 
 
 def run_large(panel, text):
@@ -32,21 +20,13 @@ def run_large(panel, text):
     INPUT.write_bytes(text)
     size = len(text)
     del text
-    start = time.monotonic()
-    with open(INPUT, "rb") as stdin:
-        process = subprocess.run(
-            ["/usr/bin/python3", "-S", "-c", MEASURE, panel.program], stdin=stdin,
-            stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
-            env={"PATH": "/usr/bin:/bin", "RECIPIENT": RECIPIENT})
-    seconds = time.monotonic() - start
+    run = run_on_input(panel.program)
     INPUT.unlink()
-    *err, measured = process.stderr.decode().splitlines()
-    kib, status = map(int, measured.split())
-    assert status == 0
+    assert run.status == 0
     if not SANITIZED:
-        assert kib * 1024 <= 3 * size + CONSTANT, f"{kib} KiB for {size >> 10} KiB"
-        assert seconds < 60
-    return err
+        assert run.kib * 1024 <= 3 * size + CONSTANT, f"{run.kib} KiB for {size >> 10} KiB"
+        assert run.seconds < 60
+    return run.err
 
 
 HEAD = b"From: otto@customer.example\nSubject: Hello\n"

@@ -3,7 +3,7 @@
 //
 //   library_calls own|given ROUTINE [ARGUMENT...]
 //
-// `own` passes no connection, `given` one that is opened before. "NULL" stands for a null argument.
+// `own` passes no connection, `given` one that is opened before. "NULL" means a null argument.
 
 #include <cstdio>
 #include <cstdlib>

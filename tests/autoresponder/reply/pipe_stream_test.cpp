@@ -6,13 +6,13 @@
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "../../scratch_directory.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ bool popen_fails = false;
 
 }  // namespace
 
-// Stands in front of the C library's. A real shortage of descriptors would hit the sanitizers too.
+// Replaces the C library's function. A real shortage of descriptors would hit the sanitizers too.
 extern "C" FILE* popen(const char* command, const char* mode) {
   if (popen_fails) {
     errno = EMFILE;
@@ -37,29 +37,21 @@ namespace {
 class PipeStream : public testing::Test {
  protected:
   PipeStream() {
-    std::string name = testing::TempDir() + "pipe_stream_test-XXXXXX";
-    directory_ = mkdtemp(name.data());
     struct sigaction action {};
     action.sa_handler = [](int) {};
     sigaction(SIGPIPE, &action, &before_);
   }
-  ~PipeStream() override {
-    sigaction(SIGPIPE, &before_, nullptr);
-    std::filesystem::remove_all(directory_);
-  }
+  ~PipeStream() override { sigaction(SIGPIPE, &before_, nullptr); }
 
-  std::string Path(const char* name) const { return directory_ + "/" + name; }
+  std::string Path(const char* name) const { return directory_.Path(name); }
 
-  std::string Content(const char* name) const {
-    std::ifstream file(Path(name));
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  std::string Content(const char* name) const { return contents_of(Path(name)); }
 
   // A command that stores its input in the file "out".
   ShellCommand Store() const { return ShellCommand().Text("cat > ").Quoted(Path("out")); }
 
  private:
-  std::string directory_;
+  ScratchDirectory directory_;
   struct sigaction before_ {};
 };
 

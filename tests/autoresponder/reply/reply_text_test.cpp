@@ -10,6 +10,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "../../memory_file.h"
+
 using namespace std::string_view_literals;
 
 namespace {
@@ -117,12 +119,6 @@ ResponderRule plain_rule() {
   return rule;
 }
 
-std::string content_of(int descriptor) {
-  std::string text(static_cast<size_t>(lseek(descriptor, 0, SEEK_END)), '\0');
-  EXPECT_EQ(pread(descriptor, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
-  return text;
-}
-
 std::string written(const ResponderRule& rule, const char* from = "info@shop.example",
                     const char* subject = "Hello", std::string_view boundary = "") {
   IncomingMessage message;
@@ -132,7 +128,7 @@ std::string written(const ResponderRule& rule, const char* from = "info@shop.exa
   const int memory = memfd_create("reply", 0);
   ResponseFile file(memory, "no name");
   EXPECT_TRUE(write_reply_text(file, rule, message, from, boundary));
-  return content_of(memory);
+  return contents_of(memory).value();
 }
 
 TEST(ReplyText, IsAMessageOfItsOwn) {

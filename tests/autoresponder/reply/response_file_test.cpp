@@ -2,13 +2,13 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
+
+#include "../../scratch_directory.h"
 
 namespace {
 
@@ -16,30 +16,19 @@ namespace fs = std::filesystem;
 
 class ResponseFileTest : public testing::Test {
  protected:
-  ResponseFileTest() {
-    std::string name = testing::TempDir() + "response_file_test-XXXXXX";
-    directory_ = mkdtemp(name.data());
-  }
-  ~ResponseFileTest() override { fs::remove_all(directory_); }
-
-  std::string Path() const { return directory_ + "/reply"; }
-  std::string Other() const { return directory_ + "/other"; }
+  std::string Path() const { return directory_.Path("reply"); }
+  std::string Other() const { return directory_.Path("other"); }
 
   // A file that was created under its name, as a run does it.
   ResponseFile Created() const {
-    std::string name = directory_ + "/reply-XXXXXX";
+    std::string name = directory_.Path("reply-XXXXXX");
     const int descriptor = mkstemp(name.data());
     return {descriptor, name};
   }
 
  private:
-  std::string directory_;
+  ScratchDirectory directory_;
 };
-
-std::string content_of(const std::string& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 void write(ResponseFile& file, const char* text) {
   const OwnedFile out = file.Rewrite();
@@ -57,7 +46,7 @@ TEST_F(ResponseFileTest, HoldsWhatWasWrittenLast) {
   EXPECT_EQ(file.Size(), 11);
   write(file, "short");
   EXPECT_EQ(file.Size(), 5);
-  EXPECT_EQ(content_of(file.path()), "short");
+  EXPECT_EQ(contents_of(file.path()), "short");
 }
 
 TEST_F(ResponseFileTest, CountsWhatCommandsAppend) {
@@ -82,7 +71,7 @@ TEST_F(ResponseFileTest, IsCreatedForItsOwnerAloneWhenItIsWritten) {
   struct stat status {};
   ASSERT_EQ(stat(Path().c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0600U);
-  EXPECT_EQ(content_of(Path()), "text");
+  EXPECT_EQ(contents_of(Path()), "text");
   EXPECT_EQ(file.Size(), 4);
 }
 
@@ -97,8 +86,8 @@ TEST_F(ResponseFileTest, UsesNothingThatHadItsName) {
     }
     ResponseFile file(-1, Path());
     write(file, "text");
-    EXPECT_EQ(content_of(Other()), "kept");
-    EXPECT_EQ(content_of(Path()), "text");
+    EXPECT_EQ(contents_of(Other()), "kept");
+    EXPECT_EQ(contents_of(Path()), "text");
     EXPECT_FALSE(fs::is_symlink(Path()));
     fs::remove(Path());
   }

@@ -2,12 +2,12 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <ostream>
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "../../scratch_directory.h"
 
 namespace {
 
@@ -73,18 +73,9 @@ void PrintTo(const Use& row, std::ostream* out) {
 // With a directory of its own, into which commands write.
 class HandToShell : public testing::TestWithParam<Use> {
  protected:
-  HandToShell() {
-    std::string name = testing::TempDir() + "shell_test-XXXXXX";
-    directory_ = mkdtemp(name.data());
-  }
-  ~HandToShell() override { std::filesystem::remove_all(directory_); }
+  std::string Path(const char* name) const { return directory_.Path(name); }
 
-  std::string Path(const char* name) const { return directory_ + "/" + name; }
-
-  std::string Content(const char* name) const {
-    std::ifstream file(Path(name));
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  std::string Content(const char* name) const { return contents_of(Path(name)); }
 
   // A command that writes `value` into the file "out".
   ShellCommand WriteValue(const std::string& value) const {
@@ -101,7 +92,7 @@ class HandToShell : public testing::TestWithParam<Use> {
   }
 
  private:
-  std::string directory_;
+  ScratchDirectory directory_;
 };
 
 TEST_P(HandToShell, RunsTheExactLine) {

@@ -1,0 +1,17 @@
+#ifndef TESTS_WITH_CRLF_H
+#define TESTS_WITH_CRLF_H
+
+#include <string>
+#include <string_view>
+
+/// `text` with a CR before each of its LFs.
+inline std::string with_crlf(std::string_view text) {
+  std::string longer;
+  for (const char c : text) {
+    if (c == '\n') longer += '\r';
+    longer += c;
+  }
+  return longer;
+}
+
+#endif
