@@ -22,10 +22,11 @@ struct ExtractionResult {
 
 /// Fills `record` from the message.
 ///
-/// `message_text`: the whole message (RFC 5322), any bytes; move it in, so that it is freed as soon as
-/// it is not needed. `delivered_to`: the address of the delivery, used unchanged; without one the
-/// first mailbox of To is the recipient. A message without a sender or a recipient is reported on
-/// standard error and leaves the record as it was. Conversion problems are reported and tolerated.
+/// `message_text`: the whole message (RFC 5322), any bytes; move it in, so that it is freed as soon
+/// as it is not needed. `delivered_to`: the address of the delivery, used unchanged; without one
+/// the first mailbox of To is the recipient. A message without a sender or a recipient is reported
+/// on standard error and leaves the record as it was. Conversion problems are reported and
+/// tolerated.
 ExtractionResult extract(DwString message_text, const std::optional<std::string>& delivered_to,
                          IncomingMessage& record);
 

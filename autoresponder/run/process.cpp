@@ -41,21 +41,21 @@ void reset_environment() {
 }
 
 struct LeastLimit {
-  decltype(RLIMIT_STACK) resource;
   rlim_t least;
   const char* name;
+  decltype(RLIMIT_STACK) resource;
   bool is_required;
 };
 
 constexpr rlim_t kMebibyte = rlim_t{1} << 20;
 
 constexpr LeastLimit kLeastLimits[] = {
-    {RLIMIT_STACK, 8 * kMebibyte, "stack", true},
-    {RLIMIT_FSIZE, RLIM_INFINITY, "file size", true},
-    {RLIMIT_CPU, RLIM_INFINITY, "processor time", true},
-    {RLIMIT_AS, 1024 * kMebibyte, "address space", false},
-    {RLIMIT_DATA, 1024 * kMebibyte, "data", false},
-    {RLIMIT_NOFILE, 64, "descriptors", true},
+    {8 * kMebibyte, "stack", RLIMIT_STACK, true},
+    {RLIM_INFINITY, "file size", RLIMIT_FSIZE, true},
+    {RLIM_INFINITY, "processor time", RLIMIT_CPU, true},
+    {1024 * kMebibyte, "address space", RLIMIT_AS, false},
+    {1024 * kMebibyte, "data", RLIMIT_DATA, false},
+    {64, "descriptors", RLIMIT_NOFILE, true},
 };
 
 void raise_limit(const LeastLimit& limit) {
