@@ -1,6 +1,8 @@
 #include "autoresponder/panel/frequency_limiter.h"
 
+#include <cstdint>
 #include <cstdlib>
+#include <limits>
 
 #include "support/base/joined.h"
 
@@ -69,12 +71,26 @@ class Memory {
   // A strict server refuses a sender that is longer than the column.
   void FailAsTheInsertWould() const {
     constexpr unsigned kDataTooLong = 1406;
-    Rows rows = database_.Query(
-        joined({"select 1 from information_schema.columns where table_schema=database() and "
-                "table_name='resp_freq' and column_name='email' and @@sql_mode like '%STRICT%' and "
-                "char_length(convert('",
-                sender_.view(), "' using utf8mb4))>character_maximum_length"}));
-    if (!rows.IsEmpty()) database_.Refuse("Data too long for column 'email'", kDataTooLong);
+    const std::string most = std::to_string(MostCharacters());
+    Rows rows =
+        database_.Query(joined({"select @@sql_mode like '%STRICT%' and char_length(convert('",
+                                sender_.view(), "' using utf8mb4))>", most}));
+    const Row row = rows.Next();
+    const bool fails = row != nullptr && atoi(text_or(*row, "0")) != 0;
+    if (fails) database_.Refuse("Data too long for column 'email'", kDataTooLong);
+  }
+
+  // Of the column with senders. Read from the table's definition, because the server writes a
+  // temporary file to answer the same question about its information_schema.
+  size_t MostCharacters() const {
+    enum Column { kTable, kDefinition };
+    constexpr std::string_view kVarchar = "`email` varchar(";
+    Rows rows = database_.Query("show create table resp_freq");
+    const Row row = rows.Next();
+    const std::string definition = row != nullptr ? text_or(row[kDefinition], "") : "";
+    const size_t at = definition.find(kVarchar);
+    if (at == std::string::npos) return std::numeric_limits<uint32_t>::max();
+    return static_cast<size_t>(atol(definition.c_str() + at + kVarchar.size()));
   }
 
   Rows Select(const char* what) const {

@@ -23,7 +23,7 @@ WRITERS = re.compile(
     r"end_process|db_error_text|stop|Complaint)\s*(?=[({])"
     r"|\bsnprintf\(error\b|\bfailure =|\bk\w*Diagnostic =|\bkCodeTexts\[\] ="
     r"|#define KEM_CONF_VALUE|\.Query\(|\breturn (?=\"[^\"]* [^\"]*\";)")
-STATEMENT = re.compile(r"(select|insert|update|delete| from| and|') ")  # for the server, not for people
+STATEMENT = re.compile(r"(select|show|insert|update|delete| from| and|') ")  # for the server, not for people
 
 # Texts of a definition that counts, which a run cannot come to, and why.
 NOT_BY_A_RUN = {
