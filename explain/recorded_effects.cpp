@@ -31,9 +31,9 @@ CommandFate fate_of(const ShellCommand& command) {
 
 // The command as the run would start it: with the name of its temporary file for the reply.
 std::string RecordedEffects::LineOfRun(std::string line) const {
-  const std::string name = memory_.File(kResponseTemplate).path();
+  const std::string name = memory_.File(response_template()).path();
   for (size_t at = 0; (at = line.find(name, at)) != std::string::npos; at += name.size()) {
-    line.replace(at, name.size(), kResponseTemplate);
+    line.replace(at, name.size(), response_template());
   }
   return line;
 }
@@ -46,7 +46,7 @@ bool RecordedEffects::Count(const ResponderRule& rule) {
 }
 
 std::string RecordedEffects::SpoolPath() {
-  return kSpoolTemplate;
+  return spool_template();
 }
 
 void RecordedEffects::Forward(const std::string& addresses, const ShellCommand& command) {
@@ -55,7 +55,7 @@ void RecordedEffects::Forward(const std::string& addresses, const ShellCommand& 
 }
 
 ResponseFile RecordedEffects::CreateResponseFile() {
-  return memory_.File(kResponseTemplate);
+  return memory_.File(response_template());
 }
 
 void RecordedEffects::Attachments(const AttachmentList& attachments) {

@@ -5,17 +5,18 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#define SPOOL_TEMPLATE "/tmp/kem-autoresponder-XXXXXX"
+#define RESPONSE_TEMPLATE "/tmp/kem-response-uu-XXXXXX"
+
 // The names of the two files: a template until the file is created, its name from then on.
 // Process-wide, because the end of the run removes both, whatever the run was doing.
-char spool_file_path[sizeof kSpoolTemplate];
-char response_file_path[sizeof kResponseTemplate];
+char spool_file_path[] = SPOOL_TEMPLATE;
+char response_file_path[] = RESPONSE_TEMPLATE;
 
 namespace {
 
 // Commands that the run starts have no business with the file's descriptor.
-template <size_t kSize>
-int create(char (&name)[kSize], const char (&name_template)[kSize]) {
-  memcpy(name, name_template, kSize);
+int create(char* name) {
   const int descriptor = mkstemp(name);
   if (descriptor >= 0) fcntl(descriptor, F_SETFD, FD_CLOEXEC);
   return descriptor;
@@ -23,13 +24,22 @@ int create(char (&name)[kSize], const char (&name_template)[kSize]) {
 
 }  // namespace
 
+const char* spool_template() {
+  return SPOOL_TEMPLATE;
+}
+
+const char* response_template() {
+  return RESPONSE_TEMPLATE;
+}
+
 SpoolFile create_spool_file() {
-  const int descriptor = create(spool_file_path, kSpoolTemplate);
+  const int descriptor = create(spool_file_path);
   return {descriptor, spool_file_path};
 }
 
 ResponseFile create_response_file() {
-  const int descriptor = create(response_file_path, kResponseTemplate);
+  memcpy(response_file_path, RESPONSE_TEMPLATE, sizeof response_file_path);
+  const int descriptor = create(response_file_path);
   return {descriptor, response_file_path};
 }
 

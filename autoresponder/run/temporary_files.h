@@ -5,8 +5,8 @@
 #include "autoresponder/run/spool.h"
 
 /// What the names of the run's two temporary files are made from: `mkstemp` replaces each X.
-constexpr char kSpoolTemplate[] = "/tmp/kem-autoresponder-XXXXXX";
-constexpr char kResponseTemplate[] = "/tmp/kem-response-uu-XXXXXX";
+const char* spool_template();
+const char* response_template();
 
 /// Creates the spool file, mode 0600.
 SpoolFile create_spool_file();
