@@ -52,8 +52,8 @@ void handle_termination_signals(void (*handler)(int)) {
   for_each_termination([&action](int signal) { sigaddset(&action.sa_mask, signal); });
   for_each_termination([&action](int signal) {
     struct sigaction before {};
-    sigaction(signal, nullptr, &before);
-    if (before.sa_handler != ignore_signal) sigaction(signal, &action, nullptr);
+    sigaction(signal, &action, &before);
+    if (before.sa_handler == ignore_signal) sigaction(signal, &before, nullptr);
   });
 }
 

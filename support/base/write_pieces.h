@@ -10,7 +10,9 @@ namespace kem {
 /// Writes the pieces, which may hold NULs, one after another. A failure sets the file's error
 /// indicator (`ferror`).
 inline void write_pieces(FILE* file, std::initializer_list<std::string_view> pieces) {
-  for (const std::string_view piece : pieces) fwrite(piece.data(), 1, piece.size(), file);
+  for (const std::string_view piece : pieces) {
+    if (!piece.empty()) fwrite(piece.data(), 1, piece.size(), file);  // an empty one may be null
+  }
 }
 
 }  // namespace kem

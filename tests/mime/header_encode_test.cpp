@@ -128,6 +128,7 @@ TEST(HeaderEncode, WritesPiecesAsOneText) {
   write_header_encoded(out.get(), {"", " x-y", ""});
   write_header_encoded(out.get(), {" ", "-", " "});
   write_header_encoded(out.get(), {"Re: ", "plain"});
+  write_header_encoded(out.get(), {std::string_view(), "", std::string_view()});
   EXPECT_EQ(out.Text(), "=?utf-8?Q?Re:_x=2Dy?= =?utf-8?Q?x=2Dy?= =?utf-8?Q?=2D_?=Re: plain");
 }
 
