@@ -141,8 +141,8 @@ void prepare_process() {
   open_standard_descriptors();
   stop_timers();
   reset_signals();
-  if (started_by_another_user()) leave_caller();
   survive_failing_writes();
+  if (started_by_another_user()) leave_caller();
   errno = saved_errno;
 }
 

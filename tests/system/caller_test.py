@@ -95,7 +95,7 @@ def may_raise_limits():
 
 LIMITS = [("STACK", 512 << 10, 8 << 20), ("FSIZE", 0, INFINITY), ("CPU", 1, INFINITY),
           ("NOFILE", 8, 64)]
-MEMORY = [("AS", 48 << 20, 1 << 30), ("DATA", 1 << 20, 1 << 30)]
+MEMORY = [("AS", 48 << 20, 1 << 30), ("DATA", 16 << 20, 1 << 30)]
 
 
 @pytest.mark.parametrize("name, low, least", LIMITS if SANITIZED else LIMITS + MEMORY)
@@ -132,6 +132,18 @@ def test_a_hard_limit_on_memory_is_raised_as_far_as_it_can_be(panel, program, na
     panel.rule()
     run(program, lambda: resource.setrlimit(number, (low // 2, low)))
     assert recorded_limit() == ([least, least] if may_raise_limits() else [low, low])
+
+
+# A report into a file, which the limit lets nobody write.
+@pytest.mark.skipif(may_raise_limits(), reason="root here raises the limit")
+def test_a_refusal_does_not_die_of_the_limit_itself(panel, program):
+    with open("/run/panel/log", "w") as log:
+        process = subprocess.Popen(
+            [program], stdin=subprocess.DEVNULL, stdout=log, stderr=log, user=CALLER, group=CALLER,
+            extra_groups=[], env={},
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (0, 0)))
+        assert process.wait(timeout=20) == 1
+    os.unlink("/run/panel/log")
 
 
 def test_its_descriptors_are_closed(panel, program):
