@@ -2,8 +2,11 @@
 
 import email
 import email.policy
+import fcntl
 import os
+import pty
 import socket
+import termios
 
 import pytest
 
@@ -284,3 +287,28 @@ def test_a_file_that_grows_without_an_end_is_cut(panel):
     assert result.status == 0
     (mail,) = panel.mails()
     assert len(mail.message) < 32 << 20
+
+
+# The command's own output is a blank line for each file: a terminal that stops background processes
+# which write to it (stty tostop) must not stop this one.
+def test_a_terminal_does_not_stop_the_encoding(panel):
+    panel.attach(panel.rule(), "a.txt")
+    master, slave = pty.openpty()
+    modes = termios.tcgetattr(slave)
+    modes[3] |= termios.TOSTOP
+    termios.tcsetattr(slave, termios.TCSANOW, modes)
+
+    def use_terminal():
+        fcntl.ioctl(slave, termios.TIOCSCTTY, 0)
+        os.dup2(slave, 1)
+    process = panel.start(start_new_session=True, preexec_fn=use_terminal)
+    os.close(slave)
+    process.stdin.write(message())
+    process.stdin.close()
+    try:
+        assert process.wait(timeout=10) == 0
+    finally:
+        process.kill()
+        os.close(master)
+    (mail,) = panel.mails()
+    assert b"Y29udGVudA==" in mail.message
