@@ -11,6 +11,7 @@
 #include <mimelib/mimepp.h>
 
 #include "autoresponder/panel/panel_database.h"
+#include "autoresponder/run/configuration.h"
 #include "autoresponder/run/incoming.h"
 #include "explain/recorded_effects.h"
 #include "explain/rule_examination.h"
@@ -77,15 +78,14 @@ std::optional<Reason> examine_message(const Options& options, Explanation& expla
 
 // Examines the rules in the run's order, up to the one that would end the run.
 void examine_rules(PanelDatabase& database, const Options& options, Explanation& explanation) {
-  const MailboxRef& mailbox = explanation.mailbox->mailbox;
-  explanation.rows = database.Query(rules_query(mailbox.id));
+  explanation.rows = database.Query(rules_query(explanation.mailbox->mailbox.id));
   bool goes_on = true;
   while (const Row row = explanation.rows->Next()) {
     RuleExplanation facts;
     facts.rule = ResponderRule(row);
     const bool is_shown = !options.rule || *options.rule == facts.rule.id;
     const bool whole_reply = is_shown && options.show_reply;
-    if (goes_on) examine_rule(database, mailbox, explanation.message, whole_reply, facts);
+    if (goes_on) examine_rule(database, explanation, whole_reply, facts);
     goes_on = goes_on && !ends_run(facts.outcome);
     if (is_shown) explanation.rules.push_back(std::move(facts));
   }
@@ -123,6 +123,7 @@ Verdict verdict_of(Reason reason) {
 void examine(const Options& options, Explanation& explanation) {
   try {
     load_conf_paths();
+    explanation.switches = read_switches();
     const auto refusal = examine_message(options, explanation);
     explanation.reason = refusal ? *refusal : examine_panel(options, explanation);
     explanation.verdict = verdict_of(explanation.reason);

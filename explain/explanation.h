@@ -9,6 +9,7 @@
 #include "autoresponder/engine/loop_guard.h"
 #include "autoresponder/intake/extraction.h"
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/message/switches.h"
 #include "autoresponder/panel/frequency_limiter.h"
 #include "autoresponder/panel/mailbox.h"
 #include "autoresponder/panel/panel_database.h"
@@ -115,6 +116,7 @@ struct Explanation {
   Reason reason = Reason::kDatabaseFails;
   std::string trouble;      ///< details of the reason, if it has any
   std::string diagnostics;  ///< what the run's functions wrote to standard error
+  Switches switches;
   IncomingMessage message;
   SenderField sender_field = SenderField::kNone;
   RecipientSource recipient_source = RecipientSource::kTo;

@@ -31,14 +31,15 @@ RuleOutcome outcome_of_reply(const RuleExplanation& facts) {
   return facts.reply->is_replaced ? RuleOutcome::kRepliesWithNotice : RuleOutcome::kReplies;
 }
 
-RuleOutcome examine_answer(PanelDatabase& database, const MailboxRef& mailbox,
-                           const IncomingMessage& message, bool whole_reply,
-                           RuleExplanation& facts) {
+RuleOutcome examine_answer(PanelDatabase& database, const Explanation& explanation,
+                           bool whole_reply, RuleExplanation& facts) {
+  const IncomingMessage& message = explanation.message;
   if (!is_active(facts.rule)) return RuleOutcome::kSwitchedOff;
   facts.trigger = examine_trigger(facts.rule, message);
   if (!facts.trigger->found) return RuleOutcome::kNotTriggered;
   RecordedEffects effects(database, message, whole_reply, facts);
-  answer(database, facts.rule, mailbox, message, effects);
+  answer(database, facts.rule, explanation.mailbox->mailbox, message, explanation.switches,
+         effects);
   if (!allows_reply(*facts.limiter)) return outcome_of_limiter(*facts.limiter);
   return outcome_of_reply(facts);
 }
@@ -50,10 +51,10 @@ bool is_refusal(const PanelFailure& failure) {
   return failure.error() > 0 && failure.error() < kFirstClientError;
 }
 
-void examine_rule(PanelDatabase& database, const MailboxRef& mailbox,
-                  const IncomingMessage& message, bool whole_reply, RuleExplanation& facts) {
+void examine_rule(PanelDatabase& database, const Explanation& explanation, bool whole_reply,
+                  RuleExplanation& facts) {
   try {
-    facts.outcome = examine_answer(database, mailbox, message, whole_reply, facts);
+    facts.outcome = examine_answer(database, explanation, whole_reply, facts);
   } catch (const NotAscii&) {
     facts.outcome = RuleOutcome::kRecipientNotAscii;
   } catch (const PanelFailure& failure) {

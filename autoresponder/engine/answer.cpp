@@ -14,6 +14,7 @@ struct Answer {
   const ResponderRule& rule;
   const MailboxRef& mailbox;
   const IncomingMessage& message;
+  const Switches& switches;
   Effects& effects;
 };
 
@@ -62,8 +63,8 @@ void send_reply(const Answer& a) {
 }  // namespace
 
 void answer(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
-            const IncomingMessage& message, Effects& effects) {
-  const Answer a{database, rule, mailbox, message, effects};
+            const IncomingMessage& message, const Switches& switches, Effects& effects) {
+  const Answer a{database, rule, mailbox, message, switches, effects};
   if (!effects.Count(rule)) return;
   forward(a);
   send_reply(a);

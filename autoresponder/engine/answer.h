@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/message/switches.h"
 #include "autoresponder/panel/mailbox.h"
 #include "autoresponder/panel/panel_database.h"
 #include "autoresponder/panel/rule.h"
@@ -66,6 +67,6 @@ class Effects {
 /// Lets a rule that fires answer the message: asks the limiter, forwards, and builds and sends the
 /// reply. A failing query throws `PanelFailure`.
 void answer(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
-            const IncomingMessage& message, Effects& effects);
+            const IncomingMessage& message, const Switches& switches, Effects& effects);
 
 #endif

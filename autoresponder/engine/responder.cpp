@@ -6,7 +6,8 @@
 #include "autoresponder/panel/rule.h"
 #include "support/base/diagnose.h"
 
-void run_responder(const IncomingMessage& message, const EffectsMaker& make_effects) {
+void run_responder(const IncomingMessage& message, const Switches& switches,
+                   const EffectsMaker& make_effects) {
   EscapedRecipient recipient = escape_recipient(message);
   PanelDatabase database;
   const auto found = find_mailbox(database, message, std::move(recipient));
@@ -20,6 +21,6 @@ void run_responder(const IncomingMessage& message, const EffectsMaker& make_effe
   while (const Row row = rules.Next()) {
     const ResponderRule rule(row);
     const bool answers = is_active(rule) && rule_fires(rule, message);
-    if (answers) answer(database, rule, found->mailbox, message, *effects);
+    if (answers) answer(database, rule, found->mailbox, message, switches, *effects);
   }
 }

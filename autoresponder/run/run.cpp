@@ -6,6 +6,7 @@
 #include "autoresponder/engine/loop_guard.h"
 #include "autoresponder/engine/responder.h"
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/run/configuration.h"
 #include "autoresponder/run/incoming.h"
 #include "autoresponder/run/process.h"
 #include "autoresponder/run/run_effects.h"
@@ -28,10 +29,10 @@ void become_root() {
   cleanup_and_exit();
 }
 
-void respond(const IncomingMessage& message, const SpoolFile& spool) {
+void respond(const IncomingMessage& message, const SpoolFile& spool, const Switches& switches) {
   try {
-    run_responder(message, [&](PanelDatabase& database) {
-      return std::make_unique<RunEffects>(database, message, spool);
+    run_responder(message, switches, [&](PanelDatabase& database) {
+      return std::make_unique<RunEffects>(database, message, spool, switches);
     });
   } catch (const PanelFailure& failure) {
     end_run(failure.what());
@@ -44,6 +45,7 @@ void run(const char* program) {
   prog_name = program;
   prepare_process();
   load_conf_paths();
+  const Switches switches = read_switches();
   IncomingMessage message;
   become_root();
   remove_files_on_termination();
@@ -52,6 +54,6 @@ void run(const char* program) {
   forget_recipient();
   const LoopGuard guard = loop_guard(message);
   if (guard != LoopGuard::kPassed) end_run(loop_guard_diagnostic(guard));
-  respond(message, spool);
+  respond(message, spool, switches);
   cleanup_and_exit();
 }

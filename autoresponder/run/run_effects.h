@@ -8,8 +8,9 @@
 class RunEffects : public Effects {
  public:
   /// All of them outlive the effects.
-  RunEffects(PanelDatabase& database, const IncomingMessage& message, const SpoolFile& spool)
-      : database_(database), message_(message), spool_(spool) {}
+  RunEffects(PanelDatabase& database, const IncomingMessage& message, const SpoolFile& spool,
+             const Switches& switches)
+      : database_(database), message_(message), spool_(spool), switches_(switches) {}
 
   bool Count(const ResponderRule& rule) override;
   std::string SpoolPath() override { return spool_.path(); }
@@ -26,6 +27,7 @@ class RunEffects : public Effects {
   PanelDatabase& database_;
   const IncomingMessage& message_;
   const SpoolFile& spool_;
+  const Switches& switches_;
 };
 
 #endif

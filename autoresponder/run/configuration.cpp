@@ -1,0 +1,21 @@
+#include "autoresponder/run/configuration.h"
+
+#include <string_view>
+
+#include "support/base/diagnose.h"
+#include "support/conf.h"
+
+namespace {
+
+bool is_on(const char* key) {
+  const char* const value = conf_lookup(key);
+  const std::string_view word = value != nullptr ? value : "off";
+  if (word != "on" && word != "off") diagnose({"autoresponder: ", key, " is neither on nor off"});
+  return word == "on";
+}
+
+}  // namespace
+
+Switches read_switches() {
+  return {is_on("AUTORESPONDER_REPAIRS"), is_on("AUTORESPONDER_COURTESY")};
+}
