@@ -8,9 +8,9 @@
 #include <stdexcept>
 #include <utility>
 
-#include <mimelib/mimepp.h>
-
 #include "autoresponder/panel/panel_database.h"
+#include "autoresponder/reader/reader.h"
+#include "autoresponder/reader/reader_failure.h"
 #include "autoresponder/run/configuration.h"
 #include "autoresponder/run/incoming.h"
 #include "explain/recorded_effects.h"
@@ -20,21 +20,23 @@
 namespace {
 
 // Reads the message and appends a newline, as the run does.
-DwString read_message(const std::string& file_name) {
+MessageBuffer load_message(const std::string& file_name) {
+  constexpr size_t kBlock = size_t{64} << 10;
   errno = 0;
   std::ifstream file;
   if (file_name != "-") file.open(file_name, std::ios::binary);
   std::istream& in = file_name == "-" ? std::cin : file;
-  DwString text;
-  char block[65536];
-  while (in.read(block, sizeof block), in.gcount() > 0) {
-    text.append(block, static_cast<size_t>(in.gcount()));
+  MessageBuffer message;
+  while (in.read(message.RoomFor(kBlock), kBlock), in.gcount() > 0) {
+    message.Add(static_cast<size_t>(in.gcount()));
   }
   if (!in.eof()) {
     const std::string name = file_name == "-" ? "standard input" : file_name;
     throw CannotTell(Reason::kMessageUnreadable, "Unable to read " + name + ": " + strerror(errno));
   }
-  return text.append("\n");
+  *message.RoomFor(1) = '\n';
+  message.Add(1);
+  return message;
 }
 
 // The recipient's address from the option or the environment; nothing if To has to be used.
@@ -58,11 +60,10 @@ Reason reason_of(LoopGuard guard) {
 
 // Why the run would not look for rules for the message; nothing if it would.
 std::optional<Reason> examine_message(const Options& options, Explanation& explanation) {
-  DwInitialize();
-  DwString text = read_message(options.message_file);
+  MessageBuffer text = load_message(options.message_file);
   const auto delivered_to = find_delivery(options, explanation);
   try {
-    const auto result = extract(std::move(text), delivered_to, explanation.message);
+    const auto result = read_message(std::move(text), delivered_to, explanation.message);
     explanation.sender_field = result.sender_field;
     if (result.outcome != Extraction::kDone) {
       explanation.message.sender = result.sender;
@@ -79,10 +80,13 @@ std::optional<Reason> examine_message(const Options& options, Explanation& expla
 // Examines the rules in the run's order, up to the one that would end the run.
 void examine_rules(PanelDatabase& database, const Options& options, Explanation& explanation) {
   explanation.rows = database.Query(rules_query(explanation.mailbox->mailbox.id));
+  const std::vector<ResponderRule> rules = read_rules(*explanation.rows);
+  const std::vector<TriggerMatch> triggers = find_triggers(rules, explanation.message);
   bool goes_on = true;
-  while (const Row row = explanation.rows->Next()) {
+  for (size_t i = 0; i < rules.size(); ++i) {
     RuleExplanation facts;
-    facts.rule = ResponderRule(row);
+    facts.rule = rules[i];
+    if (goes_on && is_active(facts.rule)) facts.trigger = triggers[i];
     const bool is_shown = !options.rule || *options.rule == facts.rule.id;
     const bool whole_reply = is_shown && options.show_reply;
     if (goes_on) examine_rule(database, explanation, whole_reply, facts);
@@ -131,6 +135,10 @@ void examine(const Options& options, Explanation& explanation) {
     const bool ends_run = is_refusal(failure);
     explanation.verdict = ends_run ? Verdict::kNoReply : Verdict::kUnknown;
     explanation.reason = ends_run ? Reason::kStatementFails : Reason::kDatabaseFails;
+    explanation.trouble = failure.what();
+  } catch (const ReaderFailure& failure) {
+    explanation.verdict = Verdict::kNoReply;
+    explanation.reason = Reason::kReaderFails;
     explanation.trouble = failure.what();
   } catch (const CannotTell& trouble) {
     explanation.reason = trouble.reason;

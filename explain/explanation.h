@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "autoresponder/engine/loop_guard.h"
-#include "autoresponder/intake/extraction.h"
+#include "autoresponder/message/extraction_result.h"
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/message/switches.h"
 #include "autoresponder/panel/frequency_limiter.h"
@@ -27,6 +27,7 @@ enum class Reason {
   kNoSender,
   kNoRecipient,
   kRunAborts,
+  kReaderFails,  ///< the process that takes the message apart died, or took too long
   kSenderIsRecipient,
   kMailerDaemon,
   kMailboxNotFound,
@@ -67,12 +68,6 @@ inline bool ends_run(RuleOutcome outcome) {
 /// Where the recipient's address was taken from.
 enum class RecipientSource { kOption, kEnvironment, kTo };
 
-struct TriggerFacts {
-  TriggerPlace place = TriggerPlace::kNowhere;
-  bool found = false;
-  size_t line = 0;  ///< if the trigger was found in the body, its line there, from 1 on
-};
-
 /// What a run would do with a command.
 enum class CommandFate {
   kRuns,
@@ -100,8 +95,8 @@ struct ReplyFacts {
 struct RuleExplanation {
   ResponderRule rule;
   RuleOutcome outcome = RuleOutcome::kNotReached;
-  std::string trouble;  ///< the diagnostic, if a statement fails
-  std::optional<TriggerFacts> trigger;
+  std::string trouble;                  ///< the diagnostic, if a statement fails
+  std::optional<TriggerMatch> trigger;  ///< of a rule that is on
   std::optional<LimiterFacts> limiter;
   std::optional<std::string> forwarding;  ///< the addresses, as in the command line
   AttachmentList attachments;

@@ -33,8 +33,8 @@ Json mailbox_of(const FoundMailbox& found) {
           {"found_by", code(found.lookup)}};
 }
 
-Json trigger_of(const ResponderRule& rule, const TriggerFacts& trigger) {
-  Json result{{"place", code(trigger.place)}, {"key", rule.keystr}, {"found", trigger.found}};
+Json trigger_of(const ResponderRule& rule, const TriggerMatch& trigger) {
+  Json result{{"place", code(trigger_place(rule))}, {"key", rule.keystr}, {"found", trigger.fires}};
   if (trigger.line > 0) result["line"] = trigger.line;
   return result;
 }

@@ -96,7 +96,7 @@ int run(int argc, char** argv, Work& work) {
   work.options = *std::get_if<Options>(&command_line);
   prepare_process();
   std::ios::sync_with_stdio(false);  // otherwise std::cin would not report a failed read
-  end_writer_on_termination();
+  end_children_on_termination();
   return static_cast<int>(tell(work));
 }
 

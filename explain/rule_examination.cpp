@@ -5,14 +5,6 @@
 
 namespace {
 
-TriggerFacts examine_trigger(const ResponderRule& rule, const IncomingMessage& message) {
-  TriggerFacts facts;
-  facts.place = trigger_place(rule);
-  facts.found = rule_fires(rule, message);
-  if (facts.place == TriggerPlace::kBody) facts.line = message.body_lines.FirstWith(rule.keystr);
-  return facts;
-}
-
 RuleOutcome outcome_of_limiter(const LimiterFacts& limiter) {
   return limiter.step ? RuleOutcome::kLimitReached : RuleOutcome::kNeverReplies;
 }
@@ -34,9 +26,8 @@ RuleOutcome outcome_of_reply(const RuleExplanation& facts) {
 RuleOutcome examine_answer(PanelDatabase& database, const Explanation& explanation,
                            bool whole_reply, RuleExplanation& facts) {
   const IncomingMessage& message = explanation.message;
-  if (!is_active(facts.rule)) return RuleOutcome::kSwitchedOff;
-  facts.trigger = examine_trigger(facts.rule, message);
-  if (!facts.trigger->found) return RuleOutcome::kNotTriggered;
+  if (!facts.trigger) return RuleOutcome::kSwitchedOff;
+  if (!facts.trigger->fires) return RuleOutcome::kNotTriggered;
   RecordedEffects effects(database, message, whole_reply, facts);
   answer(database, facts.rule, explanation.mailbox->mailbox, message, explanation.switches,
          effects);

@@ -8,9 +8,9 @@
 /// (such as a lost connection) tells nothing about it.
 bool is_refusal(const PanelFailure& failure);
 
-/// Fills `facts`, which already holds the rule, with what the run would do for it. `explanation`
-/// already holds the mailbox, the message and the switches. `whole_reply`: whether also with the
-/// whole text of the reply.
+/// Fills `facts`, which already holds the rule and its trigger, with what the run would do for it.
+/// `explanation` already holds the mailbox, the message and the switches. `whole_reply`: whether
+/// also with the whole text of the reply.
 ///
 /// Examine all rules of the mailbox in their order: each reply takes the next boundary of the run's
 /// sequence of random numbers.

@@ -27,7 +27,7 @@ class Report {
     return out_ << "  " << std::left << std::setw(12) << topic;
   }
   std::string Coloured(Colour colour, const std::string& text) const;
-  void Trigger(const ResponderRule& rule, const TriggerFacts& trigger);
+  void Trigger(const ResponderRule& rule, const TriggerMatch& trigger);
   void Limiter(const ResponderRule& rule, const LimiterFacts& limiter);
   void Attachments(const RuleExplanation& facts);
   void Reply(const ReplyFacts& reply);
@@ -81,17 +81,17 @@ void Report::Mailbox(const FoundMailbox& found) {
                   << ", id " << printable(mailbox.id) << ", found " << words(found.lookup) << '\n';
 }
 
-void Report::Trigger(const ResponderRule& rule, const TriggerFacts& trigger) {
+void Report::Trigger(const ResponderRule& rule, const TriggerMatch& trigger) {
   std::ostream& line = Line("trigger");
-  if (trigger.place == TriggerPlace::kNowhere) {
-    line << words(trigger.place) << '\n';
+  if (trigger_place(rule) == TriggerPlace::kNowhere) {
+    line << words(trigger_place(rule)) << '\n';
     return;
   }
-  line << quoted(rule.keystr) << (trigger.found ? " is in " : " is not in ");
+  line << quoted(rule.keystr) << (trigger.fires ? " is in " : " is not in ");
   if (trigger.line > 0) {
     line << "line " << trigger.line << " of ";
   }
-  line << words(trigger.place) << '\n';
+  line << words(trigger_place(rule)) << '\n';
 }
 
 void Report::Limiter(const ResponderRule& rule, const LimiterFacts& limiter) {

@@ -27,6 +27,7 @@ Words words_for(Reason reason) {
       {"no_sender", "neither Reply-To nor From names a sender"},
       {"no_recipient", "there is no recipient: no RECIPIENT, and To names nobody"},
       {"run_aborts", "the end of the subject aborts the run"},
+      {"reader_fails", "taking the message apart fails"},
       {"sender_is_recipient", "the sender is the recipient"},
       {"mailer_daemon", "the sender is a mailer daemon"},
       {"mailbox_not_found", "the recipient is no mailbox of the panel"},

@@ -17,10 +17,11 @@ void run_responder(const IncomingMessage& message, const Switches& switches,
     return;
   }
   const std::unique_ptr<Effects> effects = make_effects(database);
-  Rows rules = database.Query(rules_query(found->mailbox.id));
-  while (const Row row = rules.Next()) {
-    const ResponderRule rule(row);
-    const bool answers = is_active(rule) && rule_fires(rule, message);
-    if (answers) answer(database, rule, found->mailbox, message, switches, *effects);
+  Rows rows = database.Query(rules_query(found->mailbox.id));
+  const std::vector<ResponderRule> rules = read_rules(rows);
+  const std::vector<TriggerMatch> triggers = find_triggers(rules, message);
+  for (size_t i = 0; i < rules.size(); ++i) {
+    if (!triggers[i].fires) continue;
+    answer(database, rules[i], found->mailbox, message, switches, *effects);
   }
 }

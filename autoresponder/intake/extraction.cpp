@@ -5,6 +5,7 @@
 
 #include "autoresponder/intake/addresses.h"
 #include "autoresponder/intake/body_text.h"
+#include "autoresponder/message/body_lines.h"
 #include "mime/charset.h"
 #include "mime/encoded_word.h"
 #include "support/base/diagnose.h"
@@ -106,14 +107,14 @@ class ConvertedBody {
 };
 
 // The text of the message's text part, as long as its bytes are needed.
-struct Body {
+struct BodyBytes {
   std::string_view text;
   std::shared_ptr<const void> owner;
 };
 
 // It shares its bytes with the message of `message_length` bytes, unless it would keep a far larger
 // message in memory.
-Body take_body(TextPart& part, size_t message_length) {
+BodyBytes take_body(TextPart& part, size_t message_length) {
   const auto bytes = std::make_shared<const DwString>(std::move(part.body));
   const std::string_view text = up_to_nul(*bytes);
   if (text.size() >= message_length / 2) return {text, bytes};
@@ -123,7 +124,7 @@ Body take_body(TextPart& part, size_t message_length) {
 
 // Most bodies are converted once. One that grows by more than half is converted once to know that
 // it can be, and again whenever it is searched.
-BodyLines convert_lines(Body& body, const std::string& charset) {
+BodyLines convert_lines(BodyBytes& body, const std::string& charset) {
   ConvertedBody converted(body.text.size());
   convert_charset_in_pieces(body.text, charset, "UTF-8", true,
                             [&converted](std::string_view piece) {
@@ -135,7 +136,7 @@ BodyLines convert_lines(Body& body, const std::string& charset) {
   return BodyLines(converted.Take());
 }
 
-BodyLines lines_of(Body body, const std::string& charset) {
+BodyLines lines_of(BodyBytes body, const std::string& charset) {
   if (is_unchanged(body.text, charset, "UTF-8")) return {body.text, std::move(body.owner)};
   try {
     return convert_lines(body, charset);
@@ -154,15 +155,6 @@ std::string subject_in_utf8(const RawMessage& raw) {
   }
 }
 
-void fill_addresses(RawMessage& raw, IncomingMessage& record) {
-  record.sender = std::move(raw.sender);
-  record.recipient = std::move(raw.recipient);
-  const size_t at = record.recipient.find('@');
-  record.recipient_mailname = record.recipient.substr(0, at);
-  record.recipient_domain =
-      at == std::string::npos ? record.recipient : record.recipient.substr(at + 1);
-}
-
 }  // namespace
 
 ExtractionResult extract(DwString message_text, const std::optional<std::string>& delivered_to,
@@ -170,10 +162,11 @@ ExtractionResult extract(DwString message_text, const std::optional<std::string>
   RawMessage raw;
   const Extraction outcome = take_apart(message_text, delivered_to, raw);
   if (outcome != Extraction::kDone) return {outcome, raw.sender_field, std::move(raw.sender)};
-  Body body = take_body(raw.text, message_text.length());
+  BodyBytes body = take_body(raw.text, message_text.length());
   message_text = DwString();  // what was decoded is all that is needed from here on
-  record.body_lines = lines_of(std::move(body), raw.text.charset);
-  fill_addresses(raw, record);
+  record.body = std::make_unique<BodyLines>(lines_of(std::move(body), raw.text.charset));
+  record.sender = std::move(raw.sender);
+  record.SetRecipient(std::move(raw.recipient));
   record.subject = subject_in_utf8(raw);
   raw.subject = std::string();
   record.date = std::move(raw.date);

@@ -6,19 +6,8 @@
 
 #include <mimelib/mimepp.h>
 
+#include "autoresponder/message/extraction_result.h"
 #include "autoresponder/message/incoming_message.h"
-
-/// Which header field names the sender.
-enum class SenderField { kNone, kReplyTo, kFrom };
-
-/// Whether a message can be handled.
-enum class Extraction { kDone, kNoSender, kNoRecipient };
-
-struct ExtractionResult {
-  Extraction outcome;
-  SenderField sender_field;  ///< kNone where there is no sender
-  std::string sender;        ///< the sender, if no recipient was found; otherwise see the record
-};
 
 /// Fills `record` from the message.
 ///

@@ -74,6 +74,12 @@ void BodyLines::WriteTo(const TextSink& sink) const {
   }
 }
 
+std::vector<size_t> BodyLines::FirstWith(const std::vector<std::string_view>& keys) const {
+  std::vector<size_t> lines;
+  for (const std::string_view key : keys) lines.push_back(FirstWith(key));
+  return lines;
+}
+
 size_t BodyLines::FirstWith(std::string_view key) const {
   if (!has_lines_ || key.find('\n') != std::string_view::npos) return 0;
   if (key.empty()) return 1;

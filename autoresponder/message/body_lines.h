@@ -6,13 +6,14 @@
 #include <string>
 #include <string_view>
 
+#include "autoresponder/message/body.h"
 #include "mime/charset.h"
 
 /// The lines of a text, without their newlines. They are not cut out of it, so that a body of a
 /// hundred million empty lines takes no more memory than its bytes. The text is in UTF-8, or in
 /// another charset, from which it is then converted anew whenever it is searched: for texts that
 /// are far larger in UTF-8.
-class BodyLines {
+class BodyLines : public Body {
  public:
   /// No lines.
   BodyLines() = default;
@@ -26,9 +27,9 @@ class BodyLines {
 
   bool empty() const { return !has_lines_; }
 
-  /// The number, from 1 on, of the first line within which `key` (UTF-8) occurs, or 0; in time
-  /// linear in the text. An empty key occurs where there is a line, one with a newline nowhere.
+  /// The number of the first line with `key`, in time linear in the text.
   size_t FirstWith(std::string_view key) const;
+  std::vector<size_t> FirstWith(const std::vector<std::string_view>& keys) const override;
 
   /// Hands the text, in UTF-8 and with its newlines, to `sink`.
   void WriteTo(const TextSink& sink) const;

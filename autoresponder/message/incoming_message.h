@@ -1,25 +1,31 @@
 #ifndef AUTORESPONDER_MESSAGE_INCOMING_MESSAGE_H
 #define AUTORESPONDER_MESSAGE_INCOMING_MESSAGE_H
 
+#include <memory>
 #include <string>
+#include <utility>
 
-#include "autoresponder/message/body_lines.h"
+#include "autoresponder/message/body.h"
 
 /// What the run learned from the incoming message. Filled once by the intake, only read afterwards;
 /// all bytes are its own.
 struct IncomingMessage {
-  IncomingMessage() = default;
-  IncomingMessage(const IncomingMessage&) = delete;
-  IncomingMessage& operator=(const IncomingMessage&) = delete;
+  /// Sets `recipient`, and the two that are parts of it.
+  void SetRecipient(std::string address) {
+    recipient = std::move(address);
+    const size_t at = recipient.find('@');
+    recipient_mailname = recipient.substr(0, at);
+    recipient_domain = at == std::string::npos ? recipient : recipient.substr(at + 1);
+  }
 
-  std::string sender;              ///< the address to answer: local part, "@", domain
-  std::string recipient;           ///< the address that the message was delivered to
-  std::string recipient_mailname;  ///< `recipient` before its first "@", or all of it
-  std::string recipient_domain;    ///< `recipient` after its first "@", or all of it
-  std::string subject;             ///< the Subject in UTF-8; empty when it could not be decoded
-  std::string date;                ///< the text of the Date field, undecoded
-  std::string charset;             ///< what the text part declares, as written, or "US-ASCII"
-  BodyLines body_lines;            ///< the text part in UTF-8
+  std::string sender;                ///< the address to answer: local part, "@", domain
+  std::string recipient;             ///< the address that the message was delivered to
+  std::string recipient_mailname;    ///< `recipient` before its first "@", or all of it
+  std::string recipient_domain;      ///< `recipient` after its first "@", or all of it
+  std::string subject;               ///< the Subject in UTF-8; empty when it could not be decoded
+  std::string date;                  ///< the text of the Date field, undecoded
+  std::string charset;               ///< what the text part declares, as written, or "US-ASCII"
+  std::unique_ptr<const Body> body;  ///< the text part in UTF-8; null where there is no message
 };
 
 #endif

@@ -25,6 +25,31 @@ constexpr Column kColumns[] = {
     {"content_type", &ResponderRule::content_type},
 };
 
+bool looks_into_body(const ResponderRule& rule) {
+  return is_active(rule) && trigger_place(rule) == TriggerPlace::kBody;
+}
+
+std::vector<std::string_view> body_keys(const std::vector<ResponderRule>& rules) {
+  std::vector<std::string_view> keys;
+  for (const ResponderRule& rule : rules) {
+    if (looks_into_body(rule)) keys.emplace_back(rule.keystr);
+  }
+  return keys;
+}
+
+bool fires_without_body(const ResponderRule& rule, const IncomingMessage& message) {
+  if (!is_active(rule)) return false;
+  switch (trigger_place(rule)) {
+    case TriggerPlace::kSubject:
+      return find_text(message.subject, rule.keystr) != nullptr;
+    case TriggerPlace::kNowhere:
+      return true;
+    case TriggerPlace::kBody:
+      break;
+  }
+  return false;
+}
+
 }  // namespace
 
 ResponderRule::ResponderRule(Row row) {
@@ -41,6 +66,12 @@ std::string rules_query(const std::string& mailbox_id) {
   return query + " from mail_resp where mn_id=" + mailbox_id;
 }
 
+std::vector<ResponderRule> read_rules(Rows& rows) {
+  std::vector<ResponderRule> rules;
+  while (const Row row = rows.Next()) rules.emplace_back(row);
+  return rules;
+}
+
 bool is_active(const ResponderRule& rule) {
   return strcmp(rule.resp_on, "false") != 0;
 }
@@ -50,14 +81,14 @@ TriggerPlace trigger_place(const ResponderRule& rule) {
   return strcmp(rule.key_where, "body") == 0 ? TriggerPlace::kBody : TriggerPlace::kNowhere;
 }
 
-bool rule_fires(const ResponderRule& rule, const IncomingMessage& message) {
-  switch (trigger_place(rule)) {
-    case TriggerPlace::kSubject:
-      return find_text(message.subject, rule.keystr) != nullptr;
-    case TriggerPlace::kBody:
-      return message.body_lines.FirstWith(rule.keystr) != 0;
-    case TriggerPlace::kNowhere:
-      break;
+std::vector<TriggerMatch> find_triggers(const std::vector<ResponderRule>& rules,
+                                        const IncomingMessage& message) {
+  const std::vector<size_t> lines = message.body->FirstWith(body_keys(rules));
+  auto next = lines.begin();
+  std::vector<TriggerMatch> triggers;
+  for (const ResponderRule& rule : rules) {
+    const size_t line = looks_into_body(rule) ? *next++ : 0;
+    triggers.push_back({line != 0 || fires_without_body(rule, message), line});
   }
-  return true;
+  return triggers;
 }

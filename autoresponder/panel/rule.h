@@ -1,7 +1,9 @@
 #ifndef AUTORESPONDER_PANEL_RULE_H
 #define AUTORESPONDER_PANEL_RULE_H
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/panel/panel_database.h"
@@ -30,6 +32,9 @@ struct ResponderRule {
 /// The query for the rules of the mailbox `mailbox_id`.
 std::string rules_query(const std::string& mailbox_id);
 
+/// All rules of the result of `rules_query`, in its order.
+std::vector<ResponderRule> read_rules(Rows& rows);
+
 /// Whether the rule is on.
 bool is_active(const ResponderRule& rule);
 
@@ -38,8 +43,15 @@ enum class TriggerPlace { kNowhere, kSubject, kBody };
 
 TriggerPlace trigger_place(const ResponderRule& rule);
 
-/// Whether the rule fires: its trigger occurs, byte for byte, in the subject or within one line of
-/// the body. A rule without a trigger always fires.
-bool rule_fires(const ResponderRule& rule, const IncomingMessage& message);
+/// Where a rule's trigger was found.
+struct TriggerMatch {
+  bool fires;   ///< always where the rule has no trigger; never where the rule is off
+  size_t line;  ///< of the body, from 1 on; 0 where the rule does not look there or did not find it
+};
+
+/// For each rule whether its trigger occurs, byte for byte, in the subject or within one line of
+/// the body. Asks the body once.
+std::vector<TriggerMatch> find_triggers(const std::vector<ResponderRule>& rules,
+                                        const IncomingMessage& message);
 
 #endif

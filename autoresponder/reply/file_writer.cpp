@@ -10,38 +10,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "support/base/signals.h"
+
 namespace {
 
 // The process group of the command that is writing to a temporary file; 0 for none. Process-wide,
 // because a signal handler reads it.
 std::atomic<pid_t> writer_group{0};
 static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler reads it");
-
-// Blocks all signals during its lifetime.
-class SignalBlock {
- public:
-  SignalBlock() {
-    sigset_t all;
-    sigfillset(&all);
-    sigprocmask(SIG_BLOCK, &all, &before_);
-  }
-  ~SignalBlock() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
-  SignalBlock(const SignalBlock&) = delete;
-  SignalBlock& operator=(const SignalBlock&) = delete;
-
- private:
-  sigset_t before_{};
-};
-
-// Resets all handled signals to their defaults: the run's handlers must not act in the child
-// process.
-void reset_handlers() {
-  for (int signal = 1; signal <= SIGRTMAX; ++signal) {
-    struct sigaction action {};
-    if (sigaction(signal, nullptr, &action) != 0) continue;
-    if (action.sa_handler != SIG_IGN && action.sa_handler != SIG_DFL) ::signal(signal, SIG_DFL);
-  }
-}
 
 void limit_file_size(uint64_t bytes) {
   rlimit size{bytes, bytes};
@@ -55,10 +31,7 @@ void limit_file_size(uint64_t bytes) {
 
 [[noreturn]] void be_writer(const std::function<void()>& write, const WriterLimits& limits) {
   setsid();  // without a terminal, which may stop background processes that write to it
-  reset_handlers();
-  sigset_t none;
-  sigemptyset(&none);
-  sigprocmask(SIG_SETMASK, &none, nullptr);
+  forget_signal_handlers();
   limit_file_size(limits.file_size);
   write();
   _exit(0);

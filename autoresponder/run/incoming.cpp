@@ -3,9 +3,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include <mimelib/mimepp.h>
-
-#include "autoresponder/intake/extraction.h"
+#include "autoresponder/reader/reader.h"
+#include "autoresponder/reader/reader_failure.h"
 #include "support/base/diagnose.h"
 
 std::optional<std::string> delivery_address() {
@@ -21,8 +20,11 @@ int read_incoming_message(SpoolFile& spool, IncomingMessage& record) {
     diagnose({"Could not create a temporary file."});
     return 1;
   }
-  DwInitialize();
-  MessageBuffer message = spool_standard_input(spool);
-  const ExtractionResult result = extract(message.Take<DwString>(), delivery_address(), record);
-  return result.outcome == Extraction::kDone ? 0 : 1;
+  try {
+    const auto result = read_message(spool_standard_input(spool), delivery_address(), record);
+    return result.outcome == Extraction::kDone ? 0 : 1;
+  } catch (const ReaderFailure& failure) {
+    diagnose({failure.what()});
+    return 1;
+  }
 }

@@ -14,6 +14,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include "support/base/descriptors.h"
 #include "support/base/signals.h"
 #include "support/report.h"
 
@@ -75,16 +76,6 @@ void reset_limits() {
   for (const LeastLimit& limit : kLeastLimits) raise_limit(limit);
 }
 
-// They would be inherited by commands, and could leave too few for the run in the middle of it.
-void close_descriptors() {
-  constexpr unsigned kFirst = STDERR_FILENO + 1;
-  if (close_range(kFirst, ~0U, 0) == 0) return;
-  struct rlimit now {};
-  const bool is_known = getrlimit(RLIMIT_NOFILE, &now) == 0 && now.rlim_max < 65536;
-  const int end = is_known ? static_cast<int>(now.rlim_max) : 65536;
-  for (int descriptor = kFirst; descriptor < end; ++descriptor) close(descriptor);
-}
-
 // How late the kernel may wake a process outlives exec. This is its default, in nanoseconds.
 void wake_in_time() {
   constexpr unsigned long kDefaultSlack = 50000;
@@ -92,7 +83,8 @@ void wake_in_time() {
 }
 
 void leave_caller() {
-  close_descriptors();
+  // They would be inherited by commands, and could leave too few for the run in the middle of it.
+  close_descriptors(STDERR_FILENO + 1);
   wake_in_time();
   reset_environment();
   reset_limits();

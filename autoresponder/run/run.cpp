@@ -6,6 +6,7 @@
 #include "autoresponder/engine/loop_guard.h"
 #include "autoresponder/engine/responder.h"
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/reader/reader_failure.h"
 #include "autoresponder/run/configuration.h"
 #include "autoresponder/run/incoming.h"
 #include "autoresponder/run/process.h"
@@ -36,6 +37,9 @@ void respond(const IncomingMessage& message, const SpoolFile& spool, const Switc
     });
   } catch (const PanelFailure& failure) {
     end_run(failure.what());
+  } catch (const ReaderFailure& failure) {
+    diagnose({failure.what()});
+    end_run("Abnormal exit.");
   }
 }
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "autoresponder/run/message_buffer.h"
+#include "autoresponder/reader/message_buffer.h"
 #include "support/base/owned.h"
 
 /// The file that holds the incoming message for forwarding.

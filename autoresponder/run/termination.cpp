@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <iterator>
 
+#include "autoresponder/reader/reader_process.h"
 #include "autoresponder/reply/file_writer.h"
 #include "autoresponder/run/temporary_files.h"
 #include "support/base/signals.h"
@@ -35,12 +36,14 @@ void die_by(int signal) {
 }
 
 void end_run_by(int signal) {
+  end_reader();
   end_file_writer();
   remove_temporary_files();
   die_by(signal);
 }
 
-void end_writer_by(int signal) {
+void end_children_by(int signal) {
+  end_reader();
   end_file_writer();
   die_by(signal);
 }
@@ -64,6 +67,6 @@ void remove_files_on_termination() {
   handle_termination_signals(end_run_by);
 }
 
-void end_writer_on_termination() {
-  handle_termination_signals(end_writer_by);
+void end_children_on_termination() {
+  handle_termination_signals(end_children_by);
 }

@@ -7,8 +7,8 @@
 /// caller had ignored stays ignored. A process that aborts keeps its files.
 void remove_files_on_termination();
 
-/// For a program that makes no temporary files: such a signal ends its file writer, and then the
-/// process.
-void end_writer_on_termination();
+/// For a program that makes no temporary files: such a signal ends its child processes, and then
+/// the process.
+void end_children_on_termination();
 
 #endif

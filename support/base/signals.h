@@ -18,4 +18,33 @@ inline void survive_failing_writes() {
   for (const int signal : {SIGPIPE, SIGXFSZ}) sigaction(signal, &action, nullptr);
 }
 
+/// Resets all handled signals to their defaults and lets all signals in. For a child process, in
+/// which the handlers of its parent must not act.
+inline void forget_signal_handlers() {
+  for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+    struct sigaction action {};
+    if (sigaction(signal, nullptr, &action) != 0) continue;
+    if (action.sa_handler != SIG_IGN && action.sa_handler != SIG_DFL) ::signal(signal, SIG_DFL);
+  }
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+/// Blocks all signals during its lifetime.
+class SignalBlock {
+ public:
+  SignalBlock() {
+    sigset_t all;
+    sigfillset(&all);
+    sigprocmask(SIG_BLOCK, &all, &before_);
+  }
+  ~SignalBlock() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+  SignalBlock(const SignalBlock&) = delete;
+  SignalBlock& operator=(const SignalBlock&) = delete;
+
+ private:
+  sigset_t before_{};
+};
+
 #endif

@@ -154,7 +154,7 @@ void check(const IncomingMessage& record, DwMessage& message) {
   check_fields(record, message.Headers());
   const TextPart text = find_text_part(message);
   require(record.charset == text.charset, "the charset is the text's");
-  check_lines(record.body_lines, text);
+  check_lines(dynamic_cast<const BodyLines&>(*record.body), text);
 }
 
 // The intake's result; nothing where it threw what it may throw for a subject.
@@ -192,7 +192,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     check(record, *message);
   } else {
     require(diagnostics.Text().find("Could not get ") == 0, "a failure is told");
-    require(record.sender.empty() && record.body_lines.empty(), "a failure leaves no record");
+    require(record.sender.empty() && !record.body, "a failure leaves no record");
   }
   return 0;
 }

@@ -1,10 +1,13 @@
 #include "autoresponder/panel/rule.h"
 
+#include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "autoresponder/message/body_lines.h"
 
 namespace {
 
@@ -12,6 +15,7 @@ ResponderRule rule_of(const char* key_where, const char* keystr) {
   ResponderRule rule;
   rule.key_where = key_where;
   rule.keystr = keystr;
+  rule.resp_on = "true";
   return rule;
 }
 
@@ -105,8 +109,9 @@ TEST_P(RuleTrigger, Fires) {
   const Trigger& row = GetParam();
   IncomingMessage message;
   message.subject = row.subject;
-  if (row.body) message.body_lines = BodyLines(*row.body);
-  EXPECT_EQ(rule_fires(rule_of(row.key_where, row.keystr), message), row.fires);
+  message.body = std::make_unique<BodyLines>(row.body ? BodyLines(*row.body) : BodyLines());
+  const auto matches = find_triggers({rule_of(row.key_where, row.keystr)}, message);
+  EXPECT_EQ(matches.at(0).fires, row.fires);
 }
 
 const Trigger kTriggers[] = {

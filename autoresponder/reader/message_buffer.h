@@ -1,5 +1,5 @@
-#ifndef AUTORESPONDER_RUN_MESSAGE_BUFFER_H
-#define AUTORESPONDER_RUN_MESSAGE_BUFFER_H
+#ifndef AUTORESPONDER_READER_MESSAGE_BUFFER_H
+#define AUTORESPONDER_READER_MESSAGE_BUFFER_H
 
 #include <cstddef>
 #include <type_traits>
@@ -21,6 +21,7 @@ class MessageBuffer : private GrowingBytes {
 
   using GrowingBytes::Add;
   using GrowingBytes::RoomFor;
+  using GrowingBytes::size;
 
   /// The message as a text that takes the memory over, or as a copy if texts of this class cannot
   /// do that. The buffer is empty afterwards.

@@ -1,4 +1,4 @@
-#include "autoresponder/run/message_buffer.h"
+#include "autoresponder/reader/message_buffer.h"
 
 #include <cstring>
 #include <string>

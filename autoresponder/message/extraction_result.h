@@ -1,0 +1,18 @@
+#ifndef AUTORESPONDER_MESSAGE_EXTRACTION_RESULT_H
+#define AUTORESPONDER_MESSAGE_EXTRACTION_RESULT_H
+
+#include <string>
+
+/// Which header field names the sender.
+enum class SenderField { kNone, kReplyTo, kFrom };
+
+/// Whether a message can be handled.
+enum class Extraction { kDone, kNoSender, kNoRecipient };
+
+struct ExtractionResult {
+  Extraction outcome;
+  SenderField sender_field;  ///< kNone where there is no sender
+  std::string sender;        ///< the sender, if no recipient was found; otherwise see the record
+};
+
+#endif

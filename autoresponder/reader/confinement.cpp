@@ -1,0 +1,132 @@
+#include "autoresponder/reader/confinement.h"
+
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <grp.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#if __has_include(<valgrind/valgrind.h>)
+#include <valgrind/valgrind.h>
+#else
+#define RUNNING_ON_VALGRIND 0
+#endif
+
+#include "autoresponder/reader/file_rules.h"
+#include "autoresponder/reader/system_call_filter.h"
+#include "support/base/descriptors.h"
+#include "support/base/owned.h"
+#include "support/base/signals.h"
+
+namespace {
+
+constexpr rlim_t kMebibyte = rlim_t{1} << 20;
+
+void limit(decltype(RLIMIT_CPU) resource, rlim_t soft, rlim_t hard) {
+  const rlimit value{soft, hard};
+  setrlimit(resource, &value);
+}
+
+// What is in use already counts too: of the parent, of a sanitizer.
+rlim_t memory_in_use() {
+  unsigned long data = 0;
+  const OwnedFile statistics(fopen("/proc/self/statm", "re"));
+  const int found =
+      statistics ? fscanf(statistics.get(), "%*u %*u %*u %*u %*u %lu", &data) : 0;  // NOLINT
+  return found == 1 ? data * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) : RLIM_INFINITY / 2;
+}
+
+// Diagnostics may go to a file; they hold at most a few texts of the message.
+rlim_t file_size_limit(size_t size) {
+  struct stat status {};
+  const bool is_file = fstat(STDERR_FILENO, &status) == 0 && S_ISREG(status.st_mode);
+  return is_file ? static_cast<rlim_t>(status.st_size) + 4 * size + kMebibyte : 0;
+}
+
+void set_limits(size_t size) {
+  const rlim_t memory = memory_in_use() + memory_limit(size);
+  limit(RLIMIT_DATA, memory, memory);
+  limit(RLIMIT_CPU, processor_limit(size), RLIM_INFINITY);
+  const rlim_t file_size = file_size_limit(size);
+  limit(RLIMIT_FSIZE, file_size, file_size);
+  limit(RLIMIT_CORE, 0, 0);
+}
+
+// Each reader is another user, so that not even two of them can reach one another. No system gives
+// out these numbers. Where they do not exist, as in some containers, "nobody" has to do.
+bool drop_identity() {
+  constexpr uid_t kFirstReader = 0xB0000000;
+  constexpr uid_t kNobody = 65534;
+  for (const uid_t id : {kFirstReader + static_cast<uid_t>(getpid()), kNobody}) {
+    if (setgroups(0, nullptr) == 0 && setresgid(id, id, id) == 0 && setresuid(id, id, id) == 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// Changing the user forgets that the process has to die with its parent, so this comes after it.
+bool refuse_privileges(pid_t parent) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != parent) _exit(1);
+  return prctl(PR_SET_DUMPABLE, 0) == 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
+}
+
+void keep_descriptors(int channel) {
+  dup2(channel, STDIN_FILENO);
+  close(STDOUT_FILENO);
+  close_descriptors(STDERR_FILENO + 1);
+}
+
+}  // namespace
+
+ConfinementSet wanted_confinements() {
+  constexpr ConfinementSet kAll = (1U << kConfinements) - 1;
+  ConfinementSet wanted = kAll;
+#ifdef __SANITIZE_ADDRESS__
+  wanted &= ~bit(Confinement::kSystemCalls);
+#endif
+#ifdef READER_WRITES_COUNTERS
+  wanted = bit(Confinement::kNoPrivileges);
+#endif
+  if (RUNNING_ON_VALGRIND) {
+    wanted = bit(Confinement::kIdentity) | bit(Confinement::kNoPrivileges);
+  }
+  return wanted;
+}
+
+rlim_t processor_limit(size_t size) {
+  constexpr rlim_t kLeast = 2;
+  constexpr size_t kBytesASecond = size_t{32} << 10;
+  return kLeast + size / kBytesASecond;
+}
+
+rlim_t memory_limit(size_t size) {
+  constexpr rlim_t kLeast = 64 * kMebibyte;
+  constexpr rlim_t kGrowth = 48;
+  return kLeast + kGrowth * size;
+}
+
+ConfinementSet confine(ConfinementSet wanted, int channel, size_t size, pid_t parent) {
+  ConfinementSet reached = 0;
+  const auto note = [&reached](Confinement confinement, bool is_reached) {
+    if (is_reached) reached |= bit(confinement);
+  };
+  const auto wants = [wanted](Confinement one) { return (wanted & bit(one)) != 0; };
+  forget_signal_handlers();
+  survive_failing_writes();
+  keep_descriptors(channel);
+  if (wants(Confinement::kLimits)) set_limits(size);
+  if (wants(Confinement::kIdentity)) note(Confinement::kIdentity, drop_identity());
+  note(Confinement::kNoPrivileges, refuse_privileges(parent));
+  if (wants(Confinement::kLimits)) limit(RLIMIT_NPROC, 0, 0);
+  note(Confinement::kLimits, wants(Confinement::kLimits));
+  if (wants(Confinement::kFileRules)) note(Confinement::kFileRules, enter_file_rules());
+  if (wants(Confinement::kSystemCalls)) note(Confinement::kSystemCalls, enter_system_call_filter());
+  return reached;
+}
+
+void lift_processor_limit() {
+  limit(RLIMIT_CPU, RLIM_INFINITY, RLIM_INFINITY);
+}

@@ -1,0 +1,78 @@
+#include "autoresponder/reader/file_rules.h"
+
+#include <cstdint>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <gnu/libc-version.h>
+#include <string>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "support/base/owned.h"
+
+namespace {
+
+// The kernel's interface (Landlock), whose headers are older here than some of its versions.
+constexpr long kCreateRuleset = 444;
+constexpr long kAddRule = 445;
+constexpr long kRestrictSelf = 446;
+constexpr unsigned kAskVersion = 1;
+constexpr int kPathBeneath = 1;
+constexpr uint64_t kReadFile = 1 << 2;
+
+struct Ruleset {
+  uint64_t file_access;
+  uint64_t network_access;
+  uint64_t scopes;
+};
+
+struct [[gnu::packed]] PathRule {
+  uint64_t allowed;
+  int32_t directory;
+};
+
+// All accesses that the version of the interface can take away.
+Ruleset everything(long version) {
+  Ruleset all{(1 << 13) - 1, 0, 0};
+  if (version >= 2) all.file_access |= 1 << 13;  // to link and rename into other directories
+  if (version >= 3) all.file_access |= 1 << 14;  // to truncate
+  if (version >= 4) all.network_access = 3;      // to bind and connect by TCP
+  if (version >= 5) all.file_access |= 1 << 15;  // to control devices
+  if (version >= 6) all.scopes = 3;              // abstract sockets and signals
+  return all;
+}
+
+size_t size_of_ruleset(long version) {
+  if (version < 4) return sizeof(uint64_t);
+  return version < 6 ? 2 * sizeof(uint64_t) : sizeof(Ruleset);
+}
+
+void allow_reading(const OwnedDescriptor& ruleset, const std::string& directory) {
+  const OwnedDescriptor opened(open(directory.c_str(), O_PATH | O_CLOEXEC));
+  if (!opened.IsOpen()) return;
+  const PathRule rule{kReadFile, opened.number()};
+  syscall(kAddRule, ruleset.number(), kPathBeneath, &rule, 0);
+}
+
+// The directory of the C library, in which, or in which below /usr, its converters have theirs.
+std::string library_directory() {
+  Dl_info library{};
+  if (dladdr(reinterpret_cast<void*>(&gnu_get_libc_version), &library) == 0) return "";
+  const std::string path = library.dli_fname;
+  return path.substr(0, path.rfind('/'));
+}
+
+}  // namespace
+
+bool enter_file_rules() {
+  const long version = syscall(kCreateRuleset, nullptr, 0, kAskVersion);
+  if (version < 1) return false;
+  const Ruleset all = everything(version);
+  const OwnedDescriptor ruleset(
+      static_cast<int>(syscall(kCreateRuleset, &all, size_of_ruleset(version), 0)));
+  if (!ruleset.IsOpen()) return false;
+  const std::string directory = library_directory();
+  allow_reading(ruleset, directory + "/gconv");
+  allow_reading(ruleset, "/usr" + directory + "/gconv");
+  return syscall(kRestrictSelf, ruleset.number(), 0) == 0;
+}

@@ -1,0 +1,76 @@
+#include "autoresponder/reader/reader.h"
+
+#include <memory>
+#include <utility>
+
+#include "autoresponder/reader/reader_process.h"
+#include "autoresponder/reader/reading.h"
+#include "autoresponder/reader/result.h"
+
+namespace {
+
+using Seconds = std::chrono::seconds;
+
+// Generous, because a busy machine is no reason to give up; a reader that computes without an end
+// meets its limit on processor time first.
+constexpr Seconds kLeastTime{120};
+
+Seconds time_to_read(size_t size) {
+  constexpr size_t kBytesASecond = size_t{16} << 10;
+  return kLeastTime + Seconds(size / kBytesASecond);
+}
+
+Seconds time_to_search(size_t size, size_t keys) {
+  constexpr size_t kBytesASecond = size_t{1} << 20;
+  return kLeastTime + keys * Seconds(1 + size / kBytesASecond);
+}
+
+// The body of a message, which a reader keeps.
+class KeptBody : public Body {
+ public:
+  KeptBody(std::unique_ptr<ReaderProcess> reader, size_t message_size)
+      : reader_(std::move(reader)), message_size_(message_size) {}
+
+  std::vector<size_t> FirstWith(const std::vector<std::string_view>& keys) const override {
+    std::vector<size_t> lines;
+    if (!keys.empty()) lines = Ask(keys);
+    reader_->End();
+    return lines;
+  }
+
+ private:
+  std::vector<size_t> Ask(const std::vector<std::string_view>& keys) const {
+    ReaderProcess& reader = *reader_;
+    reader.Allow(time_to_search(message_size_, keys.size()));
+    Sender([&reader](const char* bytes, size_t length) { reader.Send(bytes, length); }).Texts(keys);
+    Receiver receiver([&reader](char* bytes, size_t length) { reader.Receive(bytes, length); }, 0);
+    std::vector<size_t> lines;
+    while (lines.size() < keys.size()) lines.push_back(receiver.Number());
+    return lines;
+  }
+
+  std::unique_ptr<ReaderProcess> reader_;
+  size_t message_size_;
+};
+
+// Here the message ends with this function: only the reader keeps it.
+std::unique_ptr<ReaderProcess> start_reader(MessageBuffer message, bool has_delivery) {
+  return std::make_unique<ReaderProcess>(
+      [&](int channel) { read_for_parent(channel, message, has_delivery); }, message.size());
+}
+
+}  // namespace
+
+ExtractionResult read_message(MessageBuffer message, const std::optional<std::string>& delivered_to,
+                              IncomingMessage& record) {
+  const size_t size = message.size();
+  auto reader = start_reader(std::move(message), delivered_to.has_value());
+  reader->Allow(time_to_read(size));
+  Receiver receiver([&reader](char* bytes, size_t length) { reader->Receive(bytes, length); },
+                    most_of_result(size));
+  const ExtractionResult result = receive_result(receiver, delivered_to, record);
+  if (result.outcome == Extraction::kDone) {
+    record.body = std::make_unique<KeptBody>(std::move(reader), size);
+  }
+  return result;
+}

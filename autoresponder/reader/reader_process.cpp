@@ -1,0 +1,123 @@
+#include "autoresponder/reader/reader_process.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "autoresponder/reader/reader_failure.h"
+#include "support/base/signals.h"
+
+namespace {
+
+// The reader; 0 for none. Process-wide, because a signal handler reads it.
+std::atomic<pid_t> reader{0};
+static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler reads it");
+
+// No exit handler of the parent must run here.
+[[noreturn]] void be_reader(const ReaderProcess::Work& work, int channel, size_t size,
+                            ConfinementSet wanted, pid_t parent) {
+  confine(wanted, channel, size, parent);
+  try {
+    work(STDIN_FILENO);
+  } catch (...) {
+    _exit(1);
+  }
+  _exit(0);
+}
+
+struct Connection {
+  OwnedDescriptor ours;
+  OwnedDescriptor readers;
+};
+
+Connection connect() {
+  int ends[2] = {-1, -1};
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) throw ReaderFailure();
+  return {OwnedDescriptor(ends[0]), OwnedDescriptor(ends[1])};
+}
+
+bool comes_again(ssize_t result) {
+  return result < 0 && (errno == EINTR || errno == EAGAIN);
+}
+
+}  // namespace
+
+ReaderProcess::ReaderProcess(const Work& work, size_t size, ConfinementSet wanted) : socket_(-1) {
+  Connection connection = connect();
+  const pid_t parent = getpid();
+  const SignalBlock block;
+  const pid_t child = fork();
+  if (child == 0) be_reader(work, connection.readers.number(), size, wanted, parent);
+  if (child < 0) throw ReaderFailure();
+  reader = child;
+  socket_ = std::move(connection.ours);
+}
+
+void ReaderProcess::Await(short event) const {
+  using std::chrono::milliseconds;
+  const auto left =
+      std::chrono::duration_cast<milliseconds>(deadline_ - std::chrono::steady_clock::now());
+  constexpr milliseconds kLongest{1 << 30};
+  pollfd socket{socket_.number(), event, 0};
+  const int ready = poll(&socket, 1, static_cast<int>(std::clamp({}, left, kLongest).count()));
+  if (ready == 0) throw ReaderFailure();
+}
+
+void ReaderProcess::Send(const char* bytes, size_t length) {
+  while (length > 0) {
+    Await(POLLOUT);
+    const ssize_t sent = send(socket_.number(), bytes, length, MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (comes_again(sent)) continue;
+    if (sent <= 0) throw ReaderFailure();
+    bytes += sent;
+    length -= static_cast<size_t>(sent);
+  }
+}
+
+size_t ReaderProcess::ReceiveSome(char* bytes, size_t length) const {
+  for (;;) {
+    Await(POLLIN);
+    const ssize_t received = recv(socket_.number(), bytes, length, MSG_DONTWAIT);
+    if (comes_again(received)) continue;
+    if (received <= 0) throw ReaderFailure();
+    return static_cast<size_t>(received);
+  }
+}
+
+void ReaderProcess::Receive(char* bytes, size_t length) {
+  constexpr size_t kAhead = 4096;
+  while (length > 0) {
+    if (ahead_used_ == ahead_.size() && length < kAhead) {
+      ahead_.resize(kAhead);
+      ahead_.resize(ReceiveSome(ahead_.data(), kAhead));
+      ahead_used_ = 0;
+    }
+    const size_t ready = std::min(length, ahead_.size() - ahead_used_);
+    if (ready > 0) memcpy(bytes, &ahead_[ahead_used_], ready);
+    ahead_used_ += ready;
+    const size_t done = ready > 0 ? ready : ReceiveSome(bytes, length);
+    bytes += done;
+    length -= done;
+  }
+}
+
+void ReaderProcess::End() {
+  const SignalBlock block;  // the number of the process must not be used once it was waited for
+  end_reader();
+  reader = 0;
+  socket_ = OwnedDescriptor(-1);
+}
+
+void end_reader() {
+  const pid_t process = reader;
+  if (process == 0) return;
+  kill(process, SIGKILL);
+  while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+  }
+}

@@ -1,0 +1,70 @@
+#include "autoresponder/reader/reading.h"
+
+#include <limits>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include <mimelib/mimepp.h>
+
+#include "autoresponder/intake/extraction.h"
+#include "autoresponder/reader/confinement.h"
+#include "autoresponder/reader/reader_failure.h"
+#include "autoresponder/reader/result.h"
+#include "support/base/owned.h"
+
+#ifdef READER_WRITES_COUNTERS
+extern "C" void __gcov_dump();
+#else
+static void __gcov_dump() {}
+#endif
+
+namespace {
+
+void read_all(int channel, char* bytes, size_t length) {
+  while (length > 0) {
+    const ssize_t received = read(channel, bytes, length);
+    if (received <= 0) throw ReaderFailure();
+    bytes += received;
+    length -= static_cast<size_t>(received);
+  }
+}
+
+// The parent's answer to a result is the keys to look for, or the end of this process.
+void answer_search(int channel, FILE* out, const Body& body) {
+  Receiver receiver([channel](char* bytes, size_t length) { read_all(channel, bytes, length); },
+                    std::numeric_limits<uint64_t>::max());
+  const std::vector<std::string> keys = receiver.Texts();
+  Sender sender([out](const char* bytes, size_t length) { fwrite(bytes, 1, length, out); });
+  for (const size_t line : body.FirstWith({keys.begin(), keys.end()})) sender.Number(line);
+  fflush(out);
+}
+
+// The run's exception passes through this process as a value.
+bool send_extraction(FILE* out, MessageBuffer& message, bool has_delivery,
+                     IncomingMessage& record) {
+  Sender sender([out](const char* bytes, size_t length) { fwrite(bytes, 1, length, out); });
+  // The parent knows the address of the delivery.
+  const auto delivered_to = has_delivery ? std::make_optional(std::string()) : std::nullopt;
+  DwInitialize();
+  try {
+    const ExtractionResult result = extract(message.Take<DwString>(), delivered_to, record);
+    send_result(sender, result, record);
+  } catch (const std::out_of_range& exception) {
+    send_abort(sender, exception.what());
+  }
+  __gcov_dump();
+  return fflush(out) == 0 && record.body;
+}
+
+}  // namespace
+
+void read_for_parent(int channel, MessageBuffer& message, bool has_delivery) {
+  const OwnedFile out(fdopen(channel, "w"));
+  IncomingMessage record;
+  if (!out || !send_extraction(out.get(), message, has_delivery, record)) return;
+  lift_processor_limit();
+  answer_search(channel, out.get(), *record.body);
+}

@@ -1,0 +1,87 @@
+#include "autoresponder/reader/result.h"
+
+#include <stdexcept>
+
+#include "autoresponder/reader/reader_failure.h"
+
+namespace {
+
+// The first number of a result, so that what is no result at all is recognised as such.
+constexpr uint64_t kResult = 0x52657375'6C743031;
+
+// What an extraction came to: one of its outcomes, or the exception.
+constexpr uint64_t kAborted = static_cast<uint64_t>(Extraction::kNoRecipient) + 1;
+
+void require(bool condition) {
+  if (!condition) throw ReaderFailure();
+}
+
+std::string receive_text(Receiver& receiver) {
+  std::string text = receiver.Text();
+  require(text.find('\0') == std::string::npos);
+  return text;
+}
+
+// In an address of a message, a line ends only where the next one continues it: a reader that says
+// otherwise wants to write fields of its own into the reply's header.
+std::string receive_address(Receiver& receiver) {
+  std::string address = receive_text(receiver);
+  for (size_t at = address.find('\n'); at != std::string::npos; at = address.find('\n', at + 1)) {
+    const char next = address.c_str()[at + 1];
+    require(next == ' ' || next == '\t');
+  }
+  return address;
+}
+
+void receive_record(Receiver& receiver, const std::optional<std::string>& delivered_to,
+                    IncomingMessage& record) {
+  record.sender = receive_address(receiver);
+  std::string listed_recipient = receive_address(receiver);
+  record.SetRecipient(delivered_to ? *delivered_to : std::move(listed_recipient));
+  record.subject = receive_text(receiver);
+  record.date = receive_text(receiver);
+  record.charset = receive_text(receiver);
+}
+
+}  // namespace
+
+void send_result(Sender& sender, const ExtractionResult& result, IncomingMessage& record) {
+  sender.Number(kResult);
+  sender.Number(static_cast<uint64_t>(result.outcome));
+  sender.Number(static_cast<uint64_t>(result.sender_field));
+  if (result.outcome != Extraction::kDone) {
+    sender.Text(result.sender);
+    return;
+  }
+  for (std::string* text :
+       {&record.sender, &record.recipient, &record.subject, &record.date, &record.charset}) {
+    sender.LastUseOf(*text);
+  }
+}
+
+void send_abort(Sender& sender, const std::string& what) {
+  sender.Number(kResult);
+  sender.Number(kAborted);
+  sender.Text(what);
+}
+
+ExtractionResult receive_result(Receiver& receiver, const std::optional<std::string>& delivered_to,
+                                IncomingMessage& record) {
+  require(receiver.Number() == kResult);
+  const uint64_t status = receiver.Number(kAborted);
+  if (status == kAborted) throw std::out_of_range(receive_text(receiver));
+  const auto outcome = static_cast<Extraction>(status);
+  const auto field =
+      static_cast<SenderField>(receiver.Number(static_cast<uint64_t>(SenderField::kFrom)));
+  require((outcome == Extraction::kNoSender) == (field == SenderField::kNone));
+  if (outcome != Extraction::kDone) return {outcome, field, receive_address(receiver)};
+  receive_record(receiver, delivered_to, record);
+  return {outcome, field, {}};
+}
+
+// A text may grow to twelve times its size as it is converted.
+uint64_t most_of_result(size_t message_size) {
+  constexpr uint64_t kGrowth = 16;
+  constexpr uint64_t kLeast = uint64_t{1} << 20;
+  return kLeast + kGrowth * message_size;
+}
