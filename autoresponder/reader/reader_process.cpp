@@ -60,6 +60,7 @@ ReaderProcess::ReaderProcess(const Work& work, size_t size, ConfinementSet wante
 }
 
 void ReaderProcess::Await(short event) const {
+  if (!socket_.IsOpen()) throw ReaderFailure();
   using std::chrono::milliseconds;
   const auto left =
       std::chrono::duration_cast<milliseconds>(deadline_ - std::chrono::steady_clock::now());

@@ -1,4 +1,4 @@
-// The whole intake, from the bytes on standard input to the record.
+// The whole intake, from the bytes on standard input to the record, and its way to the run.
 //
 // An input is: a line that, where it begins with "=", sets RECIPIENT to what follows it, and the
 // message.
@@ -20,11 +20,14 @@
 #include "../memory_file.h"
 #include "../parsed_message.h"
 #include "autoresponder/intake/body_text.h"
+#include "autoresponder/intake/extraction.h"
+#include "autoresponder/message/body_lines.h"
 #include "autoresponder/run/incoming.h"
 #include "field_text.h"
 #include "fuzz.h"
 #include "mime/charset.h"
 #include "mime/encoded_word.h"
+#include "received.h"
 #include "support/base/ex_error.h"
 
 namespace {
@@ -158,12 +161,35 @@ void check(const IncomingMessage& record, DwMessage& message) {
 }
 
 // The intake's result; nothing where it threw what it may throw for a subject.
-std::optional<int> take_in(SpoolFile& spool, IncomingMessage& record) {
+std::optional<ExtractionResult> take_in(SpoolFile& spool, IncomingMessage& record) {
+  MessageBuffer message = spool_standard_input(spool);
   try {
-    return read_incoming_message(spool, record);
+    return extract(message.Take<DwString>(), delivery_address(), record);
   } catch (const std::out_of_range&) {
     return std::nullopt;
   }
+}
+
+std::string sent(const ExtractionResult& result, IncomingMessage& record) {
+  std::string bytes;
+  Sender sender([&bytes](const char* part, size_t length) { bytes.append(part, length); });
+  send_result(sender, result, record);
+  return bytes;
+}
+
+// The result crosses to another process unchanged; with one byte changed it is refused, or it is
+// one that another message could give.
+void check_transfer(const ExtractionResult& result, IncomingMessage& record, size_t changed) {
+  std::string bytes = sent(result, record);
+  IncomingMessage other;
+  require(received(bytes, delivery_address(), other).has_value(), "a result is taken over");
+  require(other.sender == record.sender && other.recipient == record.recipient &&
+              other.subject == record.subject && other.date == record.date &&
+              other.charset == record.charset,
+          "the texts arrive");
+  bytes[changed % bytes.size()] ^= static_cast<char>(1 << changed % 8);
+  IncomingMessage changed_record;
+  if (received(bytes, delivery_address(), changed_record)) check_received(changed_record);
 }
 
 }  // namespace
@@ -180,16 +206,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   put_on_standard_input(text);
   Spool spool;
   IncomingMessage record;
-  const auto status = take_in(spool.file(), record);
+  const auto result = take_in(spool.file(), record);
   require(spool.Text() == spooled, "the spool file is the input and a newline");
-  if (!status) {
+  if (!result) {
     require(headers.HasSubject() && ends_in_word_and_blanks(raw_field(headers.Subject())),
             "nothing but a subject's last blanks throws");
     return 0;
   }
-  require(*status == 0 || *status == 1, "the intake ends with 0 or 1");
-  if (*status == 0) {
+  if (result->outcome == Extraction::kDone) {
     check(record, *message);
+    check_transfer(*result, record, size * 7);
   } else {
     require(diagnostics.Text().find("Could not get ") == 0, "a failure is told");
     require(record.sender.empty() && !record.body, "a failure leaves no record");

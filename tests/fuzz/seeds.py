@@ -35,6 +35,9 @@ def corpus(messages):
         yield "encoded_word", value
         yield "intake", b"\nFrom: a@b\nTo: c@d\nSubject: " + value + b"\n\nbody\n"
         yield "codecs", value.split(b"?")[3] if value.count(b"?") > 3 else value
+    texts = [b"a@b", b"c@d", b"subject", b"date", b"utf-8"]
+    yield "result", b"".join(number.to_bytes(8, "little") for number in (0x526573756C743031, 0, 2)) + \
+        b"".join(len(text).to_bytes(8, "little") + text for text in texts)
     yield "intake", b"=\nFrom: a@b\n\nempty recipient"
     yield "intake", b'\nFrom: "a\0b"@c\nTo: d@"e\0"\n\naddresses end at a NUL'
     yield "intake", b"\nFrom: a@b\nTo: c@d\nSubject: =?utf-8?Q?a?= \0\n\nends in blanks"

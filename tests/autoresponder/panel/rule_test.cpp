@@ -4,6 +4,8 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -17,6 +19,11 @@ ResponderRule rule_of(const char* key_where, const char* keystr) {
   rule.keystr = keystr;
   rule.resp_on = "true";
   return rule;
+}
+
+bool fires(const ResponderRule& rule, IncomingMessage& message) {
+  if (!message.body) message.body = std::make_unique<BodyLines>();
+  return find_triggers({rule}, message).at(0).fires;
 }
 
 TEST(Rule, HasADefaultForEveryNull) {
@@ -110,8 +117,7 @@ TEST_P(RuleTrigger, Fires) {
   IncomingMessage message;
   message.subject = row.subject;
   message.body = std::make_unique<BodyLines>(row.body ? BodyLines(*row.body) : BodyLines());
-  const auto matches = find_triggers({rule_of(row.key_where, row.keystr)}, message);
-  EXPECT_EQ(matches.at(0).fires, row.fires);
+  EXPECT_EQ(fires(rule_of(row.key_where, row.keystr), message), row.fires);
 }
 
 const Trigger kTriggers[] = {
@@ -154,14 +160,56 @@ TEST(RuleTrigger, IsFoundInLinearTime) {
   IncomingMessage message;
   message.subject = half + half;
   const std::string other = half + "b";
-  EXPECT_FALSE(rule_fires(rule_of("subj", other.c_str()), message));
-  EXPECT_TRUE(rule_fires(rule_of("subj", half.c_str()), message));
+  EXPECT_FALSE(fires(rule_of("subj", other.c_str()), message));
+  EXPECT_TRUE(fires(rule_of("subj", half.c_str()), message));
 }
 
 TEST(RuleTrigger, OfNullFiresForEveryMessage) {
+  char on[] = "true";
   char* row[11] = {};
-  const IncomingMessage message;
-  EXPECT_TRUE(rule_fires(ResponderRule(row), message));
+  row[4] = on;
+  IncomingMessage message;
+  EXPECT_TRUE(fires(ResponderRule(row), message));
+}
+
+TEST(RuleTrigger, OfARuleThatIsOffNeverFires) {
+  ResponderRule rule = rule_of("no", "");
+  rule.resp_on = "false";
+  IncomingMessage message;
+  EXPECT_FALSE(fires(rule, message));
+}
+
+// A body that tells what it was asked.
+class AskedBody : public Body {
+ public:
+  explicit AskedBody(std::vector<std::string>& asked) : asked_(asked) {}
+
+  std::vector<size_t> FirstWith(const std::vector<std::string_view>& keys) const override {
+    asked_.emplace_back("asked");
+    asked_.insert(asked_.end(), keys.begin(), keys.end());
+    return std::vector<size_t>(keys.size(), 7);
+  }
+
+ private:
+  std::vector<std::string>& asked_;
+};
+
+TEST(RuleTrigger, AsksTheBodyOnceForTheRulesThatLookThere) {
+  std::vector<std::string> asked;
+  IncomingMessage message;
+  message.subject = "offer";
+  message.body = std::make_unique<AskedBody>(asked);
+  ResponderRule off = rule_of("body", "off");
+  off.resp_on = "false";
+  const auto matches = find_triggers(
+      {rule_of("body", "one"), rule_of("subj", "offer"), off, rule_of("body", "two")}, message);
+  EXPECT_EQ(asked, (std::vector<std::string>{"asked", "one", "two"}));
+  const size_t lines[] = {7, 0, 0, 7};
+  const bool fires[] = {true, true, false, true};
+  for (size_t i = 0; i < matches.size(); ++i) {
+    EXPECT_EQ(matches[i].line, lines[i]);
+    EXPECT_EQ(matches[i].fires, fires[i]);
+  }
 }
 
 }  // namespace

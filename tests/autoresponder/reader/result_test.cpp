@@ -1,0 +1,162 @@
+#include "autoresponder/reader/result.h"
+
+#include <cstring>
+#include <ostream>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "autoresponder/reader/reader_failure.h"
+
+namespace {
+
+constexpr uint64_t kResult = 0x52657375'6C743031;
+
+ByteSource source_of(std::string bytes) {
+  return [bytes = std::move(bytes), at = size_t{0}](char* to, size_t length) mutable {
+    if (length > bytes.size() - at) throw ReaderFailure();
+    if (length > 0) memcpy(to, &bytes[at], length);
+    at += length;
+  };
+}
+
+std::string sent(const std::function<void(Sender&)>& send) {
+  std::string bytes;
+  Sender sender([&bytes](const char* part, size_t length) { bytes.append(part, length); });
+  send(sender);
+  return bytes;
+}
+
+ExtractionResult receive(const std::string& bytes, const std::optional<std::string>& delivered_to,
+                         IncomingMessage& record) {
+  Receiver receiver(source_of(bytes), 1000);
+  return receive_result(receiver, delivered_to, record);
+}
+
+// A result in numbers and texts, of which each row below changes something.
+struct Result {
+  uint64_t start = kResult;
+  uint64_t outcome = 0;
+  uint64_t field = 2;
+  std::string sender = "otto@customer.example";
+  std::string recipient = "info@shop.example";
+  std::string subject = "Hello";
+};
+
+std::string bytes_of(const Result& result) {
+  return sent([&result](Sender& to) {
+    for (const uint64_t number : {result.start, result.outcome, result.field}) to.Number(number);
+    for (const std::string& text : {result.sender, result.recipient, result.subject}) to.Text(text);
+    to.Text("today");
+    to.Text("utf-8");
+  });
+}
+
+TEST(ReaderResult, FillsTheRecord) {
+  IncomingMessage record;
+  const ExtractionResult result = receive(bytes_of({}), std::nullopt, record);
+  EXPECT_EQ(result.outcome, Extraction::kDone);
+  EXPECT_EQ(result.sender_field, SenderField::kFrom);
+  EXPECT_EQ(record.sender, "otto@customer.example");
+  EXPECT_EQ(record.recipient, "info@shop.example");
+  EXPECT_EQ(record.recipient_mailname, "info");
+  EXPECT_EQ(record.recipient_domain, "shop.example");
+  EXPECT_EQ(record.subject, "Hello");
+  EXPECT_EQ(record.date, "today");
+  EXPECT_EQ(record.charset, "utf-8");
+}
+
+TEST(ReaderResult, CannotChangeTheAddressOfTheDelivery) {
+  IncomingMessage record;
+  receive(bytes_of({}), "other@mailbox.example", record);
+  EXPECT_EQ(record.recipient, "other@mailbox.example");
+}
+
+TEST(ReaderResult, IsWhatTheExtractionGave) {
+  IncomingMessage given;
+  given.sender = "a@b";
+  given.SetRecipient("c@d");
+  given.subject = "e";
+  IncomingMessage record;
+  receive(sent([&given](Sender& to) {
+            send_result(to, {Extraction::kDone, SenderField::kReplyTo, {}}, given);
+          }),
+          std::nullopt, record);
+  EXPECT_EQ(record.sender, "a@b");
+  EXPECT_EQ(record.recipient, "c@d");
+  EXPECT_EQ(record.subject, "e");
+}
+
+TEST(ReaderResult, TellsTheSenderWhereThereIsNoRecipient) {
+  IncomingMessage none;
+  const std::string bytes = sent([&none](Sender& to) {
+    send_result(to, {Extraction::kNoRecipient, SenderField::kFrom, "a@b"}, none);
+  });
+  IncomingMessage record;
+  const ExtractionResult result = receive(bytes, std::nullopt, record);
+  EXPECT_EQ(result.outcome, Extraction::kNoRecipient);
+  EXPECT_EQ(result.sender, "a@b");
+  EXPECT_EQ(record.sender, "");
+}
+
+TEST(ReaderResult, ThrowsWhatTheExtractionThrew) {
+  IncomingMessage record;
+  const std::string bytes = sent([](Sender& to) { send_abort(to, "basic_string::substr"); });
+  try {
+    receive(bytes, std::nullopt, record);
+    FAIL() << "it does not throw";
+  } catch (const std::out_of_range& exception) {
+    EXPECT_STREQ(exception.what(), "basic_string::substr");
+  }
+}
+
+struct Refused {
+  const char* name;
+  Result result;
+};
+
+void PrintTo(const Refused& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class ReaderResultRefused : public testing::TestWithParam<Refused> {};
+
+TEST_P(ReaderResultRefused, Throws) {
+  IncomingMessage record;
+  EXPECT_THROW(receive(bytes_of(GetParam().result), std::nullopt, record), ReaderFailure);
+}
+
+Result changed(const std::function<void(Result&)>& change) {
+  Result result;
+  change(result);
+  return result;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, ReaderResultRefused,
+    testing::Values(
+        Refused{"OtherStart", changed([](Result& r) { r.start = 7; })},
+        Refused{"UnknownOutcome", changed([](Result& r) { r.outcome = 4; })},
+        Refused{"UnknownField", changed([](Result& r) { r.field = 3; })},
+        Refused{"SenderFromNoField", changed([](Result& r) { r.field = 0; })},
+        Refused{"NoSenderFromAField", changed([](Result& r) { r.outcome = 1; })},
+        Refused{"NulInSender", changed([](Result& r) { r.sender = std::string("a\0@b", 4); })},
+        Refused{"NulInSubject", changed([](Result& r) { r.subject = std::string("\0", 1); })},
+        Refused{"FieldInSender", changed([](Result& r) { r.sender = "a@b\nBcc: c@d"; })},
+        Refused{"SenderEndsItsLine", changed([](Result& r) { r.sender = "a@b\n"; })},
+        Refused{"FieldInRecipient", changed([](Result& r) { r.recipient = "a@b\nBcc: c@d"; })},
+        Refused{"TooLong", changed([](Result& r) { r.subject = std::string(1000, 'x'); })}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(ReaderResult, MayHoldAFoldedAddress) {
+  IncomingMessage record;
+  receive(bytes_of(changed([](Result& r) { r.sender = "a@[b\n c]"; })), std::nullopt, record);
+  EXPECT_EQ(record.sender, "a@[b\n c]");
+}
+
+TEST(ReaderResult, GrowsWithTheMessageOnly) {
+  EXPECT_EQ(most_of_result(0), 1u << 20);
+  EXPECT_EQ(most_of_result(1000), (1u << 20) + 16000);
+}
+
+}  // namespace

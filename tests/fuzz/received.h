@@ -1,0 +1,43 @@
+#ifndef TESTS_FUZZ_RECEIVED_H
+#define TESTS_FUZZ_RECEIVED_H
+
+#include <cstring>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "autoresponder/reader/reader_failure.h"
+#include "autoresponder/reader/result.h"
+#include "field_text.h"
+#include "fuzz.h"
+
+/// What the run makes of bytes that come from the reader, and of the end of them. Nothing where it
+/// refuses them.
+inline std::optional<ExtractionResult> received(std::string_view bytes,
+                                                const std::optional<std::string>& delivered_to,
+                                                IncomingMessage& record) {
+  Receiver receiver(
+      [&bytes](char* to, size_t length) {
+        if (length > bytes.size()) throw ReaderFailure();
+        if (length > 0) memcpy(to, bytes.data(), length);
+        bytes.remove_prefix(length);
+      },
+      most_of_result(bytes.size()));
+  try {
+    return receive_result(receiver, delivered_to, record);
+  } catch (const ReaderFailure&) {
+  } catch (const std::out_of_range&) {
+  }
+  return std::nullopt;
+}
+
+/// Whatever a reader says, no text ends early, and no address ends its header field.
+inline void check_received(const IncomingMessage& record) {
+  for (const std::string* text : {&record.sender, &record.subject, &record.date, &record.charset}) {
+    require(text->find('\0') == std::string::npos, "a text has no NUL");
+  }
+  require(stays_in_its_field(record.sender), "the sender stays in its field");
+}
+
+#endif

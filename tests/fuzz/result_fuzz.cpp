@@ -1,0 +1,20 @@
+// What the run takes over from the reader, which an intruder may have made to send anything.
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "received.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+  IncomingMessage record;
+  const std::optional<ExtractionResult> result = received(bytes, std::nullopt, record);
+  if (!result) return 0;
+  check_received(record);
+  require(stays_in_its_field(record.recipient), "the recipient stays in its field");
+  require(stays_in_its_field(result->sender), "the sender stays in its field");
+  return 0;
+}
