@@ -1,11 +1,14 @@
 // intake <MESSAGE: reads one message as the program does, and prints how long it took from the
-// first byte to the filled record, in seconds, and the most memory that was in use, in KiB.
+// first byte to the filled record, in seconds, how much of the processor both processes took, and
+// the most memory that was in use, in KiB.
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
 #include <string>
+#include <sys/resource.h>
 
 #include "autoresponder/run/incoming.h"
 #include "autoresponder/run/process.h"
@@ -13,20 +16,38 @@
 
 namespace {
 
-// Since the process became this program; what `getrusage` gives is also its parent's.
-long peak_memory() {
+// A value of this process in KiB. Not from `getrusage`, which also tells of the program that was
+// this process before.
+long own_memory(const std::string& name) {
   std::ifstream status("/proc/self/status");
   long kib = 0;
   for (std::string word; status >> word;) {
-    if (word == "VmHWM:") status >> kib;
+    if (word == name) status >> kib;
   }
   return kib;
+}
+
+struct rusage usage_of_reader() {
+  struct rusage usage {};
+  getrusage(RUSAGE_CHILDREN, &usage);
+  return usage;
+}
+
+// The reader's memory counts the message too, which both share until the run lets go of it.
+long peak_memory() {
+  return std::max(own_memory("VmHWM:"), usage_of_reader().ru_maxrss + own_memory("RssAnon:"));
+}
+
+double seconds_of(const timeval& time) {
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
 }
 
 double processor_seconds() {
   struct timespec time {};
   clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+  const struct rusage reader = usage_of_reader();
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9 +
+         seconds_of(reader.ru_utime) + seconds_of(reader.ru_stime);
 }
 
 }  // namespace
@@ -39,6 +60,7 @@ int main() {
   SpoolFile spool = create_spool_file();
   const int status = read_incoming_message(spool, message);
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+  message.body.reset();  // ends the reader
   const double processor = processor_seconds() - processor_start;
   printf("%.6f %.6f %ld\n", seconds.count(), processor, peak_memory());
   remove_temporary_files();

@@ -50,6 +50,9 @@ def measure_all(bench, cases, quick):
     print("| --- | --- | --- | --- | --- | --- | --- | --- | --- |")
     for case in cases:
         measure(bench, case, quick)
+    bench.make(Case("one plain reply"))
+    print(f"\nThe reader of a plain message runs {bench.instructions_of_reader() / 1e6:.2f} million"
+          " instructions besides.", flush=True)
 
 
 def ascii_text(size):

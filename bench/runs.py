@@ -100,6 +100,13 @@ class Bench:
         # A process that it forks reports too, and earlier.
         return int(re.findall(rb"Collected : (\d+)", result.stderr)[-1])
 
+    def instructions_of_reader(self):
+        """Of the process that takes the message apart, from its start on."""
+        self.reset()
+        result = self.run(["/usr/bin/valgrind", "--tool=callgrind", "--zero-before=confine*",
+                           "--callgrind-out-file=/dev/null", PROGRAM])
+        return int(re.findall(rb"Collected : (\d+)", result.stderr)[0])
+
     def peak_memory(self, command):
         """In bytes."""
         self.reset()

@@ -34,7 +34,7 @@ class KeptBody : public Body {
   std::vector<size_t> FirstWith(const std::vector<std::string_view>& keys) const override {
     std::vector<size_t> lines;
     if (!keys.empty()) lines = Ask(keys);
-    reader_->End();
+    reader_->HangUp();
     return lines;
   }
 

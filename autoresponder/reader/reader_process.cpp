@@ -112,7 +112,7 @@ void ReaderProcess::End() {
   const SignalBlock block;  // the number of the process must not be used once it was waited for
   end_reader();
   reader = 0;
-  socket_ = OwnedDescriptor(-1);
+  HangUp();
 }
 
 void end_reader() {

@@ -32,6 +32,8 @@ class ReaderProcess {
   void Send(const char* bytes, size_t length);
   void Receive(char* bytes, size_t length);
 
+  /// Hangs up. A process that does its part ends then, while we go on.
+  void HangUp() { socket_ = OwnedDescriptor(-1); }
   /// Ends the process, whatever it is doing, and waits for its end.
   void End();
 

@@ -5,6 +5,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "autoresponder/reader/reader_process.h"
+
 #define SPOOL_TEMPLATE "/tmp/kem-autoresponder-XXXXXX"
 #define RESPONSE_TEMPLATE "/tmp/kem-response-uu-XXXXXX"
 
@@ -49,6 +51,7 @@ void remove_temporary_files() {
 }
 
 void cleanup_and_exit() {
+  end_reader();
   remove_temporary_files();
   exit(0);
 }

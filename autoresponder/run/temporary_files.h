@@ -18,7 +18,8 @@ ResponseFile create_response_file();
 /// Removes both files, as far as they exist. Safe to call in a signal handler.
 void remove_temporary_files();
 
-/// The one way out of a run: removes both files and exits with status 0.
+/// The one way out of a run: waits for the end of the reader, removes both files and exits with
+/// status 0.
 [[noreturn]] void cleanup_and_exit();
 
 #endif

@@ -128,6 +128,12 @@ TEST(ReaderProcess, IsGoneWhenItIsEnded) {
   EXPECT_THROW(receive(reader, 1), ReaderFailure);
 }
 
+TEST(ReaderProcess, EndsByItselfWhenNobodyListens) {
+  ReaderProcess reader(sleep_for_ever, 0);
+  reader.HangUp();
+  EXPECT_GT(waitpid(-1, nullptr, 0), 0);
+}
+
 TEST(ReaderProcess, IsGoneWithItsObject) {
   { ReaderProcess reader(sleep_for_ever, 0); }
   EXPECT_FALSE(has_children());
