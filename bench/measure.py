@@ -50,7 +50,7 @@ def measure_all(bench, cases, quick):
     print("| --- | --- | --- | --- | --- | --- | --- | --- | --- |")
     for case in cases:
         measure(bench, case, quick)
-    bench.make(Case("one plain reply"))
+    bench.make(Case("one plain reply", lambda panel: panel.rule()))
     print(f"\nThe reader of a plain message runs {bench.instructions_of_reader() / 1e6:.2f} million"
           " instructions besides.", flush=True)
 
