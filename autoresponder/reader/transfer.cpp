@@ -1,6 +1,7 @@
 #include "autoresponder/reader/transfer.h"
 
 #include <algorithm>
+#include <new>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -17,6 +18,18 @@ void give_back(char* bytes, size_t length) {
   const uintptr_t first = (start + page - 1) / page * page;
   const uintptr_t end = (start + length) / page * page;
   if (first < end) madvise(bytes + (first - start), end - first, MADV_DONTNEED);
+}
+
+// The room takes no memory until it is written to. Where the system does not give it all the same,
+// the text cannot be taken over.
+std::string with_room_for(uint64_t length) {
+  try {
+    std::string text;
+    text.reserve(length);
+    return text;
+  } catch (const std::bad_alloc&) {
+    throw ReaderFailure();
+  }
 }
 
 }  // namespace
@@ -68,8 +81,7 @@ uint64_t Receiver::Number(uint64_t greatest) {
 std::string Receiver::Text() {
   const uint64_t length = Number(left_);
   left_ -= length;
-  std::string text;
-  text.reserve(length);  // takes no memory until it is written to
+  std::string text = with_room_for(length);
   while (text.size() < length) {
     const size_t at = text.size();
     text.resize(std::min<uint64_t>(length, at + kBlock));
