@@ -5,6 +5,7 @@
 
 #include "autoresponder/intake/addresses.h"
 #include "autoresponder/intake/body_text.h"
+#include "autoresponder/intake/courtesy_facts.h"
 #include "mime/charset.h"
 #include "mime/encoded_word.h"
 #include "support/base/diagnose.h"
@@ -20,6 +21,7 @@ struct RawMessage {
   std::string subject;
   std::string date;
   TextPart text;
+  CourtesyFacts courtesy;
 };
 
 struct Sender {
@@ -57,7 +59,7 @@ Extraction report_no_recipient() {
 }
 
 Extraction take_apart(const DwString& message_text, const std::optional<std::string>& delivered_to,
-                      RawMessage& raw) {
+                      bool with_courtesy, RawMessage& raw) {
   const std::unique_ptr<DwMessage> message(DwMessage::NewMessage(message_text, nullptr));
   message->Parse();
   DwHeaders& headers = message->Headers();
@@ -71,6 +73,10 @@ Extraction take_apart(const DwString& message_text, const std::optional<std::str
   if (headers.HasSubject()) raw.subject = up_to_nul(headers.Subject().AsString());
   if (headers.HasDate()) raw.date = up_to_nul(headers.Date().AsString());
   raw.text = find_text_part(*message);
+  if (with_courtesy) {
+    const DwString& header = headers.AsString();
+    raw.courtesy = gather_courtesy_facts({header.data(), header.length()});
+  }
   return Extraction::kDone;
 }
 
@@ -166,9 +172,9 @@ void fill_addresses(RawMessage& raw, IncomingMessage& record) {
 }  // namespace
 
 ExtractionResult extract(DwString message_text, const std::optional<std::string>& delivered_to,
-                         IncomingMessage& record) {
+                         IncomingMessage& record, bool with_courtesy) {
   RawMessage raw;
-  const Extraction outcome = take_apart(message_text, delivered_to, raw);
+  const Extraction outcome = take_apart(message_text, delivered_to, with_courtesy, raw);
   if (outcome != Extraction::kDone) return {outcome, raw.sender_field, std::move(raw.sender)};
   Body body = take_body(raw.text, message_text.length());
   message_text = DwString();  // what was decoded is all that is needed from here on
@@ -178,5 +184,6 @@ ExtractionResult extract(DwString message_text, const std::optional<std::string>
   raw.subject = std::string();
   record.date = std::move(raw.date);
   record.charset = std::move(raw.text.charset);
+  record.courtesy = std::move(raw.courtesy);
   return {outcome, raw.sender_field, {}};
 }

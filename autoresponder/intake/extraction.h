@@ -26,8 +26,8 @@ struct ExtractionResult {
 /// as it is not needed. `delivered_to`: the address of the delivery, used unchanged; without one
 /// the first mailbox of To is the recipient. A message without a sender or a recipient is reported
 /// on standard error and leaves the record as it was. Conversion problems are reported and
-/// tolerated.
+/// tolerated. `with_courtesy`: whether the record gets its `courtesy` facts too.
 ExtractionResult extract(DwString message_text, const std::optional<std::string>& delivered_to,
-                         IncomingMessage& record);
+                         IncomingMessage& record, bool with_courtesy = false);
 
 #endif

@@ -1,9 +1,11 @@
 #ifndef AUTORESPONDER_MESSAGE_INCOMING_MESSAGE_H
 #define AUTORESPONDER_MESSAGE_INCOMING_MESSAGE_H
 
+#include <optional>
 #include <string>
 
 #include "autoresponder/message/body_lines.h"
+#include "autoresponder/message/courtesy_facts.h"
 
 /// What the run learned from the incoming message. Filled once by the intake, only read afterwards;
 /// all bytes are its own.
@@ -20,6 +22,11 @@ struct IncomingMessage {
   std::string date;                ///< the text of the Date field, undecoded
   std::string charset;             ///< what the text part declares, as written, or "US-ASCII"
   BodyLines body_lines;            ///< the text part in UTF-8
+  CourtesyFacts courtesy;          ///< empty unless they were asked for
+
+  /// The envelope sender, if the mail server has told it; empty for a null one. Filled by run
+  /// control.
+  std::optional<std::string> envelope_sender;
 };
 
 #endif
