@@ -32,6 +32,7 @@ enum class Reason {
   kMailboxNotFound,
   kNoRules,
   kNoRuleReplies,
+  kCourtesy,        ///< no rule replies, and courtesy forbids the reply of one at least
   kStatementFails,  ///< the database refused a statement before any rule was reached
   kNoSuchRule,
   kMessageUnreadable,
@@ -48,6 +49,7 @@ enum class RuleOutcome {
   kNotTriggered,
   kNeverReplies,  ///< the rule allows less than one reply a day
   kLimitReached,
+  kCourtesy,           ///< courtesy is on and forbids the reply
   kQuoteInCommand,     ///< the command that sends the reply is refused: a value holds a quote
   kCommandTooLong,     ///< the system does not start the command that sends the reply
   kNoSendmail,         ///< the mail server's sendmail is missing or not executable
@@ -100,7 +102,8 @@ struct ReplyFacts {
 struct RuleExplanation {
   ResponderRule rule;
   RuleOutcome outcome = RuleOutcome::kNotReached;
-  std::string trouble;  ///< the diagnostic, if a statement fails
+  std::string trouble;    ///< the diagnostic, if a statement fails
+  std::string objection;  ///< of courtesy, which forbids the reply; otherwise empty
   std::optional<TriggerFacts> trigger;
   std::optional<LimiterFacts> limiter;
   std::optional<std::string> forwarding;  ///< the addresses, as in the command line
@@ -117,6 +120,9 @@ struct Explanation {
   std::string trouble;      ///< details of the reason, if it has any
   std::string diagnostics;  ///< what the run's functions wrote to standard error
   Switches switches;
+  /// Why courtesy forbids a reply, or would if it were on. Empty if it would not, or no rule would
+  /// reply without it.
+  std::string objection;
   IncomingMessage message;
   SenderField sender_field = SenderField::kNone;
   RecipientSource recipient_source = RecipientSource::kTo;

@@ -55,13 +55,14 @@ std::string notification_sender(PanelDatabase& database) {
 //
 // Kept: no line end after a Reply-To, so that From follows on the same line.
 void write_notification(std::ostream& mail, const Notification& notification, const char* reply_to,
-                        const IncomingMessage& message, const std::vector<std::string>& missing) {
+                        const IncomingMessage& message, const std::vector<std::string>& missing,
+                        std::string_view more_fields) {
   if (*reply_to != '\0') mail << "Reply-To: " << reply_to;
   mail << "From: " << notification.sender << std::endl;
   mail << "To: " << notification.owner_email << std::endl;
   mail << "CC: " << std::endl;
   mail << "Subject: kem notification (files missing in attachments repository). " << std::endl;
-  mail << "Content-Type: text/plain; charset=utf-8" << std::endl;
+  mail << more_fields << "Content-Type: text/plain; charset=utf-8" << std::endl;
   mail << "Content-Disposition: inline" << std::endl;
   mail << "Content-Transfer-Encoding: 8bit" << std::endl;
   mail << std::endl << std::endl;
@@ -90,12 +91,13 @@ ShellCommand notification_command(const Notification& notification) {
 }
 
 void send_notification(const Notification& notification, const char* reply_to,
-                       const IncomingMessage& message, const std::vector<std::string>& missing) {
+                       const IncomingMessage& message, const std::vector<std::string>& missing,
+                       std::string_view more_fields) {
   opipestream mail(notification_command(notification));
   if (mail.refused()) return;
   if (mail.fail()) {
     diagnose({"Unable to send mail with notify of not exist attachment."});
     return;
   }
-  write_notification(mail, notification, reply_to, message, missing);
+  write_notification(mail, notification, reply_to, message, missing, more_fields);
 }

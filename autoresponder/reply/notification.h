@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "autoresponder/message/incoming_message.h"
@@ -27,8 +28,10 @@ ShellCommand notification_command(const Notification& notification);
 /// Sends the notification about files that are missing in the attachment store. Failures are
 /// reported on standard error and do not end the run.
 ///
-/// `reply_to`: the rule's, may be empty. `missing`: the names of the files.
+/// `reply_to`: the rule's, may be empty. `missing`: the names of the files. `more_fields`: lines
+/// for its header; may be empty.
 void send_notification(const Notification& notification, const char* reply_to,
-                       const IncomingMessage& message, const std::vector<std::string>& missing);
+                       const IncomingMessage& message, const std::vector<std::string>& missing,
+                       std::string_view more_fields);
 
 #endif

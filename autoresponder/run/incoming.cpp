@@ -16,13 +16,21 @@ std::optional<std::string> delivery_address() {
   return dash != nullptr ? dash + 1 : variable;
 }
 
-int read_incoming_message(SpoolFile& spool, IncomingMessage& record) {
+std::optional<std::string> delivery_sender() {
+  const char* const variable = getenv("SENDER");
+  if (variable == nullptr) return std::nullopt;
+  return variable;
+}
+
+int read_incoming_message(SpoolFile& spool, IncomingMessage& record, bool with_courtesy) {
   if (!spool.IsOpen()) {
     diagnose({"Could not create a temporary file."});
     return 1;
   }
   DwInitialize();
   MessageBuffer message = spool_standard_input(spool);
-  const ExtractionResult result = extract(message.Take<DwString>(), delivery_address(), record);
+  const ExtractionResult result =
+      extract(message.Take<DwString>(), delivery_address(), record, with_courtesy);
+  if (with_courtesy) record.envelope_sender = delivery_sender();
   return result.outcome == Extraction::kDone ? 0 : 1;
 }
