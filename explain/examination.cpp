@@ -10,6 +10,7 @@
 
 #include <mimelib/mimepp.h>
 
+#include "autoresponder/engine/courtesy.h"
 #include "autoresponder/panel/panel_database.h"
 #include "autoresponder/run/configuration.h"
 #include "autoresponder/run/incoming.h"
@@ -62,7 +63,9 @@ std::optional<Reason> examine_message(const Options& options, Explanation& expla
   DwString text = read_message(options.message_file);
   const auto delivered_to = find_delivery(options, explanation);
   try {
-    const auto result = extract(std::move(text), delivered_to, explanation.message);
+    const auto result = extract(std::move(text), delivered_to, explanation.message,
+                                /*with_courtesy=*/true);
+    explanation.message.envelope_sender = delivery_sender();
     explanation.sender_field = result.sender_field;
     if (result.outcome != Extraction::kDone) {
       explanation.message.sender = result.sender;
@@ -91,12 +94,33 @@ void examine_rules(PanelDatabase& database, const Options& options, Explanation&
   }
 }
 
+template <class Predicate>
+bool any_outcome(const std::vector<RuleExplanation>& rules, const Predicate& is_wanted) {
+  return std::any_of(rules.begin(), rules.end(),
+                     [&is_wanted](const RuleExplanation& rule) { return is_wanted(rule.outcome); });
+}
+
 Reason reason_of(const std::vector<RuleExplanation>& rules) {
-  const bool anyone_replies =
-      std::any_of(rules.begin(), rules.end(),
-                  [](const RuleExplanation& rule) { return is_reply(rule.outcome); });
-  if (anyone_replies) return Reason::kRuleReplies;
+  if (any_outcome(rules, is_reply)) return Reason::kRuleReplies;
+  const auto is_withheld = [](RuleOutcome outcome) { return outcome == RuleOutcome::kCourtesy; };
+  if (any_outcome(rules, is_withheld)) return Reason::kCourtesy;
   return rules.empty() ? Reason::kNoRules : Reason::kNoRuleReplies;
+}
+
+std::string objection_of(const std::vector<RuleExplanation>& rules) {
+  for (const RuleExplanation& rule : rules) {
+    if (!rule.objection.empty()) return rule.objection;
+  }
+  return "";
+}
+
+// What courtesy would object to if it were on. A query for that which fails is none of the run's.
+std::string possible_objection(PanelDatabase& database, const Explanation& explanation) {
+  try {
+    return courtesy_objection(database, explanation.mailbox->mailbox, explanation.message);
+  } catch (const PanelFailure&) {
+    return "";
+  }
 }
 
 Reason examine_panel(const Options& options, Explanation& explanation) {
@@ -111,7 +135,11 @@ Reason examine_panel(const Options& options, Explanation& explanation) {
   if (options.rule && explanation.rules.empty()) {
     throw CannotTell(Reason::kNoSuchRule, "The mailbox has no rule " + *options.rule);
   }
-  return reason_of(explanation.rules);
+  const Reason reason = reason_of(explanation.rules);
+  const bool could_object = !explanation.switches.courtesy && reason == Reason::kRuleReplies;
+  explanation.objection =
+      could_object ? possible_objection(database, explanation) : objection_of(explanation.rules);
+  return reason;
 }
 
 Verdict verdict_of(Reason reason) {
