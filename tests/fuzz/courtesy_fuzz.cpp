@@ -27,7 +27,7 @@ void check_id(const std::string& id) {
   require(id.size() <= kLongestMessageId, "a message id is not too long");
   require(id.size() >= 5 && id.front() == '<' && id.back() == '>', "a message id is in brackets");
   const std::string inside = id.substr(1, id.size() - 2);
-  require(inside.find_first_of("<>()\"\\,;") == std::string::npos, "a message id is well-formed");
+  require(inside.find_first_of("<>\\") == std::string::npos, "a message id is one word");
   require(std::all_of(inside.begin(), inside.end(), [](char c) { return c > ' ' && c < '\x7f'; }),
           "a message id is of visible ASCII characters");
 }
