@@ -49,10 +49,10 @@ class Entry {
   // Whether a comma belongs to a route (RFC 5322, 4.4).
   bool IsInRoute() const { return is_in_brackets_ && !text_.empty() && text_[0] == '@'; }
 
-  // The address; empty if there is none.
-  std::string Take() {
+  // The address, without what `text_` has reserved; empty if there is none.
+  std::string Address() const {
     const bool is_usable = HasLocalPart() && text_.size() <= kLongestAddress;
-    return is_usable ? std::move(text_) : std::string();
+    return is_usable ? text_ : std::string();
   }
 
  private:
@@ -106,7 +106,7 @@ void add_listed_addresses(std::string_view list, size_t most, std::vector<std::s
     for (reader.SkipBlanks(); goes_on && !reader.IsAtEnd(); reader.SkipBlanks()) {
       goes_on = read_token(reader, entry);
     }
-    std::string address = entry.Take();
+    std::string address = entry.Address();
     if (!address.empty()) addresses.push_back(std::move(address));
   }
 }
