@@ -63,8 +63,9 @@ std::optional<Reason> examine_message(const Options& options, Explanation& expla
   DwString text = read_message(options.message_file);
   const auto delivered_to = find_delivery(options, explanation);
   try {
-    const auto result = extract(std::move(text), delivered_to, explanation.message,
-                                /*with_courtesy=*/true);
+    Switches switches = explanation.switches;
+    switches.courtesy = true;  // for what it would change
+    const auto result = extract(std::move(text), delivered_to, switches, explanation.message);
     explanation.message.envelope_sender = delivery_sender();
     explanation.sender_field = result.sender_field;
     if (result.outcome != Extraction::kDone) {

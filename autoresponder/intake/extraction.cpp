@@ -59,7 +59,7 @@ Extraction report_no_recipient() {
 }
 
 Extraction take_apart(const DwString& message_text, const std::optional<std::string>& delivered_to,
-                      bool with_courtesy, RawMessage& raw) {
+                      const Switches& switches, RawMessage& raw) {
   const std::unique_ptr<DwMessage> message(DwMessage::NewMessage(message_text, nullptr));
   message->Parse();
   DwHeaders& headers = message->Headers();
@@ -73,7 +73,7 @@ Extraction take_apart(const DwString& message_text, const std::optional<std::str
   if (headers.HasSubject()) raw.subject = up_to_nul(headers.Subject().AsString());
   if (headers.HasDate()) raw.date = up_to_nul(headers.Date().AsString());
   raw.text = find_text_part(*message);
-  if (with_courtesy) {
+  if (switches.courtesy) {
     const DwString& header = headers.AsString();
     raw.courtesy = gather_courtesy_facts({header.data(), header.length()});
   }
@@ -172,9 +172,9 @@ void fill_addresses(RawMessage& raw, IncomingMessage& record) {
 }  // namespace
 
 ExtractionResult extract(DwString message_text, const std::optional<std::string>& delivered_to,
-                         IncomingMessage& record, bool with_courtesy) {
+                         const Switches& switches, IncomingMessage& record) {
   RawMessage raw;
-  const Extraction outcome = take_apart(message_text, delivered_to, with_courtesy, raw);
+  const Extraction outcome = take_apart(message_text, delivered_to, switches, raw);
   if (outcome != Extraction::kDone) return {outcome, raw.sender_field, std::move(raw.sender)};
   Body body = take_body(raw.text, message_text.length());
   message_text = DwString();  // what was decoded is all that is needed from here on

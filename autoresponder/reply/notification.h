@@ -3,10 +3,10 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/message/switches.h"
 #include "autoresponder/panel/panel_database.h"
 #include "autoresponder/reply/shell.h"
 
@@ -28,10 +28,9 @@ ShellCommand notification_command(const Notification& notification);
 /// Sends the notification about files that are missing in the attachment store. Failures are
 /// reported on standard error and do not end the run.
 ///
-/// `reply_to`: the rule's, may be empty. `missing`: the names of the files. `more_fields`: lines
-/// for its header; may be empty.
+/// `reply_to`: the rule's, may be empty. `missing`: the names of the files.
 void send_notification(const Notification& notification, const char* reply_to,
                        const IncomingMessage& message, const std::vector<std::string>& missing,
-                       std::string_view more_fields);
+                       const Switches& switches);
 
 #endif

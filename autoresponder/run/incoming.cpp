@@ -22,7 +22,7 @@ std::optional<std::string> delivery_sender() {
   return variable;
 }
 
-int read_incoming_message(SpoolFile& spool, IncomingMessage& record, bool with_courtesy) {
+int read_incoming_message(SpoolFile& spool, const Switches& switches, IncomingMessage& record) {
   if (!spool.IsOpen()) {
     diagnose({"Could not create a temporary file."});
     return 1;
@@ -30,7 +30,7 @@ int read_incoming_message(SpoolFile& spool, IncomingMessage& record, bool with_c
   DwInitialize();
   MessageBuffer message = spool_standard_input(spool);
   const ExtractionResult result =
-      extract(message.Take<DwString>(), delivery_address(), record, with_courtesy);
-  if (with_courtesy) record.envelope_sender = delivery_sender();
+      extract(message.Take<DwString>(), delivery_address(), switches, record);
+  if (switches.courtesy) record.envelope_sender = delivery_sender();
   return result.outcome == Extraction::kDone ? 0 : 1;
 }
