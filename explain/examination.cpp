@@ -115,12 +115,15 @@ std::string objection_of(const std::vector<RuleExplanation>& rules) {
   return "";
 }
 
-// What courtesy would object to if it were on. A query for that which fails is none of the run's.
-std::string possible_objection(PanelDatabase& database, const Explanation& explanation) {
+// What courtesy would change if it were on. A query for that which fails is none of the run's.
+void examine_courtesy(PanelDatabase& database, Explanation& explanation) {
   try {
-    return courtesy_objection(database, explanation.mailbox->mailbox, explanation.message);
+    explanation.objection =
+        courtesy_objection(database, explanation.mailbox->mailbox, explanation.message);
+    explanation.with_courtesy =
+        explanation.objection.empty() ? CourtesyChange::kMarkedReply : CourtesyChange::kNoReply;
   } catch (const PanelFailure&) {
-    return "";
+    explanation.with_courtesy.reset();
   }
 }
 
@@ -137,9 +140,9 @@ Reason examine_panel(const Options& options, Explanation& explanation) {
     throw CannotTell(Reason::kNoSuchRule, "The mailbox has no rule " + *options.rule);
   }
   const Reason reason = reason_of(explanation.rules);
-  const bool could_object = !explanation.switches.courtesy && reason == Reason::kRuleReplies;
-  explanation.objection =
-      could_object ? possible_objection(database, explanation) : objection_of(explanation.rules);
+  explanation.objection = objection_of(explanation.rules);
+  const bool is_off = !explanation.switches.courtesy;
+  if (is_off && reason == Reason::kRuleReplies) examine_courtesy(database, explanation);
   return reason;
 }
 

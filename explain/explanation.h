@@ -99,6 +99,12 @@ struct ReplyFacts {
   std::string text;  ///< the whole mail, if that was asked for
 };
 
+/// What courtesy would change for a message that gets a reply.
+enum class CourtesyChange {
+  kNoReply,
+  kMarkedReply,  ///< the reply would say that it is automatic, and have a null envelope sender
+};
+
 struct RuleExplanation {
   ResponderRule rule;
   RuleOutcome outcome = RuleOutcome::kNotReached;
@@ -120,9 +126,9 @@ struct Explanation {
   std::string trouble;      ///< details of the reason, if it has any
   std::string diagnostics;  ///< what the run's functions wrote to standard error
   Switches switches;
-  /// Why courtesy forbids a reply, or would if it were on. Empty if it would not, or no rule would
-  /// reply without it.
-  std::string objection;
+  /// What courtesy would change. Nothing if it is on, no rule replies, or that is unknown.
+  std::optional<CourtesyChange> with_courtesy;
+  std::string objection;  ///< why courtesy forbids a reply, or would if it were on; or empty
   IncomingMessage message;
   SenderField sender_field = SenderField::kNone;
   RecipientSource recipient_source = RecipientSource::kTo;

@@ -109,6 +109,7 @@ void write_json(std::ostream& out, const Explanation& explanation, const TextSty
   if (has_sender) result["message"] = message_of(explanation);
   if (explanation.guard) result["guard"] = code(*explanation.guard);
   if (explanation.mailbox) result["mailbox"] = mailbox_of(*explanation.mailbox);
+  if (explanation.with_courtesy) result["with_courtesy"] = code(*explanation.with_courtesy);
   if (!explanation.objection.empty()) result["objection"] = explanation.objection;
   result["rules"] = Json::array();
   for (const RuleExplanation& rule : explanation.rules) {

@@ -176,8 +176,9 @@ void Report::Verdict(const Explanation& explanation) {
   const bool is_withheld = explanation.reason == Reason::kCourtesy;
   out_ << " Reason: " << words(explanation.reason)
        << after_colon(is_withheld ? explanation.objection : "") << ".\n";
-  if (is_good && !explanation.objection.empty()) {
-    out_ << "With courtesy on no reply would leave: " << explanation.objection << ".\n";
+  if (explanation.with_courtesy) {
+    out_ << "With courtesy on " << words(*explanation.with_courtesy)
+         << after_colon(explanation.objection) << ".\n";
   }
   if (!explanation.trouble.empty()) out_ << printable(explanation.trouble) << '\n';
 }

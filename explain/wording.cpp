@@ -127,3 +127,11 @@ Words words_for(CommandFate fate) {
   };
   return pick(kWords, fate);
 }
+
+Words words_for(CourtesyChange change) {
+  static constexpr Words kWords[] = {
+      {"no_reply", "no reply would leave"},
+      {"marked_reply", "the reply would say that it is automatic, and have no envelope sender"},
+  };
+  return pick(kWords, change);
+}
