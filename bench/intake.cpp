@@ -58,7 +58,7 @@ int main() {
   const auto start = std::chrono::steady_clock::now();
   const double processor_start = processor_seconds();
   SpoolFile spool = create_spool_file();
-  const int status = read_incoming_message(spool, message);
+  const int status = read_incoming_message(spool, Switches(), message);
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
   message.body.reset();  // ends the reader
   const double processor = processor_seconds() - processor_start;

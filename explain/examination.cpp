@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "autoresponder/engine/courtesy.h"
 #include "autoresponder/panel/panel_database.h"
 #include "autoresponder/reader/reader.h"
 #include "autoresponder/reader/reader_failure.h"
@@ -63,7 +64,10 @@ std::optional<Reason> examine_message(const Options& options, Explanation& expla
   MessageBuffer text = load_message(options.message_file);
   const auto delivered_to = find_delivery(options, explanation);
   try {
-    const auto result = read_message(std::move(text), delivered_to, explanation.message);
+    Switches switches = explanation.switches;
+    switches.courtesy = true;  // for what it would change
+    const auto result = read_message(std::move(text), delivered_to, switches, explanation.message);
+    explanation.message.envelope_sender = delivery_sender();
     explanation.sender_field = result.sender_field;
     if (result.outcome != Extraction::kDone) {
       explanation.message.sender = result.sender;
@@ -95,12 +99,36 @@ void examine_rules(PanelDatabase& database, const Options& options, Explanation&
   }
 }
 
+template <class Predicate>
+bool any_outcome(const std::vector<RuleExplanation>& rules, const Predicate& is_wanted) {
+  return std::any_of(rules.begin(), rules.end(),
+                     [&is_wanted](const RuleExplanation& rule) { return is_wanted(rule.outcome); });
+}
+
 Reason reason_of(const std::vector<RuleExplanation>& rules) {
-  const bool anyone_replies =
-      std::any_of(rules.begin(), rules.end(),
-                  [](const RuleExplanation& rule) { return is_reply(rule.outcome); });
-  if (anyone_replies) return Reason::kRuleReplies;
+  if (any_outcome(rules, is_reply)) return Reason::kRuleReplies;
+  const auto is_withheld = [](RuleOutcome outcome) { return outcome == RuleOutcome::kCourtesy; };
+  if (any_outcome(rules, is_withheld)) return Reason::kCourtesy;
   return rules.empty() ? Reason::kNoRules : Reason::kNoRuleReplies;
+}
+
+std::string objection_of(const std::vector<RuleExplanation>& rules) {
+  for (const RuleExplanation& rule : rules) {
+    if (!rule.objection.empty()) return rule.objection;
+  }
+  return "";
+}
+
+// What courtesy would change if it were on. A query for that which fails is none of the run's.
+void examine_courtesy(PanelDatabase& database, Explanation& explanation) {
+  try {
+    explanation.objection =
+        courtesy_objection(database, explanation.mailbox->mailbox, explanation.message);
+    explanation.with_courtesy =
+        explanation.objection.empty() ? CourtesyChange::kMarkedReply : CourtesyChange::kNoReply;
+  } catch (const PanelFailure&) {
+    explanation.with_courtesy.reset();
+  }
 }
 
 Reason examine_panel(const Options& options, Explanation& explanation) {
@@ -115,7 +143,11 @@ Reason examine_panel(const Options& options, Explanation& explanation) {
   if (options.rule && explanation.rules.empty()) {
     throw CannotTell(Reason::kNoSuchRule, "The mailbox has no rule " + *options.rule);
   }
-  return reason_of(explanation.rules);
+  const Reason reason = reason_of(explanation.rules);
+  explanation.objection = objection_of(explanation.rules);
+  const bool is_off = !explanation.switches.courtesy;
+  if (is_off && reason == Reason::kRuleReplies) examine_courtesy(database, explanation);
+  return reason;
 }
 
 Verdict verdict_of(Reason reason) {

@@ -33,6 +33,7 @@ enum class Reason {
   kMailboxNotFound,
   kNoRules,
   kNoRuleReplies,
+  kCourtesy,        ///< no rule replies, and courtesy forbids the reply of one at least
   kStatementFails,  ///< the database refused a statement before any rule was reached
   kNoSuchRule,
   kMessageUnreadable,
@@ -49,6 +50,7 @@ enum class RuleOutcome {
   kNotTriggered,
   kNeverReplies,  ///< the rule allows less than one reply a day
   kLimitReached,
+  kCourtesy,           ///< courtesy is on and forbids the reply
   kQuoteInCommand,     ///< the command that sends the reply is refused: a value holds a quote
   kCommandTooLong,     ///< the system does not start the command that sends the reply
   kNoSendmail,         ///< the mail server's sendmail is missing or not executable
@@ -92,10 +94,17 @@ struct ReplyFacts {
   std::string text;  ///< the whole mail, if that was asked for
 };
 
+/// What courtesy would change for a message that gets a reply.
+enum class CourtesyChange {
+  kNoReply,
+  kMarkedReply,  ///< the reply would say that it is automatic, and have a null envelope sender
+};
+
 struct RuleExplanation {
   ResponderRule rule;
   RuleOutcome outcome = RuleOutcome::kNotReached;
   std::string trouble;                  ///< the diagnostic, if a statement fails
+  std::string objection;                ///< of courtesy, which forbids the reply; otherwise empty
   std::optional<TriggerMatch> trigger;  ///< of a rule that is on
   std::optional<LimiterFacts> limiter;
   std::optional<std::string> forwarding;  ///< the addresses, as in the command line
@@ -112,6 +121,9 @@ struct Explanation {
   std::string trouble;      ///< details of the reason, if it has any
   std::string diagnostics;  ///< what the run's functions wrote to standard error
   Switches switches;
+  /// What courtesy would change. Nothing if it is on, no rule replies, or that is unknown.
+  std::optional<CourtesyChange> with_courtesy;
+  std::string objection;  ///< why courtesy forbids a reply, or would if it were on; or empty
   IncomingMessage message;
   SenderField sender_field = SenderField::kNone;
   RecipientSource recipient_source = RecipientSource::kTo;

@@ -86,6 +86,7 @@ Json commands_of(const std::vector<CommandFacts>& commands) {
 Json rule_of(const RuleExplanation& facts, bool show_reply) {
   Json result{{"id", facts.rule.id}, {"outcome", code(facts.outcome)}};
   if (!facts.trouble.empty()) result["trouble"] = facts.trouble;
+  if (!facts.objection.empty()) result["objection"] = facts.objection;
   if (facts.trigger) result["trigger"] = trigger_of(facts.rule, *facts.trigger);
   if (facts.limiter) result["limiter"] = limiter_of(facts.rule, *facts.limiter);
   if (facts.forwarding) result["forwarding"] = *facts.forwarding;
@@ -108,6 +109,8 @@ void write_json(std::ostream& out, const Explanation& explanation, const TextSty
   if (has_sender) result["message"] = message_of(explanation);
   if (explanation.guard) result["guard"] = code(*explanation.guard);
   if (explanation.mailbox) result["mailbox"] = mailbox_of(*explanation.mailbox);
+  if (explanation.with_courtesy) result["with_courtesy"] = code(*explanation.with_courtesy);
+  if (!explanation.objection.empty()) result["objection"] = explanation.objection;
   result["rules"] = Json::array();
   for (const RuleExplanation& rule : explanation.rules) {
     result["rules"].push_back(rule_of(rule, style.show_reply));

@@ -54,6 +54,10 @@ void RecordedEffects::Forward(const std::string& addresses, const ShellCommand& 
   Add("forward", command);
 }
 
+void RecordedEffects::Withhold(const std::string& objection) {
+  facts_.objection = objection;
+}
+
 ResponseFile RecordedEffects::CreateResponseFile() {
   return memory_.File(response_template());
 }

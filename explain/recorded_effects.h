@@ -33,6 +33,7 @@ class RecordedEffects : public Effects {
   bool Count(const ResponderRule& rule) override;
   std::string SpoolPath() override;
   void Forward(const std::string& addresses, const ShellCommand& command) override;
+  void Withhold(const std::string& objection) override;
   ResponseFile CreateResponseFile() override;
   void Attachments(const AttachmentList& attachments) override;
   void Notify(const Notification& notification, const ResponderRule& rule,

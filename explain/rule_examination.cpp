@@ -32,6 +32,7 @@ RuleOutcome examine_answer(PanelDatabase& database, const Explanation& explanati
   answer(database, facts.rule, explanation.mailbox->mailbox, message, explanation.switches,
          effects);
   if (!allows_reply(*facts.limiter)) return outcome_of_limiter(*facts.limiter);
+  if (!facts.objection.empty()) return RuleOutcome::kCourtesy;
   return outcome_of_reply(facts);
 }
 

@@ -46,6 +46,10 @@ std::string quoted(const std::string& text) {
   return joined({"\"", printable(text), "\""});
 }
 
+std::string after_colon(const std::string& text) {
+  return text.empty() ? "" : ": " + text;
+}
+
 std::string trimmed(const std::string& text) {
   const size_t start = text.find_first_not_of(' ');
   return start == std::string::npos ? ""
@@ -155,7 +159,7 @@ void Report::Rule(const RuleExplanation& facts) {
   const Colour colour = is_reply(facts.outcome) ? Colour::kGreen : Colour::kRed;
   out_ << '\n'
        << Coloured(Colour::kBold, joined({"Rule ", printable(facts.rule.id)})) << ' '
-       << Coloured(colour, words(facts.outcome)) << '\n';
+       << Coloured(colour, words(facts.outcome) + after_colon(facts.objection)) << '\n';
   if (facts.trigger) Trigger(facts.rule, *facts.trigger);
   if (facts.limiter) Limiter(facts.rule, *facts.limiter);
   if (facts.forwarding) Line("forward to") << trimmed(printable(*facts.forwarding)) << '\n';
@@ -169,7 +173,13 @@ void Report::Verdict(const Explanation& explanation) {
   const bool is_good = explanation.verdict == ::Verdict::kReply;
   const std::string verdict = words(explanation.verdict);
   out_ << '\n' << Coloured(is_good ? Colour::kGreen : Colour::kRed, verdict);
-  out_ << " Reason: " << words(explanation.reason) << ".\n";
+  const bool is_withheld = explanation.reason == Reason::kCourtesy;
+  out_ << " Reason: " << words(explanation.reason)
+       << after_colon(is_withheld ? explanation.objection : "") << ".\n";
+  if (explanation.with_courtesy) {
+    out_ << "With courtesy on " << words(*explanation.with_courtesy)
+         << after_colon(explanation.objection) << ".\n";
+  }
   if (!explanation.trouble.empty()) out_ << printable(explanation.trouble) << '\n';
 }
 

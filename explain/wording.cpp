@@ -33,6 +33,7 @@ Words words_for(Reason reason) {
       {"mailbox_not_found", "the recipient is no mailbox of the panel"},
       {"no_rules", "the mailbox has no rules"},
       {"no_rule_replies", "no rule replies"},
+      {"courtesy", "courtesy"},
       {"statement_fails", "the database refuses a statement, which ends the run"},
       {"no_such_rule", "the mailbox has no such rule"},
       {"message_unreadable", "the message cannot be read"},
@@ -51,6 +52,7 @@ Words words_for(RuleOutcome outcome) {
       {"not_triggered", "is not triggered"},
       {"never_replies", "allows no reply a day"},
       {"limit_reached", "has answered this sender often enough today"},
+      {"courtesy", "sends no reply, courtesy"},
       {"quote_in_command", "gets no reply out: its command holds a quote and is refused"},
       {"command_too_long", "gets no reply out: the system starts no command of this length"},
       {"no_sendmail", "gets no reply out: the mail server's sendmail is missing or not executable"},
@@ -125,4 +127,12 @@ Words words_for(CommandFate fate) {
       {"no_program", "not started, the mail server's sendmail is missing or not executable"},
   };
   return pick(kWords, fate);
+}
+
+Words words_for(CourtesyChange change) {
+  static constexpr Words kWords[] = {
+      {"no_reply", "no reply would leave"},
+      {"marked_reply", "the reply would say that it is automatic, and have no envelope sender"},
+  };
+  return pick(kWords, change);
 }

@@ -38,6 +38,10 @@ class Effects {
   /// Forwards the message to `addresses` by `command`.
   virtual void Forward(const std::string& addresses, const ShellCommand& command) = 0;
 
+  /// Called instead of the steps below if courtesy forbids a reply. `objection`: the reason, a
+  /// short phrase.
+  virtual void Withhold(const std::string& objection) = 0;
+
   /// Creates the file for the reply.
   virtual ResponseFile CreateResponseFile() = 0;
 
@@ -65,7 +69,7 @@ class Effects {
 };
 
 /// Lets a rule that fires answer the message: asks the limiter, forwards, and builds and sends the
-/// reply. A failing query throws `PanelFailure`.
+/// reply unless courtesy is on and forbids it. A failing query throws `PanelFailure`.
 void answer(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
             const IncomingMessage& message, const Switches& switches, Effects& effects);
 

@@ -5,6 +5,7 @@
 
 #include "autoresponder/intake/addresses.h"
 #include "autoresponder/intake/body_text.h"
+#include "autoresponder/intake/courtesy_facts.h"
 #include "autoresponder/message/body_lines.h"
 #include "mime/charset.h"
 #include "mime/encoded_word.h"
@@ -21,6 +22,7 @@ struct RawMessage {
   std::string subject;
   std::string date;
   TextPart text;
+  CourtesyFacts courtesy;
 };
 
 struct Sender {
@@ -58,7 +60,7 @@ Extraction report_no_recipient() {
 }
 
 Extraction take_apart(const DwString& message_text, const std::optional<std::string>& delivered_to,
-                      RawMessage& raw) {
+                      const Switches& switches, RawMessage& raw) {
   const std::unique_ptr<DwMessage> message(DwMessage::NewMessage(message_text, nullptr));
   message->Parse();
   DwHeaders& headers = message->Headers();
@@ -72,6 +74,10 @@ Extraction take_apart(const DwString& message_text, const std::optional<std::str
   if (headers.HasSubject()) raw.subject = up_to_nul(headers.Subject().AsString());
   if (headers.HasDate()) raw.date = up_to_nul(headers.Date().AsString());
   raw.text = find_text_part(*message);
+  if (switches.courtesy) {
+    const DwString& header = headers.AsString();
+    raw.courtesy = gather_courtesy_facts({header.data(), header.length()});
+  }
   return Extraction::kDone;
 }
 
@@ -158,9 +164,9 @@ std::string subject_in_utf8(const RawMessage& raw) {
 }  // namespace
 
 ExtractionResult extract(DwString message_text, const std::optional<std::string>& delivered_to,
-                         IncomingMessage& record) {
+                         const Switches& switches, IncomingMessage& record) {
   RawMessage raw;
-  const Extraction outcome = take_apart(message_text, delivered_to, raw);
+  const Extraction outcome = take_apart(message_text, delivered_to, switches, raw);
   if (outcome != Extraction::kDone) return {outcome, raw.sender_field, std::move(raw.sender)};
   BodyBytes body = take_body(raw.text, message_text.length());
   message_text = DwString();  // what was decoded is all that is needed from here on
@@ -171,5 +177,6 @@ ExtractionResult extract(DwString message_text, const std::optional<std::string>
   raw.subject = std::string();
   record.date = std::move(raw.date);
   record.charset = std::move(raw.text.charset);
+  record.courtesy = std::move(raw.courtesy);
   return {outcome, raw.sender_field, {}};
 }

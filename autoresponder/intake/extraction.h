@@ -8,6 +8,7 @@
 
 #include "autoresponder/message/extraction_result.h"
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/message/switches.h"
 
 /// Fills `record` from the message.
 ///
@@ -15,8 +16,8 @@
 /// as it is not needed. `delivered_to`: the address of the delivery, used unchanged; without one
 /// the first mailbox of To is the recipient. A message without a sender or a recipient is reported
 /// on standard error and leaves the record as it was. Conversion problems are reported and
-/// tolerated.
+/// tolerated. With courtesy on the record gets its `courtesy` facts too.
 ExtractionResult extract(DwString message_text, const std::optional<std::string>& delivered_to,
-                         IncomingMessage& record);
+                         const Switches& switches, IncomingMessage& record);
 
 #endif

@@ -2,10 +2,12 @@
 #define AUTORESPONDER_MESSAGE_INCOMING_MESSAGE_H
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "autoresponder/message/body.h"
+#include "autoresponder/message/courtesy_facts.h"
 
 /// What the run learned from the incoming message. Filled once by the intake, only read afterwards;
 /// all bytes are its own.
@@ -26,6 +28,11 @@ struct IncomingMessage {
   std::string date;                  ///< the text of the Date field, undecoded
   std::string charset;               ///< what the text part declares, as written, or "US-ASCII"
   std::unique_ptr<const Body> body;  ///< the text part in UTF-8; null where there is no message
+  CourtesyFacts courtesy;            ///< empty unless they were asked for
+
+  /// The envelope sender, if the mail server has told it; empty for a null one. Filled by run
+  /// control.
+  std::optional<std::string> envelope_sender;
 };
 
 #endif

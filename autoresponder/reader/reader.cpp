@@ -54,17 +54,19 @@ class KeptBody : public Body {
 };
 
 // Here the message ends with this function: only the reader keeps it.
-std::unique_ptr<ReaderProcess> start_reader(MessageBuffer message, bool has_delivery) {
+std::unique_ptr<ReaderProcess> start_reader(MessageBuffer message, bool has_delivery,
+                                            const Switches& switches) {
   return std::make_unique<ReaderProcess>(
-      [&](int channel) { read_for_parent(channel, message, has_delivery); }, message.size());
+      [&](int channel) { read_for_parent(channel, message, has_delivery, switches); },
+      message.size());
 }
 
 }  // namespace
 
 ExtractionResult read_message(MessageBuffer message, const std::optional<std::string>& delivered_to,
-                              IncomingMessage& record) {
+                              const Switches& switches, IncomingMessage& record) {
   const size_t size = message.size();
-  auto reader = start_reader(std::move(message), delivered_to.has_value());
+  auto reader = start_reader(std::move(message), delivered_to.has_value(), switches);
   reader->Allow(time_to_read(size));
   Receiver receiver([&reader](char* bytes, size_t length) { reader->Receive(bytes, length); },
                     most_of_result(size));

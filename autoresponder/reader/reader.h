@@ -6,6 +6,7 @@
 
 #include "autoresponder/message/extraction_result.h"
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/message/switches.h"
 #include "autoresponder/reader/message_buffer.h"
 
 /// Fills `record` from the message, in a process that can do nothing else: it is another user, has
@@ -20,6 +21,6 @@
 /// Throws `std::out_of_range` for a subject that makes the decoder throw it, and `ReaderFailure`,
 /// as later the body does, where the process dies, takes too long or answers what cannot be.
 ExtractionResult read_message(MessageBuffer message, const std::optional<std::string>& delivered_to,
-                              IncomingMessage& record);
+                              const Switches& switches, IncomingMessage& record);
 
 #endif

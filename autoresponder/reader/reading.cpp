@@ -43,14 +43,15 @@ void answer_search(int channel, FILE* out, const Body& body) {
 }
 
 // The run's exception passes through this process as a value.
-bool send_extraction(FILE* out, MessageBuffer& message, bool has_delivery,
+bool send_extraction(FILE* out, MessageBuffer& message, bool has_delivery, const Switches& switches,
                      IncomingMessage& record) {
   Sender sender([out](const char* bytes, size_t length) { fwrite(bytes, 1, length, out); });
   // The parent knows the address of the delivery.
   const auto delivered_to = has_delivery ? std::make_optional(std::string()) : std::nullopt;
   DwInitialize();
   try {
-    const ExtractionResult result = extract(message.Take<DwString>(), delivered_to, record);
+    const ExtractionResult result =
+        extract(message.Take<DwString>(), delivered_to, switches, record);
     send_result(sender, result, record);
   } catch (const std::out_of_range& exception) {
     send_abort(sender, exception.what());
@@ -61,10 +62,11 @@ bool send_extraction(FILE* out, MessageBuffer& message, bool has_delivery,
 
 }  // namespace
 
-void read_for_parent(int channel, MessageBuffer& message, bool has_delivery) {
+void read_for_parent(int channel, MessageBuffer& message, bool has_delivery,
+                     const Switches& switches) {
   const OwnedFile out(fdopen(channel, "w"));
   IncomingMessage record;
-  if (!out || !send_extraction(out.get(), message, has_delivery, record)) return;
+  if (!out || !send_extraction(out.get(), message, has_delivery, switches, record)) return;
   lift_processor_limit();
   answer_search(channel, out.get(), *record.body);
 }

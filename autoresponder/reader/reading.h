@@ -1,11 +1,13 @@
 #ifndef AUTORESPONDER_READER_READING_H
 #define AUTORESPONDER_READER_READING_H
 
+#include "autoresponder/message/switches.h"
 #include "autoresponder/reader/message_buffer.h"
 
 /// What the reader's process does: takes the message apart, sends the result into `channel`, a
 /// descriptor, and then, where the message can be answered, the lines of the body that have the
 /// keys that come from there. Returns when there is nothing more to do or nobody to do it for.
-void read_for_parent(int channel, MessageBuffer& message, bool has_delivery);
+void read_for_parent(int channel, MessageBuffer& message, bool has_delivery,
+                     const Switches& switches);
 
 #endif

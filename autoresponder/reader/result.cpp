@@ -1,5 +1,7 @@
 #include "autoresponder/reader/result.h"
 
+#include <algorithm>
+#include <cctype>
 #include <stdexcept>
 
 #include "autoresponder/reader/reader_failure.h"
@@ -33,6 +35,38 @@ std::string receive_address(Receiver& receiver) {
   return address;
 }
 
+// The name of a field goes into a diagnostic as it is.
+std::string receive_field_name(Receiver& receiver) {
+  std::string name = receiver.Text();
+  require(std::all_of(name.begin(), name.end(), [](char byte) {
+    return isalpha(static_cast<unsigned char>(byte)) != 0 || byte == '-';
+  }));
+  return name;
+}
+
+// A message id goes into the reply's header as it is.
+std::string receive_message_id(std::string id) {
+  const bool is_visible =
+      std::all_of(id.begin(), id.end(), [](char byte) { return byte > ' ' && byte < '\x7F'; });
+  require(id.empty() ||
+          (is_visible && id.size() <= kLongestMessageId && id.front() == '<' && id.back() == '>'));
+  return id;
+}
+
+void receive_facts(Receiver& receiver, CourtesyFacts& facts) {
+  for (bool* const fact : {&facts.has_null_return_path, &facts.is_auto_submitted, &facts.is_bulk,
+                           &facts.suppresses_replies, &facts.is_spam}) {
+    *fact = receiver.Number(1) != 0;
+  }
+  facts.return_path = receive_text(receiver);
+  facts.list_field = receive_field_name(receiver);
+  facts.addressees = receiver.Texts();
+  facts.message_id = receive_message_id(receiver.Text());
+  for (std::string& id : receiver.Texts()) {
+    facts.references.push_back(receive_message_id(std::move(id)));
+  }
+}
+
 void receive_record(Receiver& receiver, const std::optional<std::string>& delivered_to,
                     IncomingMessage& record) {
   record.sender = receive_address(receiver);
@@ -41,6 +75,23 @@ void receive_record(Receiver& receiver, const std::optional<std::string>& delive
   record.subject = receive_text(receiver);
   record.date = receive_text(receiver);
   record.charset = receive_text(receiver);
+  receive_facts(receiver, record.courtesy);
+}
+
+}  // namespace
+
+namespace {
+
+void send_facts(Sender& sender, const CourtesyFacts& facts) {
+  for (const bool fact : {facts.has_null_return_path, facts.is_auto_submitted, facts.is_bulk,
+                          facts.suppresses_replies, facts.is_spam}) {
+    sender.Number(fact ? 1 : 0);
+  }
+  sender.Text(facts.return_path);
+  sender.Text(facts.list_field);
+  sender.Texts({facts.addressees.begin(), facts.addressees.end()});
+  sender.Text(facts.message_id);
+  sender.Texts({facts.references.begin(), facts.references.end()});
 }
 
 }  // namespace
@@ -57,6 +108,7 @@ void send_result(Sender& sender, const ExtractionResult& result, IncomingMessage
        {&record.sender, &record.recipient, &record.subject, &record.date, &record.charset}) {
     sender.LastUseOf(*text);
   }
+  send_facts(sender, record.courtesy);
 }
 
 void send_abort(Sender& sender, const std::string& what) {

@@ -38,15 +38,16 @@ SubjectText notice_subject(const IncomingMessage& message) {
 
 // Kept: "on you request", the empty CC, and no To and MIME headers.
 void replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
-                       const IncomingMessage& message) {
+                       const IncomingMessage& message, std::string_view more_fields) {
   const OwnedFile notice = reply.Rewrite();
   if (!notice) return;
   if (*rule.reply_to != '\0') write_pieces(notice.get(), {"Reply-To: ", rule.reply_to, "\n"});
   write_pieces(notice.get(), {"From: ", message.recipient, "\nCC: \nSubject: "});
   const SubjectText subject = notice_subject(message);
   write_header_encoded(notice.get(), {subject.start, subject.incoming});
-  write_pieces(notice.get(), {"\n\nAn error occurred while responding on you request.\n\n",
-                              "Autoresponder message size exceeds databytes limit.\n\n\n\n"});
+  write_pieces(notice.get(),
+               {"\n", more_fields, "\nAn error occurred while responding on you request.\n\n",
+                "Autoresponder message size exceeds databytes limit.\n\n\n\n"});
 }
 
 ShellCommand delivery_command(const std::string& from, const IncomingMessage& message,

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/panel/rule.h"
@@ -19,12 +20,13 @@ bool exceeds(int64_t size, int64_t limit);
 /// The subject, in UTF-8, of the notice that a reply is too large.
 SubjectText notice_subject(const IncomingMessage& message);
 
-/// Replaces the reply by a short notice that it is too large.
+/// Replaces the reply by a short notice that it is too large. `more_fields`: lines for the end of
+/// its header; may be empty.
 void replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
-                       const IncomingMessage& message);
+                       const IncomingMessage& message, std::string_view more_fields);
 
 /// The command that sends the reply to the incoming message's sender by sendmail. `from`: the
-/// envelope sender, the mailbox's address in its ASCII form.
+/// envelope sender: the mailbox's address in its ASCII form, or empty for none.
 ShellCommand delivery_command(const std::string& from, const IncomingMessage& message,
                               const ResponseFile& reply);
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/message/switches.h"
 #include "autoresponder/panel/panel_database.h"
 #include "autoresponder/reply/shell.h"
 
@@ -29,6 +30,7 @@ ShellCommand notification_command(const Notification& notification);
 ///
 /// `reply_to`: the rule's, may be empty. `missing`: the names of the files.
 void send_notification(const Notification& notification, const char* reply_to,
-                       const IncomingMessage& message, const std::vector<std::string>& missing);
+                       const IncomingMessage& message, const std::vector<std::string>& missing,
+                       const Switches& switches);
 
 #endif

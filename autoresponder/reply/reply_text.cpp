@@ -28,13 +28,13 @@ ConvertedText convert_text(const ResponderRule& rule) {
 }
 
 void write_to(FILE* reply, const ResponderRule& rule, const IncomingMessage& message,
-              std::string_view from, std::string_view boundary) {
+              std::string_view from, std::string_view boundary, std::string_view more_fields) {
   const ConvertedText converted = convert_text(rule);
   if (*rule.reply_to != '\0') write_pieces(reply, {"Reply-To: ", rule.reply_to, "\n"});
   write_pieces(reply, {"From: ", from, "\nTo: ", message.sender, "\nMIME-Version: 1.0\nSubject: "});
   const SubjectText subject = reply_subject(rule, message);
   write_header_encoded(reply, {subject.start, subject.incoming});
-  write_pieces(reply, {"\n"});
+  write_pieces(reply, {"\n", more_fields});
   if (!boundary.empty()) {
     write_pieces(reply, {"Content-Type: multipart/mixed;\n\tboundary=\"", boundary, "\"\n\n"});
     write_pieces(reply, {"--", boundary, "\n"});
@@ -75,10 +75,10 @@ SubjectText reply_subject(const ResponderRule& rule, const IncomingMessage& mess
 
 bool write_reply_text(ResponseFile& reply, const ResponderRule& rule,
                       const IncomingMessage& message, std::string_view from,
-                      std::string_view boundary) {
+                      std::string_view boundary, std::string_view more_fields) {
   OwnedFile file = reply.Rewrite();
   if (!file) return false;
-  write_to(file.get(), rule, message, from, boundary);
+  write_to(file.get(), rule, message, from, boundary, more_fields);
   const bool written = ferror(file.get()) == 0;
   return fclose(file.release()) == 0 && written;
 }

@@ -15,13 +15,21 @@ std::optional<std::string> delivery_address() {
   return dash != nullptr ? dash + 1 : variable;
 }
 
-int read_incoming_message(SpoolFile& spool, IncomingMessage& record) {
+std::optional<std::string> delivery_sender() {
+  const char* const variable = getenv("SENDER");
+  if (variable == nullptr) return std::nullopt;
+  return variable;
+}
+
+int read_incoming_message(SpoolFile& spool, const Switches& switches, IncomingMessage& record) {
   if (!spool.IsOpen()) {
     diagnose({"Could not create a temporary file."});
     return 1;
   }
   try {
-    const auto result = read_message(spool_standard_input(spool), delivery_address(), record);
+    const auto result =
+        read_message(spool_standard_input(spool), delivery_address(), switches, record);
+    if (switches.courtesy) record.envelope_sender = delivery_sender();
     return result.outcome == Extraction::kDone ? 0 : 1;
   } catch (const ReaderFailure& failure) {
     diagnose({failure.what()});

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <initializer_list>
+#include <iterator>
 #include <malloc.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -34,11 +35,17 @@ bool started_by_another_user() {
   return answer;
 }
 
+// What the mail server tells of the delivery.
+constexpr const char* kDeliveryVariables[] = {"RECIPIENT", "SENDER"};
+
 void reset_environment() {
-  const char* const recipient = getenv("RECIPIENT");  // clearenv leaves the text where it is
-  clearenv();
+  const char* values[std::size(kDeliveryVariables)];
+  std::transform(std::begin(kDeliveryVariables), std::end(kDeliveryVariables), values, getenv);
+  clearenv();  // leaves the texts where they are
   setenv("PATH", kSafePath, 1);
-  if (recipient != nullptr) setenv("RECIPIENT", recipient, 1);
+  for (size_t i = 0; i < std::size(values); ++i) {
+    if (values[i] != nullptr) setenv(kDeliveryVariables[i], values[i], 1);
+  }
 }
 
 struct LeastLimit {
@@ -138,6 +145,7 @@ void prepare_process() {
   errno = saved_errno;
 }
 
-void forget_recipient() {
-  if (started_by_another_user()) unsetenv("RECIPIENT");
+void forget_delivery() {
+  if (!started_by_another_user()) return;
+  for (const char* variable : kDeliveryVariables) unsetenv(variable);
 }

@@ -10,17 +10,17 @@
 /// - a command that ends before it has read what we write, and a limit on the size of files, do not
 ///   end the run;
 /// - started setuid by another user: only the three standard descriptors stay open; nothing of that
-///   user's environment is left but RECIPIENT, PATH is a fixed one, the working directory is /, the
-///   umask 022, there are no supplementary groups, no core files and no late timers; and no limit
-///   on stack, file size, processor time or descriptors is so low that commands crash. Where such a
-///   limit cannot be raised the process ends with status 1. Limits on memory below 1 GiB are raised
-///   as far as they can be.
+///   user's environment is left but RECIPIENT and SENDER, PATH is a fixed one, the working
+///   directory is /, the umask 022, there are no supplementary groups, no core files and no late
+///   timers; and no limit on stack, file size, processor time or descriptors is so low that
+///   commands crash. Where such a limit cannot be raised the process ends with status 1. Limits on
+///   memory below 1 GiB are raised as far as they can be.
 ///
 /// Call once, before anything else. Leaves `errno` as it was.
 void prepare_process();
 
-/// Started setuid by another user, takes RECIPIENT from the environment too: commands need no text
-/// of the caller's choice. Call when it has been read.
-void forget_recipient();
+/// Started setuid by another user, takes RECIPIENT and SENDER from the environment too: commands
+/// need no text of the caller's choice. Call when they have been read.
+void forget_delivery();
 
 #endif

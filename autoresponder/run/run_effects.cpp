@@ -17,13 +17,17 @@ void RunEffects::Forward(const std::string& /*addresses*/, const ShellCommand& c
   hand_to_shell(command, ShellUse::kRun);
 }
 
+void RunEffects::Withhold(const std::string& objection) {
+  diagnose({"autoresponder: no reply, courtesy: ", objection});
+}
+
 ResponseFile RunEffects::CreateResponseFile() {
   return create_response_file();
 }
 
 void RunEffects::Notify(const Notification& notification, const ResponderRule& rule,
                         const std::vector<std::string>& missing) {
-  send_notification(notification, rule.reply_to, message_, missing);
+  send_notification(notification, rule.reply_to, message_, missing, switches_);
 }
 
 std::string RunEffects::AsciiForm(const std::string& address) {

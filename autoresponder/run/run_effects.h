@@ -15,6 +15,7 @@ class RunEffects : public Effects {
   bool Count(const ResponderRule& rule) override;
   std::string SpoolPath() override { return spool_.path(); }
   void Forward(const std::string& addresses, const ShellCommand& command) override;
+  void Withhold(const std::string& objection) override;
   ResponseFile CreateResponseFile() override;
   void Notify(const Notification& notification, const ResponderRule& rule,
               const std::vector<std::string>& missing) override;

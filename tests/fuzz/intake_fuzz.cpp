@@ -164,7 +164,8 @@ void check(const IncomingMessage& record, DwMessage& message) {
 std::optional<ExtractionResult> take_in(SpoolFile& spool, IncomingMessage& record) {
   MessageBuffer message = spool_standard_input(spool);
   try {
-    return extract(message.Take<DwString>(), delivery_address(), record);
+    return extract(message.Take<DwString>(), delivery_address(),
+                   {/*repairs=*/false, /*courtesy=*/true}, record);
   } catch (const std::out_of_range&) {
     return std::nullopt;
   }
@@ -185,7 +186,10 @@ void check_transfer(const ExtractionResult& result, IncomingMessage& record, siz
   require(received(bytes, delivery_address(), other).has_value(), "a result is taken over");
   require(other.sender == record.sender && other.recipient == record.recipient &&
               other.subject == record.subject && other.date == record.date &&
-              other.charset == record.charset,
+              other.charset == record.charset &&
+              other.courtesy.addressees == record.courtesy.addressees &&
+              other.courtesy.references == record.courtesy.references &&
+              other.courtesy.message_id == record.courtesy.message_id,
           "the texts arrive");
   bytes[changed % bytes.size()] ^= static_cast<char>(1 << changed % 8);
   IncomingMessage changed_record;

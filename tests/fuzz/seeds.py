@@ -19,6 +19,7 @@ def corpus(messages):
         yield "intake", b"\n" + message
         yield "intake", b"=example.com-info@example.com\n" + message
         header, _, body = message.partition(b"\n\n")
+        yield "courtesy", header
         yield "codecs", body
         for line in header.split(b"\n"):
             yield "encoded_word", line.partition(b": ")[2]
@@ -37,10 +38,18 @@ def corpus(messages):
         yield "codecs", value.split(b"?")[3] if value.count(b"?") > 3 else value
     texts = [b"a@b", b"c@d", b"subject", b"date", b"utf-8"]
     yield "result", b"".join(number.to_bytes(8, "little") for number in (0x526573756C743031, 0, 2)) + \
-        b"".join(len(text).to_bytes(8, "little") + text for text in texts)
+        b"".join(len(text).to_bytes(8, "little") + text for text in texts) + bytes(8 * 10)
     yield "intake", b"=\nFrom: a@b\n\nempty recipient"
     yield "intake", b'\nFrom: "a\0b"@c\nTo: d@"e\0"\n\naddresses end at a NUL'
     yield "intake", b"\nFrom: a@b\nTo: c@d\nSubject: =?utf-8?Q?a?= \0\n\nends in blanks"
+
+    for field in [b"Return-Path: (none) < > (x)", b"Return-Path: <a@b>", b"Auto-Submitted: (x) no; y=z",
+                  b"List-Id: <a.b>", b"Precedence: bulk", b"X-Auto-Response-Suppress: DR, OOF",
+                  b"X-Spam-Status: Yes, score=9", b"To: list: a@b, \"c d\" <@r:e@f>;, g (h) @ [1.2.3.4]",
+                  b"Resent-Cc: \xc3\xbc@\xc3\xbc.example", b"Message-ID: <a.b@[1.2]>",
+                  b"References: <a@b>\r\n\t\"x\" (y) <c@d>" + 30 * b" <e@f>", b"In-Reply-To: <a@b>"]:
+        yield "courtesy", field + b"\n"
+        yield "courtesy", field + b"\0\nMessage-ID: <x@y>\n" + field
 
     for data in [b"", b"Q", b"QQ==QUJD", b"Q\r\nQ==", b"QU*JD", b"=4G=G1= A=-1=0x", b"abc=",
                  b"soft=\r\nhard \r\n=3D=ZZ=", b"\xc1=\xb4\xb1\n"]:

@@ -56,13 +56,27 @@ def test_its_environment_reaches_no_command(panel, program):
     hostile = {"PATH": "/tmp/evil", "IFS": "/", "ENV": "/tmp/evil", "BASH_ENV": "/tmp/evil",
                "LD_PRELOAD": "/tmp/evil.so", "QMAILINJECT": "f", "QMAILSUSER": "evil",
                "MYSQL_UNIX_PORT": "/tmp/evil", "TMPDIR": "/tmp/evil", "LC_ALL": "tr_TR.UTF-8",
-               "POSIXLY_CORRECT": "1", "RECIPIENT": RECIPIENT}
+               "POSIXLY_CORRECT": "1", "RECIPIENT": RECIPIENT,
+               "SENDER": "evil"}
     assert run(program, env=hostile) == (b"\n", b"")
     (mail,) = panel.mails()
     assert b"application/octet-stream" in mail.message
     names = {entry.split(b"=")[0] for entry in mail.environment}
     assert names <= {b"PATH", b"PWD", b"OLDPWD", b"SHLVL", b"_"}
     assert b"PATH=/usr/bin:/bin:/usr/sbin:/sbin" in mail.environment
+
+
+@pytest.mark.parametrize("sender, want", [
+    ("", b"autoresponder: no reply, courtesy: null sender\n"), ("otto@customer.example", b"")])
+def test_its_envelope_sender_reaches_the_run_but_no_command(panel, program, sender, want):
+    sandbox.write_conf({**sandbox.conf_values(), "AUTORESPONDER_COURTESY": "on"})
+    panel.forward(panel.rule(), "anna@colleague.example")
+    _, err = run(program, env={"RECIPIENT": RECIPIENT, "SENDER": sender})
+    assert err == want
+    mails = panel.mails()
+    assert len(mails) == (1 if want else 2)
+    for mail in mails:
+        assert not [entry for entry in mail.environment if entry.startswith(b"SENDER=")]
 
 
 # A crash of a command would else write its memory, with the caller's text in it, where root may write.

@@ -102,3 +102,39 @@ KINDS = {
     **{f"word in {name}": lambda size, name=name, piece=piece:
        subject(word(name, times(piece, size * 3 // 4))) for name, piece in WORST_BYTES.items()},
 }
+
+
+def thread(fields):
+    return fields + b"To: info@shop.example\n" + HEAD + b"\nbody\n"
+
+
+# What is looked at with courtesy on.
+COURTESY_KINDS = {
+    "list fields": lambda size: thread(times(b"List-Id: x\n", size)),
+    "almost list fields": lambda size: thread(times(b"List-: x\n", size)),
+    "trace fields": lambda size: thread(times(b"Received: from a by b; c\n", size)),
+    "fields of references": lambda size: thread(times(b"References: <a@b>\n", size)),
+    "references": lambda size: thread(b"References:" + times(b" <a@b>", size) + b"\n"),
+    "references that are never closed": lambda size: thread(b"References: " + times(b"<", size)
+                                                            + b"\n"),
+    "reference of dots": lambda size: thread(b"References: <" + times(b"a.", size) + b"a@b>\n"),
+    "message id": lambda size: thread(b"Message-ID: <" + times(b"a", size) + b"@b>\n"),
+    "message id of NULs": lambda size: thread(b"Message-ID: <" + times(b"\0", size) + b"@b>\n"),
+    "answered messages": lambda size: thread(b"In-Reply-To:" + times(b" <a@b>", size) + b"\n"),
+    "comments in Auto-Submitted": lambda size: thread(b"Auto-Submitted: " + times(b"(", size // 2)
+                                                      + times(b")", size // 2) + b"no\n"),
+    "fields of Auto-Submitted": lambda size: thread(times(b"Auto-Submitted: no\n", size)),
+    "words in Precedence": lambda size: thread(b"Precedence: " + times(b"x,", size) + b"\n"),
+    "blanks in Return-Path": lambda size: thread(b"Return-Path: <" + times(b" ", size) + b">\n"),
+    "addressees": lambda size: thread(b"Cc: " + times(b"info@b.example,", size) + b"\n"),
+    "fields of addressees": lambda size: thread(times(b"Cc: info@b.example\n", size)),
+    "addressees with UTF-8": lambda size: thread(
+        b"Cc: " + times("info@müller.example,".encode(), size) + b"\n"),
+    "addressees of many labels": lambda size: thread(
+        b"Cc: " + times(b"info@" + "ü.".encode() * 160 + b"example,", size) + b"\n"),
+    "addressees without an address": lambda size: thread(b"Cc: " + times(b"<@a,", size) + b"\n"),
+    "addressee of words": lambda size: thread(b"Cc: " + times(b"a ", size) + b"@b\n"),
+    "addressee of quotes": lambda size: thread(b"Cc: " + times(b'""', size) + b"@b\n"),
+    "groups of addressees": lambda size: thread(b"Cc: " + times(b"g:a@b;,", size) + b"\n"),
+    "colons in a group": lambda size: thread(b"Cc: " + times(b"g:", size) + b"a@b;\n"),
+}

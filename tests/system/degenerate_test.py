@@ -7,8 +7,9 @@ from pathlib import Path
 
 import pytest
 
+import panel as sandbox
 from conftest import OPTIMISED, RECIPIENT, SANITIZED, message
-from degenerate import CHARSETS, KINDS, WORST_BYTES
+from degenerate import CHARSETS, COURTESY_KINDS, KINDS, WORST_BYTES
 
 SMALL = (2 if OPTIMISED else 1) * 1000000
 GROWTH = 4
@@ -63,7 +64,17 @@ def rules(panel):
 
 @pytest.mark.parametrize("kind", KINDS)
 def test_costs_grow_no_faster_than_the_message(rules, kind):
-    small, large = (cost(rules, KINDS[kind](size)) for size in (SMALL, GROWTH * SMALL))
+    check_growth(rules, kind, KINDS[kind])
+
+
+@pytest.mark.parametrize("kind", COURTESY_KINDS)
+def test_courtesy_costs_grow_no_faster_than_the_message(rules, kind):
+    sandbox.write_conf({**sandbox.conf_values(), "AUTORESPONDER_COURTESY": "on"})
+    check_growth(rules, kind, COURTESY_KINDS[kind])
+
+
+def check_growth(rules, kind, make):
+    small, large = (cost(rules, make(size)) for size in (SMALL, GROWTH * SMALL))
     if SANITIZED:
         return  # the sanitizers' own costs are in the way; that the run ends is what counts
     size = GROWTH * SMALL

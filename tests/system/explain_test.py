@@ -75,6 +75,7 @@ echo '----------=_nWlrBbmQBhCDarzOwKkYHIDdqSCDX--' >>/tmp/kem-response-uu-XXXXXX
 </tmp/kem-response-uu-XXXXXX
 
 A reply would leave. Reason: at least one rule replies.
+With courtesy on no reply would leave: not addressed to the mailbox.
 """
     panel.run(text)
     assert len(panel.mails()[-1].message) == 573

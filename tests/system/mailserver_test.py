@@ -88,6 +88,22 @@ def test_a_reply_arrives(mailserver):
     assert mail.get_content() == "Grüße aus dem Laden.\n.\nEin Punkt allein.\n\n\n"
 
 
+def test_a_courteous_reply_arrives_without_an_envelope_sender(mailserver):
+    sandbox.write_conf({**sandbox.conf_values(), "AUTORESPONDER_COURTESY": "on"})
+    mailserver.rule(text="Thank you.")
+    ids = [f"<{number}.{'x' * 60}@customer.example>" for number in range(12)]
+    result = mailserver.run("From: otto@customer.example\nTo: info@shop.example\nSubject: Hello\n"
+                            f"Message-ID: {ids[-1]}\nReferences: {' '.join(ids[:-1])}\n\nHello\n")
+    assert (result.status, result.err) == (0, b""), log()
+    mail = parsed("otto@customer.example")
+    assert mail["Return-Path"] == "<>"
+    assert (mail["From"], mail["Subject"]) == ("info@shop.example", "Re: Hello")
+    assert (mail["Auto-Submitted"], mail["X-Auto-Response-Suppress"]) == ("auto-replied", "All")
+    assert mail["In-Reply-To"] == ids[-1]
+    assert mail["References"].split() == ids
+    assert mail.get_content() == "Thank you.\n\n\n"
+
+
 def test_attachments_arrive_byte_for_byte(mailserver, tmp_path_factory):
     files = {"price list.pdf": os.urandom(100000), "empty.txt": b"", "text.txt": b"a\r\nb\n",
              "one-byte.bin": b"\0"}

@@ -41,6 +41,9 @@ struct Result {
   std::string sender = "otto@customer.example";
   std::string recipient = "info@shop.example";
   std::string subject = "Hello";
+  std::string list_field = "List-Id";
+  std::string message_id = "<1@b>";
+  std::string reference = "<2@b>";
 };
 
 std::string bytes_of(const Result& result) {
@@ -49,6 +52,12 @@ std::string bytes_of(const Result& result) {
     for (const std::string& text : {result.sender, result.recipient, result.subject}) to.Text(text);
     to.Text("today");
     to.Text("utf-8");
+    for (int i = 0; i < 5; ++i) to.Number(0);
+    to.Text("");
+    to.Text(result.list_field);
+    to.Texts({});
+    to.Text(result.message_id);
+    to.Texts({result.reference});
   });
 }
 
@@ -64,6 +73,9 @@ TEST(ReaderResult, FillsTheRecord) {
   EXPECT_EQ(record.subject, "Hello");
   EXPECT_EQ(record.date, "today");
   EXPECT_EQ(record.charset, "utf-8");
+  EXPECT_EQ(record.courtesy.list_field, "List-Id");
+  EXPECT_EQ(record.courtesy.message_id, "<1@b>");
+  EXPECT_EQ(record.courtesy.references, std::vector<std::string>{"<2@b>"});
 }
 
 TEST(ReaderResult, CannotChangeTheAddressOfTheDelivery) {
@@ -145,6 +157,13 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{"FieldInSender", changed([](Result& r) { r.sender = "a@b\nBcc: c@d"; })},
         Refused{"SenderEndsItsLine", changed([](Result& r) { r.sender = "a@b\n"; })},
         Refused{"FieldInRecipient", changed([](Result& r) { r.recipient = "a@b\nBcc: c@d"; })},
+        Refused{"NoNameOfAField", changed([](Result& r) { r.list_field = "List\nId"; })},
+        Refused{"LineEndInMessageId", changed([](Result& r) { r.message_id = "<1\n@b>"; })},
+        Refused{"BlankInMessageId", changed([](Result& r) { r.message_id = "<1 @b>"; })},
+        Refused{"MessageIdWithoutBrackets", changed([](Result& r) { r.message_id = "1@b"; })},
+        Refused{"FieldInReference", changed([](Result& r) { r.reference = "<1@b>\nBcc: c@d>"; })},
+        Refused{"LongReference",
+                changed([](Result& r) { r.reference = "<" + std::string(900, 'x') + ">"; })},
         Refused{"TooLong", changed([](Result& r) { r.subject = std::string(1000, 'x'); })}),
     [](const auto& row) { return row.param.name; });
 

@@ -120,14 +120,15 @@ ResponderRule plain_rule() {
 }
 
 std::string written(const ResponderRule& rule, const char* from = "info@shop.example",
-                    const char* subject = "Hello", std::string_view boundary = "") {
+                    const char* subject = "Hello", std::string_view boundary = "",
+                    std::string_view more_fields = "") {
   IncomingMessage message;
   message.sender = "Otto@customer.example";
   message.recipient = "not looked at";
   message.subject = subject;
   const int memory = memfd_create("reply", 0);
   ResponseFile file(memory, "no name");
-  EXPECT_TRUE(write_reply_text(file, rule, message, from, boundary));
+  EXPECT_TRUE(write_reply_text(file, rule, message, from, boundary, more_fields));
   return contents_of(memory).value();
 }
 
@@ -169,6 +170,15 @@ TEST(ReplyText, IsTheFirstPartBeforeAttachments) {
             "\n"
             "\n"
             "\n");
+}
+
+TEST(ReplyText, HasMoreFieldsBeforeThoseOfItsContent) {
+  const std::string got =
+      written(plain_rule(), "info@shop.example", "Hello", "--------=_abc", "X-One: 1\nX-Two: 2\n");
+  EXPECT_THAT(got, testing::HasSubstr("\nSubject: Re: Hello\n"
+                                      "X-One: 1\n"
+                                      "X-Two: 2\n"
+                                      "Content-Type: multipart/mixed;\n"));
 }
 
 TEST(ReplyText, StartsWithReplyToWhereThereIsOne) {

@@ -1,0 +1,155 @@
+#include "autoresponder/intake/courtesy_facts.h"
+
+#include <algorithm>
+#include <initializer_list>
+#include <iterator>
+#include <optional>
+#include <utility>
+
+#include "autoresponder/intake/field_reader.h"
+#include "autoresponder/intake/header_fields.h"
+#include "autoresponder/intake/listed_addresses.h"
+#include "autoresponder/intake/message_ids.h"
+#include "autoresponder/message/letter_case.h"
+
+namespace {
+
+// A message to more addresses is meant for none of them.
+constexpr size_t kMostAddressees = 10000;
+// How much of a long thread a reply names.
+constexpr size_t kMostReferences = 20;
+
+// The fields of RFC 2919 and RFC 2369, the most telling first.
+constexpr std::string_view kListFields[] = {
+    "List-Id",   "List-Post",  "List-Unsubscribe", "List-Subscribe",
+    "List-Help", "List-Owner", "List-Archive",
+};
+
+// Whether one of the words, which blanks, commas and semicolons separate, is one of `wanted`.
+bool has_word(std::string_view body, std::initializer_list<std::string_view> wanted) {
+  FieldReader reader(body);
+  for (reader.SkipBlanks(); !reader.IsAtEnd(); reader.SkipBlanks()) {
+    const std::string_view word = reader.Word(",;");
+    if (word.empty()) reader.Skip(reader.Peek());
+    for (const std::string_view lower : wanted) {
+      if (is_word(word, lower)) return true;
+    }
+  }
+  return false;
+}
+
+// RFC 3834, 5: a keyword, and parameters after a semicolon.
+bool is_no(std::string_view auto_submitted) {
+  FieldReader reader(auto_submitted);
+  reader.SkipBlanks();
+  const std::string_view keyword = reader.Word(";");
+  reader.SkipBlanks();
+  return is_word(keyword, "no") && (reader.IsAtEnd() || reader.Peek() == ';');
+}
+
+bool is_null_path(std::string_view return_path) {
+  FieldReader reader(return_path);
+  reader.SkipBlanks();
+  if (!reader.Skip('<')) return false;
+  reader.SkipBlanks();
+  return reader.Skip('>');
+}
+
+class Gatherer {
+ public:
+  void Add(const HeaderField& field);
+  CourtesyFacts Take();
+
+ private:
+  using Text = std::string_view;
+
+  void ReturnPath(Text body) {
+    facts_.has_null_return_path = facts_.has_null_return_path || is_null_path(body);
+    if (!return_path_.empty()) return;
+    add_listed_addresses(body, 1, return_path_);
+  }
+  void AutoSubmitted(Text body) {
+    facts_.is_auto_submitted = facts_.is_auto_submitted || !is_no(body);
+  }
+  void Precedence(Text body) {
+    facts_.is_bulk = facts_.is_bulk || has_word(body, {"bulk", "list", "junk"});
+  }
+  void Suppress(Text body) {
+    facts_.suppresses_replies =
+        facts_.suppresses_replies || has_word(body, {"all", "autoreply", "oof"});
+  }
+  void SpamFlag(Text body) { facts_.is_spam = facts_.is_spam || has_word(body, {"yes"}); }
+  void SpamStatus(Text body) {
+    facts_.is_spam = facts_.is_spam || is_word(body.substr(0, 3), "yes");
+  }
+  void Addressees(Text body) { add_listed_addresses(body, kMostAddressees, facts_.addressees); }
+  void MessageId(Text body) { message_id_ = message_id_.value_or(body); }
+  void References(Text body) { references_ = references_.value_or(body); }
+  void InReplyTo(Text body) { in_reply_to_ = in_reply_to_.value_or(body); }
+
+  void ListField(Text name);
+  void Thread();
+
+  struct Reader {
+    Text name;  // in lower case
+    void (Gatherer::*read)(Text body);
+  };
+  static const Reader kReaders[];
+
+  CourtesyFacts facts_;
+  size_t list_field_ = std::size(kListFields);
+  std::vector<std::string> return_path_;
+  std::optional<Text> message_id_;
+  std::optional<Text> references_;
+  std::optional<Text> in_reply_to_;
+};
+
+const Gatherer::Reader Gatherer::kReaders[] = {
+    {"return-path", &Gatherer::ReturnPath}, {"auto-submitted", &Gatherer::AutoSubmitted},
+    {"precedence", &Gatherer::Precedence},  {"x-auto-response-suppress", &Gatherer::Suppress},
+    {"x-spam-flag", &Gatherer::SpamFlag},   {"x-spam-status", &Gatherer::SpamStatus},
+    {"to", &Gatherer::Addressees},          {"cc", &Gatherer::Addressees},
+    {"bcc", &Gatherer::Addressees},         {"resent-to", &Gatherer::Addressees},
+    {"resent-cc", &Gatherer::Addressees},   {"resent-bcc", &Gatherer::Addressees},
+    {"message-id", &Gatherer::MessageId},   {"references", &Gatherer::References},
+    {"in-reply-to", &Gatherer::InReplyTo},
+};
+
+void Gatherer::Add(const HeaderField& field) {
+  for (const Reader& reader : kReaders) {
+    if (is_word(field.name, reader.name)) (this->*reader.read)(field.body);
+  }
+  if (is_word(field.name.substr(0, 5), "list-")) ListField(field.name);
+}
+
+void Gatherer::ListField(Text name) {
+  for (size_t i = 0; i < list_field_; ++i) {
+    if (is_word(name, lower_case(kListFields[i]))) list_field_ = i;
+  }
+}
+
+// RFC 5322, 3.6.4: the message's References, or its In-Reply-To if that names one message.
+void Gatherer::Thread() {
+  auto ids = message_ids(message_id_.value_or(""), 2);
+  if (!ids.empty()) facts_.message_id = std::move(ids[0]);
+  facts_.references = message_ids(references_.value_or(""), kMostReferences);
+  if (references_ || !in_reply_to_) return;
+  ids = message_ids(*in_reply_to_, 2);
+  if (ids.size() == 1) facts_.references = std::move(ids);
+}
+
+CourtesyFacts Gatherer::Take() {
+  if (list_field_ < std::size(kListFields)) facts_.list_field = kListFields[list_field_];
+  if (!return_path_.empty()) facts_.return_path = std::move(return_path_[0]);
+  Thread();
+  return std::move(facts_);
+}
+
+}  // namespace
+
+CourtesyFacts gather_courtesy_facts(std::string_view header) {
+  Gatherer gatherer;
+  HeaderFields fields(header);
+  for (HeaderField field; fields.Next(field);) gatherer.Add(field);
+  return gatherer.Take();
+}

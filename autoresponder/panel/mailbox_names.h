@@ -1,0 +1,30 @@
+#ifndef AUTORESPONDER_PANEL_MAILBOX_NAMES_H
+#define AUTORESPONDER_PANEL_MAILBOX_NAMES_H
+
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "autoresponder/panel/mailbox.h"
+#include "autoresponder/panel/panel_database.h"
+
+/// The addresses of a mailbox: its own name and its aliases, each at its domain and at the aliases
+/// of the domain that take mail; and the address that a message was delivered to, which led to it.
+class MailboxNames {
+ public:
+  /// Asks the panel. `delivered_to`: an address of the mailbox. Throws `PanelFailure` if a query
+  /// fails.
+  MailboxNames(PanelDatabase& database, const MailboxRef& mailbox, std::string_view delivered_to);
+
+  /// Whether `address` is one of them. A-Z count in any case, and a domain is the same in UTF-8 and
+  /// in its ASCII form.
+  bool Include(std::string_view address) const;
+
+ private:
+  std::set<std::string> local_parts_;
+  std::set<std::string> domains_;
+  std::string delivered_local_part_;
+  std::string delivered_domain_;
+};
+
+#endif
