@@ -64,7 +64,11 @@ void send_reply(const Answer& a) {
 
 void answer(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
             const IncomingMessage& message, const Switches& switches, Effects& effects) {
-  const Answer a{database, rule, mailbox, message, switches, effects};
+  // Kept: control characters in a rule's texts reach the header, so that its owner can add lines to
+  // it. The repair of lines replaces them by blanks.
+  const RuleInOneLine in_one_line(rule);
+  const ResponderRule& answering = switches.repairs ? in_one_line.rule() : rule;
+  const Answer a{database, answering, mailbox, message, switches, effects};
   if (!effects.Count(rule)) return;
   forward(a);
   send_reply(a);
