@@ -62,7 +62,8 @@ std::optional<Reason> examine_message(const Options& options, Explanation& expla
   DwString text = read_message(options.message_file);
   const auto delivered_to = find_delivery(options, explanation);
   try {
-    const auto result = extract(std::move(text), delivered_to, explanation.message);
+    const auto result =
+        extract(std::move(text), delivered_to, explanation.switches, explanation.message);
     explanation.sender_field = result.sender_field;
     if (result.outcome != Extraction::kDone) {
       explanation.message.sender = result.sender;

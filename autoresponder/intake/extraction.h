@@ -7,6 +7,7 @@
 #include <mimelib/mimepp.h>
 
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/message/switches.h"
 
 /// Which header field names the sender.
 enum class SenderField { kNone, kReplyTo, kFrom };
@@ -26,8 +27,9 @@ struct ExtractionResult {
 /// as it is not needed. `delivered_to`: the address of the delivery, used unchanged; without one
 /// the first mailbox of To is the recipient. A message without a sender or a recipient is reported
 /// on standard error and leaves the record as it was. Conversion problems are reported and
-/// tolerated.
+/// tolerated. Without repairs a subject that breaks its decoder throws `std::out_of_range`; with
+/// repairs it counts as one that cannot be converted.
 ExtractionResult extract(DwString message_text, const std::optional<std::string>& delivered_to,
-                         IncomingMessage& record);
+                         const Switches& switches, IncomingMessage& record);
 
 #endif

@@ -16,13 +16,14 @@ std::optional<std::string> delivery_address() {
   return dash != nullptr ? dash + 1 : variable;
 }
 
-int read_incoming_message(SpoolFile& spool, IncomingMessage& record) {
+int read_incoming_message(SpoolFile& spool, const Switches& switches, IncomingMessage& record) {
   if (!spool.IsOpen()) {
     diagnose({"Could not create a temporary file."});
     return 1;
   }
   DwInitialize();
   MessageBuffer message = spool_standard_input(spool);
-  const ExtractionResult result = extract(message.Take<DwString>(), delivery_address(), record);
+  const ExtractionResult result =
+      extract(message.Take<DwString>(), delivery_address(), switches, record);
   return result.outcome == Extraction::kDone ? 0 : 1;
 }

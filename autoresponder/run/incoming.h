@@ -5,12 +5,13 @@
 #include <string>
 
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/message/switches.h"
 #include "autoresponder/run/spool.h"
 
 /// Reads the incoming message from standard input into `spool`, and fills `record` from it and from
 /// the environment variable RECIPIENT. Conversion problems are reported and tolerated. Returns 0,
 /// or 1 after a failure that was reported on standard error.
-int read_incoming_message(SpoolFile& spool, IncomingMessage& record);
+int read_incoming_message(SpoolFile& spool, const Switches& switches, IncomingMessage& record);
 
 /// The address that the mail server delivers to, from the environment variable RECIPIENT, whose
 /// value is a prefix, "-" and the address; nothing where the variable is not set.

@@ -50,7 +50,7 @@ void run(const char* program) {
   become_root();
   remove_files_on_termination();
   SpoolFile spool = create_spool_file();
-  if (read_incoming_message(spool, message) != 0) end_run("Abnormal exit.");
+  if (read_incoming_message(spool, switches, message) != 0) end_run("Abnormal exit.");
   forget_recipient();
   const LoopGuard guard = loop_guard(message);
   if (guard != LoopGuard::kPassed) end_run(loop_guard_diagnostic(guard));
