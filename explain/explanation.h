@@ -49,6 +49,9 @@ enum class RuleOutcome {
   kNeverReplies,  ///< the rule allows less than one reply a day
   kLimitReached,
   kQuoteInCommand,     ///< the command that sends the reply is refused: a value holds a quote
+  kNewlineInCommand,   ///< refused with repairs: a value holds a newline
+  kSenderIsOption,     ///< refused with repairs: sendmail would read the sender as an option
+  kNotWhole,           ///< not sent with repairs: the attachments could not be appended completely
   kCommandTooLong,     ///< the system does not start the command that sends the reply
   kNoSendmail,         ///< the mail server's sendmail is missing or not executable
   kRecipientNotAscii,  ///< the address has no ASCII form; the run ends with status 1
@@ -76,9 +79,11 @@ struct TriggerFacts {
 /// What a run would do with a command.
 enum class CommandFate {
   kRuns,
-  kRefused,    ///< not run: a value holds a single quote
-  kTooLong,    ///< not run: longer than the system's limit on an argument
-  kNoProgram,  ///< not run: the mail server's sendmail is missing or not executable
+  kRefused,         ///< not run: a value holds a single quote
+  kRefusedNewline,  ///< not run with repairs: a value holds a newline
+  kRefusedOption,   ///< not run with repairs: sendmail would read an address as an option
+  kTooLong,         ///< not run: longer than the system's limit on an argument
+  kNoProgram,       ///< not run: the mail server's sendmail is missing or not executable
 };
 
 struct CommandFacts {
@@ -104,7 +109,8 @@ struct RuleExplanation {
   std::optional<TriggerFacts> trigger;
   std::optional<LimiterFacts> limiter;
   std::optional<std::string> forwarding;  ///< the addresses, as in the command line
-  AttachmentList attachments;
+  AttachmentList attachments;             ///< without open files
+  bool is_left_unsent = false;  ///< whether the attachments could not be appended completely
   std::optional<Notification> notification;
   std::optional<ReplyFacts> reply;
   std::vector<CommandFacts> commands;  ///< in the order in which they would run

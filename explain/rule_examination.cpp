@@ -18,9 +18,14 @@ RuleOutcome outcome_of_limiter(const LimiterFacts& limiter) {
 }
 
 RuleOutcome outcome_of_reply(const RuleExplanation& facts) {
+  if (facts.is_left_unsent) return RuleOutcome::kNotWhole;
   switch (facts.commands.back().fate) {
     case CommandFate::kRefused:
       return RuleOutcome::kQuoteInCommand;
+    case CommandFate::kRefusedNewline:
+      return RuleOutcome::kNewlineInCommand;
+    case CommandFate::kRefusedOption:
+      return RuleOutcome::kSenderIsOption;
     case CommandFate::kTooLong:
       return RuleOutcome::kCommandTooLong;
     case CommandFate::kNoProgram:
@@ -37,7 +42,7 @@ RuleOutcome examine_answer(PanelDatabase& database, const Explanation& explanati
   if (!is_active(facts.rule)) return RuleOutcome::kSwitchedOff;
   facts.trigger = examine_trigger(facts.rule, message);
   if (!facts.trigger->found) return RuleOutcome::kNotTriggered;
-  RecordedEffects effects(database, message, whole_reply, facts);
+  RecordedEffects effects(database, explanation, whole_reply, facts);
   answer(database, facts.rule, explanation.mailbox->mailbox, message, explanation.switches,
          effects);
   if (!allows_reply(*facts.limiter)) return outcome_of_limiter(*facts.limiter);

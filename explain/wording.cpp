@@ -51,6 +51,9 @@ Words words_for(RuleOutcome outcome) {
       {"never_replies", "allows no reply a day"},
       {"limit_reached", "has answered this sender often enough today"},
       {"quote_in_command", "gets no reply out: its command holds a quote and is refused"},
+      {"newline_in_command", "gets no reply out: its command holds a newline and is refused"},
+      {"sender_is_option", "gets no reply out: the mail server would read the sender as an option"},
+      {"not_whole", "gets no reply out: its attachments cannot be appended completely"},
       {"command_too_long", "gets no reply out: the system starts no command of this length"},
       {"no_sendmail", "gets no reply out: the mail server's sendmail is missing or not executable"},
       {"recipient_not_ascii", "ends the run: the recipient has no ASCII form"},
@@ -120,6 +123,8 @@ Words words_for(CommandFate fate) {
   static constexpr Words kWords[] = {
       {"runs", ""},
       {"refused", "refused, it holds a quote"},
+      {"refused_newline", "refused, it holds a newline"},
+      {"refused_option", "refused, the address would be read as an option"},
       {"too_long", "not started, it is too long"},
       {"no_program", "not started, the mail server's sendmail is missing or not executable"},
   };

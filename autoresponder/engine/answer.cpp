@@ -19,18 +19,31 @@ struct Answer {
 };
 
 void forward(const Answer& a) {
-  const auto addresses = forwarding_addresses(a.database, a.rule.id);
+  auto addresses = forwarding_addresses(a.database, a.rule.id);
+  // Kept: rows without any address start the command too. The repair of options leaves out what
+  // sendmail would read as one, and starts nothing for nobody.
+  if (addresses && a.switches.repairs) addresses = without_options(*addresses);
   if (!addresses) return;
-  a.effects.Forward(*addresses, forwarding_command(a.message, *addresses, a.effects.SpoolPath()));
+  a.effects.Forward(*addresses,
+                    forwarding_command(a.message, *addresses, a.effects.SpoolPath(), a.switches));
 }
 
 AttachmentList collect_attachments(const Answer& a) {
-  AttachmentList attachments = find_attachments(a.database, a.rule.id, a.mailbox);
+  AttachmentList attachments = find_attachments(a.database, a.rule.id, a.mailbox, a.switches);
   a.effects.Attachments(attachments);
   if (attachments.missing.empty()) return attachments;
   const auto notification = address_notification(a.database, a.message);
   if (notification) a.effects.Notify(*notification, a.rule, attachments.missing);
   return attachments;
+}
+
+// Kept: a reply whose attachments are cut or missing is sent. The repair of whole mails does not
+// send it; the result is false then.
+bool append(const Answer& a, const std::vector<Attachment>& found, const std::string& boundary,
+            const ResponseFile& reply) {
+  const bool succeeded = a.effects.Append(attachment_command(found, boundary, reply, a.switches),
+                                          attachment_limits(found, reply));
+  return !a.switches.repairs || (succeeded && are_unchanged(found));
 }
 
 // Replaces a reply that exceeds the mail server's limit by a short notice.
@@ -53,11 +66,12 @@ void send_reply(const Answer& a) {
     a.effects.GiveUp(reply);
     return;
   }
-  if (!found.empty()) {
-    a.effects.Append(attachment_command(found, boundary, reply), attachment_limits(found, reply));
+  if (!found.empty() && !append(a, found, boundary, reply)) {
+    a.effects.LeaveUnsent(reply);
+    return;
   }
   limit_size(a, reply);
-  a.effects.Deliver(delivery_command(from, a.message, reply), reply);
+  a.effects.Deliver(delivery_command(from, a.message, reply, a.switches), reply);
 }
 
 }  // namespace

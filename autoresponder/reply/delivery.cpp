@@ -50,8 +50,8 @@ void replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
 }
 
 ShellCommand delivery_command(const std::string& from, const IncomingMessage& message,
-                              const ResponseFile& reply) {
-  ShellCommand command;
+                              const ResponseFile& reply, const Switches& switches) {
+  ShellCommand command(switches);
   command.Text(sendmail_path()).Text(" -f ").Quoted(from);
-  return command.Text(" ").Quoted(message.sender).Text(" <").Text(reply.path());
+  return command.Text(" ").Address(message.sender).Text(" <").Text(reply.path());
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/message/switches.h"
 #include "autoresponder/panel/rule.h"
 #include "autoresponder/reply/response_file.h"
 #include "autoresponder/reply/shell.h"
@@ -26,6 +27,6 @@ void replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
 /// The command that sends the reply to the incoming message's sender by sendmail. `from`: the
 /// envelope sender, the mailbox's address in its ASCII form.
 ShellCommand delivery_command(const std::string& from, const IncomingMessage& message,
-                              const ResponseFile& reply);
+                              const ResponseFile& reply, const Switches& switches);
 
 #endif

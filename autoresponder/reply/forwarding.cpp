@@ -1,7 +1,27 @@
 #include "autoresponder/reply/forwarding.h"
 
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
 #include "autoresponder/reply/sendmail.h"
 #include "support/base/joined.h"
+
+namespace {
+
+std::vector<std::string_view> words_of(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t";
+  std::vector<std::string_view> words;
+  size_t start = 0;
+  while ((start = text.find_first_not_of(kBlanks, start)) != std::string_view::npos) {
+    const size_t end = std::min(text.find_first_of(kBlanks, start), text.size());
+    words.push_back(text.substr(start, end - start));
+    start = end;
+  }
+  return words;
+}
+
+}  // namespace
 
 std::optional<std::string> forwarding_addresses(PanelDatabase& database, const char* rule_id) {
   std::string addresses = " ";
@@ -13,9 +33,28 @@ std::optional<std::string> forwarding_addresses(PanelDatabase& database, const c
   return addresses;
 }
 
+std::optional<std::string> without_options(const std::string& addresses) {
+  std::string left = " ";
+  for (const std::string_view address : words_of(addresses)) {
+    if (is_option(address)) {
+      report_option(address);
+    } else {
+      left.append(address).append(" ");
+    }
+  }
+  if (left == " ") return std::nullopt;
+  return left;
+}
+
 ShellCommand forwarding_command(const IncomingMessage& message, const std::string& addresses,
-                                const std::string& spool_path) {
-  ShellCommand command;
+                                const std::string& spool_path, const Switches& switches) {
+  ShellCommand command(switches);
   command.Text(sendmail_path()).Text(" -f ").Quoted(message.recipient).Text(" ");
-  return command.Text(addresses).Text(" <").Text(spool_path);
+  if (switches.repairs) {
+    command.Text(" ");
+    for (const std::string_view address : words_of(addresses)) command.Address(address).Text(" ");
+  } else {
+    command.Text(addresses);
+  }
+  return command.Text(" <").Text(spool_path);
 }

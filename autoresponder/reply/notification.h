@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/message/switches.h"
 #include "autoresponder/panel/panel_database.h"
 #include "autoresponder/reply/shell.h"
 
@@ -22,13 +23,14 @@ std::optional<Notification> address_notification(PanelDatabase& database,
                                                  const IncomingMessage& message);
 
 /// The command that sends the notification; it reads the mail from its standard input.
-ShellCommand notification_command(const Notification& notification);
+ShellCommand notification_command(const Notification& notification, const Switches& switches);
 
 /// Sends the notification about files that are missing in the attachment store. Failures are
 /// reported on standard error and do not end the run.
 ///
 /// `reply_to`: the rule's, may be empty. `missing`: the names of the files.
 void send_notification(const Notification& notification, const char* reply_to,
-                       const IncomingMessage& message, const std::vector<std::string>& missing);
+                       const IncomingMessage& message, const std::vector<std::string>& missing,
+                       const Switches& switches);
 
 #endif

@@ -13,7 +13,13 @@ bool RunEffects::Count(const ResponderRule& rule) {
   return check_reply_frequency(database_, message_, rule.id, rule.ans_freq, rule.mem_limit);
 }
 
+// Kept: what the disk took of the message is forwarded. The repair of whole mails forwards all of
+// it or nothing.
 void RunEffects::Forward(const std::string& /*addresses*/, const ShellCommand& command) {
+  if (switches_.repairs && !spool_.IsWhole()) {
+    diagnose({"autoresponder: not forwarded, because the message is not whole in ", spool_.path()});
+    return;
+  }
   hand_to_shell(command, ShellUse::kRun);
 }
 
@@ -23,7 +29,7 @@ ResponseFile RunEffects::CreateResponseFile() {
 
 void RunEffects::Notify(const Notification& notification, const ResponderRule& rule,
                         const std::vector<std::string>& missing) {
-  send_notification(notification, rule.reply_to, message_, missing);
+  send_notification(notification, rule.reply_to, message_, missing, switches_);
 }
 
 std::string RunEffects::AsciiForm(const std::string& address) {
@@ -35,8 +41,13 @@ void RunEffects::GiveUp(const ResponseFile& reply) {
   reply.Remove();
 }
 
-void RunEffects::Append(const ShellCommand& command, const WriterLimits& limits) {
-  hand_to_shell(command, ShellUse::kWriteFile, limits);
+bool RunEffects::Append(const ShellCommand& command, const WriterLimits& limits) {
+  return hand_to_shell(command, ShellUse::kWriteFile, limits).succeeded;
+}
+
+void RunEffects::LeaveUnsent(const ResponseFile& reply) {
+  diagnose({"autoresponder: not sent, because its attachments are not whole: ", reply.path()});
+  reply.Remove();
 }
 
 void RunEffects::Deliver(const ShellCommand& command, const ResponseFile& reply) {

@@ -15,40 +15,40 @@ TEST(ShellCommand, IsItsPiecesInTheirOrder) {
   ShellCommand command;
   command.Text("cat ").Quoted("/tmp/a b").Text(" >> ").Quoted("x");
   EXPECT_EQ(command.line(), "cat '/tmp/a b' >> 'x'");
-  EXPECT_FALSE(command.escaping_value());
+  EXPECT_FALSE(command.refused());
 }
 
 TEST(ShellCommand, IsEmptyAtFirst) {
   const ShellCommand command;
   EXPECT_EQ(command.line(), "");
-  EXPECT_FALSE(command.escaping_value());
+  EXPECT_FALSE(command.refused());
 }
 
 TEST(ShellCommand, LeavesEveryByteOfAValueAsItIs) {
   ShellCommand command;
   command.Quoted("a$b`c\"d\\e\n\xFF;|&<>*?!#~");
   EXPECT_EQ(command.line(), "'a$b`c\"d\\e\n\xFF;|&<>*?!#~'");
-  EXPECT_FALSE(command.escaping_value());
+  EXPECT_FALSE(command.refused());
 }
 
 TEST(ShellCommand, KnowsAValueThatWouldLeaveItsQuotes) {
   ShellCommand command;
   command.Text("echo ").Quoted("o'neill@example.com");
-  ASSERT_TRUE(command.escaping_value());
-  EXPECT_EQ(*command.escaping_value(), "o'neill@example.com");
+  ASSERT_TRUE(command.refused());
+  EXPECT_EQ(command.refused()->value, "o'neill@example.com");
 }
 
 TEST(ShellCommand, KnowsTheFirstOfSuchValues) {
   ShellCommand command;
   command.Quoted({"plain", "'first", "third'"}).Quoted("second'").Quoted("plain");
-  ASSERT_TRUE(command.escaping_value());
-  EXPECT_EQ(*command.escaping_value(), "'first");
+  ASSERT_TRUE(command.refused());
+  EXPECT_EQ(command.refused()->value, "'first");
 }
 
 TEST(ShellCommand, MayHaveQuotesInItsTexts) {
   ShellCommand command;
   command.Text("echo 'a' 'b");
-  EXPECT_FALSE(command.escaping_value());
+  EXPECT_FALSE(command.refused());
 }
 
 TEST(ShellCommand, KeepsItsPiecesWhenCopied) {
@@ -58,7 +58,7 @@ TEST(ShellCommand, KeepsItsPiecesWhenCopied) {
   copy.Text("b");
   EXPECT_EQ(command.line(), "a'''");
   EXPECT_EQ(copy.line(), "a'''b");
-  EXPECT_EQ(*copy.escaping_value(), "'");
+  EXPECT_EQ(copy.refused()->value, "'");
 }
 
 struct Use {
