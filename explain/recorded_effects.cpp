@@ -52,8 +52,7 @@ std::string RecordedEffects::LineOfRun(std::string line) const {
 
 bool RecordedEffects::Count(const ResponderRule& rule) {
   load_libidn();  // as the run does, which ends here without it
-  facts_.limiter = consult_limiter(database_, message_, rule.id, rule.ans_freq, rule.mem_limit,
-                                   LimiterMode::kLook);
+  facts_.limiter = consult_limiter(database_, message_, rule, LimiterMode::kLook, switches_);
   return allows_reply(*facts_.limiter);
 }
 

@@ -10,7 +10,7 @@
 // because with its status the mail server delivers the message again.
 bool RunEffects::Count(const ResponderRule& rule) {
   load_libidn();
-  return check_reply_frequency(database_, message_, rule.id, rule.ans_freq, rule.mem_limit);
+  return allows_reply(consult_limiter(database_, message_, rule, LimiterMode::kCount, switches_));
 }
 
 // Kept: what the disk took of the message is forwarded. The repair of whole mails forwards all of
