@@ -102,6 +102,19 @@ struct ReplyFacts {
   std::string text;  ///< the whole mail, if that was asked for
 };
 
+/// What repairs would change for a message.
+enum class RepairChange {
+  kLimiter,       ///< a sender that is longer than the limiter's column is found again
+  kQuotes,        ///< a command with a quote in a value runs
+  kForwarding,    ///< the shell reads no syntax in the forwarding addresses
+  kNewlines,      ///< a command with a newline in a value does not run
+  kOptions,       ///< nothing is mailed to an address that sendmail reads as an option
+  kStore,         ///< an attachment counts as missing
+  kLines,         ///< control characters in a rule's texts become blanks
+  kNotification,  ///< the notification's Reply-To gets its line end
+  kSubject,       ///< the end of the subject does not abort the run
+};
+
 struct RuleExplanation {
   ResponderRule rule;
   RuleOutcome outcome = RuleOutcome::kNotReached;
@@ -113,7 +126,9 @@ struct RuleExplanation {
   bool is_left_unsent = false;  ///< whether the attachments could not be appended completely
   std::optional<Notification> notification;
   std::optional<ReplyFacts> reply;
-  std::vector<CommandFacts> commands;  ///< in the order in which they would run
+  std::vector<CommandFacts> commands;      ///< in the order in which they would run
+  bool is_sender_too_long = false;         ///< whether that is why a statement fails
+  std::vector<RepairChange> with_repairs;  ///< what they would change, if they are off
 };
 
 /// Everything that was found out about one message. What was not reached is empty.
@@ -123,6 +138,7 @@ struct Explanation {
   std::string trouble;      ///< details of the reason, if it has any
   std::string diagnostics;  ///< what the run's functions wrote to standard error
   Switches switches;
+  std::vector<RepairChange> with_repairs;  ///< what they would change for all rules, if off
   IncomingMessage message;
   SenderField sender_field = SenderField::kNone;
   RecipientSource recipient_source = RecipientSource::kTo;

@@ -2,6 +2,7 @@
 
 #include "autoresponder/engine/answer.h"
 #include "explain/recorded_effects.h"
+#include "explain/repairs.h"
 
 namespace {
 
@@ -66,5 +67,7 @@ void examine_rule(PanelDatabase& database, const Explanation& explanation, bool 
     if (!is_refusal(failure)) throw;
     facts.outcome = RuleOutcome::kStatementFails;
     facts.trouble = failure.what();
+    facts.is_sender_too_long = failure.error() == kDataTooLong;
   }
+  facts.with_repairs = changes_by_repairs(explanation, facts);
 }

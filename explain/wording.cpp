@@ -130,3 +130,18 @@ Words words_for(CommandFate fate) {
   };
   return pick(kWords, fate);
 }
+
+Words words_for(RepairChange change) {
+  static constexpr Words kWords[] = {
+      {"limiter", "the sender, which is longer than the limiter's column, would be found again"},
+      {"quotes", "a command that holds a quote would run"},
+      {"forwarding", "the shell would read nothing in the forwarding addresses"},
+      {"newlines", "a command that holds a newline would not run"},
+      {"options", "nothing would be mailed to an address that begins with \"-\""},
+      {"store", "an attachment that is no plain file in the store would count as missing"},
+      {"lines", "control characters in the rule's header texts would become blanks"},
+      {"notification", "the notification's Reply-To would get its line end"},
+      {"subject", "the run would not abort, and the subject would count as empty"},
+  };
+  return pick(kWords, change);
+}

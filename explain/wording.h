@@ -19,5 +19,6 @@ Words words_for(MailboxLookup lookup);
 Words words_for(TriggerPlace place);
 Words words_for(LimiterStep step);
 Words words_for(CommandFate fate);
+Words words_for(RepairChange change);
 
 #endif

@@ -85,7 +85,6 @@ class Memory {
  private:
   // A strict server refuses a sender that is longer than the column.
   void FailAsTheInsertWould() const {
-    constexpr unsigned kDataTooLong = 1406;
     const std::string most = std::to_string(most_characters(database_));
     Rows rows =
         database_.Query(joined({"select @@sql_mode like '%STRICT%' and char_length(convert('",

@@ -44,6 +44,9 @@ bool never_replies(const char* ans_freq);
 LimiterStep limiter_step(const std::optional<std::string>& replies_today, int senders,
                          const char* ans_freq, const char* mem_limit);
 
+/// The error number of a strict server for a sender that is longer than the column.
+constexpr unsigned kDataTooLong = 1406;
+
 /// Whether the limiter may write to its table.
 enum class LimiterMode {
   kCount,  ///< count the reply, and delete rows of earlier days

@@ -61,8 +61,7 @@ bool has_an_end(const struct stat& status) {
 // store. The repair of the store does not: see `open_below`.
 void look_in_store(const std::string& name, const MailboxRef& mailbox,
                    AttachmentList& attachments) {
-  const auto opened =
-      open_below(QMAIL_MAILNAMES_D, {mailbox.domain_name, mailbox.mail_name, kStoreName, name});
+  auto opened = open_in_store(name, mailbox);
   if (opened == nullptr) {
     attachments.missing.push_back(name);
   } else {
@@ -85,6 +84,11 @@ void look_for(const std::string& name, const MailboxRef& mailbox, AttachmentList
 }
 
 }  // namespace
+
+std::shared_ptr<const OpenAttachment> open_in_store(const std::string& name,
+                                                    const MailboxRef& mailbox) {
+  return open_below(QMAIL_MAILNAMES_D, {mailbox.domain_name, mailbox.mail_name, kStoreName, name});
+}
 
 AttachmentList find_attachments(PanelDatabase& database, const char* rule_id,
                                 const MailboxRef& mailbox, const Switches& switches) {

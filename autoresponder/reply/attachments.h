@@ -27,6 +27,11 @@ struct AttachmentList {
   std::vector<std::string> missing;  ///< the names of files that do not exist
 };
 
+/// Opens the file `name` of the mailbox's store, as repairs do (`open_below`); null if it counts as
+/// missing.
+std::shared_ptr<const OpenAttachment> open_in_store(const std::string& name,
+                                                    const MailboxRef& mailbox);
+
 /// Looks for a rule's attachments in the mailbox's store. Pipes, devices and sockets, which could
 /// be read without end, are reported on standard error and replaced by an empty file; with repairs
 /// what is no plain file below the store, reached without symbolic links, is missing. Throws

@@ -1,27 +1,9 @@
 #include "autoresponder/reply/forwarding.h"
 
 #include <algorithm>
-#include <string_view>
-#include <vector>
 
 #include "autoresponder/reply/sendmail.h"
 #include "support/base/joined.h"
-
-namespace {
-
-std::vector<std::string_view> words_of(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t";
-  std::vector<std::string_view> words;
-  size_t start = 0;
-  while ((start = text.find_first_not_of(kBlanks, start)) != std::string_view::npos) {
-    const size_t end = std::min(text.find_first_of(kBlanks, start), text.size());
-    words.push_back(text.substr(start, end - start));
-    start = end;
-  }
-  return words;
-}
-
-}  // namespace
 
 std::optional<std::string> forwarding_addresses(PanelDatabase& database, const char* rule_id) {
   std::string addresses = " ";
@@ -33,9 +15,21 @@ std::optional<std::string> forwarding_addresses(PanelDatabase& database, const c
   return addresses;
 }
 
+std::vector<std::string_view> addresses_of(std::string_view addresses) {
+  constexpr std::string_view kBlanks = " \t";
+  std::vector<std::string_view> single;
+  size_t start = 0;
+  while ((start = addresses.find_first_not_of(kBlanks, start)) != std::string_view::npos) {
+    const size_t end = std::min(addresses.find_first_of(kBlanks, start), addresses.size());
+    single.push_back(addresses.substr(start, end - start));
+    start = end;
+  }
+  return single;
+}
+
 std::optional<std::string> without_options(const std::string& addresses) {
   std::string left = " ";
-  for (const std::string_view address : words_of(addresses)) {
+  for (const std::string_view address : addresses_of(addresses)) {
     if (is_option(address)) {
       report_option(address);
     } else {
@@ -52,7 +46,8 @@ ShellCommand forwarding_command(const IncomingMessage& message, const std::strin
   command.Text(sendmail_path()).Text(" -f ").Quoted(message.recipient).Text(" ");
   if (switches.repairs) {
     command.Text(" ");
-    for (const std::string_view address : words_of(addresses)) command.Address(address).Text(" ");
+    for (const std::string_view address : addresses_of(addresses))
+      command.Address(address).Text(" ");
   } else {
     command.Text(addresses);
   }

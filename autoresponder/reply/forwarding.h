@@ -3,6 +3,8 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/message/switches.h"
@@ -12,6 +14,10 @@
 /// The forwarding addresses of a rule: a blank, then each address with a blank after it. Nothing if
 /// the rule has no addresses. Throws `PanelFailure` if the query fails.
 std::optional<std::string> forwarding_addresses(PanelDatabase& database, const char* rule_id);
+
+/// The single addresses in `addresses`, in the form of `forwarding_addresses`: views into it, split
+/// at blanks.
+std::vector<std::string_view> addresses_of(std::string_view addresses);
 
 /// `addresses`, in the form of `forwarding_addresses`, without those that sendmail would read as
 /// options, which are reported on standard error; nothing if no address is left. For repairs.

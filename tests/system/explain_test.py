@@ -75,6 +75,7 @@ echo '----------=_nWlrBbmQBhCDarzOwKkYHIDdqSCDX--' >>/tmp/kem-response-uu-XXXXXX
 </tmp/kem-response-uu-XXXXXX
 
 A reply would leave. Reason: at least one rule replies.
+Switches: repairs off, courtesy off.
 """
     panel.run(text)
     assert len(panel.mails()[-1].message) == 573
@@ -203,7 +204,8 @@ def test_cannot_tell_without_the_configuration(panel):
     result = panel.explain(message(), "--json")
     said = b"autoresponder-explain: Error: PRODUCT_ROOT_D not defined\n"
     assert (result.status, result.err) == (2, said)
-    assert result.answer() == {"verdict": "unknown", "reason": "library_gives_up", "rules": [],
+    assert result.answer() == {"verdict": "unknown", "reason": "library_gives_up",
+                               "switches": {"repairs": False, "courtesy": False}, "rules": [],
                                "diagnostics": said.decode()}
     in_words = panel.explain(message())
     assert (in_words.status, in_words.err) == (2, said)
