@@ -17,13 +17,18 @@ constexpr const char* kOfToday = " and ((TO_DAYS(NOW())-TO_DAYS(time_resp))>0) i
 // server writes a temporary file to answer the same question about its information_schema.
 size_t most_characters(PanelDatabase& database) {
   enum Column { kTable, kDefinition };
-  constexpr std::string_view kVarchar = "`email` varchar(";
+  // In the server's mode ANSI_QUOTES names are in double quotes.
+  constexpr std::string_view kStarts[] = {"`email` varchar(", "`email` char(", "\"email\" varchar(",
+                                          "\"email\" char("};
   Rows rows = database.Query("show create table resp_freq");
   const Row row = rows.Next();
   const std::string definition = row != nullptr ? text_or(row[kDefinition], "") : "";
-  const size_t at = definition.find(kVarchar);
-  if (at == std::string::npos) return std::numeric_limits<uint32_t>::max();
-  return static_cast<size_t>(atol(definition.c_str() + at + kVarchar.size()));
+  for (const std::string_view start : kStarts) {
+    const size_t at = definition.find(start);
+    if (at == std::string::npos) continue;
+    return static_cast<size_t>(atol(definition.c_str() + at + start.size()));
+  }
+  return std::numeric_limits<uint32_t>::max();
 }
 
 // The rows of one rule in the table `resp_freq`, one for each sender. With kLook nothing is

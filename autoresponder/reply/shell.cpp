@@ -75,6 +75,7 @@ namespace {
 bool pass_on(const std::vector<int>& descriptors) {
   const int end = kFirstInherited + static_cast<int>(descriptors.size());
   std::vector<int> copies;
+  copies.reserve(descriptors.size());
   for (const int descriptor : descriptors)
     copies.push_back(fcntl(descriptor, F_DUPFD_CLOEXEC, end));
   int number = kFirstInherited;

@@ -105,13 +105,14 @@ def test_another_failure_is_not_repeated(repaired):
 
 # --- senders that are longer than the column -----------------------------------------------------
 
-@pytest.mark.parametrize("mode", ["", "STRICT_ALL_TABLES"])
+@pytest.mark.parametrize("mode", ["", "STRICT_ALL_TABLES", "ANSI_QUOTES,STRICT_ALL_TABLES"])
+@pytest.mark.parametrize("utf8", ["true", "false"])
 @pytest.mark.parametrize("local", ["x" * 400, "ü" * 400, "€" * 299 + "@" + "x" * 40],
                          ids=["ASCII", "two bytes", "three bytes"])
-def test_a_sender_longer_than_the_column_is_found_again(repaired, mode, local):
+def test_a_sender_longer_than_the_column_is_found_again(repaired, local, utf8, mode):
     sender = f'"{local}"@customer.example'
     repaired.sql(f"set global sql_mode='{mode}';"
-                 "insert into misc values ('mysql41_compatible', 'true')")
+                 f"insert into misc values ('mysql41_compatible', '{utf8}')")
     repaired.rule(ans_freq=2)
     for _ in range(3):
         result = repaired.run(message(sender=sender))
@@ -121,8 +122,9 @@ def test_a_sender_longer_than_the_column_is_found_again(repaired, mode, local):
 
 
 @pytest.mark.parametrize("longer", [-1, 0, 1])
-def test_the_columns_own_width_counts(repaired, longer):
-    repaired.sql("alter table resp_freq modify email varchar(30) not null")
+@pytest.mark.parametrize("kind", ["varchar", "char"])
+def test_the_columns_own_width_counts(repaired, kind, longer):
+    repaired.sql(f"alter table resp_freq modify email {kind}(30) not null")
     sender = "x" * (30 + longer - len("@x.example")) + "@x.example"
     repaired.rule(ans_freq=1)
     repaired.run(message(sender=sender))
