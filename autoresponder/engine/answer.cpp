@@ -47,14 +47,19 @@ bool append(const Answer& a, const std::vector<Attachment>& found, const std::st
 }
 
 // Replaces a reply that exceeds the mail server's limit by a short notice.
-void limit_size(const Answer& a, ResponseFile& reply) {
+//
+// Kept: what the disk took of the notice is sent. The repair of whole mails does not send it; the
+// result is false then.
+bool limit_size(const Answer& a, ResponseFile& reply) {
   BuiltReply built{reply.Size(), size_limit(), false, reply_subject(a.rule, a.message)};
   built.is_replaced = exceeds(built.size, built.limit);
   if (built.is_replaced) {
-    replace_by_notice(reply, a.rule, a.message);
+    const bool is_whole = replace_by_notice(reply, a.rule, a.message);
+    if (a.switches.repairs && !is_whole) return false;
     built.subject = notice_subject(a.message);
   }
   a.effects.Built(built, reply);
+  return true;
 }
 
 void send_reply(const Answer& a) {
@@ -70,7 +75,10 @@ void send_reply(const Answer& a) {
     a.effects.LeaveUnsent(reply);
     return;
   }
-  limit_size(a, reply);
+  if (!limit_size(a, reply)) {
+    a.effects.GiveUp(reply);
+    return;
+  }
   a.effects.Deliver(delivery_command(from, a.message, reply, a.switches), reply);
 }
 

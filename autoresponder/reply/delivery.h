@@ -20,8 +20,9 @@ bool exceeds(int64_t size, int64_t limit);
 /// The subject, in UTF-8, of the notice that a reply is too large.
 SubjectText notice_subject(const IncomingMessage& message);
 
-/// Replaces the reply by a short notice that it is too large.
-void replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
+/// Replaces the reply by a short notice that it is too large. False if not everything could be
+/// written.
+bool replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
                        const IncomingMessage& message);
 
 /// The command that sends the reply to the incoming message's sender by sendmail. `from`: the

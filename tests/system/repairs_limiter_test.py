@@ -22,8 +22,12 @@ def replies(panel):
 
 
 def deliver_at_once(panel, deliveries, sender=SENDER):
+    """All deliveries wait at the table of counts, until it is unlocked."""
+    other = panel.start_sql("lock tables resp_freq write; do sleep(1.5)")
+    wait_until(lambda: "sleep(1.5)" in panel.sql("show processlist"))
     with ThreadPoolExecutor(deliveries) as pool:
         results = list(pool.map(lambda _: panel.run(message(sender=sender)), range(deliveries)))
+    other.wait()
     assert {(result.status, result.err) for result in results} == {(0, b"")}
 
 

@@ -146,6 +146,18 @@ def test_a_reply_whose_attachments_do_not_fit_is_not_sent(repaired, small_tmp):
     assert b"The next rule answers." in mail.message
 
 
+@SWITCHES
+def test_a_notice_that_does_not_fit_is_not_sent(panel, small_tmp, repairs):
+    """It carries the whole subject, encoded; the reply has a short one."""
+    panel.switch(repairs)
+    panel.limit("10")
+    panel.rule(subject="Thank you")
+    small_tmp(65536)
+    result = panel.run(b"From: otto@customer.example\nSubject: " + b"\xff" * 30000 + b"\n\nbody\n")
+    assert (b"Unable to write the reply to" in result.err) == repairs
+    assert len(panel.mails()) == (not repairs)
+
+
 def test_each_step_of_the_attachments_counts(repaired, small_tmp):
     """The disk is full at any point from the file's first lines to the closing boundary."""
     repaired.attach(repaired.rule(), "list.txt")
