@@ -160,7 +160,7 @@ void check(const IncomingMessage& record, DwMessage& message) {
 // The intake's result; nothing where it threw what it may throw for a subject.
 std::optional<int> take_in(SpoolFile& spool, IncomingMessage& record) {
   try {
-    return read_incoming_message(spool, record);
+    return read_incoming_message(spool, Switches{}, record);
   } catch (const std::out_of_range&) {
     return std::nullopt;
   }

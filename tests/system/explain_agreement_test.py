@@ -28,7 +28,7 @@ class Case:
     """One panel and one message."""
 
     WORDS = ["invoice", "price list", "urgent", "Grüße", "Привет", "", "a", "\\n", "?", "日本"]
-    # The first few stand for most messages.
+    # Most messages have one of the first few; the last three concern repairs.
     SENDERS = ["otto@customer.example", "Otto@Customer.Example", "o.k@x.example", "a@b",
                "o'brien@customer.example", "MAILER-DAEMON@mx.example", "mailer-daemon@mx.example",
                "info@shop.example", "Mailer-Daemon@mx.example", "x" * 70 + "@customer.example",
@@ -46,7 +46,7 @@ class Case:
         self.courtesy = self.chance(50)
         self.limit = self.pick([None] * 6 + ["0", "50", "300", "700", "100000", "abc", "-1"])
         self.recipient = self.pick(self.RECIPIENTS)
-        self.sender = self.pick(self.SENDERS[:4] * 3 + self.SENDERS)
+        self.sender = self.pick(self.SENDERS[:4] * 3 + self.SENDERS + self.SENDERS[-3:])
         self.message = self.make_message()
         self.fill_panel()
 
@@ -113,7 +113,7 @@ class Case:
             ans_freq=self.pick([10, 10, 1, 2, 0, -1, None]),
             mem_limit=self.pick([1000, 1000, 0, 1, 2, None]),
             subject=self.pick(["", None, "Re: <request_subject>", "<nosuch> <request_from>", "Grüße"]),
-            reply_to=self.pick(["", None, "sales@shop.example", "a@x\nBcc: b@x"]),
+            reply_to=self.pick(["", None] + ["sales@shop.example"] * 2 + ["a@x\nBcc: b@x"]),
             charset=self.pick(["UTF-8", "UTF-8", "US-ASCII", "nonsense", None]),
             content_type=self.pick(["text/plain", "text/html", None, "text/plain;\n\tx=y"]))
         self.remember_senders(rule)
@@ -136,8 +136,8 @@ class Case:
     def add_attachment(self, rule):
         name = self.pick(["list.txt", "price list.pdf", " blanks around ", "Grüße.txt",
                           "back\\slash\\n.txt", "it's.txt", "", None, "empty", "missing.pdf",
-                          "dollar $HOME `id`.txt", "-n", "../@attachments/list.txt",
-                          "link", "folder", "two\nlines"])
+                          "missing.pdf", "dollar $HOME `id`.txt", "-n", "../@attachments/list.txt",
+                          "link", "folder"] + ["two\nlines"] * 4)
         self.insert("resp_attach", rn_id=rule, filename=name)
         if name in ("link", "folder") or name and "/" in name:
             return  # made for every panel, or none
@@ -160,25 +160,27 @@ class Case:
 
 
 def rows_of(panel):
-    """The limiter's table as it counts today: {(rule, sender): replies}."""
+    """The limiter's table as it counts today: (rule, sender, replies), sorted."""
     rows = panel.sql("select rn_id, email, num from resp_freq where to_days(time_resp)=to_days(now())")
     columns = [row.replace("\\n", "\n").split("\t") for row in rows.splitlines()]
-    return {(rule, sender): int(replies) for rule, sender, replies in columns}
+    return sorted((rule, sender, int(replies)) for rule, sender, replies in columns)
 
 
 def rows_after(rows, answer):
-    """What the limiter's table should hold after the run that `answer` foretells. The server and
-    repairs both cut a sender that is longer than its column."""
-    rows = dict(rows)
+    """What the limiter's table should hold after the run that `answer` foretells. A sender that is
+    longer than the column is in it cut; without repairs it gets another row every time."""
+    known = {(rule, sender): replies for rule, sender, replies in rows}
+    new = []
     for rule in answer["rules"]:
         step = rule.get("limiter", {}).get("step")
-        if step is None or step == "refuse":
-            continue
-        for sender in rule["limiter"]["evicted"]:
-            del rows[rule["id"], sender]
-        key = rule["id"], answer["message"]["sender"][:320]
-        rows[key] = rows.get(key, 0) + 1
-    return rows
+        key = rule["id"], answer["message"].get("sender", "")[:320]
+        for sender in rule.get("limiter", {}).get("evicted", []):
+            del known[rule["id"], sender]
+        if step == "count_up":
+            known[key] += 1
+        elif step in ("remember", "evict_and_remember"):
+            new.append((*key, 1))
+    return sorted([(*key, replies) for key, replies in known.items()] + new)
 
 
 def commands_of(answer):
