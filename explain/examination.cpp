@@ -74,6 +74,7 @@ std::optional<Reason> examine_message(const Options& options, Explanation& expla
       return reason_of(result.outcome);
     }
   } catch (const std::out_of_range&) {  // the run does not catch it either
+    explanation.with_repairs.push_back(RepairChange::kSubject);
     return Reason::kRunAborts;
   }
   explanation.guard = loop_guard(explanation.message);

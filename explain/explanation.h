@@ -52,6 +52,9 @@ enum class RuleOutcome {
   kLimitReached,
   kCourtesy,           ///< courtesy is on and forbids the reply
   kQuoteInCommand,     ///< the command that sends the reply is refused: a value holds a quote
+  kNewlineInCommand,   ///< refused with repairs: a value holds a newline
+  kSenderIsOption,     ///< refused with repairs: sendmail would read the sender as an option
+  kNotWhole,           ///< not sent with repairs: the attachments could not be appended completely
   kCommandTooLong,     ///< the system does not start the command that sends the reply
   kNoSendmail,         ///< the mail server's sendmail is missing or not executable
   kRecipientNotAscii,  ///< the address has no ASCII form; the run ends with status 1
@@ -73,9 +76,11 @@ enum class RecipientSource { kOption, kEnvironment, kTo };
 /// What a run would do with a command.
 enum class CommandFate {
   kRuns,
-  kRefused,    ///< not run: a value holds a single quote
-  kTooLong,    ///< not run: longer than the system's limit on an argument
-  kNoProgram,  ///< not run: the mail server's sendmail is missing or not executable
+  kRefused,         ///< not run: a value holds a single quote
+  kRefusedNewline,  ///< not run with repairs: a value holds a newline
+  kRefusedOption,   ///< not run with repairs: sendmail would read an address as an option
+  kTooLong,         ///< not run: longer than the system's limit on an argument
+  kNoProgram,       ///< not run: the mail server's sendmail is missing or not executable
 };
 
 struct CommandFacts {
@@ -100,6 +105,19 @@ enum class CourtesyChange {
   kMarkedReply,  ///< the reply would say that it is automatic, and have a null envelope sender
 };
 
+/// What repairs would change for a message.
+enum class RepairChange {
+  kLimiter,       ///< a sender that is longer than the limiter's column is found again
+  kQuotes,        ///< a command with a quote in a value runs
+  kForwarding,    ///< the shell reads no syntax in the forwarding addresses
+  kNewlines,      ///< a command with a newline in a value does not run
+  kOptions,       ///< nothing is mailed to an address that sendmail reads as an option
+  kStore,         ///< an attachment counts as missing
+  kLines,         ///< control characters in a rule's texts become blanks
+  kNotification,  ///< the notification's Reply-To gets its line end
+  kSubject,       ///< the end of the subject does not abort the run
+};
+
 struct RuleExplanation {
   ResponderRule rule;
   RuleOutcome outcome = RuleOutcome::kNotReached;
@@ -108,10 +126,13 @@ struct RuleExplanation {
   std::optional<TriggerMatch> trigger;  ///< of a rule that is on
   std::optional<LimiterFacts> limiter;
   std::optional<std::string> forwarding;  ///< the addresses, as in the command line
-  AttachmentList attachments;
+  AttachmentList attachments;             ///< without open files
+  bool is_left_unsent = false;  ///< whether the attachments could not be appended completely
   std::optional<Notification> notification;
   std::optional<ReplyFacts> reply;
-  std::vector<CommandFacts> commands;  ///< in the order in which they would run
+  std::vector<CommandFacts> commands;      ///< in the order in which they would run
+  bool is_sender_too_long = false;         ///< whether that is why a statement fails
+  std::vector<RepairChange> with_repairs;  ///< what they would change, if they are off
 };
 
 /// Everything that was found out about one message. What was not reached is empty.
@@ -124,6 +145,7 @@ struct Explanation {
   /// What courtesy would change. Nothing if it is on, no rule replies, or that is unknown.
   std::optional<CourtesyChange> with_courtesy;
   std::string objection;  ///< why courtesy forbids a reply, or would if it were on; or empty
+  std::vector<RepairChange> with_repairs;  ///< what they would change for all rules, if off
   IncomingMessage message;
   SenderField sender_field = SenderField::kNone;
   RecipientSource recipient_source = RecipientSource::kTo;

@@ -83,6 +83,12 @@ Json commands_of(const std::vector<CommandFacts>& commands) {
   return result;
 }
 
+Json changes_of(const std::vector<RepairChange>& changes) {
+  Json result = Json::array();
+  for (const RepairChange change : changes) result.push_back(code(change));
+  return result;
+}
+
 Json rule_of(const RuleExplanation& facts, bool show_reply) {
   Json result{{"id", facts.rule.id}, {"outcome", code(facts.outcome)}};
   if (!facts.trouble.empty()) result["trouble"] = facts.trouble;
@@ -97,6 +103,7 @@ Json rule_of(const RuleExplanation& facts, bool show_reply) {
   if (facts.notification) result["notification"] = notification_of(*facts.notification);
   if (facts.reply) result["reply"] = reply_of(*facts.reply, show_reply);
   result["commands"] = commands_of(facts.commands);
+  if (!facts.with_repairs.empty()) result["with_repairs"] = changes_of(facts.with_repairs);
   return result;
 }
 
@@ -105,6 +112,11 @@ Json rule_of(const RuleExplanation& facts, bool show_reply) {
 void write_json(std::ostream& out, const Explanation& explanation, const TextStyle& style) {
   Json result{{"verdict", code(explanation.verdict)}, {"reason", code(explanation.reason)}};
   if (!explanation.trouble.empty()) result["trouble"] = explanation.trouble;
+  const Switches& switches = explanation.switches;
+  result["switches"] = {{"repairs", switches.repairs}, {"courtesy", switches.courtesy}};
+  if (!explanation.with_repairs.empty()) {
+    result["with_repairs"] = changes_of(explanation.with_repairs);
+  }
   const bool has_sender = explanation.sender_field != SenderField::kNone;
   if (has_sender) result["message"] = message_of(explanation);
   if (explanation.guard) result["guard"] = code(*explanation.guard);

@@ -21,8 +21,20 @@ bool lacks_program(const ShellCommand& command) {
   return command.line().rfind(sendmail + " ", 0) == 0 && access(sendmail.c_str(), X_OK) != 0;
 }
 
+CommandFate fate_of(Refusal refusal) {
+  switch (refusal) {
+    case Refusal::kNewline:
+      return CommandFate::kRefusedNewline;
+    case Refusal::kOption:
+      return CommandFate::kRefusedOption;
+    case Refusal::kQuote:
+      break;
+  }
+  return CommandFate::kRefused;
+}
+
 CommandFate fate_of(const ShellCommand& command) {
-  if (command.escaping_value()) return CommandFate::kRefused;
+  if (command.refused()) return fate_of(command.refused()->why);
   if (is_too_long(command)) return CommandFate::kTooLong;
   return lacks_program(command) ? CommandFate::kNoProgram : CommandFate::kRuns;
 }
@@ -40,8 +52,7 @@ std::string RecordedEffects::LineOfRun(std::string line) const {
 
 bool RecordedEffects::Count(const ResponderRule& rule) {
   load_libidn();  // as the run does, which ends here without it
-  facts_.limiter = consult_limiter(database_, message_, rule.id, rule.ans_freq, rule.mem_limit,
-                                   LimiterMode::kLook);
+  facts_.limiter = consult_limiter(database_, message_, rule, LimiterMode::kLook, switches_);
   return allows_reply(*facts_.limiter);
 }
 
@@ -64,12 +75,13 @@ ResponseFile RecordedEffects::CreateResponseFile() {
 
 void RecordedEffects::Attachments(const AttachmentList& attachments) {
   facts_.attachments = attachments;
+  for (Attachment& attachment : facts_.attachments.found) attachment.opened = nullptr;
 }
 
 void RecordedEffects::Notify(const Notification& notification, const ResponderRule& /*rule*/,
                              const std::vector<std::string>& /*missing*/) {
   facts_.notification = notification;
-  Add("notify", notification_command(notification));
+  Add("notify", notification_command(notification, switches_));
 }
 
 std::string RecordedEffects::AsciiForm(const std::string& address) {
@@ -82,9 +94,14 @@ void RecordedEffects::GiveUp(const ResponseFile& /*reply*/) {
   throw CannotTell(Reason::kReplyNotBuilt, "Unable to build the reply in memory.");
 }
 
-void RecordedEffects::Append(const ShellCommand& command, const WriterLimits& limits) {
-  hand_to_shell(command, ShellUse::kWriteFile, limits);
+bool RecordedEffects::Append(const ShellCommand& command, const WriterLimits& limits) {
+  const bool succeeded = hand_to_shell(command, ShellUse::kWriteFile, limits).succeeded;
   Add("attach", command);
+  return succeeded;
+}
+
+void RecordedEffects::LeaveUnsent(const ResponseFile& /*reply*/) {
+  facts_.is_left_unsent = true;
 }
 
 void RecordedEffects::Built(const BuiltReply& built, const ResponseFile& /*reply*/) {

@@ -24,11 +24,15 @@ class NotAscii : public std::exception {};
 /// attachments to it.
 class RecordedEffects : public Effects {
  public:
-  /// `facts` is filled in; `whole_reply`: whether also with the whole text of the reply. All
-  /// references have to outlive this object.
-  RecordedEffects(PanelDatabase& database, const IncomingMessage& message, bool whole_reply,
+  /// `explanation` already holds the message and the switches. `facts` is filled in; `whole_reply`:
+  /// whether also with the whole text of the reply. All references have to outlive this object.
+  RecordedEffects(PanelDatabase& database, const Explanation& explanation, bool whole_reply,
                   RuleExplanation& facts)
-      : database_(database), message_(message), whole_reply_(whole_reply), facts_(facts) {}
+      : database_(database),
+        message_(explanation.message),
+        switches_(explanation.switches),
+        whole_reply_(whole_reply),
+        facts_(facts) {}
 
   bool Count(const ResponderRule& rule) override;
   std::string SpoolPath() override;
@@ -40,7 +44,8 @@ class RecordedEffects : public Effects {
               const std::vector<std::string>& missing) override;
   std::string AsciiForm(const std::string& address) override;
   [[noreturn]] void GiveUp(const ResponseFile& reply) override;
-  void Append(const ShellCommand& command, const WriterLimits& limits) override;
+  bool Append(const ShellCommand& command, const WriterLimits& limits) override;
+  void LeaveUnsent(const ResponseFile& reply) override;
   void Built(const BuiltReply& built, const ResponseFile& reply) override;
   void Deliver(const ShellCommand& command, const ResponseFile& reply) override;
 
@@ -50,6 +55,7 @@ class RecordedEffects : public Effects {
 
   PanelDatabase& database_;
   const IncomingMessage& message_;
+  const Switches& switches_;
   bool whole_reply_;
   RuleExplanation& facts_;
   ReplyInMemory memory_;

@@ -2,6 +2,7 @@
 
 #include "autoresponder/engine/answer.h"
 #include "explain/recorded_effects.h"
+#include "explain/repairs.h"
 
 namespace {
 
@@ -10,9 +11,14 @@ RuleOutcome outcome_of_limiter(const LimiterFacts& limiter) {
 }
 
 RuleOutcome outcome_of_reply(const RuleExplanation& facts) {
+  if (facts.is_left_unsent) return RuleOutcome::kNotWhole;
   switch (facts.commands.back().fate) {
     case CommandFate::kRefused:
       return RuleOutcome::kQuoteInCommand;
+    case CommandFate::kRefusedNewline:
+      return RuleOutcome::kNewlineInCommand;
+    case CommandFate::kRefusedOption:
+      return RuleOutcome::kSenderIsOption;
     case CommandFate::kTooLong:
       return RuleOutcome::kCommandTooLong;
     case CommandFate::kNoProgram:
@@ -28,7 +34,7 @@ RuleOutcome examine_answer(PanelDatabase& database, const Explanation& explanati
   const IncomingMessage& message = explanation.message;
   if (!facts.trigger) return RuleOutcome::kSwitchedOff;
   if (!facts.trigger->fires) return RuleOutcome::kNotTriggered;
-  RecordedEffects effects(database, message, whole_reply, facts);
+  RecordedEffects effects(database, explanation, whole_reply, facts);
   answer(database, facts.rule, explanation.mailbox->mailbox, message, explanation.switches,
          effects);
   if (!allows_reply(*facts.limiter)) return outcome_of_limiter(*facts.limiter);
@@ -53,5 +59,7 @@ void examine_rule(PanelDatabase& database, const Explanation& explanation, bool 
     if (!is_refusal(failure)) throw;
     facts.outcome = RuleOutcome::kStatementFails;
     facts.trouble = failure.what();
+    facts.is_sender_too_long = failure.error() == kDataTooLong;
   }
+  facts.with_repairs = changes_by_repairs(explanation, facts);
 }

@@ -20,6 +20,7 @@ class Report {
   void Mailbox(const FoundMailbox& found);
   void Rule(const RuleExplanation& facts);
   void Verdict(const Explanation& explanation);
+  void Switches(const Explanation& explanation);
 
  private:
   // Begins a line with the name of a topic.
@@ -32,6 +33,7 @@ class Report {
   void Attachments(const RuleExplanation& facts);
   void Reply(const ReplyFacts& reply);
   void Commands(const std::vector<CommandFacts>& commands);
+  void Changes(const std::vector<RepairChange>& changes);
 
   std::ostream& out_;
   const TextStyle& style_;
@@ -155,6 +157,10 @@ void Report::Commands(const std::vector<CommandFacts>& commands) {
   }
 }
 
+void Report::Changes(const std::vector<RepairChange>& changes) {
+  for (const RepairChange change : changes) Line("repairs on") << words(change) << '\n';
+}
+
 void Report::Rule(const RuleExplanation& facts) {
   const Colour colour = is_reply(facts.outcome) ? Colour::kGreen : Colour::kRed;
   out_ << '\n'
@@ -167,6 +173,7 @@ void Report::Rule(const RuleExplanation& facts) {
   if (facts.reply) Reply(*facts.reply);
   if (!facts.trouble.empty()) Line("trouble") << printable(facts.trouble) << '\n';
   Commands(facts.commands);
+  Changes(facts.with_repairs);
 }
 
 void Report::Verdict(const Explanation& explanation) {
@@ -183,6 +190,13 @@ void Report::Verdict(const Explanation& explanation) {
   if (!explanation.trouble.empty()) out_ << printable(explanation.trouble) << '\n';
 }
 
+void Report::Switches(const Explanation& explanation) {
+  const ::Switches& switches = explanation.switches;
+  out_ << "Switches: repairs " << (switches.repairs ? "on" : "off") << ", courtesy "
+       << (switches.courtesy ? "on" : "off") << ".\n";
+  Changes(explanation.with_repairs);
+}
+
 }  // namespace
 
 void write_text(std::ostream& out, const Explanation& explanation, const TextStyle& style) {
@@ -191,4 +205,5 @@ void write_text(std::ostream& out, const Explanation& explanation, const TextSty
   if (explanation.mailbox) report.Mailbox(*explanation.mailbox);
   for (const RuleExplanation& rule : explanation.rules) report.Rule(rule);
   report.Verdict(explanation);
+  report.Switches(explanation);
 }

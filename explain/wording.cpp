@@ -54,6 +54,9 @@ Words words_for(RuleOutcome outcome) {
       {"limit_reached", "has answered this sender often enough today"},
       {"courtesy", "sends no reply, courtesy"},
       {"quote_in_command", "gets no reply out: its command holds a quote and is refused"},
+      {"newline_in_command", "gets no reply out: its command holds a newline and is refused"},
+      {"sender_is_option", "gets no reply out: the mail server would read the sender as an option"},
+      {"not_whole", "gets no reply out: its attachments cannot be appended completely"},
       {"command_too_long", "gets no reply out: the system starts no command of this length"},
       {"no_sendmail", "gets no reply out: the mail server's sendmail is missing or not executable"},
       {"recipient_not_ascii", "ends the run: the recipient has no ASCII form"},
@@ -123,6 +126,8 @@ Words words_for(CommandFate fate) {
   static constexpr Words kWords[] = {
       {"runs", ""},
       {"refused", "refused, it holds a quote"},
+      {"refused_newline", "refused, it holds a newline"},
+      {"refused_option", "refused, the address would be read as an option"},
       {"too_long", "not started, it is too long"},
       {"no_program", "not started, the mail server's sendmail is missing or not executable"},
   };
@@ -133,6 +138,21 @@ Words words_for(CourtesyChange change) {
   static constexpr Words kWords[] = {
       {"no_reply", "no reply would leave"},
       {"marked_reply", "the reply would say that it is automatic, and have no envelope sender"},
+  };
+  return pick(kWords, change);
+}
+
+Words words_for(RepairChange change) {
+  static constexpr Words kWords[] = {
+      {"limiter", "the sender, which is longer than the limiter's column, would be found again"},
+      {"quotes", "a command that holds a quote would run"},
+      {"forwarding", "the shell would read nothing in the forwarding addresses"},
+      {"newlines", "a command that holds a newline would not run"},
+      {"options", "nothing would be mailed to an address that begins with \"-\""},
+      {"store", "an attachment that is no plain file in the store would count as missing"},
+      {"lines", "control characters in the rule's header texts would become blanks"},
+      {"notification", "the notification's Reply-To would get its line end"},
+      {"subject", "the run would not abort, and the subject would count as empty"},
   };
   return pick(kWords, change);
 }

@@ -20,5 +20,6 @@ Words words_for(TriggerPlace place);
 Words words_for(LimiterStep step);
 Words words_for(CommandFate fate);
 Words words_for(CourtesyChange change);
+Words words_for(RepairChange change);
 
 #endif

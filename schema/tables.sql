@@ -74,7 +74,8 @@ create table resp_freq (
   key (rn_id, email)
 );
 
--- Forwarding addresses of a rule. They reach the shell bare: whoever writes them must check them.
+-- Forwarding addresses of a rule. Without AUTORESPONDER_REPAIRS they reach the shell bare: whoever
+-- writes them must check them.
 create table resp_forward (
   rn_id   int unsigned not null,              -- mail_resp.id
   address varchar(255),

@@ -55,11 +55,15 @@ class Effects {
   /// The ASCII form of the mailbox's address; throws or ends the process if there is none.
   virtual std::string AsciiForm(const std::string& address) = 0;
 
-  /// Called if the text of the reply could not be written completely: the reply is not sent.
+  /// Called if the text of the reply, or with repairs the notice that replaces it, could not be
+  /// written completely: it is not sent.
   virtual void GiveUp(const ResponseFile& reply) = 0;
 
-  /// Appends the attachments by `command`.
-  virtual void Append(const ShellCommand& command, const WriterLimits& limits) = 0;
+  /// Appends the attachments by `command`; whether it succeeded.
+  virtual bool Append(const ShellCommand& command, const WriterLimits& limits) = 0;
+
+  /// Called if the attachments could not be appended completely: the reply is not sent.
+  virtual void LeaveUnsent(const ResponseFile& reply) = 0;
 
   /// Called when the reply is ready, before `Deliver`.
   virtual void Built(const BuiltReply& /*built*/, const ResponseFile& /*reply*/) {}

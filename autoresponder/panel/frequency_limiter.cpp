@@ -1,5 +1,6 @@
 #include "autoresponder/panel/frequency_limiter.h"
 
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
@@ -12,21 +13,40 @@ namespace {
 constexpr const char* kOfEarlierDay = "(TO_DAYS(NOW())-TO_DAYS(time_resp))>0";
 constexpr const char* kOfToday = " and ((TO_DAYS(NOW())-TO_DAYS(time_resp))>0) is not true";
 
+// How many characters the column with senders takes. Read from the table's definition, because the
+// server writes a temporary file to answer the same question about its information_schema.
+size_t most_characters(PanelDatabase& database) {
+  enum Column { kTable, kDefinition };
+  // In the server's mode ANSI_QUOTES names are in double quotes.
+  constexpr std::string_view kStarts[] = {"`email` varchar(", "`email` char(", "\"email\" varchar(",
+                                          "\"email\" char("};
+  Rows rows = database.Query("show create table resp_freq");
+  const Row row = rows.Next();
+  const std::string definition = row != nullptr ? text_or(row[kDefinition], "") : "";
+  for (const std::string_view start : kStarts) {
+    const size_t at = definition.find(start);
+    if (at == std::string::npos) continue;
+    return static_cast<size_t>(atol(definition.c_str() + at + start.size()));
+  }
+  return std::numeric_limits<uint32_t>::max();
+}
+
 // The rows of one rule in the table `resp_freq`, one for each sender. With kLook nothing is
 // written; instead, reading ignores the rows that kCount would have deleted.
 class Memory {
  public:
-  Memory(PanelDatabase& database, const std::string& rule_id, const std::string& sender,
+  Memory(PanelDatabase& database, const ResponderRule& rule, const std::string& sender,
          LimiterMode mode)
       : database_(database),
-        of_rule_(" where rn_id=" + rule_id),
-        rule_id_(rule_id),
+        of_rule_(joined({" where rn_id=", rule.id})),
+        rule_id_(rule.id),
         sender_(database.Escape(sender)),
         counts_(mode == LimiterMode::kCount) {}
 
   // Static, because it is the rule's first statement: the sender is escaped only after it.
-  static void ForgetEarlierDays(PanelDatabase& database, const std::string& rule_id) {
-    database.Execute("delete from resp_freq where rn_id=" + rule_id + " and " + kOfEarlierDay);
+  static void ForgetEarlierDays(PanelDatabase& database, const ResponderRule& rule) {
+    database.Execute(
+        joined({"delete from resp_freq where rn_id=", rule.id, " and ", kOfEarlierDay}));
   }
 
   int Senders() const {
@@ -70,27 +90,13 @@ class Memory {
  private:
   // A strict server refuses a sender that is longer than the column.
   void FailAsTheInsertWould() const {
-    constexpr unsigned kDataTooLong = 1406;
-    const std::string most = std::to_string(MostCharacters());
+    const std::string most = std::to_string(most_characters(database_));
     Rows rows =
         database_.Query(joined({"select @@sql_mode like '%STRICT%' and char_length(convert('",
                                 sender_.view(), "' using utf8mb4))>", most}));
     const Row row = rows.Next();
     const bool fails = row != nullptr && atoi(text_or(*row, "0")) != 0;
     if (fails) database_.Refuse("Data too long for column 'email'", kDataTooLong);
-  }
-
-  // Of the column with senders. Read from the table's definition, because the server writes a
-  // temporary file to answer the same question about its information_schema.
-  size_t MostCharacters() const {
-    enum Column { kTable, kDefinition };
-    constexpr std::string_view kVarchar = "`email` varchar(";
-    Rows rows = database_.Query("show create table resp_freq");
-    const Row row = rows.Next();
-    const std::string definition = row != nullptr ? text_or(row[kDefinition], "") : "";
-    const size_t at = definition.find(kVarchar);
-    if (at == std::string::npos) return std::numeric_limits<uint32_t>::max();
-    return static_cast<size_t>(atol(definition.c_str() + at + kVarchar.size()));
   }
 
   Rows Select(const char* what) const {
@@ -116,7 +122,7 @@ class Memory {
 
   PanelDatabase& database_;
   std::string of_rule_;
-  const std::string& rule_id_;
+  std::string_view rule_id_;
   EscapedText sender_;
   bool counts_;
 };
@@ -136,29 +142,97 @@ LimiterStep limiter_step(const std::optional<std::string>& replies_today, int se
   return senders >= atoi(mem_limit) ? LimiterStep::kEvictAndRemember : LimiterStep::kRemember;
 }
 
-LimiterFacts consult_limiter(PanelDatabase& database, const IncomingMessage& message,
-                             const std::string& rule_id, const char* ans_freq,
-                             const char* mem_limit, LimiterMode mode) {
-  LimiterFacts facts;
-  if (mode == LimiterMode::kCount) Memory::ForgetEarlierDays(database, rule_id);
-  if (never_replies(ans_freq)) return facts;
-  const Memory memory(database, rule_id, message.sender, mode);
-  facts.senders = memory.Senders();
-  facts.replies_today = memory.RepliesToday();
-  facts.step = limiter_step(facts.replies_today, facts.senders, ans_freq, mem_limit);
-  if (facts.step == LimiterStep::kRefuse) return facts;
+std::string_view first_characters(std::string_view text, size_t most) {
+  constexpr unsigned kTopBits = 0xC0;
+  constexpr unsigned kContinuation = 0x80;  // 10______
+  size_t characters = 0;
+  for (size_t at = 0; at < text.size(); ++at) {
+    const bool begins = (static_cast<unsigned char>(text[at]) & kTopBits) != kContinuation;
+    if (begins && ++characters > most) return text.substr(0, at);
+  }
+  return text;
+}
+
+namespace {
+
+// The sender as the column takes it, if it is too long for that.
+std::optional<std::string> cut_sender(PanelDatabase& database, const std::string& sender) {
+  const std::string_view cut = first_characters(sender, most_characters(database));
+  if (cut.size() == sender.size()) return std::nullopt;
+  return std::string(cut);
+}
+
+// Carries out what was decided.
+void write(const Memory& memory, LimiterFacts& facts) {
+  if (facts.step == LimiterStep::kRefuse) return;
   if (facts.step == LimiterStep::kCountUp) {
     memory.CountUp(*facts.replies_today);
-    return facts;
+    return;
   }
   if (facts.step == LimiterStep::kEvictAndRemember) facts.evicted = memory.EvictOldest();
   memory.Remember();
+}
+
+LimiterFacts decide(PanelDatabase& database, const IncomingMessage& message,
+                    const ResponderRule& rule, LimiterMode mode, const Switches& switches) {
+  LimiterFacts facts;
+  if (mode == LimiterMode::kCount) Memory::ForgetEarlierDays(database, rule);
+  if (never_replies(rule.ans_freq)) return facts;
+  const bool asks = switches.repairs || mode == LimiterMode::kLook;
+  const auto cut = asks ? cut_sender(database, message.sender) : std::nullopt;
+  facts.is_too_long = cut.has_value();
+  const bool cuts = cut && switches.repairs;
+  const Memory memory(database, rule, cuts ? *cut : message.sender, mode);
+  facts.senders = memory.Senders();
+  facts.replies_today = memory.RepliesToday();
+  facts.step = limiter_step(facts.replies_today, facts.senders, rule.ans_freq, rule.mem_limit);
+  write(memory, facts);
   return facts;
 }
 
-bool check_reply_frequency(PanelDatabase& database, const IncomingMessage& message,
-                           const std::string& rule_id, const char* ans_freq,
-                           const char* mem_limit) {
-  return allows_reply(
-      consult_limiter(database, message, rule_id, ans_freq, mem_limit, LimiterMode::kCount));
+// Whether the server has given up a transaction because of another one at the same time, so that it
+// may be repeated.
+bool is_conflict(const PanelFailure& failure) {
+  constexpr unsigned kRecordChanged = 1020;
+  constexpr unsigned kLockWaitTimeout = 1205;
+  constexpr unsigned kDeadlock = 1213;
+  const unsigned error = failure.error();
+  return error == kRecordChanged || error == kLockWaitTimeout || error == kDeadlock;
+}
+
+// Locks the rule's row first, so that the runs of one rule follow one another.
+LimiterFacts decide_in_transaction(PanelDatabase& database, const IncomingMessage& message,
+                                   const ResponderRule& rule, const Switches& switches) {
+  database.Execute("start transaction");
+  database.Query(joined({"select id from mail_resp where id=", rule.id, " for update"}));
+  LimiterFacts facts = decide(database, message, rule, LimiterMode::kCount, switches);
+  database.Execute("commit");
+  return facts;
+}
+
+// Repeats the transaction after a conflict. A server that has nothing but conflicts is given up as
+// one that is silent would be: after some two minutes.
+LimiterFacts decide_alone(PanelDatabase& database, const IncomingMessage& message,
+                          const ResponderRule& rule, const Switches& switches) {
+  constexpr int kMostAttempts = 20;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+  for (int attempt = 1;; ++attempt) {
+    try {
+      return decide_in_transaction(database, message, rule, switches);
+    } catch (const PanelFailure& failure) {
+      const bool is_late = attempt == kMostAttempts || std::chrono::steady_clock::now() > end;
+      if (is_late || !is_conflict(failure)) throw;
+    }
+    database.Execute("rollback");
+  }
+}
+
+}  // namespace
+
+LimiterFacts consult_limiter(PanelDatabase& database, const IncomingMessage& message,
+                             const ResponderRule& rule, LimiterMode mode,
+                             const Switches& switches) {
+  const bool holds = switches.repairs && mode == LimiterMode::kCount;
+  return holds ? decide_alone(database, message, rule, switches)
+               : decide(database, message, rule, mode, switches);
 }

@@ -3,10 +3,13 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/message/switches.h"
 #include "autoresponder/panel/panel_database.h"
+#include "autoresponder/panel/rule.h"
 
 /// What the limiter does for a sender.
 enum class LimiterStep {
@@ -21,6 +24,7 @@ struct LimiterFacts {
   int senders = 0;                           ///< how many rows the rule has
   std::optional<std::string> replies_today;  ///< to this sender, in decimal; nothing without a row
   std::optional<LimiterStep> step;           ///< nothing for a rule that never replies
+  bool is_too_long = false;          ///< with kLook: whether the sender is longer than its column
   std::vector<std::string> evicted;  ///< with kLook: the senders whose rows would be deleted
 };
 
@@ -40,6 +44,9 @@ bool never_replies(const char* ans_freq);
 LimiterStep limiter_step(const std::optional<std::string>& replies_today, int senders,
                          const char* ans_freq, const char* mem_limit);
 
+/// The error number of a strict server for a sender that is longer than the column.
+constexpr unsigned kDataTooLong = 1406;
+
 /// Whether the limiter may write to its table.
 enum class LimiterMode {
   kCount,  ///< count the reply, and delete rows of earlier days
@@ -49,18 +56,19 @@ enum class LimiterMode {
 /// Decides whether the rule may send the message's sender one more reply today, and with kCount
 /// counts that reply.
 ///
-/// A sender gets at most `ans_freq` replies per calendar day of the database server, and a rule
-/// keeps about `mem_limit` rows: if there are that many, those with the oldest time stamp are
-/// deleted before a new one is inserted. Both are decimal texts; a text that is no number counts as
-/// 0. Throws `PanelFailure` if a statement fails. Runs at the same time may count two replies as
-/// one.
+/// A sender gets at most the rule's `ans_freq` replies per calendar day of the database server, and
+/// a rule keeps about `mem_limit` rows: if there are that many, those with the oldest time stamp
+/// are deleted before a new one is inserted. Both are decimal texts; a text that is no number
+/// counts as 0. Throws `PanelFailure` if a statement fails.
+///
+/// Kept: runs at the same time may count two replies as one, and a sender that is longer than the
+/// column is stored cut and not found again. With repairs the limiter holds: one transaction locks
+/// the rule's row, is repeated after a conflict, and cuts such a sender wherever it uses it.
 LimiterFacts consult_limiter(PanelDatabase& database, const IncomingMessage& message,
-                             const std::string& rule_id, const char* ans_freq,
-                             const char* mem_limit, LimiterMode mode);
+                             const ResponderRule& rule, LimiterMode mode, const Switches& switches);
 
-/// Whether the rule may send the message's sender one more reply today; if so, the reply has been
-/// counted. Parameters and failures as in `consult_limiter`.
-bool check_reply_frequency(PanelDatabase& database, const IncomingMessage& message,
-                           const std::string& rule_id, const char* ans_freq, const char* mem_limit);
+/// `text` up to its first `most` characters in UTF-8; a byte that begins no character belongs to
+/// the one before it.
+std::string_view first_characters(std::string_view text, size_t most);
 
 #endif

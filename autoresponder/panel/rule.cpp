@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "autoresponder/message/search.h"
+#include "support/base/one_line.h"
 
 namespace {
 
@@ -56,6 +57,16 @@ ResponderRule::ResponderRule(Row row) {
   for (const Column& column : kColumns) {
     if (const char* const value = *row++; value != nullptr) this->*column.field = value;
   }
+}
+
+RuleInOneLine::RuleInOneLine(const ResponderRule& rule)
+    : reply_to_(in_one_line(rule.reply_to)),
+      charset_(in_one_line(rule.charset)),
+      content_type_(in_one_line(rule.content_type)),
+      rule_(rule) {
+  rule_.reply_to = reply_to_.c_str();
+  rule_.charset = charset_.c_str();
+  rule_.content_type = content_type_.c_str();
 }
 
 std::string rules_query(const std::string& mailbox_id) {

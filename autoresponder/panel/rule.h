@@ -29,6 +29,24 @@ struct ResponderRule {
   explicit ResponderRule(Row row);
 };
 
+/// A rule whose texts for header fields (`reply_to`, `charset`, `content_type`) have blanks for
+/// control characters, so that none of them adds a line to a header.
+class RuleInOneLine {
+ public:
+  /// The other texts are still those of `rule`.
+  explicit RuleInOneLine(const ResponderRule& rule);
+  RuleInOneLine(const RuleInOneLine&) = delete;
+  RuleInOneLine& operator=(const RuleInOneLine&) = delete;
+
+  const ResponderRule& rule() const { return rule_; }
+
+ private:
+  std::string reply_to_;
+  std::string charset_;
+  std::string content_type_;
+  ResponderRule rule_;
+};
+
 /// The query for the rules of the mailbox `mailbox_id`.
 std::string rules_query(const std::string& mailbox_id);
 

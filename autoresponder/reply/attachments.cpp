@@ -1,5 +1,6 @@
 #include "autoresponder/reply/attachments.h"
 
+#include <algorithm>
 #include <sys/stat.h>
 
 #include "mime/header_encode.h"
@@ -10,9 +11,11 @@
 
 namespace {
 
+constexpr const char* kStoreName = "@attachments";
+
 std::string store_directory(const MailboxRef& mailbox) {
-  return std::string(QMAIL_MAILNAMES_D) + "/" + mailbox.domain_name + "/" + mailbox.mail_name +
-         "/@attachments";
+  return joined(
+      {QMAIL_MAILNAMES_D, "/", mailbox.domain_name, "/", mailbox.mail_name, "/", kStoreName});
 }
 
 // The headers of an attachment's MIME part, up to the file name.
@@ -21,17 +24,31 @@ constexpr const char* kPartHeaders =
     "Content-Transfer-Encoding: base64\n"
     "Content-Disposition: attachment;\n\tfilename=\"";
 
-// Adds the shell commands for one file: boundary and headers, then its base64 lines without the
-// first and last line of uuencode.
+// Adds the command that encodes one file, without the first and last line of uuencode.
+//
+// Kept: a step that fails leaves what it has written, and the next ones follow. The repair of whole
+// mails lets the first one that fails end the whole command (`set -e`); a shell does not see by
+// itself that the beginning of a pipeline has failed.
+void add_encoding(ShellCommand& command, const Attachment& attachment, const Switches& switches) {
+  if (switches.repairs) {
+    command.Text("{ uuencode -m -- ").Quoted(command.Inherit(attachment.opened->descriptor()));
+    command.Text(" ").Quoted(attachment.name).Text(" || kill $$ ; }");
+  } else {
+    command.Text("uuencode -m -- ").Quoted(attachment.path).Text(" ").Quoted(attachment.name);
+  }
+  command.Text(" | sed -e '1d;$d' >>");
+}
+
+// Adds the shell commands for one file: boundary and headers, then its base64 lines.
 //
 // Kept: the final `echo` writes to standard output, not to the response file.
 void add_steps(ShellCommand& command, const Attachment& attachment, const std::string& boundary,
-               const ResponseFile& reply) {
+               const ResponseFile& reply, const Switches& switches) {
   const std::string header_name = header_encode(attachment.name);
-  command.Text("echo ").Quoted({"--", boundary, "\n", kPartHeaders, header_name, "\"\n"});
-  command.Text(" >>").Text(reply.path()).Text(" ; uuencode -m -- ").Quoted(attachment.path);
-  command.Text(" ").Quoted(attachment.name).Text(" | sed -e '1d;$d' >>").Text(reply.path());
-  command.Text(" ; echo ; ");
+  command.Text("echo ").QuotedLines({"--", boundary, "\n", kPartHeaders, header_name, "\"\n"});
+  command.Text(" >>").Text(reply.path()).Text(" ; ");
+  add_encoding(command, attachment, switches);
+  command.Text(reply.path()).Text(switches.repairs ? " ; echo || : ; " : " ; echo ; ");
 }
 
 // Whether reading the file comes to an end: a pipe may block, a device may be endless. Directories
@@ -40,41 +57,70 @@ bool has_an_end(const struct stat& status) {
   return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
 }
 
-void look_for(const std::string& filename, const std::string& store, AttachmentList& attachments) {
-  std::string untrimmed = filename;
-  const std::string name = str_trim(untrimmed.data());
-  const std::string path = store + "/" + name;
+// Kept: whatever is reached by the name counts as a file, also through links and outside of the
+// store. The repair of the store does not: see `open_below`.
+void look_in_store(const std::string& name, const MailboxRef& mailbox,
+                   AttachmentList& attachments) {
+  auto opened = open_in_store(name, mailbox);
+  if (opened == nullptr) {
+    attachments.missing.push_back(name);
+  } else {
+    const std::string path = store_directory(mailbox) + "/" + name;
+    attachments.found.push_back({name, path, opened->size(), opened});
+  }
+}
+
+void look_for(const std::string& name, const MailboxRef& mailbox, AttachmentList& attachments) {
+  const std::string path = store_directory(mailbox) + "/" + name;
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) {
     attachments.missing.push_back(name);
   } else if (has_an_end(status)) {
-    attachments.found.push_back({name, path, status.st_size});
+    attachments.found.push_back({name, path, status.st_size, nullptr});
   } else {
     diagnose({"autoresponder: no plain file, attached empty: ", path});
-    attachments.found.push_back({name, "/dev/null", 0});
+    attachments.found.push_back({name, "/dev/null", 0, nullptr});
   }
 }
 
 }  // namespace
 
+std::shared_ptr<const OpenAttachment> open_in_store(const std::string& name,
+                                                    const MailboxRef& mailbox) {
+  return open_below(QMAIL_MAILNAMES_D, {mailbox.domain_name, mailbox.mail_name, kStoreName, name});
+}
+
 AttachmentList find_attachments(PanelDatabase& database, const char* rule_id,
-                                const MailboxRef& mailbox) {
+                                const MailboxRef& mailbox, const Switches& switches) {
   AttachmentList attachments;
-  const std::string store = store_directory(mailbox);
   Rows rows = database.Query(joined({"select filename from resp_attach where rn_id=", rule_id}));
   while (const Row row = rows.Next()) {
-    const std::string filename = text_or(*row, "");
-    if (!filename.empty()) look_for(filename, store, attachments);
+    std::string filename = text_or(*row, "");
+    if (filename.empty()) continue;
+    const std::string name = str_trim(filename.data());
+    if (switches.repairs) {
+      look_in_store(name, mailbox, attachments);
+    } else {
+      look_for(name, mailbox, attachments);
+    }
   }
   return attachments;
 }
 
 ShellCommand attachment_command(const std::vector<Attachment>& found, const std::string& boundary,
-                                const ResponseFile& reply) {
-  ShellCommand command;
-  for (const Attachment& attachment : found) add_steps(command, attachment, boundary, reply);
+                                const ResponseFile& reply, const Switches& switches) {
+  ShellCommand command(switches);
+  if (switches.repairs) command.Text("set -e ; ");
+  for (const Attachment& attachment : found) {
+    add_steps(command, attachment, boundary, reply, switches);
+  }
   command.Text("echo ").Quoted({"--", boundary, "--"});
   return command.Text(" >>").Text(reply.path()).Text(" ; ");
+}
+
+bool are_unchanged(const std::vector<Attachment>& found) {
+  return std::all_of(found.begin(), found.end(),
+                     [](const Attachment& attachment) { return attachment.opened->IsUnchanged(); });
 }
 
 WriterLimits attachment_limits(const std::vector<Attachment>& found, const ResponseFile& reply) {

@@ -37,10 +37,10 @@ SubjectText notice_subject(const IncomingMessage& message) {
 }
 
 // Kept: "on you request", the empty CC, and no To and MIME headers.
-void replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
+bool replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
                        const IncomingMessage& message, std::string_view more_fields) {
-  const OwnedFile notice = reply.Rewrite();
-  if (!notice) return;
+  OwnedFile notice = reply.Rewrite();
+  if (!notice) return false;
   if (*rule.reply_to != '\0') write_pieces(notice.get(), {"Reply-To: ", rule.reply_to, "\n"});
   write_pieces(notice.get(), {"From: ", message.recipient, "\nCC: \nSubject: "});
   const SubjectText subject = notice_subject(message);
@@ -48,11 +48,13 @@ void replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
   write_pieces(notice.get(),
                {"\n", more_fields, "\nAn error occurred while responding on you request.\n\n",
                 "Autoresponder message size exceeds databytes limit.\n\n\n\n"});
+  const bool written = ferror(notice.get()) == 0;
+  return fclose(notice.release()) == 0 && written;
 }
 
 ShellCommand delivery_command(const std::string& from, const IncomingMessage& message,
-                              const ResponseFile& reply) {
-  ShellCommand command;
+                              const ResponseFile& reply, const Switches& switches) {
+  ShellCommand command(switches);
   command.Text(sendmail_path()).Text(" -f ").Quoted(from);
-  return command.Text(" ").Quoted(message.sender).Text(" <").Text(reply.path());
+  return command.Text(" ").Address(message.sender).Text(" <").Text(reply.path());
 }

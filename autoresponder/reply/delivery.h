@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/message/switches.h"
 #include "autoresponder/panel/rule.h"
 #include "autoresponder/reply/response_file.h"
 #include "autoresponder/reply/shell.h"
@@ -21,13 +22,13 @@ bool exceeds(int64_t size, int64_t limit);
 SubjectText notice_subject(const IncomingMessage& message);
 
 /// Replaces the reply by a short notice that it is too large. `more_fields`: lines for the end of
-/// its header; may be empty.
-void replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
+/// its header; may be empty. False if not everything could be written.
+bool replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
                        const IncomingMessage& message, std::string_view more_fields);
 
 /// The command that sends the reply to the incoming message's sender by sendmail. `from`: the
 /// envelope sender: the mailbox's address in its ASCII form, or empty for none.
 ShellCommand delivery_command(const std::string& from, const IncomingMessage& message,
-                              const ResponseFile& reply);
+                              const ResponseFile& reply, const Switches& switches);
 
 #endif

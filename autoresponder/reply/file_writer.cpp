@@ -29,15 +29,14 @@ void limit_file_size(uint64_t bytes) {
   setrlimit(RLIMIT_CORE, &none);
 }
 
-[[noreturn]] void be_writer(const std::function<void()>& write, const WriterLimits& limits) {
+[[noreturn]] void be_writer(const std::function<bool()>& write, const WriterLimits& limits) {
   setsid();  // without a terminal, which may stop background processes that write to it
   forget_signal_handlers();
   limit_file_size(limits.file_size);
-  write();
-  _exit(0);
+  _exit(write() ? 0 : 1);
 }
 
-pid_t start_writer(const std::function<void()>& write, const WriterLimits& limits) {
+pid_t start_writer(const std::function<bool()>& write, const WriterLimits& limits) {
   const SignalBlock block;
   const pid_t writer = fork();
   if (writer == 0) be_writer(write, limits);
@@ -71,16 +70,18 @@ class ChildSignal {
   sigset_t before_{};
 };
 
-// Waits for the end of the process, at most for `time`; false if it is still running then. The
-// process stays to be waited for, so that its number cannot become another one's.
-bool ended_in_time(pid_t writer, const ChildSignal& child, std::chrono::seconds time) {
+// Waits for the end of the process, at most for `time`. It stays to be waited for, so that its
+// number cannot become another one's.
+WriterEnd end_of(pid_t writer, const ChildSignal& child, std::chrono::seconds time) {
   const auto end = std::chrono::steady_clock::now() + time;
   for (;;) {
     siginfo_t ended{};
     const int result =
         waitid(P_PID, static_cast<id_t>(writer), &ended, WEXITED | WNOHANG | WNOWAIT);
-    if (result != 0 || ended.si_pid != 0) return true;
-    if (std::chrono::steady_clock::now() >= end) return false;
+    if (result != 0) return WriterEnd::kFailed;
+    const bool succeeded = ended.si_code == CLD_EXITED && ended.si_status == 0;
+    if (ended.si_pid != 0) return succeeded ? WriterEnd::kSucceeded : WriterEnd::kFailed;
+    if (std::chrono::steady_clock::now() >= end) return WriterEnd::kTimeOver;
     child.WaitUntil(end);
   }
 }
@@ -98,13 +99,13 @@ void end_file_writer() {
   }
 }
 
-bool run_file_writer(const std::function<void()>& write, const WriterLimits& limits) {
+WriterEnd run_file_writer(const std::function<bool()>& write, const WriterLimits& limits) {
   const ChildSignal child;
   prctl(PR_SET_CHILD_SUBREAPER, 1);  // to inherit its orphans, so that we can wait for them
   const pid_t writer = start_writer(write, limits);
-  const bool in_time = writer < 0 || ended_in_time(writer, child, limits.time);
+  const WriterEnd end = writer < 0 ? WriterEnd::kFailed : end_of(writer, child, limits.time);
   end_file_writer();  // also what a shell that was killed has left
   writer_group = 0;
   prctl(PR_SET_CHILD_SUBREAPER, 0);
-  return in_time;
+  return end;
 }

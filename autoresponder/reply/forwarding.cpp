@@ -1,5 +1,7 @@
 #include "autoresponder/reply/forwarding.h"
 
+#include <algorithm>
+
 #include "autoresponder/reply/sendmail.h"
 #include "support/base/joined.h"
 
@@ -13,9 +15,41 @@ std::optional<std::string> forwarding_addresses(PanelDatabase& database, const c
   return addresses;
 }
 
+std::vector<std::string_view> addresses_of(std::string_view addresses) {
+  constexpr std::string_view kBlanks = " \t";
+  std::vector<std::string_view> single;
+  size_t start = 0;
+  while ((start = addresses.find_first_not_of(kBlanks, start)) != std::string_view::npos) {
+    const size_t end = std::min(addresses.find_first_of(kBlanks, start), addresses.size());
+    single.push_back(addresses.substr(start, end - start));
+    start = end;
+  }
+  return single;
+}
+
+std::optional<std::string> without_options(const std::string& addresses) {
+  std::string left = " ";
+  for (const std::string_view address : addresses_of(addresses)) {
+    if (is_option(address)) {
+      report_option(address);
+    } else {
+      left.append(address).append(" ");
+    }
+  }
+  if (left == " ") return std::nullopt;
+  return left;
+}
+
 ShellCommand forwarding_command(const IncomingMessage& message, const std::string& addresses,
-                                const std::string& spool_path) {
-  ShellCommand command;
+                                const std::string& spool_path, const Switches& switches) {
+  ShellCommand command(switches);
   command.Text(sendmail_path()).Text(" -f ").Quoted(message.recipient).Text(" ");
-  return command.Text(addresses).Text(" <").Text(spool_path);
+  if (switches.repairs) {
+    command.Text(" ");
+    for (const std::string_view address : addresses_of(addresses))
+      command.Address(address).Text(" ");
+  } else {
+    command.Text(addresses);
+  }
+  return command.Text(" <").Text(spool_path);
 }

@@ -3,8 +3,11 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/message/switches.h"
 #include "autoresponder/panel/panel_database.h"
 #include "autoresponder/reply/shell.h"
 
@@ -12,13 +15,22 @@
 /// the rule has no addresses. Throws `PanelFailure` if the query fails.
 std::optional<std::string> forwarding_addresses(PanelDatabase& database, const char* rule_id);
 
+/// The single addresses in `addresses`, in the form of `forwarding_addresses`: views into it, split
+/// at blanks.
+std::vector<std::string_view> addresses_of(std::string_view addresses);
+
+/// `addresses`, in the form of `forwarding_addresses`, without those that sendmail would read as
+/// options, which are reported on standard error; nothing if no address is left. For repairs.
+std::optional<std::string> without_options(const std::string& addresses);
+
 /// The command that sends the spooled message, unchanged, to all forwarding addresses at once, with
 /// the mailbox as envelope sender. `addresses`: the result of `forwarding_addresses`; `spool_path`:
 /// the file with the message.
 ///
 /// Kept: the addresses are not quoted, so that one row may hold several, separated by blanks. The
-/// shell would read any syntax in them: what writes them into the database has to check them.
+/// shell would read any syntax in them: what writes them into the database has to check them. The
+/// repair of quotes splits them at blanks and quotes each.
 ShellCommand forwarding_command(const IncomingMessage& message, const std::string& addresses,
-                                const std::string& spool_path);
+                                const std::string& spool_path, const Switches& switches);
 
 #endif

@@ -54,11 +54,12 @@ std::string notification_sender(PanelDatabase& database) {
 
 // Writes the mail; flushes each line into the pipe.
 //
-// Kept: no line end after a Reply-To, so that From follows on the same line.
+// Kept: no line end after a Reply-To, so that From follows on the same line. The repair of the
+// notification adds it: qmail cannot parse the line, and the mail is lost.
 void write_notification(std::ostream& mail, const Notification& notification, const char* reply_to,
                         const IncomingMessage& message, const std::vector<std::string>& missing,
                         const Switches& switches) {
-  if (*reply_to != '\0') mail << "Reply-To: " << reply_to;
+  if (*reply_to != '\0') mail << "Reply-To: " << reply_to << (switches.repairs ? "\n" : "");
   mail << "From: " << notification.sender << std::endl;
   mail << "To: " << notification.owner_email << std::endl;
   mail << "CC: " << std::endl;
@@ -86,16 +87,16 @@ std::optional<Notification> address_notification(PanelDatabase& database,
   return notification;
 }
 
-ShellCommand notification_command(const Notification& notification) {
-  ShellCommand command;
+ShellCommand notification_command(const Notification& notification, const Switches& switches) {
+  ShellCommand command(switches);
   command.Text(sendmail_path()).Text(" -f ").Quoted(notification.sender);
-  return command.Text(" ").Quoted(notification.owner_email);
+  return command.Text(" ").Address(notification.owner_email);
 }
 
 void send_notification(const Notification& notification, const char* reply_to,
                        const IncomingMessage& message, const std::vector<std::string>& missing,
                        const Switches& switches) {
-  opipestream mail(notification_command(notification));
+  opipestream mail(notification_command(notification, switches));
   if (mail.refused()) return;
   if (mail.fail()) {
     diagnose({"Unable to send mail with notify of not exist attachment."});

@@ -23,7 +23,7 @@ std::optional<Notification> address_notification(PanelDatabase& database,
                                                  const IncomingMessage& message);
 
 /// The command that sends the notification; it reads the mail from its standard input.
-ShellCommand notification_command(const Notification& notification);
+ShellCommand notification_command(const Notification& notification, const Switches& switches);
 
 /// Sends the notification about files that are missing in the attachment store. Failures are
 /// reported on standard error and do not end the run.

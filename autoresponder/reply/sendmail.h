@@ -2,12 +2,25 @@
 #define AUTORESPONDER_REPLY_SENDMAIL_H
 
 #include <string>
+#include <string_view>
 
+#include "support/base/diagnose.h"
+#include "support/base/one_line.h"
 #include "support/conf.h"
 
 /// The mail server's submission program.
 inline std::string sendmail_path() {
   return std::string(QMAIL_ROOT_D) + "/bin/sendmail";
+}
+
+/// Whether sendmail would read the address as an option.
+inline bool is_option(std::string_view address) {
+  return !address.empty() && address.front() == '-';
+}
+
+/// Reports on standard error that nothing is mailed to such an address.
+inline void report_option(std::string_view address) {
+  diagnose({"autoresponder: refused to mail to an option: ", in_one_line(std::string(address))});
 }
 
 #endif

@@ -1,50 +1,136 @@
 #include "autoresponder/reply/shell.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
 
+#include "autoresponder/reply/sendmail.h"
 #include "support/base/diagnose.h"
+#include "support/base/one_line.h"
+
+namespace {
+
+// The first number under which a command inherits a file. Always the same numbers, so that the
+// command line does not depend on what else is open; above those that the shell uses itself.
+constexpr int kFirstInherited = 32;
+
+}  // namespace
 
 ShellCommand& ShellCommand::Text(std::string_view text) {
   line_ += text;
   return *this;
 }
 
-ShellCommand& ShellCommand::Quoted(std::initializer_list<std::string_view> values) {
-  line_ += '\'';
-  for (const std::string_view value : values) {
-    const bool escapes = value.find('\'') != std::string_view::npos;
-    if (escapes && !escaping_value_) escaping_value_ = value;
+void ShellCommand::Refuse(Refusal why, std::string_view value) {
+  if (!refused_) refused_ = {why, std::string(value)};
+}
+
+// Kept: a value with a single quote refuses its command. The repair of quotes writes it so that the
+// shell reads it as it is: '\'' leaves the quotes, adds an escaped one, and begins quotes anew.
+void ShellCommand::Add(std::string_view value) {
+  if (!repairs_) {
+    if (value.find('\'') != std::string_view::npos) Refuse(Refusal::kQuote, value);
     line_ += value;
+    return;
   }
+  for (const char byte : value) {
+    if (byte == '\'') line_ += "'\\'";
+    line_ += byte;
+  }
+}
+
+ShellCommand& ShellCommand::QuotedLines(std::initializer_list<std::string_view> values) {
+  line_ += '\'';
+  for (const std::string_view value : values) Add(value);
   line_ += '\'';
   return *this;
 }
 
+ShellCommand& ShellCommand::Quoted(std::initializer_list<std::string_view> values) {
+  for (const std::string_view value : values) {
+    const bool has_newline = value.find('\n') != std::string_view::npos;
+    if (repairs_ && has_newline) Refuse(Refusal::kNewline, value);
+  }
+  return QuotedLines(values);
+}
+
+// Kept: an address that begins with "-" reaches sendmail, which reads it as an option. The repair
+// of options does not hand it over.
+ShellCommand& ShellCommand::Address(std::string_view address) {
+  if (repairs_ && is_option(address)) Refuse(Refusal::kOption, address);
+  return Quoted(address);
+}
+
+std::string ShellCommand::Inherit(int descriptor) {
+  inherited_.push_back(descriptor);
+  const int number = kFirstInherited + static_cast<int>(inherited_.size()) - 1;
+  return "/proc/self/fd/" + std::to_string(number);
+}
+
 namespace {
 
-void run(const std::string& line) {
-  [[maybe_unused]] const int status = system(line.c_str());
+// Gives the descriptors the numbers under which a command inherits them; false if that fails. They
+// are first copied above all these numbers, so that none is replaced before it was copied itself.
+bool pass_on(const std::vector<int>& descriptors) {
+  const int end = kFirstInherited + static_cast<int>(descriptors.size());
+  std::vector<int> copies;
+  copies.reserve(descriptors.size());
+  for (const int descriptor : descriptors)
+    copies.push_back(fcntl(descriptor, F_DUPFD_CLOEXEC, end));
+  int number = kFirstInherited;
+  return std::all_of(copies.begin(), copies.end(),
+                     [&number](int copy) { return dup2(copy, number++) >= 0; });
+}
+
+bool run(const std::string& line) {
+  return system(line.c_str()) == 0;
+}
+
+// Whether the command ended in time, with exit status 0.
+bool run_as_writer(const ShellCommand& command, const WriterLimits& limits) {
+  const WriterEnd end = run_file_writer(
+      [&command] { return pass_on(command.inherited()) && run(command.line()); }, limits);
+  if (end == WriterEnd::kTimeOver) {
+    diagnose({"autoresponder: ended a command that took too long: ", command.line()});
+  }
+  return end == WriterEnd::kSucceeded;
+}
+
+void report_refusal(const RefusedValue& refused) {
+  switch (refused.why) {
+    case Refusal::kQuote:
+      diagnose({"autoresponder: refused to run a command with a quote in: ", refused.value});
+      break;
+    case Refusal::kNewline:
+      diagnose({"autoresponder: refused to run a command with a newline in: ",
+                in_one_line(refused.value)});
+      break;
+    case Refusal::kOption:
+      report_option(refused.value);
+      break;
+  }
 }
 
 }  // namespace
 
 ShellOutcome hand_to_shell(const ShellCommand& command, ShellUse use, const WriterLimits& limits) {
-  if (const auto& value = command.escaping_value()) {
-    diagnose({"autoresponder: refused to run a command with a quote in: ", *value});
-    return {true, nullptr};
+  ShellOutcome outcome;
+  if (command.refused()) {
+    report_refusal(*command.refused());
+    outcome.refused = true;
+    return outcome;
   }
-  const std::string& line = command.line();
   switch (use) {
     case ShellUse::kRun:
-      run(line);
+      run(command.line());
       break;
     case ShellUse::kWriteFile:
-      if (!run_file_writer([&line] { run(line); }, limits)) {
-        diagnose({"autoresponder: ended a command that took too long: ", line});
-      }
+      outcome.succeeded = run_as_writer(command, limits);
       break;
     case ShellUse::kReadFromUs:
-      return {false, popen(line.c_str(), "w")};
+      outcome.pipe = popen(command.line().c_str(), "w");
+      break;
   }
-  return {};
+  return outcome;
 }

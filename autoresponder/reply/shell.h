@@ -6,29 +6,67 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "autoresponder/message/switches.h"
 #include "autoresponder/reply/file_writer.h"
+
+/// Why a command is not run.
+enum class Refusal {
+  kQuote,    ///< a value holds a single quote; not with repairs, which escape it
+  kNewline,  ///< with repairs: a value holds a newline
+  kOption,   ///< with repairs: sendmail would read an address as an option
+};
+
+/// The value because of which a command is not run.
+struct RefusedValue {
+  Refusal why;
+  std::string value;
+};
 
 /// Builds a shell command line from texts, whose syntax the shell reads, and values in single
 /// quotes, in which it reads none.
 class ShellCommand {
  public:
+  /// A command without repairs.
+  ShellCommand() = default;
+  /// A command that escapes quotes if repairs are on.
+  explicit ShellCommand(const Switches& switches) : repairs_(switches.repairs) {}
+
   /// Adds `text` unchanged; the shell reads its syntax.
   ShellCommand& Text(std::string_view text);
 
-  /// Adds the concatenated values in single quotes. If a value holds a single quote itself, the
-  /// command is refused later.
+  /// Adds the concatenated values in single quotes. Without repairs, a single quote in a value
+  /// refuses the command later. With repairs it is escaped, and a newline refuses the command.
   ShellCommand& Quoted(std::initializer_list<std::string_view> values);
   ShellCommand& Quoted(std::string_view value) { return Quoted({value}); }
 
+  /// Like `Quoted`, for lines that this program has put together: with repairs they may hold
+  /// newlines too.
+  ShellCommand& QuotedLines(std::initializer_list<std::string_view> values);
+
+  /// Like `Quoted`, for an address where sendmail looks for options. With repairs an address that
+  /// begins with "-" refuses the command later.
+  ShellCommand& Address(std::string_view address);
+
+  /// Lets the command inherit `descriptor`, which has to stay open until it was run, and returns
+  /// the name by which it can open the file. Only for commands that are run as a file writer.
+  std::string Inherit(int descriptor);
+
   const std::string& line() const { return line_; }
-  /// The first value that holds a single quote and so would escape from its quotes; nothing if
-  /// none.
-  const std::optional<std::string>& escaping_value() const { return escaping_value_; }
+  /// The first value that forbids to run the command; nothing if none does.
+  const std::optional<RefusedValue>& refused() const { return refused_; }
+  /// The descriptors to inherit.
+  const std::vector<int>& inherited() const { return inherited_; }
 
  private:
+  void Refuse(Refusal why, std::string_view value);
+  void Add(std::string_view value);
+
+  bool repairs_ = false;
   std::string line_;
-  std::optional<std::string> escaping_value_;
+  std::optional<RefusedValue> refused_;
+  std::vector<int> inherited_;
 };
 
 /// How a command is run.
@@ -40,11 +78,12 @@ enum class ShellUse {
 
 struct ShellOutcome {
   bool refused = false;
-  FILE* pipe = nullptr;  ///< with kReadFromUs; null if it failed. To be closed with `pclose`
+  FILE* pipe = nullptr;    ///< with kReadFromUs; null if it failed. To be closed with `pclose`
+  bool succeeded = false;  ///< with kWriteFile: the command ended in time, with exit status 0
 };
 
-/// Runs a command. The only place that starts a shell. A command with a value that holds a single
-/// quote is refused, and reported on standard error. The command's exit status is ignored.
+/// Runs a command. The only place that starts a shell. A command that is to be refused is reported
+/// on standard error instead. The exit status is not reported.
 ///
 /// `limits`: for kWriteFile; a command that is killed because its time is over is reported.
 ShellOutcome hand_to_shell(const ShellCommand& command, ShellUse use,

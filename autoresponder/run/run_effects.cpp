@@ -10,10 +10,16 @@
 // because with its status the mail server delivers the message again.
 bool RunEffects::Count(const ResponderRule& rule) {
   load_libidn();
-  return check_reply_frequency(database_, message_, rule.id, rule.ans_freq, rule.mem_limit);
+  return allows_reply(consult_limiter(database_, message_, rule, LimiterMode::kCount, switches_));
 }
 
+// Kept: what the disk took of the message is forwarded. The repair of whole mails forwards all of
+// it or nothing.
 void RunEffects::Forward(const std::string& /*addresses*/, const ShellCommand& command) {
+  if (switches_.repairs && !spool_.IsWhole()) {
+    diagnose({"autoresponder: not forwarded, because the message is not whole in ", spool_.path()});
+    return;
+  }
   hand_to_shell(command, ShellUse::kRun);
 }
 
@@ -39,8 +45,13 @@ void RunEffects::GiveUp(const ResponseFile& reply) {
   reply.Remove();
 }
 
-void RunEffects::Append(const ShellCommand& command, const WriterLimits& limits) {
-  hand_to_shell(command, ShellUse::kWriteFile, limits);
+bool RunEffects::Append(const ShellCommand& command, const WriterLimits& limits) {
+  return hand_to_shell(command, ShellUse::kWriteFile, limits).succeeded;
+}
+
+void RunEffects::LeaveUnsent(const ResponseFile& reply) {
+  diagnose({"autoresponder: not sent, because its attachments are not whole: ", reply.path()});
+  reply.Remove();
 }
 
 void RunEffects::Deliver(const ShellCommand& command, const ResponseFile& reply) {

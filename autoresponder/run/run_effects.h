@@ -21,7 +21,8 @@ class RunEffects : public Effects {
               const std::vector<std::string>& missing) override;
   std::string AsciiForm(const std::string& address) override;
   void GiveUp(const ResponseFile& reply) override;
-  void Append(const ShellCommand& command, const WriterLimits& limits) override;
+  bool Append(const ShellCommand& command, const WriterLimits& limits) override;
+  void LeaveUnsent(const ResponseFile& reply) override;
   void Deliver(const ShellCommand& command, const ResponseFile& reply) override;
 
  private:

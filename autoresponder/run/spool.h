@@ -14,6 +14,8 @@ class SpoolFile {
 
   bool IsOpen() const { return descriptor_.IsOpen(); }
   const std::string& path() const { return path_; }
+  /// Whether everything could be written.
+  bool IsWhole() const { return !failed_; }
 
   /// Appends `length` bytes. Once something could not be written, no more is.
   void Write(const char* bytes, size_t length);

@@ -23,7 +23,7 @@ WRITERS = re.compile(
     r"end_process|db_error_text|stop|Complaint)\s*(?=[({])"
     r"|\bsnprintf\(error\b|\bfailure =|\bk\w*Diagnostic =|\bkCodeTexts\[\] ="
     r"|#define KEM_CONF_VALUE|\.Query\(|\breturn (?=\"[^\"]* [^\"]*\";)")
-STATEMENT = re.compile(r"(select|show|insert|update|delete| from| and|') ")  # for the server, not for people
+STATEMENT = re.compile(r"(select|show|insert|update|delete| from| and|') | for update$")  # for the server, not for people
 
 # Texts of a definition that counts, which a run cannot come to, and why.
 NOT_BY_A_RUN = {
@@ -172,3 +172,11 @@ def test_the_keys_of_the_configuration():
     keys = re.findall(r"\bKEY\((\w+)\)", header)
     assert len(keys) == 30
     assert re.findall(r"^\.It Li (\w+)$", page, re.MULTILINE) == keys
+
+
+def test_the_switches_of_the_configuration():
+    source = (CHECKOUT / "autoresponder" / "run" / "configuration.cpp").read_text()
+    page = (CHECKOUT / "packaging" / "kem.conf.5").read_text()
+    switches = re.findall(r'is_on\("(\w+)"\)', source)
+    assert len(switches) == 2
+    assert re.findall(r"^\.It Li (\w+) Ar on \| off$", page, re.MULTILINE) == switches

@@ -93,6 +93,12 @@ class Panel:
         self.database.load("tables.sql")
         self.sql(PANEL)
 
+    def switch(self, repairs=False, courtesy=False):
+        """Switches both on or off in the configuration."""
+        sandbox.write_conf({**sandbox.conf_values(),
+                            "AUTORESPONDER_REPAIRS": "on" if repairs else "off",
+                            "AUTORESPONDER_COURTESY": "on" if courtesy else "off"})
+
     def sql(self, statements):
         return self.database.run(statements)
 

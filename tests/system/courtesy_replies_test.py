@@ -191,7 +191,8 @@ def test_explain_tells_what_courtesy_refuses(courteous):
     assert result.status == 1
     words = result.out.decode()
     assert "\nRule 1 sends no reply, courtesy: List-Id\n" in words
-    assert words.endswith("\nNo reply would leave. Reason: courtesy: List-Id.\n")
+    assert words.endswith("\nNo reply would leave. Reason: courtesy: List-Id.\n"
+                          "Switches: repairs off, courtesy on.\n")
     answer = courteous.explain(text_with("List-Id: x"), "--json").answer()
     assert (answer["verdict"], answer["reason"], answer["objection"]) == (
         "no_reply", "courtesy", "List-Id")
@@ -207,7 +208,8 @@ def test_explain_tells_what_courtesy_would_refuse(courteous):
     assert result.status == 0
     assert result.out.decode().endswith(
         "\nA reply would leave. Reason: at least one rule replies.\n"
-        "With courtesy on no reply would leave: List-Id.\n")
+        "With courtesy on no reply would leave: List-Id.\n"
+        "Switches: repairs off, courtesy off.\n")
     answer = courteous.explain(text_with("List-Id: x"), "--json").answer()
     assert (answer["verdict"], answer["reason"], answer["with_courtesy"], answer["objection"]) == (
         "reply", "rule_replies", "no_reply", "List-Id")
@@ -226,7 +228,7 @@ def test_explain_tells_how_courtesy_would_change_a_reply(courteous):
     assert "objection" not in answer
     assert courteous.explain(text_with()).out.endswith(
         b"\nWith courtesy on the reply would say that it is automatic, and have no envelope"
-        b" sender.\n")
+        b" sender.\nSwitches: repairs off, courtesy off.\n")
 
 
 def test_explain_tells_of_no_change_where_courtesy_is_on(courteous):

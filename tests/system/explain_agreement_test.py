@@ -4,6 +4,7 @@ and messages; and that foretelling changes nothing."""
 import os
 import random
 import re
+import shutil
 
 import panel as sandbox
 
@@ -27,10 +28,11 @@ class Case:
     """One panel and one message."""
 
     WORDS = ["invoice", "price list", "urgent", "Grüße", "Привет", "", "a", "\\n", "?", "日本"]
-    # The first few stand for most messages.
+    # Most messages have one of the first few; the last three concern repairs.
     SENDERS = ["otto@customer.example", "Otto@Customer.Example", "o.k@x.example", "a@b",
                "o'brien@customer.example", "MAILER-DAEMON@mx.example", "mailer-daemon@mx.example",
-               "info@shop.example", "Mailer-Daemon@mx.example", "x" * 70 + "@customer.example"]
+               "info@shop.example", "Mailer-Daemon@mx.example", "x" * 70 + "@customer.example",
+               "x" * 330 + "@customer.example", "-bs@customer.example", "a@[b\n c]"]
     RECIPIENTS = ["shop.example-info@shop.example"] * 8 + [
         "x-sales@shop.example", "x-info@laden.example", "x-sales@laden.example",
         "x-info@closed.example", "x-nobody@shop.example", "info", "", None, None,
@@ -40,9 +42,11 @@ class Case:
         self.random = random.Random(SEED * 10000 + number)
         self.statements = []
         self.files = {}
+        self.repairs = self.chance(50)
+        self.courtesy = self.chance(50)
         self.limit = self.pick([None] * 6 + ["0", "50", "300", "700", "100000", "abc", "-1"])
         self.recipient = self.pick(self.RECIPIENTS)
-        self.sender = self.pick(self.SENDERS[:4] * 3 + self.SENDERS)
+        self.sender = self.pick(self.SENDERS[:4] * 3 + self.SENDERS + self.SENDERS[-3:])
         self.message = self.make_message()
         self.fill_panel()
 
@@ -69,8 +73,13 @@ class Case:
             headers.append(f"Reply-To: {self.pick([self.sender, 'list: a@b;', 'team@x.example'])}")
         if self.chance(95):
             headers.append(f"From: {self.pick(['', 'Otto '])}<{self.sender}>")
-        if self.chance(60):
+        if self.chance(90 if self.courtesy else 60):
             headers.append("To: " + self.pick(["info@shop.example", "x: y@z;, sales@shop.example"]))
+        if self.chance(40 if self.courtesy else 10):
+            headers.append("Cc: =?x?=, o'brien@shop.example, team: grüße@shop.example;")
+        if self.chance(15):
+            headers.append(self.pick(["List-Id: <x.example>", "Auto-Submitted: no",
+                                      "Precedence: bulk"]))
         if self.chance(90):
             words = [self.encoded(self.pick(self.WORDS)) for _ in range(self.random.randrange(3))]
             headers.append("Subject: " + " ".join(words))
@@ -88,7 +97,7 @@ class Case:
         if self.chance(50):
             self.insert("misc", param="FullHostName", val="server1.panel.example")
         self.insert("clients", id=1, login="shop", pname=self.pick(["Grete", "", None]),
-                    email=self.pick(["grete@customer.example"] * 3 + ["", None, "g'@x.example"]))
+                    email=self.pick(["grete@customer.example"] * 3 + ["", None, "g'@x.example", "-bs"]))
         self.insert("domains", id=1, name="shop.example", cl_id=self.pick([1, 1, 1, 2]))
         self.insert("domainaliases", dom_id=1, name="laden.example", mail="true")
         self.insert("domainaliases", dom_id=1, name="closed.example", mail="false")
@@ -109,13 +118,13 @@ class Case:
             ans_freq=self.pick([10, 10, 1, 2, 0, -1, None]),
             mem_limit=self.pick([1000, 1000, 0, 1, 2, None]),
             subject=self.pick(["", None, "Re: <request_subject>", "<nosuch> <request_from>", "Grüße"]),
-            reply_to=self.pick(["", None, "sales@shop.example"]),
+            reply_to=self.pick(["", None] + ["sales@shop.example"] * 2 + ["a@x\nBcc: b@x"]),
             charset=self.pick(["UTF-8", "UTF-8", "US-ASCII", "nonsense", None]),
-            content_type=self.pick(["text/plain", "text/html", None]))
+            content_type=self.pick(["text/plain", "text/html", None, "text/plain;\n\tx=y"]))
         self.remember_senders(rule)
         for _ in range(self.pick([0, 0, 1, 2])):
             self.insert("resp_forward", rn_id=rule, address=self.pick(
-                ["anna@colleague.example", "b@x.example c@x.example", None]))
+                ["anna@colleague.example", "b@x.example c@x.example", None, "-oQ d@x.example", "-bs"]))
         for _ in range(self.pick([0, 0, 0, 1, 2])):
             self.add_attachment(rule)
 
@@ -132,41 +141,51 @@ class Case:
     def add_attachment(self, rule):
         name = self.pick(["list.txt", "price list.pdf", " blanks around ", "Grüße.txt",
                           "back\\slash\\n.txt", "it's.txt", "", None, "empty", "missing.pdf",
-                          "dollar $HOME `id`.txt", "-n"])
+                          "missing.pdf", "dollar $HOME `id`.txt", "-n", "../@attachments/list.txt",
+                          "link", "folder"] + ["two\nlines"] * 4)
         self.insert("resp_attach", rn_id=rule, filename=name)
+        if name in ("link", "folder") or name and "/" in name:
+            return  # made for every panel, or none
         if name and name != "missing.pdf" and self.chance(90):
             content = b"" if name == "empty" else self.random.randbytes(self.random.randrange(300))
             self.files[name.strip()] = content
 
     def install(self, panel):
-        for path in sandbox.store().iterdir():
-            path.unlink()
+        panel.switch(self.repairs, self.courtesy)
         for mail_name in ("info", "grüße", "o'brien", "l" * 64):
+            store = sandbox.store(mail_name=mail_name)
+            shutil.rmtree(store)
+            (store / "folder").mkdir(parents=True)
+            (store / "link").symlink_to("/etc/hostname")
             for name, content in self.files.items():
-                (sandbox.store(mail_name=mail_name) / name).write_bytes(content)
+                (store / name).write_bytes(content)
         panel.limit(self.limit)
         panel.sql("".join(f"delete from {table};" for table in TABLES)
                   + "set sql_mode='';" + "".join(self.statements))
 
 
 def rows_of(panel):
-    """The limiter's table as it counts today: {(rule, sender): replies}."""
+    """The limiter's table as it counts today: (rule, sender, replies), sorted."""
     rows = panel.sql("select rn_id, email, num from resp_freq where to_days(time_resp)=to_days(now())")
-    return {tuple(row.split("\t")[:2]): int(row.split("\t")[2]) for row in rows.splitlines()}
+    columns = [row.replace("\\n", "\n").split("\t") for row in rows.splitlines()]
+    return sorted((rule, sender, int(replies)) for rule, sender, replies in columns)
 
 
 def rows_after(rows, answer):
-    """What the limiter's table should hold after the run that `answer` foretells."""
-    rows = dict(rows)
+    """What the limiter's table should hold after the run that `answer` foretells. A sender that is
+    longer than the column is in it cut; without repairs it gets another row every time."""
+    known = {(rule, sender): replies for rule, sender, replies in rows}
+    new = []
     for rule in answer["rules"]:
         step = rule.get("limiter", {}).get("step")
-        if step is None or step == "refuse":
-            continue
-        for sender in rule["limiter"]["evicted"]:
-            del rows[rule["id"], sender]
-        key = rule["id"], answer["message"]["sender"]
-        rows[key] = rows.get(key, 0) + 1
-    return rows
+        key = rule["id"], answer["message"].get("sender", "")[:320]
+        for sender in rule.get("limiter", {}).get("evicted", []):
+            del known[rule["id"], sender]
+        if step == "count_up":
+            known[key] += 1
+        elif step in ("remember", "evict_and_remember"):
+            new.append((*key, 1))
+    return sorted([(*key, replies) for key, replies in known.items()] + new)
 
 
 def commands_of(answer):
@@ -192,10 +211,43 @@ def check_order(rule):
     if rule["outcome"] in SILENT:
         assert purposes == []
         assert not {"forwarding", "attachments", "notification", "reply"} & rule.keys()
-    if rule["outcome"] in ("replies", "replies_with_notice", "quote_in_command"):
+    if rule["outcome"] == "not_whole":
+        assert purposes[-1] == "attach"
+    if rule["outcome"] in ("replies", "replies_with_notice", "quote_in_command",
+                           "newline_in_command", "sender_is_option"):
         assert purposes[-1] == "reply"
         assert ("attach" in purposes) == bool(rule.get("attachments", {}).get("found"))
         assert ("forward" in purposes) == ("forwarding" in rule)
+
+
+def check_changes(answer):
+    """What a switch that is off would change is told only then."""
+    if answer["switches"]["repairs"]:
+        assert "with_repairs" not in answer
+        assert all("with_repairs" not in rule for rule in answer["rules"])
+    for rule in answer["rules"]:
+        changes = rule.get("with_repairs", [])
+        if not answer["switches"]["repairs"] and rule["outcome"] == "quote_in_command":
+            assert "quotes" in changes
+        if rule["outcome"] in SILENT:
+            assert set(changes) <= {"limiter"}
+
+
+def check_with_courtesy(panel, case, answer):
+    """What courtesy would change, where it is off, is what is foretold with courtesy on."""
+    if "with_courtesy" not in answer:
+        return
+    panel.switch(case.repairs, True)
+    again = panel.explain(case.message, "--json", recipient=case.recipient).answer()
+    assert (again["verdict"] == "no_reply") == (answer["with_courtesy"] == "no_reply")
+    panel.switch(case.repairs, False)
+
+
+def check_objections(answer, result):
+    """The run gives the reasons that were foretold."""
+    told = {rule["objection"] for rule in answer["rules"] if rule["outcome"] == "courtesy"}
+    said = set(re.findall("autoresponder: no reply, courtesy: (.*)", result.err.decode("latin-1")))
+    assert told == said
 
 
 def check_case(panel, case):
@@ -207,6 +259,7 @@ def check_case(panel, case):
     answer = panel.explain(case.message, "--json", "--show-reply", recipient=case.recipient).answer()
     assert panel.state() == before
     assert panel.mails() == []
+    check_with_courtesy(panel, case, answer)
     rows = rows_of(panel)
     panel.forget_commands()
     result = panel.run(case.message, recipient=case.recipient)
@@ -221,15 +274,22 @@ def check_case(panel, case):
                        if rule["outcome"] in ("replies", "replies_with_notice")]
     assert (answer["verdict"] == "reply") == (replies != [])
     assert rows_of(panel) == rows_after(rows, answer)
+    assert answer["switches"] == {"repairs": case.repairs, "courtesy": case.courtesy}
     for rule in answer["rules"]:
         check_order(rule)
+    check_changes(answer)
     outcomes = [rule["outcome"] for rule in answer["rules"]]
     assert (result.status == 1) == ("recipient_not_ascii" in outcomes)
     aborted = result.status < 0
     assert aborted == (answer["reason"] == "run_aborts")
+    check_objections(answer, result)
     if aborted:  # such a run leaves its file
         panel.remove_temporary_files()
-    return {answer["reason"], *outcomes, *(c["purpose"] for c in commands),
+    assert not (case.repairs and aborted)
+    return {answer["reason"], *outcomes,
+            f"switches {case.repairs} {case.courtesy}",
+            *(f"repairs: {change}" for told in [answer, *answer["rules"]]
+              for change in told.get("with_repairs", [])), *(c["purpose"] for c in commands),
             *(rule["limiter"].get("step") for rule in answer["rules"] if "limiter" in rule),
             *(rule["trigger"]["place"] for rule in answer["rules"] if "trigger" in rule),
             *([answer["mailbox"]["found_by"]] if "mailbox" in answer else [])}
@@ -249,6 +309,12 @@ def test_foretells_what_the_run_does(panel):
         "mailer_daemon", "mailbox_not_found", "no_rules", "no_rule_replies",
         "replies", "replies_with_notice", "switched_off", "not_triggered", "never_replies",
         "limit_reached", "quote_in_command", "recipient_not_ascii", "not_reached",
+        "newline_in_command", "sender_is_option", "not_whole", "courtesy",
+        *(f"switches {repairs} {courtesy}" for repairs in (False, True)
+          for courtesy in (False, True)),
+        *(f"repairs: {change}" for change in (
+            "limiter", "quotes", "forwarding", "newlines", "options", "store", "lines",
+            "notification", "subject")),
         "forward", "notify", "attach", "reply",
         "refuse", "count_up", "remember", "evict_and_remember", "nowhere", "subject", "body",
         "mail_name", "alias", "domain_alias", "alias_and_domain_alias"} - seen == set()

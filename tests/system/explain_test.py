@@ -76,6 +76,7 @@ echo '----------=_nWlrBbmQBhCDarzOwKkYHIDdqSCDX--' >>/tmp/kem-response-uu-XXXXXX
 
 A reply would leave. Reason: at least one rule replies.
 With courtesy on no reply would leave: not addressed to the mailbox.
+Switches: repairs off, courtesy off.
 """
     panel.run(text)
     assert len(panel.mails()[-1].message) == 573
@@ -204,7 +205,8 @@ def test_cannot_tell_without_the_configuration(panel):
     result = panel.explain(message(), "--json")
     said = b"autoresponder-explain: Error: PRODUCT_ROOT_D not defined\n"
     assert (result.status, result.err) == (2, said)
-    assert result.answer() == {"verdict": "unknown", "reason": "library_gives_up", "rules": [],
+    assert result.answer() == {"verdict": "unknown", "reason": "library_gives_up",
+                               "switches": {"repairs": False, "courtesy": False}, "rules": [],
                                "diagnostics": said.decode()}
     in_words = panel.explain(message())
     assert (in_words.status, in_words.err) == (2, said)

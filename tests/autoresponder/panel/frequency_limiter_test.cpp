@@ -52,4 +52,34 @@ TEST(NeverReplies, WhenTheNumberIsNotAboveZero) {
   for (const char* number : {"1", "10", " 2", "+3", "4x"}) EXPECT_FALSE(never_replies(number));
 }
 
+struct CutRow {
+  const char* name;
+  const char* text;
+  size_t most;
+  const char* want;
+};
+
+void PrintTo(const CutRow& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class FirstCharacters : public testing::TestWithParam<CutRow> {};
+
+TEST_P(FirstCharacters, AreCountedInUtf8) {
+  EXPECT_EQ(first_characters(GetParam().text, GetParam().most), GetParam().want);
+}
+
+constexpr CutRow kCutRows[] = {
+    {"Nothing", "", 3, ""},
+    {"NoRoom", "abc", 0, ""},
+    {"Shorter", "ab", 3, "ab"},
+    {"JustFits", "abc", 3, "abc"},
+    {"Longer", "abcd", 3, "abc"},
+    {"TwoBytes", "\xC3\xBC\xC3\xBC\xC3\xBC", 2, "\xC3\xBC\xC3\xBC"},
+    {"FourBytes", "a\xF0\x9F\x98\x80z", 2, "a\xF0\x9F\x98\x80"},
+    {"StrayContinuation", "a\x80\x80z", 1, "a\x80\x80"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, FirstCharacters, testing::ValuesIn(kCutRows));
+
 }  // namespace

@@ -42,6 +42,29 @@ TEST(Rule, HasADefaultForEveryNull) {
   EXPECT_STREQ(rule.content_type, "text/plain");
 }
 
+TEST(RuleInOneLine, HasBlanksForControlCharactersInHeaderTexts) {
+  ResponderRule rule;
+  rule.reply_to = "a@x\r\nBcc: b@x";
+  rule.charset = "UTF-8\x01";
+  rule.content_type = "text/plain;\n\tx=\x7Fy";
+  rule.text = "two\nlines";
+  rule.subject = "two\nlines";
+  rule.id = "7";
+  const RuleInOneLine in_one_line(rule);
+  EXPECT_STREQ(in_one_line.rule().reply_to, "a@x  Bcc: b@x");
+  EXPECT_STREQ(in_one_line.rule().charset, "UTF-8 ");
+  EXPECT_STREQ(in_one_line.rule().content_type, "text/plain;  x= y");
+  EXPECT_STREQ(in_one_line.rule().text, "two\nlines");
+  EXPECT_STREQ(in_one_line.rule().subject, "two\nlines");
+  EXPECT_STREQ(in_one_line.rule().id, "7");
+}
+
+TEST(RuleInOneLine, LeavesOtherBytesAsTheyAre) {
+  ResponderRule rule;
+  rule.reply_to = " \x80\xC3\xBC\xFF ~!\"";
+  EXPECT_STREQ(RuleInOneLine(rule).rule().reply_to, " \x80\xC3\xBC\xFF ~!\"");
+}
+
 TEST(Rule, KeepsEveryColumnAsText) {
   std::string columns[] = {"7",   "Invoice", "subj", "Thank you.\n", "true",     "3",
                            "0x5", "Re",      "a@b",  "KOI8-R",       "text/html"};

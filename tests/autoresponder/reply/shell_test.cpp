@@ -1,13 +1,16 @@
 #include "autoresponder/reply/shell.h"
 
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <ostream>
 #include <string>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "../../scratch_directory.h"
+#include "support/base/owned.h"
 
 namespace {
 
@@ -15,40 +18,40 @@ TEST(ShellCommand, IsItsPiecesInTheirOrder) {
   ShellCommand command;
   command.Text("cat ").Quoted("/tmp/a b").Text(" >> ").Quoted("x");
   EXPECT_EQ(command.line(), "cat '/tmp/a b' >> 'x'");
-  EXPECT_FALSE(command.escaping_value());
+  EXPECT_FALSE(command.refused());
 }
 
 TEST(ShellCommand, IsEmptyAtFirst) {
   const ShellCommand command;
   EXPECT_EQ(command.line(), "");
-  EXPECT_FALSE(command.escaping_value());
+  EXPECT_FALSE(command.refused());
 }
 
 TEST(ShellCommand, LeavesEveryByteOfAValueAsItIs) {
   ShellCommand command;
   command.Quoted("a$b`c\"d\\e\n\xFF;|&<>*?!#~");
   EXPECT_EQ(command.line(), "'a$b`c\"d\\e\n\xFF;|&<>*?!#~'");
-  EXPECT_FALSE(command.escaping_value());
+  EXPECT_FALSE(command.refused());
 }
 
 TEST(ShellCommand, KnowsAValueThatWouldLeaveItsQuotes) {
   ShellCommand command;
   command.Text("echo ").Quoted("o'neill@example.com");
-  ASSERT_TRUE(command.escaping_value());
-  EXPECT_EQ(*command.escaping_value(), "o'neill@example.com");
+  ASSERT_TRUE(command.refused());
+  EXPECT_EQ(command.refused()->value, "o'neill@example.com");
 }
 
 TEST(ShellCommand, KnowsTheFirstOfSuchValues) {
   ShellCommand command;
   command.Quoted({"plain", "'first", "third'"}).Quoted("second'").Quoted("plain");
-  ASSERT_TRUE(command.escaping_value());
-  EXPECT_EQ(*command.escaping_value(), "'first");
+  ASSERT_TRUE(command.refused());
+  EXPECT_EQ(command.refused()->value, "'first");
 }
 
 TEST(ShellCommand, MayHaveQuotesInItsTexts) {
   ShellCommand command;
   command.Text("echo 'a' 'b");
-  EXPECT_FALSE(command.escaping_value());
+  EXPECT_FALSE(command.refused());
 }
 
 TEST(ShellCommand, KeepsItsPiecesWhenCopied) {
@@ -58,8 +61,72 @@ TEST(ShellCommand, KeepsItsPiecesWhenCopied) {
   copy.Text("b");
   EXPECT_EQ(command.line(), "a'''");
   EXPECT_EQ(copy.line(), "a'''b");
-  EXPECT_EQ(*copy.escaping_value(), "'");
+  EXPECT_EQ(copy.refused()->value, "'");
 }
+
+// --- with repairs
+
+constexpr Switches kRepairs{true, false};
+
+TEST(RepairedShellCommand, EscapesQuotes) {
+  ShellCommand command(kRepairs);
+  command.Text("echo ").Quoted("o'neill").Text(" ").Quoted({"'", "''"});
+  EXPECT_EQ(command.line(), R"(echo 'o'\''neill' ''\'''\'''\''')");
+  EXPECT_FALSE(command.refused());
+}
+
+TEST(RepairedShellCommand, LeavesEveryOtherByteAsItIs) {
+  ShellCommand command(kRepairs);
+  command.Quoted("a$b`c\"d\\e\t\xFF;|&<>*?!#~");
+  EXPECT_EQ(command.line(), "'a$b`c\"d\\e\t\xFF;|&<>*?!#~'");
+}
+
+TEST(RepairedShellCommand, RefusesANewlineInAValue) {
+  ShellCommand command(kRepairs);
+  command.Quoted("plain").Quoted({"a'b", "c\nd"}).Quoted("\n");
+  ASSERT_TRUE(command.refused());
+  EXPECT_EQ(command.refused()->why, Refusal::kNewline);
+  EXPECT_EQ(command.refused()->value, "c\nd");
+}
+
+TEST(RepairedShellCommand, TakesLinesOfItsOwn) {
+  ShellCommand command(kRepairs);
+  command.QuotedLines({"--b\n", "it's", "\n"});
+  EXPECT_EQ(command.line(), "'--b\nit'\\''s\n'");
+  EXPECT_FALSE(command.refused());
+}
+
+struct AddressRow {
+  const char* name;
+  const char* address;
+  bool is_refused;
+};
+
+void PrintTo(const AddressRow& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class AddressInACommand : public testing::TestWithParam<AddressRow> {};
+
+TEST_P(AddressInACommand, IsRefusedWithRepairsIfItIsAnOption) {
+  const ShellCommand command = ShellCommand(kRepairs).Address(GetParam().address);
+  EXPECT_EQ(command.refused().has_value(), GetParam().is_refused);
+  if (command.refused()) {
+    EXPECT_EQ(command.refused()->why, Refusal::kOption);
+  }
+}
+
+TEST_P(AddressInACommand, IsTakenWithoutRepairs) {
+  const ShellCommand command = ShellCommand().Address(GetParam().address);
+  EXPECT_FALSE(command.refused());
+}
+
+constexpr AddressRow kAddressRows[] = {
+    {"Option", "-bs@x", true},         {"OnlyTheDash", "-", true}, {"DashInside", "a-b@x", false},
+    {"QuotedDash", "\"-b\"@x", false}, {"Nothing", "", false},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, AddressInACommand, testing::ValuesIn(kAddressRows));
 
 struct Use {
   const char* name;
@@ -115,6 +182,29 @@ TEST_P(HandToShell, RefusesAQuoteInAValue) {
             "autoresponder: refused to run a command with a quote in: ';touch out2;'\n");
   EXPECT_TRUE(outcome.refused);
   EXPECT_EQ(outcome.pipe, nullptr);
+}
+
+TEST_P(HandToShell, ReportsANewlineInOneLine) {
+  ShellCommand command(kRepairs);
+  testing::internal::CaptureStderr();
+  EXPECT_TRUE(Run(command.Text("echo ").Quoted("a\r\n\tb\x7F")).refused);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "autoresponder: refused to run a command with a newline in: a   b \n");
+}
+
+TEST_P(HandToShell, ReportsAnOptionInOneLine) {
+  ShellCommand command(kRepairs);
+  testing::internal::CaptureStderr();
+  EXPECT_TRUE(Run(command.Text("echo ").Address("-a\rb")).refused);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "autoresponder: refused to mail to an option: -a b\n");
+}
+
+TEST_P(HandToShell, GivesAnEscapedQuoteToTheCommand) {
+  ShellCommand command(kRepairs);
+  command.Text("printf %s ").Quoted("';touch out2;'").Text(" > ").Quoted(Path("out"));
+  EXPECT_FALSE(Run(command).refused);
+  EXPECT_EQ(Content("out"), "';touch out2;'");
 }
 
 TEST_P(HandToShell, RunsNothingOfARefusedCommand) {
@@ -189,6 +279,31 @@ TEST_P(HandToShellToWriteAFile, EndsACommandWhoseTimeIsOver) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "autoresponder: ended a command that took too long: " + command.line() + "\n");
   EXPECT_EQ(Content("out"), "");
+}
+
+TEST_P(HandToShellToWriteAFile, SaysWhetherTheCommandSucceeded) {
+  EXPECT_TRUE(hand_to_shell(ShellCommand().Text("true"), GetParam().use).succeeded);
+  EXPECT_FALSE(hand_to_shell(ShellCommand().Text("exit 3"), GetParam().use).succeeded);
+  EXPECT_FALSE(hand_to_shell(ShellCommand().Text("kill -9 $$"), GetParam().use).succeeded);
+}
+
+TEST_P(HandToShellToWriteAFile, LetsItInheritFiles) {
+  const OwnedDescriptor first(open(Path("first").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+  const OwnedDescriptor second(open(Path("second").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+  ASSERT_EQ(write(first.number(), "one", 3), 3);
+  ASSERT_EQ(write(second.number(), "two", 3), 3);
+  ShellCommand command;
+  command.Text("cat ").Text(command.Inherit(second.number())).Text(" ");
+  command.Text(command.Inherit(first.number())).Text(" > ").Quoted(Path("out"));
+  EXPECT_EQ(command.line(), "cat /proc/self/fd/32 /proc/self/fd/33 > '" + Path("out") + "'");
+  EXPECT_TRUE(hand_to_shell(command, GetParam().use).succeeded);
+  EXPECT_EQ(Content("out"), "twoone");
+}
+
+TEST_P(HandToShellToWriteAFile, FailsWhereAFileCannotBeInherited) {
+  ShellCommand command;
+  command.Inherit(1 << 20);
+  EXPECT_FALSE(hand_to_shell(command.Text("true"), GetParam().use).succeeded);
 }
 
 TEST_P(HandToShellToWriteAFile, CutsAFileThatIsTooLarge) {

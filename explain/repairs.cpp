@@ -1,0 +1,119 @@
+#include "explain/repairs.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "autoresponder/reply/forwarding.h"
+#include "autoresponder/reply/sendmail.h"
+#include "support/base/one_line.h"
+
+namespace {
+
+bool is_refused(const CommandFacts& command) {
+  return command.fate == CommandFate::kRefused;
+}
+
+bool has_newline(std::string_view value) {
+  return value.find('\n') != std::string_view::npos;
+}
+
+// Whether a shell takes the byte as it is, without quotes.
+bool is_plain(char byte) {
+  constexpr std::string_view kPlain = "@._+-=/:,% \t";
+  const auto number = static_cast<unsigned char>(byte);
+  const bool is_letter = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
+  const bool is_digit = byte >= '0' && byte <= '9';
+  return number >= 0x80 || is_letter || is_digit || kPlain.find(byte) != std::string_view::npos;
+}
+
+// Looks at one rule without repairs.
+class Changes {
+ public:
+  Changes(const Explanation& explanation, const RuleExplanation& facts)
+      : message_(explanation.message), mailbox_(explanation.mailbox->mailbox), facts_(facts) {}
+
+  bool Quotes() const {
+    return std::any_of(facts_.commands.begin(), facts_.commands.end(), is_refused);
+  }
+
+  bool Forwarding() const {
+    if (!facts_.forwarding) return false;
+    const std::string& addresses = *facts_.forwarding;
+    const bool has_syntax = !std::all_of(addresses.begin(), addresses.end(), is_plain);
+    return has_syntax || addresses_of(addresses).empty();
+  }
+
+  bool Newlines() const {
+    const auto& found = facts_.attachments.found;
+    const bool is_in_name =
+        std::any_of(found.begin(), found.end(),
+                    [](const Attachment& attachment) { return has_newline(attachment.name); });
+    const auto& notice = facts_.notification;
+    const bool is_in_notice =
+        notice && (has_newline(notice->sender) || has_newline(notice->owner_email));
+    const bool is_in_forwarding = facts_.forwarding && has_newline(*facts_.forwarding);
+    return is_in_name || is_in_notice || is_in_forwarding || has_newline(message_.sender) ||
+           has_newline(message_.recipient);
+  }
+
+  bool Options() const {
+    if (is_option(message_.sender)) return true;
+    if (facts_.notification && is_option(facts_.notification->owner_email)) return true;
+    const auto addresses = addresses_of(facts_.forwarding.value_or(""));
+    return std::any_of(addresses.begin(), addresses.end(), is_option);
+  }
+
+  bool Store() const {
+    const auto& found = facts_.attachments.found;
+    return std::any_of(found.begin(), found.end(), [this](const Attachment& attachment) {
+      return open_in_store(attachment.name, mailbox_) == nullptr;
+    });
+  }
+
+  bool Lines() const {
+    const ResponderRule& rule = facts_.rule;
+    const char* const texts[] = {rule.reply_to, rule.content_type, rule.charset};
+    return std::any_of(std::begin(texts), std::end(texts),
+                       [](const char* text) { return in_one_line(text) != text; });
+  }
+
+  bool NotificationField() const { return facts_.notification && *facts_.rule.reply_to != '\0'; }
+
+ private:
+  const IncomingMessage& message_;
+  const MailboxRef& mailbox_;
+  const RuleExplanation& facts_;
+};
+
+struct Question {
+  RepairChange change;
+  bool (Changes::*applies)() const;
+};
+
+constexpr Question kQuestions[] = {
+    {RepairChange::kQuotes, &Changes::Quotes},
+    {RepairChange::kForwarding, &Changes::Forwarding},
+    {RepairChange::kNewlines, &Changes::Newlines},
+    {RepairChange::kOptions, &Changes::Options},
+    {RepairChange::kStore, &Changes::Store},
+    {RepairChange::kLines, &Changes::Lines},
+    {RepairChange::kNotification, &Changes::NotificationField},
+};
+
+}  // namespace
+
+std::vector<RepairChange> changes_by_repairs(const Explanation& explanation,
+                                             const RuleExplanation& facts) {
+  std::vector<RepairChange> changes;
+  if (explanation.switches.repairs) return changes;
+  if (facts.is_sender_too_long || (facts.limiter && facts.limiter->is_too_long)) {
+    changes.push_back(RepairChange::kLimiter);
+  }
+  if (!facts.limiter || !allows_reply(*facts.limiter)) return changes;
+  const Changes with_repairs(explanation, facts);
+  for (const Question& question : kQuestions) {
+    if ((with_repairs.*question.applies)()) changes.push_back(question.change);
+  }
+  return changes;
+}

@@ -1,0 +1,21 @@
+#ifndef SUPPORT_BASE_ONE_LINE_H
+#define SUPPORT_BASE_ONE_LINE_H
+
+#include <algorithm>
+#include <string>
+
+namespace kem {
+
+/// `text` with a blank for each ASCII control character, tabs and DEL included: it stays one line.
+inline std::string in_one_line(std::string text) {
+  const auto is_control = [](char byte) { return (byte >= 0 && byte < ' ') || byte == '\x7f'; };
+  std::replace_if(text.begin(), text.end(), is_control, ' ');
+  return text;
+}
+
+}  // namespace kem
+
+// Short names for the code of this project. No installed header includes this one.
+using kem::in_one_line;
+
+#endif
