@@ -18,14 +18,20 @@ std::string_view domain_of(std::string_view address) {
   return at == std::string_view::npos ? "" : address.substr(at + 1);
 }
 
-// A domain in the form in which it is compared. One that has no ASCII form stays as it is.
-std::string comparable(std::string_view domain) {
-  std::string lower = lower_case(domain);
-  const bool is_ascii = std::all_of(lower.begin(), lower.end(),
-                                    [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-  if (is_ascii) return lower;
-  const OwnedText ascii(idn_toascii(lower.c_str()));
-  return ascii ? lower_case(ascii.get()) : lower;
+bool is_ascii(const std::string& text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+// Adds a domain of the panel in its ASCII form and in UTF-8, as far as it has both. So a domain of a
+// message is compared as it is: libidn, in a process with rights, gets no text of a stranger.
+void add_domain(std::set<std::string>& domains, std::string_view domain) {
+  const std::string lower = lower_case(domain);
+  const bool has_utf8_form = lower.find("xn--") != std::string::npos;
+  domains.insert(lower);
+  if (is_ascii(lower) && !has_utf8_form) return;
+  const OwnedText other(is_ascii(lower) ? idn_toutf8(lower.c_str()) : idn_toascii(lower.c_str()));
+  if (other) domains.insert(lower_case(other.get()));
 }
 
 }  // namespace
@@ -33,16 +39,16 @@ std::string comparable(std::string_view domain) {
 MailboxNames::MailboxNames(PanelDatabase& database, const MailboxRef& mailbox,
                            std::string_view delivered_to)
     : local_parts_{lower_case(mailbox.mail_name)},
-      domains_{comparable(mailbox.domain_name)},
-      delivered_local_part_(lower_case(local_part_of(delivered_to))),
-      delivered_domain_(comparable(domain_of(delivered_to))) {
+      delivered_local_part_(lower_case(local_part_of(delivered_to))) {
+  add_domain(domains_, mailbox.domain_name);
+  add_domain(delivered_domains_, domain_of(delivered_to));
   Rows aliases =
       database.Query(joined({"select alias from mail_aliases where mn_id=", mailbox.id}));
   while (const Row row = aliases.Next()) local_parts_.insert(lower_case(text_or(*row, "")));
   Rows domains = database.Query(
       joined({"select da.name from domainaliases da, mail m where da.dom_id=m.dom_id and m.id=",
               mailbox.id, " and da.mail='true'"}));
-  while (const Row row = domains.Next()) domains_.insert(comparable(text_or(*row, "")));
+  while (const Row row = domains.Next()) add_domain(domains_, text_or(*row, ""));
 }
 
 bool MailboxNames::Include(std::string_view address) const {
@@ -50,6 +56,7 @@ bool MailboxNames::Include(std::string_view address) const {
   const bool is_delivered = local_part == delivered_local_part_;
   const bool is_name = local_parts_.count(local_part) > 0;
   if (!is_delivered && !is_name) return false;
-  const std::string domain = comparable(domain_of(address));
-  return (is_delivered && domain == delivered_domain_) || (is_name && domains_.count(domain) > 0);
+  const std::string domain = lower_case(domain_of(address));
+  return (is_delivered && delivered_domains_.count(domain) > 0) ||
+         (is_name && domains_.count(domain) > 0);
 }

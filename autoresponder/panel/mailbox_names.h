@@ -16,15 +16,15 @@ class MailboxNames {
   /// fails.
   MailboxNames(PanelDatabase& database, const MailboxRef& mailbox, std::string_view delivered_to);
 
-  /// Whether `address` is one of them. A-Z count in any case, and a domain is the same in UTF-8 and
-  /// in its ASCII form.
+  /// Whether `address` is one of them. A-Z count in any case, and a domain is the same in UTF-8, as
+  /// libidn writes it, and in its ASCII form.
   bool Include(std::string_view address) const;
 
  private:
   std::set<std::string> local_parts_;
   std::set<std::string> domains_;
   std::string delivered_local_part_;
-  std::string delivered_domain_;
+  std::set<std::string> delivered_domains_;
 };
 
 #endif
