@@ -28,13 +28,17 @@ void limit(decltype(RLIMIT_CPU) resource, rlim_t soft, rlim_t hard) {
   setrlimit(resource, &value);
 }
 
-// What is in use already counts too: of the parent, of a sanitizer.
+// What is in use already counts too: next to nothing, but for a sanitizer's shadow of the memory.
 rlim_t memory_in_use() {
-  unsigned long data = 0;
+#ifdef __SANITIZE_ADDRESS__
+  unsigned long pages = 0;
   const OwnedFile statistics(fopen("/proc/self/statm", "re"));
-  const int found =
-      statistics ? fscanf(statistics.get(), "%*u %*u %*u %*u %*u %lu", &data) : 0;  // NOLINT
-  return found == 1 ? data * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) : RLIM_INFINITY / 2;
+  const bool is_known =
+      statistics && fscanf(statistics.get(), "%*u %*u %*u %*u %*u %lu", &pages) == 1;  // NOLINT
+  return is_known ? pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) : RLIM_INFINITY / 2;
+#else
+  return 8 * kMebibyte;
+#endif
 }
 
 // Diagnostics may go to a file; they hold at most a few texts of the message.

@@ -1,10 +1,7 @@
 #include "autoresponder/reader/file_rules.h"
 
 #include <cstdint>
-#include <dlfcn.h>
 #include <fcntl.h>
-#include <gnu/libc-version.h>
-#include <string>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -47,20 +44,19 @@ size_t size_of_ruleset(long version) {
   return version < 6 ? 2 * sizeof(uint64_t) : sizeof(Ruleset);
 }
 
-void allow_reading(const OwnedDescriptor& ruleset, const std::string& directory) {
-  const OwnedDescriptor opened(open(directory.c_str(), O_PATH | O_CLOEXEC));
-  if (!opened.IsOpen()) return;
+// False if there is no such directory.
+bool allow_reading(const OwnedDescriptor& ruleset, const char* directory) {
+  const OwnedDescriptor opened(open(directory, O_PATH | O_CLOEXEC));
+  if (!opened.IsOpen()) return false;
   const PathRule rule{kReadFile, opened.number()};
   syscall(kAddRule, ruleset.number(), kPathBeneath, &rule, 0);
+  return true;
 }
 
-// The directory of the C library, in which, or in which below /usr, its converters have theirs.
-std::string library_directory() {
-  Dl_info library{};
-  if (dladdr(reinterpret_cast<void*>(&gnu_get_libc_version), &library) == 0) return "";
-  const std::string path = library.dli_fname;
-  return path.substr(0, path.rfind('/'));
-}
+// Where the C library keeps its converters: in a directory for this kind of processor, as in
+// Debian, or in one for all.
+constexpr const char* kConverters[] = {"/usr/lib/" LIBRARY_ARCHITECTURE "/gconv",
+                                       "/usr/lib64/gconv", "/usr/lib/gconv"};
 
 }  // namespace
 
@@ -71,8 +67,8 @@ bool enter_file_rules() {
   const OwnedDescriptor ruleset(
       static_cast<int>(syscall(kCreateRuleset, &all, size_of_ruleset(version), 0)));
   if (!ruleset.IsOpen()) return false;
-  const std::string directory = library_directory();
-  allow_reading(ruleset, directory + "/gconv");
-  allow_reading(ruleset, "/usr" + directory + "/gconv");
+  for (const char* const directory : kConverters) {
+    if (allow_reading(ruleset, directory)) break;
+  }
   return syscall(kRestrictSelf, ruleset.number(), 0) == 0;
 }

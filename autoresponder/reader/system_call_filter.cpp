@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <fcntl.h>
-#include <initializer_list>
+#include <iterator>
 #include <linux/audit.h>
 #include <linux/seccomp.h>
 #include <sys/mman.h>
@@ -30,153 +30,218 @@ constexpr uint32_t kEnd = SECCOMP_RET_KILL_PROCESS;
 constexpr uint32_t kAllow = SECCOMP_RET_ALLOW;
 constexpr uint32_t kRefuse = SECCOMP_RET_ERRNO | EPERM;
 
-// What memory, the C library's loading of converters, and an abort need.
-constexpr uint32_t kHarmless[] = {
-    __NR_read,           __NR_pread64,       __NR_close,
-    __NR_fstat,          __NR_newfstatat,    __NR_lseek,
-    __NR_munmap,         __NR_brk,           __NR_mremap,
-    __NR_madvise,        __NR_futex,         __NR_exit_group,
-    __NR_exit,           __NR_getpid,        __NR_gettid,
-    __NR_rt_sigprocmask, __NR_rt_sigaction,  __NR_rt_sigreturn,
-    __NR_getrandom,      __NR_clock_gettime, __NR_restart_syscall,
-    __NR_sched_yield,
+// What is done where a call has a certain argument.
+enum class When {
+  kAlways,
+  kIsOneOf,   ///< allowed where the argument is one of the two values
+  kLacksOne,  ///< allowed unless the argument has all bits of the first value
+  kLacksAll,  ///< allowed where the argument has none of them
+  kIsOwnPid,  ///< allowed where the argument is the number of the process
 };
 
+struct Rule {
+  uint32_t call;
+  uint32_t action;  ///< always, or where it is not allowed
+  When when = When::kAlways;
+  size_t argument = 0;
+  uint32_t values[2] = {};
+};
+
+constexpr uint32_t kWriting =
+    O_WRONLY | O_RDWR | O_CREAT | O_TRUNC | O_APPEND | (O_TMPFILE & ~O_DIRECTORY);
+
+constexpr Rule kRules[] = {
+    // What memory, the C library's loading of converters, and an abort need.
+    {__NR_read, kAllow},
+    {__NR_pread64, kAllow},
+    {__NR_close, kAllow},
+    {__NR_fstat, kAllow},
+    {__NR_newfstatat, kAllow},
+    {__NR_lseek, kAllow},
+    {__NR_munmap, kAllow},
+    {__NR_brk, kAllow},
+    {__NR_mremap, kAllow},
+    {__NR_madvise, kAllow},
+    {__NR_futex, kAllow},
+    {__NR_exit_group, kAllow},
+    {__NR_exit, kAllow},
+    {__NR_getpid, kAllow},
+    {__NR_gettid, kAllow},
+    {__NR_rt_sigprocmask, kAllow},
+    {__NR_rt_sigaction, kAllow},
+    {__NR_rt_sigreturn, kAllow},
+    {__NR_getrandom, kAllow},
+    {__NR_clock_gettime, kAllow},
+    {__NR_restart_syscall, kAllow},
+    {__NR_sched_yield, kAllow},
+    {__NR_write, kRefuse, When::kIsOneOf, 0, {STDIN_FILENO, STDERR_FILENO}},
+    {__NR_fcntl, kRefuse, When::kIsOneOf, 1, {F_GETFL, F_GETFL}},
+    {__NR_prlimit64, kRefuse, When::kIsOneOf, 1, {RLIMIT_CPU, RLIMIT_CPU}},
+    {__NR_tgkill, kEnd, When::kIsOwnPid, 0, {}},
+    // Converters are mapped to be run as they are; nothing that was written may be run.
+    {__NR_mmap, kRefuse, When::kLacksOne, 2, {PROT_WRITE | PROT_EXEC, 0}},
+    {__NR_mprotect, kRefuse, When::kLacksAll, 2, {PROT_EXEC, 0}},
+    {__NR_openat, kRefuse, When::kLacksAll, 2, {kWriting, 0}},
 // What nobody calls here but an intruder.
-constexpr uint32_t kHostile[] = {
 #ifdef __NR_fork
-    __NR_fork,
-    __NR_vfork,
+    {__NR_fork, kEnd},
+    {__NR_vfork, kEnd},
 #endif
-    __NR_clone,
-    __NR_clone3,
-    __NR_execve,
-    __NR_execveat,
-    __NR_kill,
-    __NR_tkill,
-    __NR_rt_sigqueueinfo,
-    __NR_rt_tgsigqueueinfo,
-    __NR_pidfd_open,
-    __NR_pidfd_send_signal,
-    __NR_pidfd_getfd,
-    __NR_ptrace,
-    __NR_process_vm_readv,
-    __NR_process_vm_writev,
-    __NR_socket,
-    __NR_socketpair,
-    __NR_connect,
-    __NR_bind,
-    __NR_listen,
-    __NR_sendto,
-    __NR_sendmsg,
-    __NR_mount,
-    __NR_umount2,
-    __NR_pivot_root,
-    __NR_chroot,
-    __NR_unshare,
-    __NR_setns,
-    __NR_bpf,
-    __NR_perf_event_open,
-    __NR_userfaultfd,
-    __NR_io_uring_setup,
-    __NR_init_module,
-    __NR_finit_module,
-    __NR_kexec_load,
-    __NR_keyctl,
-    __NR_add_key,
-    __NR_request_key,
-    __NR_setuid,
-    __NR_setresuid,
-    __NR_setgid,
-    __NR_setresgid,
-    __NR_capset,
+    {__NR_clone, kEnd},
+    {__NR_clone3, kEnd},
+    {__NR_execve, kEnd},
+    {__NR_execveat, kEnd},
+    {__NR_kill, kEnd},
+    {__NR_tkill, kEnd},
+    {__NR_rt_sigqueueinfo, kEnd},
+    {__NR_rt_tgsigqueueinfo, kEnd},
+    {__NR_pidfd_open, kEnd},
+    {__NR_pidfd_send_signal, kEnd},
+    {__NR_pidfd_getfd, kEnd},
+    {__NR_ptrace, kEnd},
+    {__NR_process_vm_readv, kEnd},
+    {__NR_process_vm_writev, kEnd},
+    {__NR_socket, kEnd},
+    {__NR_socketpair, kEnd},
+    {__NR_connect, kEnd},
+    {__NR_bind, kEnd},
+    {__NR_sendto, kEnd},
+    {__NR_sendmsg, kEnd},
+    {__NR_mount, kEnd},
+    {__NR_umount2, kEnd},
+    {__NR_pivot_root, kEnd},
+    {__NR_chroot, kEnd},
+    {__NR_unshare, kEnd},
+    {__NR_setns, kEnd},
+    {__NR_bpf, kEnd},
+    {__NR_perf_event_open, kEnd},
+    {__NR_userfaultfd, kEnd},
+    {__NR_io_uring_setup, kEnd},
+    {__NR_init_module, kEnd},
+    {__NR_finit_module, kEnd},
+    {__NR_kexec_load, kEnd},
+    {__NR_keyctl, kEnd},
+    {__NR_add_key, kEnd},
+    {__NR_request_key, kEnd},
+    {__NR_setuid, kEnd},
+    {__NR_setresuid, kEnd},
+    {__NR_setgid, kEnd},
+    {__NR_setresgid, kEnd},
+    {__NR_capset, kEnd},
 };
+constexpr size_t kRuleCount = std::size(kRules);
 
-sock_filter statement(int code, size_t value) {
-  return BPF_STMT(static_cast<uint16_t>(code), static_cast<uint32_t>(value));
-}
-
-// Compares what was loaded last with `value`, and skips `if_true` or `if_false` statements.
-sock_filter compare(int how, uint32_t value, size_t if_true, size_t if_false) {
-  return BPF_JUMP(static_cast<uint16_t>(BPF_JMP | how | BPF_K), value,
-                  static_cast<uint8_t>(if_true), static_cast<uint8_t>(if_false));
-}
-
-sock_filter load(size_t offset) {
-  return statement(BPF_LD | BPF_W | BPF_ABS, offset);
-}
-
-// The lower half of an argument, on processors that store it first.
-constexpr size_t argument(size_t number) {
-  return offsetof(seccomp_data, args) + number * sizeof(uint64_t);
-}
-
+// The filter is made by the compiler: a run has no time for it.
 class Program {
  public:
-  explicit Program(std::vector<sock_filter> start) : statements_(std::move(start)) {}
-
-  void Answer(uint32_t call, uint32_t action) {
-    Add({compare(BPF_JEQ, call, 0, 1), statement(BPF_RET | BPF_K, action)});
-  }
-
-  // Allows the call where the argument is one of `values`, and otherwise does `action`.
-  void AllowWith(uint32_t call, size_t number, std::initializer_list<int> values, uint32_t action) {
-    const size_t length = 2 + 2 * values.size();
-    Add({compare(BPF_JEQ, call, 0, length), load(argument(number))});
-    for (const int value : values) {
-      Add({compare(BPF_JEQ, static_cast<uint32_t>(value), 0, 1),
-           statement(BPF_RET | BPF_K, kAllow)});
+  constexpr Program() {
+    Load(offsetof(seccomp_data, arch));
+    Compare(BPF_JEQ, kArchitecture, 1, 0);
+    Return(kEnd);
+    Load(offsetof(seccomp_data, nr));
+    Compare(BPF_JGE, kFirstForeign, 0, 1);
+    Return(kEnd);
+    Rule sorted[kRuleCount] = {};
+    for (size_t i = 0; i < kRuleCount; ++i) {
+      size_t place = i;
+      for (; place > 0 && sorted[place - 1].call > kRules[i].call; --place) {
+        sorted[place] = sorted[place - 1];
+      }
+      sorted[place] = kRules[i];
     }
-    Add({statement(BPF_RET | BPF_K, action)});
+    Search(sorted, kRuleCount);
   }
 
-  // Allows the call unless the argument has all of `bits`.
-  void AllowWithoutAll(uint32_t call, size_t number, uint32_t bits) {
-    Add({compare(BPF_JEQ, call, 0, 5), load(argument(number)),
-         statement(BPF_ALU | BPF_AND | BPF_K, bits), compare(BPF_JEQ, bits, 0, 1),
-         statement(BPF_RET | BPF_K, kRefuse), statement(BPF_RET | BPF_K, kAllow)});
-  }
-
-  // Allows the call where the argument has none of `bits`.
-  void AllowWithout(uint32_t call, size_t number, int bits) {
-    Add({compare(BPF_JEQ, call, 0, 4), load(argument(number)),
-         compare(BPF_JSET, static_cast<uint32_t>(bits), 0, 1), statement(BPF_RET | BPF_K, kRefuse),
-         statement(BPF_RET | BPF_K, kAllow)});
-  }
-
-  std::vector<sock_filter> Otherwise(uint32_t action) {
-    Add({statement(BPF_RET | BPF_K, action)});
-    return std::move(statements_);
+  std::vector<sock_filter> For(int own_pid) const {
+    std::vector<sock_filter> statements(statements_, statements_ + size_);
+    statements[own_pid_].k = static_cast<uint32_t>(own_pid);
+    return statements;
   }
 
  private:
-  void Add(std::initializer_list<sock_filter> statements) {
-    statements_.insert(statements_.end(), statements);
+  constexpr void Add(int code, uint32_t value, size_t if_true = 0, size_t if_false = 0) {
+    statements_[size_++] = {static_cast<uint16_t>(code), static_cast<uint8_t>(if_true),
+                            static_cast<uint8_t>(if_false), value};
   }
 
-  std::vector<sock_filter> statements_;
+  constexpr void Load(size_t offset) {
+    Add(BPF_LD | BPF_W | BPF_ABS, static_cast<uint32_t>(offset));
+  }
+
+  constexpr void Return(uint32_t action) { Add(BPF_RET | BPF_K, action); }
+
+  // Compares what was loaded last with `value`, and skips `if_true` or `if_false` statements.
+  constexpr void Compare(int how, uint32_t value, size_t if_true, size_t if_false) {
+    Add(BPF_JMP | how | BPF_K, value, if_true, if_false);
+  }
+
+  // A search by halves: the kernel runs the filter for each call there is when it is set up, so a
+  // list of comparisons would make each run noticeably slower.
+  constexpr void Search(const Rule* first, size_t count) {
+    const size_t start = size_++;
+    const size_t half = count / 2;
+    if (count == 1) {
+      Apply(*first);
+      Branch(start, BPF_JEQ, first->call, 0, size_ - start - 1);
+      Return(kRefuse);
+      return;
+    }
+    Search(first, half);
+    Branch(start, BPF_JGE, first[half].call, size_ - start - 1, 0);
+    Search(first + half, count - half);
+  }
+
+  // A comparison before statements that were added already.
+  constexpr void Branch(size_t place, int how, uint32_t value, size_t if_true, size_t if_false) {
+    const size_t end = size_;
+    size_ = place;
+    Compare(how, value, if_true, if_false);
+    size_ = end;
+  }
+
+  constexpr void Apply(const Rule& rule) {
+    if (rule.when == When::kAlways) {
+      Return(rule.action);
+      return;
+    }
+    // The lower half of the argument, on processors that store it first.
+    Load(offsetof(seccomp_data, args) + rule.argument * sizeof(uint64_t));
+    switch (rule.when) {
+      case When::kAlways:
+        break;
+      case When::kIsOneOf:
+        Compare(BPF_JEQ, rule.values[0], 2, 0);
+        Compare(BPF_JEQ, rule.values[1], 1, 0);
+        break;
+      case When::kIsOwnPid:
+        own_pid_ = size_;
+        Compare(BPF_JEQ, 0, 1, 0);
+        break;
+      case When::kLacksOne:
+        Add(BPF_ALU | BPF_AND | BPF_K, rule.values[0]);
+        Compare(BPF_JEQ, rule.values[0], 0, 1);
+        break;
+      case When::kLacksAll:
+        Compare(BPF_JSET, rule.values[0], 0, 1);
+        break;
+    }
+    Return(rule.action);
+    Return(kAllow);
+  }
+
+  static constexpr size_t kMost = 6 + 8 * kRuleCount;
+  sock_filter statements_[kMost] = {};
+  size_t size_ = 0;
+  size_t own_pid_ = 0;
 };
+
+constexpr Program kProgram;
 
 }  // namespace
 
 std::vector<sock_filter> system_call_filter(int own_pid) {
   if (kArchitecture == 0) return {};
-  Program program({load(offsetof(seccomp_data, arch)), compare(BPF_JEQ, kArchitecture, 1, 0),
-                   statement(BPF_RET | BPF_K, kEnd), load(offsetof(seccomp_data, nr)),
-                   compare(BPF_JGE, kFirstForeign, 0, 1), statement(BPF_RET | BPF_K, kEnd)});
-  program.AllowWith(__NR_write, 0, {STDIN_FILENO, STDERR_FILENO}, kRefuse);
-  for (const uint32_t call : kHarmless) program.Answer(call, kAllow);
-  for (const uint32_t call : kHostile) program.Answer(call, kEnd);
-  program.AllowWith(__NR_fcntl, 1, {F_GETFL}, kRefuse);
-  program.AllowWith(__NR_tgkill, 0, {own_pid}, kEnd);
-  program.AllowWith(__NR_prlimit64, 1, {RLIMIT_CPU}, kRefuse);
-  // Converters are mapped to be run as they are; nothing that was written may be run.
-  program.AllowWithoutAll(__NR_mmap, 2, PROT_WRITE | PROT_EXEC);
-  program.AllowWithout(__NR_mprotect, 2, PROT_EXEC);
-  program.AllowWithout(
-      __NR_openat, 2,
-      O_WRONLY | O_RDWR | O_CREAT | O_TRUNC | O_APPEND | (O_TMPFILE & ~O_DIRECTORY));
-  return program.Otherwise(kRefuse);
+  return kProgram.For(own_pid);
 }
 
 bool enter_system_call_filter() {
