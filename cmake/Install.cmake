@@ -1,10 +1,5 @@
 # What `cmake --install` puts below CMAKE_INSTALL_PREFIX, in two components: `program`, and `library`,
-# of which support/install/ has most. The default is the root that the file system hierarchy reserves
-# for software that is no part of the distribution: /usr/local is the administrator's, and no package
-# may write there. /etc/kem belongs to the panel: nothing here touches it.
-if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)
-  set(CMAKE_INSTALL_PREFIX /opt/kem CACHE PATH "The panel's root" FORCE)
-endif()
+# of which support/install/ has most. /etc/kem belongs to the panel: nothing here touches it.
 set(KEM_MAIL_GROUP vmail CACHE STRING
     "Primary group of the mail server's deliveries, the only one that may run the autoresponder")
 set(KEM_PACKAGE kem-autoresponder)

@@ -11,23 +11,33 @@
 namespace {
 
 constexpr const char* kDescription =
-    "Tells why the autoresponder would reply to a message, or not, and does nothing else:\n"
-    "no row, no file and no mail is written.";
+    "Tells why the autoresponder would reply to a message, or not; whether this server is set\n"
+    "up right (--check); or which rules a mailbox has (--list). It writes no row, no file and\n"
+    "no mail.";
 
 constexpr const char* kFooter =
     "\nExit status: 0 a reply would leave, 1 none would, 2 it could not be told.\n"
+    "With --check: 0 the server is set up right, 1 it is not.\n"
+    "With --list: 0 the mailbox is listed, 1 there is none, 2 it could not be told.\n"
     "Reads /etc/kem and the panel's database, so it has to run as root.";
 
 void declare(CLI::App& app, Options& options) {
-  app.add_option("MESSAGE", options.message_file,
-                 "file with the message; - or none: standard input")
-      ->type_name("FILE");
-  app.add_option("--recipient", options.recipient,
-                 "address of the delivery; without it RECIPIENT counts, else To")
-      ->type_name("ADDRESS");
-  app.add_option("--rule", options.rule, "tell about this rule only")->type_name("ID");
+  auto* const message = app.add_option("MESSAGE", options.message_file,
+                                       "file with the message; - or none: standard input");
+  auto* const recipient =
+      app.add_option("--recipient", options.recipient,
+                     "address of the delivery; without it RECIPIENT counts, or To");
+  auto* const rule = app.add_option("--rule", options.rule, "tell about this rule only");
+  auto* const reply = app.add_flag("--show-reply", options.show_reply, "show each reply whole");
+  auto* const check = app.add_flag("--check", options.check, "is this server set up right?");
+  auto* const list = app.add_option("--list", options.list, "list the rules of a mailbox");
+  for (auto* const other : {message->type_name("FILE"), recipient->type_name("ADDRESS"),
+                            rule->type_name("ID"), reply}) {
+    check->excludes(other);
+    list->excludes(other);
+  }
+  list->type_name("ADDRESS")->excludes(check);
   app.add_flag("--json", options.json, "for programs");
-  app.add_flag("--show-reply", options.show_reply, "show each reply whole");
   app.set_version_flag("--version", "autoresponder-explain " EXPLAIN_VERSION, "show the version");
   app.set_help_flag("--help", "show this text");
   app.footer(kFooter);

@@ -40,6 +40,10 @@ bool never_replies(const char* ans_freq);
 LimiterStep limiter_step(const std::optional<std::string>& replies_today, int senders,
                          const char* ans_freq, const char* mem_limit);
 
+/// The query for the senders whom a rule has answered today: the columns `email`, `num` and
+/// `time_resp`, the earliest first.
+std::string answered_today_query(const std::string& rule_id);
+
 /// Whether the limiter may write to its table.
 enum class LimiterMode {
   kCount,  ///< count the reply, and delete rows of earlier days

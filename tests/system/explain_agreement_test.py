@@ -163,8 +163,8 @@ def rows_after(rows, answer):
         if step is None or step == "refuse":
             continue
         for sender in rule["limiter"]["evicted"]:
-            del rows[rule["id"], sender]
-        key = rule["id"], answer["message"]["sender"]
+            del rows[str(rule["id"]), sender]
+        key = str(rule["id"]), answer["message"]["sender"]
         rows[key] = rows.get(key, 0) + 1
     return rows
 

@@ -11,7 +11,7 @@ from pathlib import Path
 import pytest
 
 import panel as sandbox
-from conftest import CHECKOUT, COMMANDS, EXPLAIN, OPTIMISED, message, wait_until
+from conftest import CHECKOUT, COMMANDS, EXPLAIN, OPTIMISED, Result, message, wait_until
 
 
 def test_tells_the_whole_decision(panel):
@@ -92,9 +92,9 @@ def test_tells_the_same_to_programs(panel):
     assert [(command["purpose"], command["fate"]) for command in commands] == [
         ("forward", "runs"), ("notify", "runs"), ("attach", "runs"), ("reply", "runs")]
     assert told == {
-        "id": "1", "outcome": "replies",
+        "id": 1, "outcome": "replies",
         "trigger": {"place": "body", "key": "question", "found": True, "line": 1},
-        "limiter": {"replies_a_day": "3", "senders_remembered": "1", "senders": 1,
+        "limiter": {"replies_a_day": 3, "senders_remembered": 1, "senders": 1,
                     "replies_today": None, "step": "evict_and_remember",
                     "evicted": ["p@x.example"]},
         "forwarding": " anna@colleague.example ",
@@ -163,6 +163,14 @@ def test_cannot_tell_without_a_database(panel):
     assert result.answer()["reason"] == "database_fails"
     assert result.answer()["trouble"] == "autoresponder: Unable to connect to the mysql database "
     assert b"Access denied" in result.err
+
+
+def test_says_nothing_of_an_error_that_the_client_library_left(panel):
+    sandbox.write_shadow("another password")
+    result = panel.explain(message())
+    assert b"System error" not in result.err + result.out
+    assert result.err.splitlines()[1] == (
+        b"autoresponder-explain: Unable to connect to the mysql database ")
 
 
 def test_tells_of_a_statement_that_fails_in_a_rule(panel):
@@ -299,7 +307,7 @@ def test_tells_about_one_rule_as_about_all(panel):
         panel.attach(panel.rule(), f"{number}.txt")
     everything = panel.explain(message(), "--json", "--show-reply").answer()["rules"]
     for rule in everything:
-        alone = panel.explain(message(), "--json", "--show-reply", "--rule", rule["id"]).answer()
+        alone = panel.explain(message(), "--json", "--show-reply", "--rule", str(rule["id"])).answer()
         assert alone["rules"] == [rule]
 
 
@@ -678,7 +686,8 @@ def test_manual_page_names_every_code():
 
 def test_is_described_in_its_help(panel):
     shown = panel.explain(b"", "--help").out.decode()
-    for option in ("--recipient", "--rule", "--json", "--show-reply", "--version", "--help"):
+    for option in ("--recipient", "--rule", "--json", "--show-reply", "--check", "--list",
+                   "--version", "--help"):
         assert option in shown
     source = CHECKOUT.joinpath("explain", "options.cpp").read_text()
-    assert len(re.findall(r'_(?:option|flag)\("--', source)) == 6
+    assert len(re.findall(r'_(?:option|flag)\("--', source)) == 8

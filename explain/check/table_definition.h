@@ -1,0 +1,26 @@
+#ifndef EXPLAIN_CHECK_TABLE_DEFINITION_H
+#define EXPLAIN_CHECK_TABLE_DEFINITION_H
+
+#include <map>
+#include <string>
+
+/// A column as "show create table" writes it.
+struct ColumnDefinition {
+  std::string type;     ///< without its size, such as "varchar"
+  long size = 0;        ///< what is in brackets after the type: a text's longest length; 0 for none
+  std::string text;     ///< all of the definition, in lower case
+  std::string charset;  ///< of its texts; empty if it has none
+
+  bool Is(std::initializer_list<const char*> types) const;
+  bool IsInteger() const;
+  bool Has(const std::string& words) const { return text.find(words) != std::string::npos; }
+};
+
+/// The columns of a table, by their names.
+using TableDefinition = std::map<std::string, ColumnDefinition>;
+
+/// Reads what "show create table" answers. A text of another form, such as a view's, has no
+/// columns.
+TableDefinition read_table_definition(const std::string& statement);
+
+#endif
