@@ -96,6 +96,11 @@ Reason reason_of(const std::vector<RuleExplanation>& rules) {
       std::any_of(rules.begin(), rules.end(),
                   [](const RuleExplanation& rule) { return is_reply(rule.outcome); });
   if (anyone_replies) return Reason::kRuleReplies;
+  for (const RuleExplanation& rule : rules) {
+    if (rule.outcome == RuleOutcome::kUnknown) {
+      throw CannotTell(Reason::kReplyNotBuilt, rule.trouble);
+    }
+  }
   return rules.empty() ? Reason::kNoRules : Reason::kNoRuleReplies;
 }
 

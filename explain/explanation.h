@@ -54,6 +54,7 @@ enum class RuleOutcome {
   kRecipientNotAscii,  ///< the address has no ASCII form; the run ends with status 1
   kStatementFails,     ///< the database refuses a statement; the run ends
   kNotReached,         ///< an earlier rule ended the run
+  kUnknown,            ///< the reply could not be built here
 };
 
 inline bool is_reply(RuleOutcome outcome) {
@@ -100,7 +101,7 @@ struct ReplyFacts {
 struct RuleExplanation {
   ResponderRule rule;
   RuleOutcome outcome = RuleOutcome::kNotReached;
-  std::string trouble;  ///< the diagnostic, if a statement fails
+  std::string trouble;  ///< the diagnostic, if a statement fails or the outcome is unknown
   std::optional<TriggerFacts> trigger;
   std::optional<LimiterFacts> limiter;
   std::optional<std::string> forwarding;  ///< the addresses, as in the command line

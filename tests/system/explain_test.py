@@ -173,6 +173,21 @@ def test_says_nothing_of_an_error_that_the_client_library_left(panel):
         b"autoresponder-explain: Unable to connect to the mysql database ")
 
 
+@pytest.mark.parametrize("other, status, reason", [
+    ({"text": "short"}, 0, "rule_replies"), ({"resp_on": "false"}, 2, "reply_not_built")])
+def test_a_reply_that_cannot_be_told_hides_no_other_rule(panel, other, status, reason):
+    panel.rule(text="x" * 5000)
+    panel.rule(**other)
+    result = Result(subprocess.run(
+        ["/bin/bash", "-c", 'ulimit -f 2; exec "$0" "$@"', EXPLAIN, "--json", "--recipient",
+         "info@shop.example"], input=message(), capture_output=True))
+    first, second = result.answer()["rules"]
+    assert (result.status, result.answer()["reason"]) == (status, reason)
+    assert (first["outcome"], first["trouble"]) == (
+        "unknown", "Unable to build the reply in memory.")
+    assert second["outcome"] == ("replies" if status == 0 else "switched_off")
+
+
 def test_tells_of_a_statement_that_fails_in_a_rule(panel):
     panel.attach(panel.rule(), "list.txt")
     panel.rule()
