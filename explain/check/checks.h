@@ -20,8 +20,11 @@ void check_places(Inspection& inspection);
 /// The password file and the connection, which it opens for the later checks, read-only.
 void check_connection(Inspection& inspection);
 
-/// The tables and columns that a run reads, the limiter's own, and the rights to them.
+/// The tables and columns that a run reads, and the types of the columns.
 void check_tables(Inspection& inspection);
+
+/// What the limiter needs to write its own table: defaults, types and rights.
+void check_limiter(Inspection& inspection);
 
 /// Forwarding addresses and file names that are dangerous while the repairs are off.
 void check_values(Inspection& inspection);

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "autoresponder/message/switches.h"
 #include "autoresponder/panel/panel_database.h"

@@ -71,9 +71,9 @@ void check_file(const std::string& path, const struct stat& state, Inspection& i
 
 std::vector<std::string> installed_programs(const Inspection& inspection) {
   std::set<std::string> places = {INSTALL_ROOT "/sbin/autoresponder"};
-  if (!inspection.product_root.empty()) {
-    places.insert(inspection.product_root + "/sbin/autoresponder");
-  }
+  std::string root = inspection.product_root;
+  while (!root.empty() && root.back() == '/') root.pop_back();
+  if (!root.empty()) places.insert(root + "/sbin/autoresponder");
   return {places.begin(), places.end()};
 }
 

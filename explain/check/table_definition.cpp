@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <sstream>
 
+#include "support/base/joined.h"
+
 namespace {
 
 std::string lower(std::string text) {
@@ -18,6 +20,16 @@ std::string word_after(const std::string& text, const std::string& words) {
   if (at == std::string::npos) return "";
   const size_t start = at + words.size();
   return text.substr(start, text.find_first_of(" ,", start) - start);
+}
+
+// Where the name of the column ends that the line defines. In the mode ANSI_QUOTES the server
+// writes other quotes.
+size_t end_of_name(const std::string& line) {
+  for (const char quote : {'`', '"'}) {
+    const bool is_column = line.size() > 3 && line[0] == ' ' && line[1] == ' ' && line[2] == quote;
+    if (is_column) return line.find(quote, 3);
+  }
+  return std::string::npos;
 }
 
 ColumnDefinition read_column(const std::string& definition) {
@@ -41,12 +53,12 @@ bool ColumnDefinition::IsInteger() const {
   return Is({"tinyint", "smallint", "mediumint", "int", "bigint"});
 }
 
-TableDefinition read_table_definition(const std::string& statement) {
+TableDefinition parse_table_definition(const std::string& statement) {
   TableDefinition table;
   std::istringstream lines(statement);
   std::string charset;
   for (std::string line; std::getline(lines, line);) {
-    const size_t name_end = line.rfind("  `", 0) == 0 ? line.find("` ", 3) : std::string::npos;
+    const size_t name_end = end_of_name(line);
     if (name_end != std::string::npos) {
       table[lower(line.substr(3, name_end - 3))] = read_column(line.substr(name_end + 2));
     } else if (line.rfind(") ", 0) == 0) {
@@ -57,4 +69,11 @@ TableDefinition read_table_definition(const std::string& statement) {
     if (column.charset.empty()) column.charset = charset;
   }
   return table;
+}
+
+TableDefinition read_table_definition(const char* table, PanelDatabase& database) {
+  enum { kName, kStatement };
+  auto rows = database.TryQuery(joined({"show create table `", table, "`"}));
+  const Row row = rows ? rows->Next() : nullptr;
+  return row != nullptr ? parse_table_definition(text_or(row[kStatement], "")) : TableDefinition{};
 }

@@ -1,8 +1,11 @@
 #ifndef EXPLAIN_CHECK_TABLE_DEFINITION_H
 #define EXPLAIN_CHECK_TABLE_DEFINITION_H
 
+#include <initializer_list>
 #include <map>
 #include <string>
+
+#include "autoresponder/panel/panel_database.h"
 
 /// A column as "show create table" writes it.
 struct ColumnDefinition {
@@ -21,6 +24,9 @@ using TableDefinition = std::map<std::string, ColumnDefinition>;
 
 /// Reads what "show create table" answers. A text of another form, such as a view's, has no
 /// columns.
-TableDefinition read_table_definition(const std::string& statement);
+TableDefinition parse_table_definition(const std::string& statement);
+
+/// Asks the server for the definition of `table`. Without columns if that fails.
+TableDefinition read_table_definition(const char* table, PanelDatabase& database);
 
 #endif

@@ -1,6 +1,7 @@
 #include <cstring>
 
 #include "explain/check/checks.h"
+#include "explain/check/server_error.h"
 #include "explain/check/table_definition.h"
 #include "support/base/joined.h"
 
@@ -15,7 +16,6 @@ enum class Use {
   kLongText,  // any character, and more than 255 of them
   kAddress,   // any address, and nothing cut off: it is compared later
   kWord,      // one of some words
-  kTime,      // filled by the server when a row is inserted
 };
 
 struct Column {
@@ -58,7 +58,7 @@ constexpr Column kColumns[] = {
     {"resp_freq", "rn_id", Use::kId},
     {"resp_freq", "email", Use::kAddress},
     {"resp_freq", "num", Use::kNumber},
-    {"resp_freq", "time_resp", Use::kTime},
+    {"resp_freq", "time_resp", Use::kAny},
     {"resp_forward", "rn_id", Use::kId},
     {"resp_forward", "address", Use::kAny},
     {"resp_attach", "rn_id", Use::kId},
@@ -118,65 +118,21 @@ std::string problem_of(const Column& use, const ColumnDefinition& column) {
     case Use::kWord:
       return problem_of_word(use, column);
     case Use::kAny:
-    case Use::kTime:
       break;
   }
   return "";
-}
-
-// The limiter inserts rows without a time, and forgets those of earlier days by it.
-void check_time(const ColumnDefinition& column, Inspection& inspection) {
-  const bool is_time = column.Is({"timestamp", "datetime"});
-  const bool is_filled = column.Has("default current_timestamp") || column.Has("default now()");
-  if (is_time && is_filled) return;
-  inspection.Error("limiter_time",
-                   "resp_freq.time_resp is not filled with the time of the reply: a sender who was "
-                   "answered often enough on one day is never answered again. alter table "
-                   "resp_freq modify time_resp timestamp not null default current_timestamp");
-}
-
-bool is_known(const std::string& name) {
-  return name == "rn_id" || name == "email" || name == "num" || name == "time_resp";
-}
-
-bool is_strict(PanelDatabase& database) {
-  Rows rows = database.Query("select @@sql_mode like '%STRICT%'");
-  const Row row = rows.Next();
-  return row != nullptr && strcmp(text_or(*row, "0"), "0") != 0;
-}
-
-// A strict server refuses a row that has no value for such a column.
-void check_other_columns(const TableDefinition& table, Inspection& inspection) {
-  for (const auto& [name, column] : table) {
-    const bool may_be_left_out = !column.Has("not null") || column.Has(" default ") ||
-                                 column.Has("auto_increment") || column.Has("generated always");
-    if (is_known(name) || may_be_left_out || !is_strict(*inspection.database)) continue;
-    inspection.Error("limiter_refused",
-                     "resp_freq." + name +
-                         " has no default, and the server is strict: it refuses what the limiter "
-                         "writes, and no rule replies. Give the column a default.");
-  }
 }
 
 void check_types(const char* name, const TableDefinition& table, Inspection& inspection) {
   for (const Column& use : kColumns) {
     const auto column = table.find(use.name);
     if (strcmp(use.table, name) != 0 || column == table.end()) continue;
-    if (use.use == Use::kTime) check_time(column->second, inspection);
     const std::string problem = problem_of(use, column->second);
     if (problem.empty()) continue;
     inspection.Warning("column_type", name_of(use) + " " + problem +
                                           ": compare the table with schema/tables.sql.");
   }
 }
-
-// The error numbers of the server that say what is missing.
-enum ServerError : unsigned {
-  kTableDenied = 1142,
-  kColumnDenied = 1143,
-  kUnknownColumn = 1054,
-  kNoSuchTable = 1146,
-};
 
 const char* code_of(unsigned error) {
   switch (error) {
@@ -192,7 +148,7 @@ const char* code_of(unsigned error) {
   }
 }
 
-// Whether a run can read the column. A table that is missing is told of once.
+// Whether the other columns are worth a look. A table that nobody can read is told of once.
 bool check_column(const Column& column, Inspection& inspection) {
   try {
     inspection.database->Query(
@@ -201,7 +157,7 @@ bool check_column(const Column& column, Inspection& inspection) {
   } catch (const PanelFailure& failure) {
     inspection.Error(code_of(failure.error()),
                      "A run cannot read " + name_of(column) + ": " + failure.what() + ".");
-    return failure.error() != kNoSuchTable && failure.error() != kTableDenied;
+    return failure.error() == kUnknownColumn || failure.error() == kColumnDenied;
   }
 }
 
@@ -213,69 +169,18 @@ bool check_columns(const char* table, Inspection& inspection) {
   return true;
 }
 
-// The server checks the rights when it prepares a statement. It is never executed.
-void check_right(const char* statement, Inspection& inspection) {
-  try {
-    inspection.database->Query(joined({"prepare never_executed from '", statement, "'"}), "");
-  } catch (const PanelFailure& failure) {
-    if (failure.error() != kTableDenied && failure.error() != kColumnDenied) return;
-    inspection.Error("right_missing", std::string("The limiter cannot count: ") + failure.what() +
-                                          ". grant select, insert, update, delete on "
-                                          "kem.resp_freq to admin@localhost");
-  }
-}
-
-void check_rights(Inspection& inspection) {
-  check_right("delete from resp_freq where rn_id=0", inspection);
-  check_right("update resp_freq set num=1 where rn_id=0", inspection);
-  check_right("insert into resp_freq set rn_id=0, email=0, num=1", inspection);
-}
-
-TableDefinition definition_of(const char* table, PanelDatabase& database) {
-  enum { kName, kStatement };
-  auto rows = database.TryQuery(joined({"show create table `", table, "`"}));
-  const Row row = rows ? rows->Next() : nullptr;
-  return row != nullptr ? read_table_definition(text_or(row[kStatement], "")) : TableDefinition{};
-}
-
-// The larger, the more numbers the type has; 0 for other types.
-int rank_of(const ColumnDefinition& column) {
-  constexpr const char* kTypes[] = {"tinyint", "smallint", "mediumint", "int", "bigint"};
-  int rank = 0;
-  for (const char* const type : kTypes) {
-    ++rank;
-    if (column.type == type) return rank;
-  }
-  return 0;
-}
-
-// The limiter's rows have to hold the ids of all rules.
-void check_limiter_ids(const TableDefinition& rules, const TableDefinition& limiter,
-                       Inspection& inspection) {
-  const auto id = rules.find("id");
-  const auto reference = limiter.find("rn_id");
-  if (id == rules.end() || reference == limiter.end()) return;
-  if (rank_of(reference->second) >= rank_of(id->second)) return;
-  inspection.Warning("column_type", "resp_freq.rn_id is of type " + reference->second.type +
-                                        " and mail_resp.id of type " + id->second.type +
-                                        ": rules with large ids are not limited.");
-}
+constexpr const char* kNoTypes = "\"show create table\" does not name them, as for a view";
 
 void check_all(Inspection& inspection) {
-  TableDefinition rules;
-  TableDefinition limiter;
   const char* last = "";
   for (const Column& column : kColumns) {
     if (strcmp(column.table, last) == 0) continue;
     last = column.table;
     if (!check_columns(last, inspection)) continue;
-    const TableDefinition table = definition_of(last, *inspection.database);
+    const TableDefinition table = read_table_definition(last, *inspection.database);
+    if (table.empty()) inspection.Unseen(joined({"The types of the columns of ", last}), kNoTypes);
     check_types(last, table, inspection);
-    if (strcmp(last, "mail_resp") == 0) rules = table;
-    if (strcmp(last, "resp_freq") == 0) limiter = table;
   }
-  check_other_columns(limiter, inspection);
-  check_limiter_ids(rules, limiter, inspection);
 }
 
 }  // namespace
@@ -284,7 +189,6 @@ void check_tables(Inspection& inspection) {
   if (!inspection.database) return;
   try {
     check_all(inspection);
-    check_rights(inspection);
   } catch (const PanelFailure& failure) {
     inspection.Error("database_unusable", std::string("A query failed: ") + failure.what());
   }
