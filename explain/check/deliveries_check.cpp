@@ -79,8 +79,8 @@ void check_domain(const std::string& domain, const Deliveries& deliveries,
   if (line == nullptr || line->prefix.empty()) {
     inspection.Warning("domain_not_delivered",
                        "The domain " + domain +
-                           " has rules, but neither control/virtualdomains nor control/locals "
-                           "names it: its mail is not delivered here.");
+                           " has rules, but control/virtualdomains has no prefix for it, and "
+                           "control/locals does not name it: its mail is not delivered here.");
     return;
   }
   if (const auto user = users.Find(line->prefix)) {

@@ -1,6 +1,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdint>
+#include <cstdlib>
 #include <ctime>
 #include <dirent.h>
 #include <fstream>
@@ -99,6 +100,24 @@ void tell_of_no_limit(const std::string& why, Inspection& inspection) {
                          "memory as it likes. Write a number of bytes into it.");
 }
 
+// `word`: the first one of the file, which is read up to its first character that is no digit.
+void check_limit(const std::string& path, const std::string& word, Inspection& inspection) {
+  constexpr long long kSmall = 1024;
+  const bool is_number = word.find_first_not_of("0123456789") == std::string::npos;
+  const long long limit = atoll(word.c_str());
+  if (limit <= 0) return tell_of_no_limit(path + " holds \"" + word + "\"", inspection);
+  if (limit > INT_MAX) {
+    inspection.Warning("size_limit_too_large", path + " holds " + word + ", which is more than " +
+                                                   std::to_string(INT_MAX) +
+                                                   " and not understood. Write a smaller one.");
+  } else if (!is_number || limit < kSmall) {
+    inspection.Warning("size_limit_unlikely",
+                       path + " holds \"" + word + "\", which means " + std::to_string(limit) +
+                           " bytes: larger messages are refused, and larger replies replaced by a "
+                           "notice. Write the number of bytes.");
+  }
+}
+
 void check_size_limit(Inspection& inspection) {
   const std::string path = inspection.qmail_root + "/control/databytes";
   errno = 0;
@@ -109,15 +128,7 @@ void check_size_limit(Inspection& inspection) {
   }
   std::string word;
   file >> word;
-  const bool is_number = !word.empty() && word.find_first_not_of("0123456789") == std::string::npos;
-  if (!is_number) return tell_of_no_limit(path + " holds no number", inspection);
-  if (word.size() > 10 || std::stoll(word) > INT_MAX) {
-    inspection.Warning("size_limit_too_large", path + " holds " + word + ", which is more than " +
-                                                   std::to_string(INT_MAX) +
-                                                   " and not understood. Write a smaller one.");
-  } else if (std::stoll(word) == 0) {
-    tell_of_no_limit(path + " holds 0", inspection);
-  }
+  check_limit(path, word, inspection);
 }
 
 }  // namespace

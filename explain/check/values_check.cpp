@@ -81,5 +81,5 @@ void check_values(Inspection& inspection) {
   if (!is_found) return;
   inspection.Advice("repairs_off",
                     "AUTORESPONDER_REPAIRS is off, and the database holds dangerous values. "
-                    "Switched on in kem.conf, it keeps them from the shell.");
+                    "Switched on in kem.conf, it takes the harm out of them.");
 }

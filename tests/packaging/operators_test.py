@@ -241,6 +241,14 @@ def test_every_placeholder_of_the_document_is_replaced(database, letter):
             in sandbox.mails()[0].message)
 
 
+def test_a_subject_is_cut_where_the_document_says(database, letter):
+    longest = int(re.search(r"of which at most (\d+) bytes remain", DOCUMENT)[1])
+    database.run("update mail_resp set subject='<request_subject>'")
+    (letter / "message.eml").write_bytes(MESSAGE.replace(b"Hello", b"x" * 5000))
+    replies(letter)
+    assert re.search(rb"\nSubject: (x*)\n", sandbox.mails()[0].message)[1] == b"x" * longest
+
+
 def test_a_null_limit_is_ten_and_what_is_no_number_is_none(database, letter):
     database.run("update mail_resp set ans_freq=null")
     assert sum(replies(letter)[0] for _ in range(12)) == 10
@@ -317,6 +325,18 @@ def test_every_page_has_examples(page):
 def test_the_readme_of_the_package_works():
     text = (Path("/usr/share/doc") / NAME / "README.md").read_text()
     assert re.findall(r"^    (.*)$", text, re.MULTILINE) == [CHECK]
+
+
+def test_the_settings_of_the_document_are_known(database):
+    del database
+    whole = (CHECKOUT / "packaging" / "kem.conf.sample").read_text()
+    sandbox.CONF.write_text(whole + "AUTORESPONDER_REPAIRS maybe\n")
+    assert b"counts as off" in subprocess.run(CHECK.split(), capture_output=True).stdout
+    settings = [printed(line) for line in LINES if line.startswith("AUTORESPONDER_")]
+    sandbox.CONF.write_text(whole + "".join(f"{line}\n" for line in settings))
+    result = subprocess.run(CHECK.split(), capture_output=True)
+    sandbox.CONF.write_text(whole)
+    assert (result.returncode, result.stdout) == (0, b"This server is set up right.\n")
 
 
 def test_the_package_can_go_back_and_be_removed(database, letter):
