@@ -22,25 +22,35 @@ constexpr const char* kFooter =
     "Reads /etc/kem and the panel's database, so it has to run as root.";
 
 void declare(CLI::App& app, Options& options) {
-  auto* const message = app.add_option("MESSAGE", options.message_file,
-                                       "file with the message; - or none: standard input");
-  auto* const recipient =
-      app.add_option("--recipient", options.recipient,
-                     "address of the delivery; without it RECIPIENT counts, or To");
-  auto* const rule = app.add_option("--rule", options.rule, "tell about this rule only");
-  auto* const reply = app.add_flag("--show-reply", options.show_reply, "show each reply whole");
-  auto* const check = app.add_flag("--check", options.check, "is this server set up right?");
-  auto* const list = app.add_option("--list", options.list, "list the rules of a mailbox");
-  for (auto* const other : {message->type_name("FILE"), recipient->type_name("ADDRESS"),
-                            rule->type_name("ID"), reply}) {
-    check->excludes(other);
-    list->excludes(other);
-  }
-  list->type_name("ADDRESS")->excludes(check);
+  app.add_option("MESSAGE", options.message_file,
+                 "file with the message; - or none: standard input")
+      ->type_name("FILE");
+  app.add_option("--recipient", options.recipient,
+                 "address of the delivery; without it RECIPIENT counts, or To")
+      ->type_name("ADDRESS");
+  app.add_option("--rule", options.rule, "tell about this rule only")->type_name("ID");
+  app.add_flag("--show-reply", options.show_reply, "show each reply whole");
+  app.add_flag("--check", options.check, "no message: is this server set up right?");
+  app.add_option("--list", options.list, "no message: which rules has this mailbox?")
+      ->type_name("ADDRESS");
   app.add_flag("--json", options.json, "for programs");
   app.set_version_flag("--version", "autoresponder-explain " EXPLAIN_VERSION, "show the version");
   app.set_help_flag("--help", "show this text");
   app.footer(kFooter);
+}
+
+// Refuses --check and --list together, and with what is about a message.
+void refuse_two_questions(const CLI::App& app) {
+  size_t others = 0;
+  for (const char* const option : {"MESSAGE", "--recipient", "--rule", "--show-reply"}) {
+    others += app.count(option);
+  }
+  for (const char* const question : {"--check", "--list"}) {
+    if (app.count(question) > 0 && others > 0) {
+      throw CLI::ExcludesError(question, "every option but --json");
+    }
+    others += app.count(question);
+  }
 }
 
 // In the parser's order, which is from the last to the first. An empty value is given as an
@@ -69,6 +79,7 @@ std::variant<Options, int> parse_command_line(int argc, char** argv) {
   declare(app, options);
   try {
     app.parse(arguments(argc, argv));
+    refuse_two_questions(app);
   } catch (const CLI::ParseError& end) {
     if (end.get_exit_code() == 0) return app.exit(end);
     std::cerr << "autoresponder-explain: " << printable(end.what()) << "\nTry --help.\n";
