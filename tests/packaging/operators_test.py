@@ -71,7 +71,8 @@ def set_up_qmail():
         "#!/bin/sh\nexec cp /var/qmail/users/assign /var/qmail/users/cdb\n")
     (QMAIL / "bin" / "qmail-inject").write_text(
         f'#!/bin/sh\nexec python3 {CHECKOUT}/tests/packaging/qmail.py "$@"\n')
-    for name in ("qmail-newu", "qmail-inject"):
+    (QMAIL / "bin" / "maildirmake").write_text('#!/bin/sh\nmkdir "$1" "$1/tmp" "$1/new" "$1/cur"\n')
+    for name in ("qmail-newu", "qmail-inject", "maildirmake"):
         (QMAIL / "bin" / name).chmod(0o755)
     (QMAIL / "control" / "databytes").write_text("10000000\n")
     with_lines(QMAIL / "control" / "rcpthosts", "my-shop.example")
@@ -81,9 +82,11 @@ def set_up_qmail():
         assign.write(".\n")
     with_lines(HOME / ".qmail-info", "./info/Maildir/",
                "|/opt/kem/sbin/autoresponder || exit 0")
-    result = sh("ln -s .qmail-info /home/shop/.qmail-sales")
-    assert (result.returncode, result.stderr) == (0, b"")
-    shell("chown", "-R", "5001:5000", str(HOME))
+    for command in ("mkdir /home/shop/info", "/var/qmail/bin/maildirmake /home/shop/info/Maildir",
+                    "chown -R 5001:5000 /home/shop/info",
+                    "ln -s .qmail-info /home/shop/.qmail-sales"):
+        result = sh(command)
+        assert (result.returncode, result.stderr) == (0, b"")
 
 
 def set_up_panel(database):

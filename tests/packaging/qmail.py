@@ -45,9 +45,9 @@ def main():
                  line[1:]], input=message, cwd=home, check=True,
                 env={"PATH": "/usr/bin:/bin", "RECIPIENT": f"{local}@{domain}"})
         else:
-            box = home / line / "new"
-            box.mkdir(parents=True, exist_ok=True)
-            (box / f"{time.time_ns()}.{os.getpid()}").write_bytes(message)
+            name = home / line / "new" / f"{time.time_ns()}.{os.getpid()}"
+            subprocess.run(["setpriv", f"--reuid={uid}", f"--regid={gid}", "--clear-groups", "tee",
+                            name], input=message, stdout=subprocess.DEVNULL, check=True)
 
 
 if __name__ == "__main__":
