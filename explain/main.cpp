@@ -4,9 +4,9 @@
 #include <exception>
 #include <iostream>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <unistd.h>
-#include <utility>
 
 #include "autoresponder/run/process.h"
 #include "autoresponder/run/termination.h"
@@ -50,21 +50,29 @@ TextStyle style_of(const Options& options) {
   return {options.show_reply, on_terminal, on_terminal && wants_colour()};
 }
 
-// The client library reads its socket without waiting, and leaves EAGAIN where reports look for the
-// system's error. It is never the reason of a failure.
-std::string without_stale_error(std::string diagnostics) {
-  const std::string stale =
-      "System error " + std::to_string(EAGAIN) + ": " + strerror(EAGAIN) + "\n";
-  const size_t at = diagnostics.find("\n" + stale);
-  if (at != std::string::npos) diagnostics.erase(at + 1, stale.size());
-  return diagnostics;
+bool is_of_client_library(const std::string& line) {
+  return line.find("Unable to connect to Quern Database: ") != std::string::npos ||
+         line.find(": DB error (") != std::string::npos;
+}
+
+// The client library explains its failures itself. What it leaves in errno, such as that its socket
+// had nothing to read yet, is not the reason, but reports append it as a "System error".
+std::string without_stale_errors(const std::string& diagnostics) {
+  std::istringstream lines(diagnostics);
+  std::string result;
+  std::string before;
+  for (std::string line; std::getline(lines, line); before = line) {
+    const bool is_stale = is_of_client_library(before) && line.rfind("System error ", 0) == 0;
+    if (!is_stale) result += line + "\n";
+  }
+  return result;
 }
 
 // Ends the redirection of the outputs; returns what the functions of the run wrote meanwhile.
 std::string release(Work& work) {
-  std::string diagnostics = work.held->Release();
+  const std::string diagnostics = work.held->Release();
   work.held.reset();
-  return without_stale_error(std::move(diagnostics));
+  return without_stale_errors(diagnostics);
 }
 
 // Writes to standard error what the functions of the run wrote there, and what prevented an answer.

@@ -165,12 +165,21 @@ def test_cannot_tell_without_a_database(panel):
     assert b"Access denied" in result.err
 
 
-def test_says_nothing_of_an_error_that_the_client_library_left(panel):
-    sandbox.write_shadow("another password")
+@pytest.mark.parametrize("break_it", [
+    lambda _: sandbox.write_shadow("another password"), lambda panel: panel.sql("drop table misc")])
+def test_says_nothing_of_an_error_that_the_client_library_left(panel, break_it):
+    break_it(panel)
     result = panel.explain(message())
     assert b"System error" not in result.err + result.out
     assert result.err.splitlines()[1] == (
         b"autoresponder-explain: Unable to connect to the mysql database ")
+
+
+def test_tells_the_systems_error_where_it_is_the_reason(panel):
+    sandbox.SHADOW.unlink()
+    assert panel.explain(message()).err.startswith(
+        b"autoresponder-explain: Unable to open admin password file: No such file or directory\n"
+        b"System error 2: No such file or directory\n")
 
 
 @pytest.mark.parametrize("other, status, reason", [
