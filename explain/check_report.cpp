@@ -6,27 +6,30 @@
 #include "explain/check/check.h"
 #include "explain/json_text.h"
 #include "explain/printable.h"
-#include "explain/wording.h"
+#include "support/base/joined.h"
 
 namespace {
 
-const char* colour_of(Severity severity) {
-  switch (severity) {
-    case Severity::kError:
-      return "31";
-    case Severity::kWarning:
-    case Severity::kUnseen:
-      return "33";
-    case Severity::kAdvice:
-      break;
-  }
-  return "1";
+struct SeverityWords {
+  const char* code;    // for programs
+  const char* text;    // for people
+  const char* colour;  // a terminal's number for it
+};
+
+const SeverityWords& words_for(Severity severity) {
+  static constexpr SeverityWords kWords[] = {
+      {"error", "error", "31"},
+      {"warning", "warning", "33"},
+      {"unseen", "not seen", "33"},
+      {"advice", "advice", "1"},
+  };
+  return kWords[static_cast<size_t>(severity)];
 }
 
 std::string heading(Severity severity, const TextStyle& style) {
-  const char* const word = words_for(severity).text;
-  if (!style.in_colour) return word;
-  return std::string("\033[") + colour_of(severity) + "m" + word + "\033[0m";
+  const SeverityWords& words = words_for(severity);
+  if (!style.in_colour) return words.text;
+  return joined({"\033[", words.colour, "m", words.text, "\033[0m"});
 }
 
 }  // namespace

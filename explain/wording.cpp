@@ -126,13 +126,3 @@ Words words_for(CommandFate fate) {
   };
   return pick(kWords, fate);
 }
-
-Words words_for(Severity severity) {
-  static constexpr Words kWords[] = {
-      {"error", "error"},
-      {"warning", "warning"},
-      {"unseen", "not seen"},
-      {"advice", "advice"},
-  };
-  return pick(kWords, severity);
-}

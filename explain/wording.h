@@ -1,7 +1,6 @@
 #ifndef EXPLAIN_WORDING_H
 #define EXPLAIN_WORDING_H
 
-#include "explain/check/finding.h"
 #include "explain/explanation.h"
 
 /// A stable code for programs, and a text for people.
@@ -20,6 +19,5 @@ Words words_for(MailboxLookup lookup);
 Words words_for(TriggerPlace place);
 Words words_for(LimiterStep step);
 Words words_for(CommandFate fate);
-Words words_for(Severity severity);
 
 #endif
