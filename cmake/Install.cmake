@@ -1,10 +1,5 @@
 # What `cmake --install` puts below CMAKE_INSTALL_PREFIX, in two components: `program`, and `library`,
-# of which support/install/ has most. The default is the root that the file system hierarchy reserves
-# for software that is no part of the distribution: /usr/local is the administrator's, and no package
-# may write there. /etc/kem belongs to the panel: nothing here touches it.
-if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)
-  set(CMAKE_INSTALL_PREFIX /opt/kem CACHE PATH "The panel's root" FORCE)
-endif()
+# of which support/install/ has most. /etc/kem belongs to the panel: nothing here touches it.
 set(KEM_MAIL_GROUP vmail CACHE STRING
     "Primary group of the mail server's deliveries, the only one that may run the autoresponder")
 set(KEM_PACKAGE kem-autoresponder)
@@ -26,9 +21,10 @@ foreach(section 5 8)
   file(GLOB pages CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/packaging/*.${section})
   install(FILES ${pages} DESTINATION share/man/man${section})
 endforeach()
-install(FILES README.md CHANGELOG.md docs/operators.md docs/security.md
+install(FILES packaging/README.md packaging/kem.conf.sample CHANGELOG.md docs/operators.md
+              docs/security.md
         DESTINATION share/doc/${KEM_PACKAGE})
-install(FILES schema/tables.sql DESTINATION share/doc/${KEM_PACKAGE}/schema)
+install(FILES schema/tables.sql schema/sample.sql DESTINATION share/doc/${KEM_PACKAGE}/schema)
 
 install(FILES CHANGELOG.md docs/library.md
         DESTINATION share/doc/${KEM_LIBRARY_PACKAGE} COMPONENT library)

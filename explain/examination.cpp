@@ -108,6 +108,11 @@ bool any_outcome(const std::vector<RuleExplanation>& rules, const Predicate& is_
 
 Reason reason_of(const std::vector<RuleExplanation>& rules) {
   if (any_outcome(rules, is_reply)) return Reason::kRuleReplies;
+  for (const RuleExplanation& rule : rules) {
+    if (rule.outcome == RuleOutcome::kUnknown) {
+      throw CannotTell(Reason::kReplyNotBuilt, rule.trouble);
+    }
+  }
   const auto is_withheld = [](RuleOutcome outcome) { return outcome == RuleOutcome::kCourtesy; };
   if (any_outcome(rules, is_withheld)) return Reason::kCourtesy;
   return rules.empty() ? Reason::kNoRules : Reason::kNoRuleReplies;

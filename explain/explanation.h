@@ -60,6 +60,7 @@ enum class RuleOutcome {
   kRecipientNotAscii,  ///< the address has no ASCII form; the run ends with status 1
   kStatementFails,     ///< the database refuses a statement; the run ends
   kNotReached,         ///< an earlier rule ended the run
+  kUnknown,            ///< the reply could not be built here
 };
 
 inline bool is_reply(RuleOutcome outcome) {
@@ -121,8 +122,8 @@ enum class RepairChange {
 struct RuleExplanation {
   ResponderRule rule;
   RuleOutcome outcome = RuleOutcome::kNotReached;
-  std::string trouble;                  ///< the diagnostic, if a statement fails
-  std::string objection;                ///< of courtesy, which forbids the reply; otherwise empty
+  std::string trouble;    ///< the diagnostic, if a statement fails or the outcome is unknown
+  std::string objection;  ///< of courtesy, which forbids the reply; otherwise empty
   std::optional<TriggerMatch> trigger;  ///< of a rule that is on
   std::optional<LimiterFacts> limiter;
   std::optional<std::string> forwarding;  ///< the addresses, as in the command line

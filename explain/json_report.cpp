@@ -1,14 +1,9 @@
 #include "explain/json_report.h"
 
-#include <ostream>
-
-#include <nlohmann/json.hpp>
-
+#include "explain/json_text.h"
 #include "explain/wording.h"
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 template <class Enumeration>
 const char* code(Enumeration value) {
@@ -26,13 +21,6 @@ Json message_of(const Explanation& explanation) {
   return result;
 }
 
-Json mailbox_of(const FoundMailbox& found) {
-  return {{"id", found.mailbox.id},
-          {"mail_name", found.mailbox.mail_name},
-          {"domain_name", found.mailbox.domain_name},
-          {"found_by", code(found.lookup)}};
-}
-
 Json trigger_of(const ResponderRule& rule, const TriggerMatch& trigger) {
   Json result{{"place", code(trigger_place(rule))}, {"key", rule.keystr}, {"found", trigger.fires}};
   if (trigger.line > 0) result["line"] = trigger.line;
@@ -40,10 +28,12 @@ Json trigger_of(const ResponderRule& rule, const TriggerMatch& trigger) {
 }
 
 Json limiter_of(const ResponderRule& rule, const LimiterFacts& limiter) {
-  Json result{{"replies_a_day", rule.ans_freq}, {"senders_remembered", rule.mem_limit}};
+  Json result{{"replies_a_day", number_of(rule.ans_freq)},
+              {"senders_remembered", number_of(rule.mem_limit)}};
   if (!limiter.step) return result;
   result["senders"] = limiter.senders;
-  result["replies_today"] = limiter.replies_today ? Json(*limiter.replies_today) : Json(nullptr);
+  result["replies_today"] =
+      limiter.replies_today ? number_of(*limiter.replies_today) : Json(nullptr);
   result["step"] = code(*limiter.step);
   result["evicted"] = limiter.evicted;
   return result;
@@ -90,7 +80,7 @@ Json changes_of(const std::vector<RepairChange>& changes) {
 }
 
 Json rule_of(const RuleExplanation& facts, bool show_reply) {
-  Json result{{"id", facts.rule.id}, {"outcome", code(facts.outcome)}};
+  Json result{{"id", number_of(facts.rule.id)}, {"outcome", code(facts.outcome)}};
   if (!facts.trouble.empty()) result["trouble"] = facts.trouble;
   if (!facts.objection.empty()) result["objection"] = facts.objection;
   if (facts.trigger) result["trigger"] = trigger_of(facts.rule, *facts.trigger);
@@ -120,7 +110,7 @@ void write_json(std::ostream& out, const Explanation& explanation, const TextSty
   const bool has_sender = explanation.sender_field != SenderField::kNone;
   if (has_sender) result["message"] = message_of(explanation);
   if (explanation.guard) result["guard"] = code(*explanation.guard);
-  if (explanation.mailbox) result["mailbox"] = mailbox_of(*explanation.mailbox);
+  if (explanation.mailbox) result["mailbox"] = mailbox_json(*explanation.mailbox);
   if (explanation.with_courtesy) result["with_courtesy"] = code(*explanation.with_courtesy);
   if (!explanation.objection.empty()) result["objection"] = explanation.objection;
   result["rules"] = Json::array();
@@ -128,7 +118,5 @@ void write_json(std::ostream& out, const Explanation& explanation, const TextSty
     result["rules"].push_back(rule_of(rule, style.show_reply));
   }
   result["diagnostics"] = explanation.diagnostics;
-  // On a terminal nothing but ASCII: the escapes of JSON keep what strangers wrote from steering
-  // it.
-  out << result.dump(2, ' ', style.on_terminal, Json::error_handler_t::replace) << '\n';
+  write_json_text(out, result, style.on_terminal);
 }

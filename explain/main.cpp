@@ -4,14 +4,18 @@
 #include <exception>
 #include <iostream>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <unistd.h>
 
 #include "autoresponder/run/process.h"
 #include "autoresponder/run/termination.h"
+#include "explain/check/check.h"
+#include "explain/check_report.h"
 #include "explain/examination.h"
 #include "explain/held_output.h"
 #include "explain/json_report.h"
+#include "explain/listing_report.h"
 #include "explain/options.h"
 #include "explain/printable.h"
 #include "explain/text_report.h"
@@ -41,20 +45,77 @@ std::string without_prefix(const std::string& trouble) {
   return trouble.rfind(prefix, 0) == 0 ? trouble.substr(prefix.size()) : trouble;
 }
 
-void report(const Explanation& explanation, const Options& options) {
+TextStyle style_of(const Options& options) {
   const bool on_terminal = isatty(STDOUT_FILENO) == 1;
-  const TextStyle style{options.show_reply, on_terminal, on_terminal && wants_colour()};
-  std::cerr << printable_lines(explanation.diagnostics);
-  if (explanation.verdict == Verdict::kUnknown && !explanation.trouble.empty()) {
-    std::cerr << "autoresponder-explain: " << printable_lines(without_prefix(explanation.trouble))
-              << '\n';
+  return {options.show_reply, on_terminal, on_terminal && wants_colour()};
+}
+
+bool is_of_client_library(const std::string& line) {
+  return line.find("Unable to connect to Quern Database: ") != std::string::npos ||
+         line.find(": DB error (") != std::string::npos;
+}
+
+// The client library explains its failures itself. What it leaves in errno, such as that its socket
+// had nothing to read yet, is not the reason, but reports append it as a "System error".
+std::string without_stale_errors(const std::string& diagnostics) {
+  std::istringstream lines(diagnostics);
+  std::string result;
+  std::string before;
+  for (std::string line; std::getline(lines, line); before = line) {
+    const bool is_stale = is_of_client_library(before) && line.rfind("System error ", 0) == 0;
+    if (!is_stale) result += line + "\n";
   }
-  if (options.json) {
-    write_json(std::cout, explanation, style);
-  } else {
-    write_text(std::cout, explanation, style);
-  }
+  return result;
+}
+
+// Ends the redirection of the outputs; returns what the functions of the run wrote meanwhile.
+std::string release(Work& work) {
+  const std::string diagnostics = work.held->Release();
+  work.held.reset();
+  return without_stale_errors(diagnostics);
+}
+
+// Writes to standard error what the functions of the run wrote there, and what prevented an answer.
+void report_trouble(const std::string& diagnostics, const std::string& trouble) {
+  std::cerr << printable_lines(diagnostics);
+  if (trouble.empty()) return;
+  std::cerr << "autoresponder-explain: " << printable_lines(without_prefix(trouble)) << '\n';
+}
+
+void report(const Explanation& explanation, const Options& options) {
+  const bool is_unknown = explanation.verdict == Verdict::kUnknown;
+  report_trouble(explanation.diagnostics, is_unknown ? explanation.trouble : "");
+  const auto write = options.json ? write_json : write_text;
+  write(std::cout, explanation, style_of(options));
   std::cout.flush();
+}
+
+int tell_of_message(Work& work) {
+  Explanation& explanation = work.explanation;
+  examine(work.options, explanation);
+  explanation.diagnostics = release(work);
+  report(explanation, work.options);
+  return static_cast<int>(explanation.verdict);
+}
+
+int tell_of_server(Work& work) {
+  const Findings findings = check_server();
+  release(work);  // the findings say the same
+  const auto write = work.options.json ? write_check_json : write_check_text;
+  write(std::cout, findings, style_of(work.options));
+  return is_set_up_right(findings) ? 0 : 1;
+}
+
+int tell_of_mailbox(Work& work) {
+  Listing listing;
+  listing.address = *work.options.list;
+  list(listing);
+  listing.diagnostics = release(work);
+  report_trouble(listing.diagnostics, listing.trouble);
+  const auto write = work.options.json ? write_listing_json : write_listing_text;
+  write(std::cout, listing, style_of(work.options));
+  if (!listing.trouble.empty()) return static_cast<int>(Verdict::kUnknown);
+  return listing.mailbox ? 0 : 1;
 }
 
 // Called at exit. The library ends the process with exit(1) after a fatal error, which would read
@@ -64,7 +125,7 @@ void report_unfinished(int /*status*/, void* argument) {
   if (work.is_done) return;
   if (work.held) {
     work.explanation.reason = Reason::kLibraryGivesUp;
-    work.explanation.diagnostics = work.held->Release();
+    work.explanation.diagnostics = release(work);
     report(work.explanation, work.options);
   }
   _exit(static_cast<int>(Verdict::kUnknown));
@@ -75,19 +136,28 @@ void hint_at_terminal(const Options& options) {
   std::cerr << "Reading the message from the terminal; Ctrl-D ends it.\n";
 }
 
-Verdict tell(Work& work) {
-  hint_at_terminal(work.options);
+int answer_question(Work& work) {
+  switch (work.options.question()) {
+    case Question::kCheck:
+      return tell_of_server(work);
+    case Question::kList:
+      return tell_of_mailbox(work);
+    case Question::kMessage:
+      break;
+  }
+  return tell_of_message(work);
+}
+
+int tell(Work& work) {
+  if (work.options.question() == Question::kMessage) hint_at_terminal(work.options);
   errno = 0;
-  Explanation& explanation = work.explanation;
   work.held.emplace();
-  examine(work.options, explanation);
-  explanation.diagnostics = work.held->Release();
-  work.held.reset();
-  report(explanation, work.options);
+  const int status = answer_question(work);
+  std::cout.flush();
   // Whoever reads the first lines only, as `head` does, has the answer all the same.
-  if (std::cout.good() || errno == EPIPE) return explanation.verdict;
+  if (std::cout.good() || errno == EPIPE) return status;
   std::cerr << "autoresponder-explain: Unable to write the answer\n";
-  return Verdict::kUnknown;
+  return static_cast<int>(Verdict::kUnknown);
 }
 
 int run(int argc, char** argv, Work& work) {
@@ -97,7 +167,7 @@ int run(int argc, char** argv, Work& work) {
   prepare_process();
   std::ios::sync_with_stdio(false);  // otherwise std::cin would not report a failed read
   end_children_on_termination();
-  return static_cast<int>(tell(work));
+  return tell(work);
 }
 
 }  // namespace

@@ -11,11 +11,14 @@
 namespace {
 
 constexpr const char* kDescription =
-    "Tells why the autoresponder would reply to a message, or not, and does nothing else:\n"
-    "no row, no file and no mail is written.";
+    "Tells why the autoresponder would reply to a message, or not; whether this server is set\n"
+    "up right (--check); or which rules a mailbox has (--list). It writes no row, no file and\n"
+    "no mail.";
 
 constexpr const char* kFooter =
     "\nExit status: 0 a reply would leave, 1 none would, 2 it could not be told.\n"
+    "With --check: 0 the server is set up right, 1 it is not.\n"
+    "With --list: 0 the mailbox is listed, 1 there is none, 2 it could not be told.\n"
     "Reads /etc/kem and the panel's database, so it has to run as root.";
 
 void declare(CLI::App& app, Options& options) {
@@ -23,14 +26,31 @@ void declare(CLI::App& app, Options& options) {
                  "file with the message; - or none: standard input")
       ->type_name("FILE");
   app.add_option("--recipient", options.recipient,
-                 "address of the delivery; without it RECIPIENT counts, else To")
+                 "address of the delivery; without it RECIPIENT counts, or To")
       ->type_name("ADDRESS");
   app.add_option("--rule", options.rule, "tell about this rule only")->type_name("ID");
-  app.add_flag("--json", options.json, "for programs");
   app.add_flag("--show-reply", options.show_reply, "show each reply whole");
+  app.add_flag("--check", options.check, "no message: is this server set up right?");
+  app.add_option("--list", options.list, "no message: which rules has this mailbox?")
+      ->type_name("ADDRESS");
+  app.add_flag("--json", options.json, "for programs");
   app.set_version_flag("--version", "autoresponder-explain " EXPLAIN_VERSION, "show the version");
   app.set_help_flag("--help", "show this text");
   app.footer(kFooter);
+}
+
+// Refuses --check and --list together, and with what is about a message.
+void refuse_two_questions(const CLI::App& app) {
+  size_t others = 0;
+  for (const char* const option : {"MESSAGE", "--recipient", "--rule", "--show-reply"}) {
+    others += app.count(option);
+  }
+  for (const char* const question : {"--check", "--list"}) {
+    if (app.count(question) > 0 && others > 0) {
+      throw CLI::ExcludesError(question, "every option but --json");
+    }
+    others += app.count(question);
+  }
 }
 
 // In the parser's order, which is from the last to the first. An empty value is given as an
@@ -59,6 +79,7 @@ std::variant<Options, int> parse_command_line(int argc, char** argv) {
   declare(app, options);
   try {
     app.parse(arguments(argc, argv));
+    refuse_two_questions(app);
   } catch (const CLI::ParseError& end) {
     if (end.get_exit_code() == 0) return app.exit(end);
     std::cerr << "autoresponder-explain: " << printable(end.what()) << "\nTry --help.\n";

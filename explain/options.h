@@ -5,13 +5,23 @@
 #include <string>
 #include <variant>
 
+/// What the command line asks for.
+enum class Question { kMessage, kCheck, kList };
+
 /// The options of the command line.
 struct Options {
   std::string message_file = "-";        ///< "-" for standard input
   std::optional<std::string> recipient;  ///< the address itself, without a prefix
   std::optional<std::string> rule;       ///< the id of the only rule to explain; all without it
+  bool check = false;                    ///< whether to look at the server instead of a message
+  std::optional<std::string> list;       ///< the address whose rules are listed instead
   bool json = false;
   bool show_reply = false;
+
+  Question question() const {
+    if (check) return Question::kCheck;
+    return list ? Question::kList : Question::kMessage;
+  }
 };
 
 /// Parses the command line. Returns an exit status if the program has to end: after --help and

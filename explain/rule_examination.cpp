@@ -55,6 +55,9 @@ void examine_rule(PanelDatabase& database, const Explanation& explanation, bool 
     facts.outcome = examine_answer(database, explanation, whole_reply, facts);
   } catch (const NotAscii&) {
     facts.outcome = RuleOutcome::kRecipientNotAscii;
+  } catch (const CannotTell& trouble) {
+    facts.outcome = RuleOutcome::kUnknown;
+    facts.trouble = trouble.what();
   } catch (const PanelFailure& failure) {
     if (!is_refusal(failure)) throw;
     facts.outcome = RuleOutcome::kStatementFails;

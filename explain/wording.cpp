@@ -62,6 +62,7 @@ Words words_for(RuleOutcome outcome) {
       {"recipient_not_ascii", "ends the run: the recipient has no ASCII form"},
       {"statement_fails", "ends the run: the database refuses a statement"},
       {"not_reached", "is not reached: an earlier rule ends the run"},
+      {"unknown", "cannot be told"},
   };
   return pick(kWords, outcome);
 }

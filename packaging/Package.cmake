@@ -2,7 +2,7 @@
 # elsewhere. Manual pages and documents are where Debian looks for them, all other files below
 # CMAKE_INSTALL_PREFIX.
 set(package_dir ${CMAKE_BINARY_DIR}/package)
-foreach(file postinst ${KEM_PACKAGE}.lintian-overrides ${KEM_LIBRARY_PACKAGE}.lintian-overrides)
+foreach(file postinst postrm ${KEM_PACKAGE}.lintian-overrides ${KEM_LIBRARY_PACKAGE}.lintian-overrides)
   configure_file(packaging/${file}.in ${package_dir}/${file} @ONLY
                  FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE
                                   GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
@@ -41,7 +41,7 @@ template and attachments of the rule's own.
 .
 The program is setuid root and open to one group, that of the mail
 deliveries. It needs the panel's configuration in /etc/kem.")
-set(CPACK_DEBIAN_PROGRAM_PACKAGE_CONTROL_EXTRA ${package_dir}/postinst)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_CONTROL_EXTRA ${package_dir}/postinst ${package_dir}/postrm)
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${KEM_LIBRARY_PACKAGE})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SOURCE ${KEM_PACKAGE})

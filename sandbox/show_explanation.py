@@ -1,4 +1,5 @@
-"""Asks autoresponder-explain inside the sandbox about the message on standard input."""
+"""Asks autoresponder-explain inside the sandbox: what the arguments say, or without arguments about
+the message on standard input."""
 
 import subprocess
 import sys
@@ -11,7 +12,7 @@ RECIPIENT = "sales@shop.example"
 
 def main():
     database = panel.sample()
-    result = subprocess.run([PROGRAM, "--recipient", RECIPIENT])
+    result = subprocess.run([PROGRAM, *(sys.argv[1:] or ["--recipient", RECIPIENT])])
     database.stop()
     return result.returncode
 

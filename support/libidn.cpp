@@ -34,6 +34,10 @@ void load_libidn() {
   loaded_library();
 }
 
+const char* libidn_trouble() {
+  return dlopen(LIBIDN_FILE, RTLD_NOW) == nullptr ? dlerror() : nullptr;
+}
+
 void* find_libidn_function(const char* name) {
   void* const library = loaded_library();
   // A preloaded or linked function of this name comes first, as it would if libidn were linked.

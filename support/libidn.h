@@ -9,6 +9,9 @@ namespace kem {
 /// start, and most runs convert no name.
 void load_libidn();
 
+/// Why libidn cannot be loaded, in the loader's words; null if it can. Valid until the next call.
+const char* libidn_trouble();
+
 /// The function `name` of libidn, which is loaded; without it the process ends with status 1.
 void* find_libidn_function(const char* name);
 
@@ -23,6 +26,7 @@ Function* libidn_function(const char* name) {
 // Short names for the code of this project. No installed header includes this one.
 using kem::find_libidn_function;
 using kem::libidn_function;
+using kem::libidn_trouble;
 using kem::load_libidn;
 
 #endif

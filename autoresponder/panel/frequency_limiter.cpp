@@ -129,6 +129,11 @@ class Memory {
 
 }  // namespace
 
+std::string answered_today_query(const std::string& rule_id) {
+  return joined({"select email, num, time_resp from resp_freq where rn_id=", rule_id, kOfToday,
+                 " order by time_resp, email"});
+}
+
 bool never_replies(const char* ans_freq) {
   return atoi(ans_freq) <= 0;
 }

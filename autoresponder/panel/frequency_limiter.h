@@ -47,6 +47,10 @@ LimiterStep limiter_step(const std::optional<std::string>& replies_today, int se
 /// The error number of a strict server for a sender that is longer than the column.
 constexpr unsigned kDataTooLong = 1406;
 
+/// The query for the senders whom a rule has answered today: the columns `email`, `num` and
+/// `time_resp`, the earliest first.
+std::string answered_today_query(const std::string& rule_id);
+
 /// Whether the limiter may write to its table.
 enum class LimiterMode {
   kCount,  ///< count the reply, and delete rows of earlier days

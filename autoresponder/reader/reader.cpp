@@ -1,6 +1,7 @@
 #include "autoresponder/reader/reader.h"
 
 #include <memory>
+#include <unistd.h>
 #include <utility>
 
 #include "autoresponder/reader/reader_process.h"
@@ -57,7 +58,9 @@ class KeptBody : public Body {
 std::unique_ptr<ReaderProcess> start_reader(MessageBuffer message, bool has_delivery,
                                             const Switches& switches) {
   return std::make_unique<ReaderProcess>(
-      [&](int channel) { read_for_parent(channel, message, has_delivery, switches); },
+      [&](int channel, ConfinementSet /*reached*/) {
+        read_for_parent(channel, message, has_delivery, switches);
+      },
       message.size());
 }
 
@@ -75,4 +78,22 @@ ExtractionResult read_message(MessageBuffer message, const std::optional<std::st
     record.body = std::make_unique<KeptBody>(std::move(reader), size);
   }
   return result;
+}
+
+std::vector<Confinement> missing_confinements() {
+  const ConfinementSet wanted = wanted_confinements();
+  ReaderProcess reader(
+      [](int channel, ConfinementSet reached) {
+        [[maybe_unused]] const ssize_t sent = write(channel, &reached, sizeof reached);
+      },
+      0);
+  reader.Allow(kLeastTime);
+  ConfinementSet reached = 0;
+  reader.Receive(reinterpret_cast<char*>(&reached), sizeof reached);
+  std::vector<Confinement> missing;
+  for (unsigned i = 0; i < kConfinements; ++i) {
+    const auto one = static_cast<Confinement>(i);
+    if ((wanted & ~reached & bit(one)) != 0) missing.push_back(one);
+  }
+  return missing;
 }

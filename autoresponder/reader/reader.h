@@ -3,10 +3,12 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "autoresponder/message/extraction_result.h"
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/message/switches.h"
+#include "autoresponder/reader/confinement.h"
 #include "autoresponder/reader/message_buffer.h"
 
 /// Fills `record` from the message, in a process that can do nothing else: it is another user, has
@@ -22,5 +24,9 @@
 /// as later the body does, where the process dies, takes too long or answers what cannot be.
 ExtractionResult read_message(MessageBuffer message, const std::optional<std::string>& delivered_to,
                               const Switches& switches, IncomingMessage& record);
+
+/// What a reader should be confined by and is not, on this system. Starts one to find out; throws
+/// `ReaderFailure` where that does not work.
+std::vector<Confinement> missing_confinements();
 
 #endif

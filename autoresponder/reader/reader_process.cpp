@@ -22,9 +22,9 @@ static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler reads i
 // No exit handler of the parent must run here.
 [[noreturn]] void be_reader(const ReaderProcess::Work& work, int channel, size_t size,
                             ConfinementSet wanted, pid_t parent) {
-  confine(wanted, channel, size, parent);
+  const ConfinementSet reached = confine(wanted, channel, size, parent);
   try {
-    work(STDIN_FILENO);
+    work(STDIN_FILENO, reached);
   } catch (...) {
     _exit(1);
   }

@@ -15,9 +15,9 @@
 /// do its part before the deadline. There is at most one at a time.
 class ReaderProcess {
  public:
-  /// What the process does with its end of the connection, a descriptor. It ends when that returns
-  /// or throws.
-  using Work = std::function<void(int channel)>;
+  /// What the process does with its end of the connection, a descriptor, once it is confined by
+  /// what was reached. It ends when that returns or throws.
+  using Work = std::function<void(int channel, ConfinementSet reached)>;
   using Time = std::chrono::milliseconds;
 
   /// Starts `work` in a process that is confined for a message of `size` bytes.

@@ -2,7 +2,9 @@
 as the mail server starts it. Run by `tests/packaging/run`."""
 
 import grp
+import gzip
 import os
+import re
 import shutil
 import stat
 import subprocess
@@ -140,6 +142,78 @@ def test_removal_leaves_nothing(group):
     assert system_files() == before
     dpkg("--purge", NAME)
     assert system_files() == before
+
+
+def test_an_emptied_opt_stays(group):
+    neighbour = Path("/opt/neighbour")
+    for path in Path("/opt").iterdir():
+        shell("rm", "-rf", str(path))
+    before = Path("/opt").stat().st_mode
+    try:
+        for step in ("--remove", "--purge"):
+            dpkg("--install", str(PACKAGE))
+            dpkg(step, NAME)
+            assert Path("/opt").stat().st_mode == before
+            assert list(Path("/opt").iterdir()) == []
+    finally:
+        neighbour.mkdir()
+
+
+@pytest.fixture
+def newer(tmp_path):
+    """A package of a later version, which has one file more, one less, and another program."""
+    tree = tmp_path / "tree"
+    shell("dpkg-deb", "--raw-extract", str(PACKAGE), str(tree))
+    control = tree / "DEBIAN" / "control"
+    control.write_text("".join("Version: 9.0.0-1\n" if line.startswith("Version:") else line
+                               for line in control.read_text().splitlines(True)))
+    documents = tree / "usr/share/doc" / NAME
+    (documents / "security.md").rename(documents / "safety.md")
+    with open(tree / PROGRAM.relative_to("/"), "ab") as program:
+        program.write(b"later")
+    (tree / "DEBIAN" / "md5sums").unlink()
+    path = tmp_path / "newer.deb"
+    shell("dpkg-deb", "--root-owner-group", "--build", str(tree), str(path))
+    return path
+
+
+@pytest.mark.parametrize("with_override", [False, True])
+def test_another_version_replaces_it_and_goes_back(group, newer, request, with_override):
+    owner = request.getfixturevalue("override") if with_override else (0, GROUP, 0o4750)
+    documents = Path("/usr/share/doc") / NAME
+
+    def state():
+        version = shell("dpkg-query", "-W", "-f", "${Version}", NAME).stdout.decode()
+        return (version.split(".")[0], PROGRAM.read_bytes().endswith(b"later"), owner_and_mode(),
+                sorted(path.name for path in documents.glob("s*.md")))
+
+    for version, file, names in (("1", PACKAGE, ["security.md"]), ("9", newer, ["safety.md"]),
+                                 ("1", PACKAGE, ["security.md"])):
+        shell("dpkg", "--install", "--force-downgrade", str(file))
+        assert state() == (version, version == "9", owner, names)
+
+
+def test_the_links_of_the_documents_lead_somewhere():
+    dpkg("--install", str(PACKAGE))
+    documents = Path("/usr/share/doc") / NAME
+    links = [(path.name, link.split("#")[0]) for path in documents.glob("*.md")
+             for link in re.findall(r"\]\(([^)]*)\)", path.read_text())]
+    assert ("README.md", "operators.md") in links and ("security.md", "operators.md") in links
+    assert [(name, link) for name, link in links if link and not (documents / link).exists()] == []
+
+
+def test_the_pages_name_the_installed_programs():
+    dpkg("--install", str(PACKAGE))
+    for page in ("man8/autoresponder.8", "man8/autoresponder-explain.8", "man5/kem.conf.5"):
+        text = gzip.decompress(Path(f"/usr/share/man/{page}.gz").read_bytes()).decode()
+        assert "/opt/kem/sbin/autoresponder" in text
+        assert ".Sh EXAMPLES\n" in text
+
+
+def test_the_sample_configuration_is_whole():
+    dpkg("--install", str(PACKAGE))
+    sample = (Path("/usr/share/doc") / NAME / "kem.conf.sample").read_text()
+    assert [line.split()[0] for line in sample.splitlines()] == sandbox.KEYS
 
 
 def test_what_was_installed_is_what_was_packed(group):
@@ -293,4 +367,5 @@ def test_an_installation_has_pages_and_documents(installed):
         "sbin/autoresponder", "sbin/autoresponder-explain", "share/man/man8/autoresponder.8",
         "share/man/man5/kem.conf.5",
         *(f"share/doc/{NAME}/{name}" for name in (
-            "README.md", "CHANGELOG.md", "operators.md", "security.md", "schema/tables.sql"))}
+            "README.md", "CHANGELOG.md", "operators.md", "security.md", "kem.conf.sample",
+            "schema/tables.sql", "schema/sample.sql"))}

@@ -178,9 +178,9 @@ def rows_after(rows, answer):
     new = []
     for rule in answer["rules"]:
         step = rule.get("limiter", {}).get("step")
-        key = rule["id"], answer["message"].get("sender", "")[:320]
+        key = str(rule["id"]), answer["message"].get("sender", "")[:320]
         for sender in rule.get("limiter", {}).get("evicted", []):
-            del known[rule["id"], sender]
+            del known[str(rule["id"]), sender]
         if step == "count_up":
             known[key] += 1
         elif step in ("remember", "evict_and_remember"):

@@ -11,7 +11,7 @@ from pathlib import Path
 import pytest
 
 import panel as sandbox
-from conftest import CHECKOUT, COMMANDS, EXPLAIN, OPTIMISED, message, wait_until
+from conftest import CHECKOUT, COMMANDS, EXPLAIN, OPTIMISED, Result, message, wait_until
 
 
 def test_tells_the_whole_decision(panel):
@@ -94,9 +94,9 @@ def test_tells_the_same_to_programs(panel):
     assert [(command["purpose"], command["fate"]) for command in commands] == [
         ("forward", "runs"), ("notify", "runs"), ("attach", "runs"), ("reply", "runs")]
     assert told == {
-        "id": "1", "outcome": "replies",
+        "id": 1, "outcome": "replies",
         "trigger": {"place": "body", "key": "question", "found": True, "line": 1},
-        "limiter": {"replies_a_day": "3", "senders_remembered": "1", "senders": 1,
+        "limiter": {"replies_a_day": 3, "senders_remembered": 1, "senders": 1,
                     "replies_today": None, "step": "evict_and_remember",
                     "evicted": ["p@x.example"]},
         "forwarding": " anna@colleague.example ",
@@ -165,6 +165,38 @@ def test_cannot_tell_without_a_database(panel):
     assert result.answer()["reason"] == "database_fails"
     assert result.answer()["trouble"] == "autoresponder: Unable to connect to the mysql database "
     assert b"Access denied" in result.err
+
+
+@pytest.mark.parametrize("break_it", [
+    lambda _: sandbox.write_shadow("another password"), lambda panel: panel.sql("drop table misc")])
+def test_says_nothing_of_an_error_that_the_client_library_left(panel, break_it):
+    break_it(panel)
+    result = panel.explain(message())
+    assert b"System error" not in result.err + result.out
+    assert result.err.splitlines()[1] == (
+        b"autoresponder-explain: Unable to connect to the mysql database ")
+
+
+def test_tells_the_systems_error_where_it_is_the_reason(panel):
+    sandbox.SHADOW.unlink()
+    assert panel.explain(message()).err.startswith(
+        b"autoresponder-explain: Unable to open admin password file: No such file or directory\n"
+        b"System error 2: No such file or directory\n")
+
+
+@pytest.mark.parametrize("other, status, reason", [
+    ({"text": "short"}, 0, "rule_replies"), ({"resp_on": "false"}, 2, "reply_not_built")])
+def test_a_reply_that_cannot_be_told_hides_no_other_rule(panel, other, status, reason):
+    panel.rule(text="x" * 5000)
+    panel.rule(**other)
+    result = Result(subprocess.run(
+        ["/bin/bash", "-c", 'ulimit -f 2; exec "$0" "$@"', EXPLAIN, "--json", "--recipient",
+         "info@shop.example"], input=message(), capture_output=True))
+    first, second = result.answer()["rules"]
+    assert (result.status, result.answer()["reason"]) == (status, reason)
+    assert (first["outcome"], first["trouble"]) == (
+        "unknown", "Unable to build the reply in memory.")
+    assert second["outcome"] == ("replies" if status == 0 else "switched_off")
 
 
 def test_tells_of_a_statement_that_fails_in_a_rule(panel):
@@ -302,7 +334,7 @@ def test_tells_about_one_rule_as_about_all(panel):
         panel.attach(panel.rule(), f"{number}.txt")
     everything = panel.explain(message(), "--json", "--show-reply").answer()["rules"]
     for rule in everything:
-        alone = panel.explain(message(), "--json", "--show-reply", "--rule", rule["id"]).answer()
+        alone = panel.explain(message(), "--json", "--show-reply", "--rule", str(rule["id"])).answer()
         assert alone["rules"] == [rule]
 
 
@@ -681,7 +713,8 @@ def test_manual_page_names_every_code():
 
 def test_is_described_in_its_help(panel):
     shown = panel.explain(b"", "--help").out.decode()
-    for option in ("--recipient", "--rule", "--json", "--show-reply", "--version", "--help"):
+    for option in ("--recipient", "--rule", "--json", "--show-reply", "--check", "--list",
+                   "--version", "--help"):
         assert option in shown
     source = CHECKOUT.joinpath("explain", "options.cpp").read_text()
-    assert len(re.findall(r'_(?:option|flag)\("--', source)) == 6
+    assert len(re.findall(r'_(?:option|flag)\("--', source)) == 8

@@ -1,4 +1,4 @@
-// Preloaded into the program by tests: what an intruder would do that took over the process in
+// Preloaded into the programs by tests: what an intruder would do that took over the process in
 // which a message is taken apart. A message whose charset is "x-intruder-DEED" makes it do the
 // deed, at the place where that process asks for a converter. A deed that the process survives is
 // told on standard error: "DEED: done", or "DEED: " and the name of the error.
@@ -12,6 +12,7 @@
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <grp.h>
 #include <initializer_list>
 #include <linux/futex.h>
 #include <sched.h>
@@ -182,6 +183,23 @@ void act(const char* name) {
 }
 
 }  // namespace
+
+// A container in which a process cannot change its groups.
+extern "C" int setgroups(size_t count, const gid_t* groups) {
+  if (getenv("KEM_KEEPS_GROUPS") == nullptr) {
+    return static_cast<int>(syscall(SYS_setgroups, count, groups));
+  }
+  errno = EPERM;
+  return -1;
+}
+
+// A system on which no process can be started.
+extern "C" pid_t fork() {
+  if (getenv("KEM_KEEPS_ALONE") == nullptr)
+    return reinterpret_cast<pid_t (*)()>(dlsym(RTLD_NEXT, "fork"))();
+  errno = EAGAIN;
+  return -1;
+}
 
 extern "C" iconv_t iconv_open(const char* to, const char* from) {
   constexpr char kPrefix[] = "x-intruder-";

@@ -34,7 +34,7 @@ void write_text(int channel, const std::string& text) {
 }
 
 // Without a system call that the filter knows only as an attack.
-[[noreturn]] void sleep_for_ever(int channel) {
+[[noreturn]] void sleep_for_ever(int channel, ConfinementSet /*reached*/) {
   for (char byte = 0;;) {
     if (read(channel, &byte, 1) <= 0) _exit(0);
   }
@@ -45,21 +45,23 @@ bool has_children() {
 }
 
 TEST(ReaderProcess, SaysWhatItHasToSay) {
-  ReaderProcess reader([](int channel) { write_text(channel, "Hello"); }, 0);
+  ReaderProcess reader(
+      [](int channel, ConfinementSet /*reached*/) { write_text(channel, "Hello"); }, 0);
   EXPECT_EQ(receive(reader, 2), "He");
   EXPECT_EQ(receive(reader, 3), "llo");
 }
 
 TEST(ReaderProcess, SaysMuch) {
   const std::string much(1000000, 'x');
-  ReaderProcess reader([&much](int channel) { write_text(channel, much + "end"); }, 0);
+  ReaderProcess reader(
+      [&much](int channel, ConfinementSet /*reached*/) { write_text(channel, much + "end"); }, 0);
   EXPECT_EQ(receive(reader, much.size()), much);
   EXPECT_EQ(receive(reader, 3), "end");
 }
 
 TEST(ReaderProcess, IsTold) {
   ReaderProcess reader(
-      [](int channel) {
+      [](int channel, ConfinementSet /*reached*/) {
         char bytes[5];
         if (read(channel, bytes, sizeof bytes) == 5) write_text(channel, std::string(bytes, 5));
       },
@@ -70,22 +72,24 @@ TEST(ReaderProcess, IsTold) {
 }
 
 TEST(ReaderProcess, FailsWhereItEndsEarly) {
-  ReaderProcess reader([](int channel) { write_text(channel, "Hell"); }, 0);
+  ReaderProcess reader([](int channel, ConfinementSet /*reached*/) { write_text(channel, "Hell"); },
+                       0);
   EXPECT_THROW(receive(reader, 5), ReaderFailure);
 }
 
 TEST(ReaderProcess, FailsWhereItSaysNothing) {
-  ReaderProcess reader([](int /*channel*/) {}, 0);
+  ReaderProcess reader([](int /*channel*/, ConfinementSet /*reached*/) {}, 0);
   EXPECT_THROW(receive(reader, 1), ReaderFailure);
 }
 
 TEST(ReaderProcess, FailsWhereItThrows) {
-  ReaderProcess reader([](int /*channel*/) { throw ReaderFailure(); }, 0);
+  ReaderProcess reader([](int /*channel*/, ConfinementSet /*reached*/) { throw ReaderFailure(); },
+                       0);
   EXPECT_THROW(receive(reader, 1), ReaderFailure);
 }
 
 TEST(ReaderProcess, FailsWhereItDies) {
-  ReaderProcess reader([](int /*channel*/) { raise(SIGKILL); }, 0);
+  ReaderProcess reader([](int /*channel*/, ConfinementSet /*reached*/) { raise(SIGKILL); }, 0);
   EXPECT_THROW(receive(reader, 1), ReaderFailure);
 }
 
@@ -96,7 +100,7 @@ TEST(ReaderProcess, FailsAtTheDeadlineWhereItSleeps) {
 
 TEST(ReaderProcess, FailsAtTheDeadlineWhereItNeverEnds) {
   ReaderProcess reader(
-      [](int channel) {
+      [](int channel, ConfinementSet /*reached*/) {
         for (;;) write_text(channel, "xxxxxxxx");
       },
       0);
@@ -111,7 +115,7 @@ TEST(ReaderProcess, FailsAtTheDeadlineWhereItNeverEnds) {
 
 TEST(ReaderProcess, FailsAtTheDeadlineWhereItDoesNotListen) {
   ReaderProcess reader(
-      [](int /*channel*/) {
+      [](int /*channel*/, ConfinementSet /*reached*/) {
         for (volatile int i = 0;; i = i + 1) {
         }
       },

@@ -1,0 +1,38 @@
+#ifndef EXPLAIN_CHECK_CHECKS_H
+#define EXPLAIN_CHECK_CHECKS_H
+
+#include "explain/check/inspection.h"
+
+// The checks, in the order in which they need each other's results. Each only reads.
+
+/// kem.conf: who may write it, its keys, the two switches. Fills in their values.
+void check_configuration(Inspection& inspection);
+
+/// The installed program: owner, mode, group, and the options of its mount.
+void check_program(Inspection& inspection);
+
+/// What a run starts or loads: sendmail, uuencode, sed and libidn.
+void check_commands(Inspection& inspection);
+
+/// The process that reads messages: whether this system lets it be confined.
+void check_reader(Inspection& inspection);
+
+/// The places of files: /tmp, the attachment store and control/databytes.
+void check_places(Inspection& inspection);
+
+/// The password file and the connection, which it opens for the later checks, read-only.
+void check_connection(Inspection& inspection);
+
+/// The tables and columns that a run reads, and the types of the columns.
+void check_tables(Inspection& inspection);
+
+/// What the limiter needs to write its own table: defaults, types and rights.
+void check_limiter(Inspection& inspection);
+
+/// Forwarding addresses and file names that are dangerous while the repairs are off.
+void check_values(Inspection& inspection);
+
+/// The mail server's deliveries: the prefixes of virtual domains, and the groups that they run in.
+void check_deliveries(Inspection& inspection);
+
+#endif

@@ -1,0 +1,83 @@
+#include <cerrno>
+#include <string_view>
+#include <unistd.h>
+
+#include "autoresponder/run/configuration.h"
+#include "explain/check/checks.h"
+#include "explain/check/files.h"
+#include "support/conf.h"
+
+namespace {
+
+struct Key {
+  const char* name;
+  const char** value;
+};
+
+#define KEM_KEY(key) {#key, &key},
+constexpr Key kKeys[] = {KEM_CONF_KEYS(KEM_KEY)};
+#undef KEM_KEY
+
+void check_writers(const std::string& path, Inspection& inspection) {
+  const auto state = state_of(path);
+  if (!state || !others_may_write(*state)) return;
+  inspection.Error("conf_writable", path + " may be written by others than root (owner " +
+                                        std::to_string(state->st_uid) + ", " + mode_of(*state) +
+                                        "): they can become root. Give it to root, mode 0" +
+                                        (S_ISDIR(state->st_mode) ? "755." : "644."));
+}
+
+// Whether the file can be read; otherwise all keys would be told to be missing.
+bool is_readable(Inspection& inspection) {
+  const std::string path = kConfFile;
+  if (access(kConfFile, R_OK) == 0) return true;
+  if (is_hidden_from_us(errno)) {
+    inspection.Unseen(path, words_of(errno));
+  } else {
+    inspection.Error("conf_unreadable", path + " cannot be read: " + words_of(errno) +
+                                            ". No run gets past its start.");
+  }
+  return false;
+}
+
+// Sets the library's values as far as the file has them.
+void check_keys(Inspection& inspection) {
+  std::string missing;
+  for (const Key& key : kKeys) {
+    const char* const value = conf_lookup(key.name);
+    const bool is_defined = value != nullptr && *value != '\0';
+    if (is_defined) *key.value = value;
+    if (!is_defined) missing += std::string(missing.empty() ? "" : ", ") + key.name;
+  }
+  if (missing.empty()) return;
+  inspection.Error("conf_key_missing", std::string(kConfFile) + " does not define " + missing +
+                                           ". Every key is required: no run gets past its start.");
+}
+
+void check_switch(const char* key, Inspection& inspection) {
+  const char* const value = conf_lookup(key);
+  const std::string_view word = value != nullptr ? value : "off";
+  if (word == "on" || word == "off") return;
+  inspection.Warning("switch_unknown", std::string(key) + " in " + kConfFile + " is \"" + value +
+                                           "\", which counts as off. Write on or off.");
+}
+
+std::string text_of(const char* value) {
+  return value != nullptr ? value : "";
+}
+
+}  // namespace
+
+void check_configuration(Inspection& inspection) {
+  if (geteuid() != 0) inspection.Unseen("What only root may read", "start this as root");
+  check_writers("/etc/kem", inspection);
+  check_writers(kConfFile, inspection);
+  if (!is_readable(inspection)) return;
+  check_keys(inspection);
+  inspection.product_root = text_of(PRODUCT_ROOT_D);
+  inspection.qmail_root = text_of(QMAIL_ROOT_D);
+  inspection.mail_names = text_of(QMAIL_MAILNAMES_D);
+  check_switch("AUTORESPONDER_REPAIRS", inspection);
+  check_switch("AUTORESPONDER_COURTESY", inspection);
+  inspection.switches = read_switches();
+}

@@ -1,0 +1,74 @@
+#include <cerrno>
+#include <fstream>
+#include <unistd.h>
+
+#include "explain/check/checks.h"
+#include "explain/check/files.h"
+#include "support/database.h"
+#include "support/mysql_owned.h"
+
+namespace {
+
+const std::string kPath = kAdminPasswordFile;
+
+void check_mode(Inspection& inspection) {
+  const auto state = state_of(kPath);
+  if (!state) return;
+  const bool is_exposed = state->st_uid != 0 || (state->st_mode & (S_IRWXG | S_IRWXO)) != 0;
+  if (!is_exposed) return;
+  inspection.Error("password_exposed", kPath + " is open to others than root (owner " +
+                                           std::to_string(state->st_uid) + ", " + mode_of(*state) +
+                                           "): they can become root. chown root:root " + kPath +
+                                           " && chmod 600 " + kPath);
+}
+
+// The longest password that is read whole.
+constexpr size_t kLongest = 99;
+
+// Whether the file has a password that a run can use.
+bool check_password(Inspection& inspection) {
+  check_mode(inspection);
+  errno = 0;
+  std::ifstream file(kPath);
+  std::string line;
+  if (!file.is_open() && is_hidden_from_us(errno)) {
+    inspection.Unseen("The password and the database", kPath + ": " + words_of(errno));
+    return false;
+  }
+  const int error = errno;
+  if (!std::getline(file, line)) {
+    inspection.Error(
+        "password_unreadable",
+        kPath + (file.is_open() && error == 0 ? " is empty." : ": " + words_of(error) + ".") +
+            " Its first line has to be the password of the "
+            "database user admin.");
+    return false;
+  }
+  if (line.size() > kLongest) {
+    inspection.Error("password_too_long",
+                     "The password in " + kPath + " is longer than " + std::to_string(kLongest) +
+                         " bytes, and the rest is not read. Choose a shorter one.");
+  }
+  return true;
+}
+
+// Whether a connection can be made, as a run makes it.
+bool can_connect(Inspection& inspection) {
+  char error[4096] = "";
+  if (OwnedConnection(db_open(error, sizeof error))) return true;
+  inspection.Error("database_unusable", std::string("No run can use the database: ") + error);
+  return false;
+}
+
+}  // namespace
+
+void check_connection(Inspection& inspection) {
+  if (!check_password(inspection) || !can_connect(inspection)) return;
+  try {
+    inspection.database.emplace();
+    // Lets the server refuse any write of ours. Older servers do not know the statement.
+    inspection.database->TryQuery("set session transaction read only");
+  } catch (const PanelFailure& failure) {
+    inspection.Error("database_unusable", failure.what());
+  }
+}

@@ -1,0 +1,157 @@
+#include <algorithm>
+#include <map>
+#include <set>
+#include <strings.h>
+
+#include "explain/check/checks.h"
+#include "explain/check/files.h"
+#include "explain/check/program.h"
+#include "explain/check/virtual_domains.h"
+
+namespace {
+
+// The domains whose mailboxes have rules, and their aliases.
+constexpr const char* kDomainsWithRules =
+    "select distinct d.name from domains d, mail m, mail_resp r where m.dom_id=d.id and "
+    "r.mn_id=m.id union select distinct a.name from domainaliases a, domains d, mail m, mail_resp "
+    "r where a.dom_id=d.id and m.dom_id=d.id and r.mn_id=m.id and a.mail='true'";
+
+// Names and aliases with a "-" of the mailboxes that have rules.
+constexpr const char* kNamesWithDash =
+    "select m.mail_name, d.name from mail m, domains d, mail_resp r where m.dom_id=d.id and "
+    "r.mn_id=m.id and m.mail_name like '%-%' union select a.alias, d.name from mail_aliases a, "
+    "mail m, domains d, mail_resp r where a.mn_id=m.id and m.dom_id=d.id and r.mn_id=m.id and "
+    "a.alias like '%-%'";
+
+std::set<std::string> domains_with_rules(Inspection& inspection) {
+  std::set<std::string> domains;
+  auto rows = inspection.database ? inspection.database->TryQuery(kDomainsWithRules) : std::nullopt;
+  if (!rows) return domains;
+  while (const Row row = rows->Next()) domains.insert(text_or(*row, ""));
+  return domains;
+}
+
+struct Deliveries {
+  std::vector<VirtualDomain> virtual_domains;
+  std::vector<std::string> locals;
+  std::set<std::string> domains;  // with rules
+};
+
+// Whether control/locals names the domain, which counts before control/virtualdomains.
+bool is_local(const Deliveries& deliveries, const std::string& domain) {
+  return std::any_of(
+      deliveries.locals.begin(), deliveries.locals.end(),
+      [&](const std::string& local) { return strcasecmp(local.c_str(), domain.c_str()) == 0; });
+}
+
+// The line that decides about mail to the domain; null if none does.
+const VirtualDomain* line_for(const Deliveries& deliveries, const std::string& domain) {
+  if (is_local(deliveries, domain)) return nullptr;
+  return find_virtual_domain(deliveries.virtual_domains, domain);
+}
+
+// A run takes what follows the first "-" for the address.
+void check_prefix(const VirtualDomain& line, const Deliveries& deliveries, Inspection& inspection) {
+  if (line.prefix.find('-') == std::string::npos) return;
+  const bool has_rules =
+      std::any_of(deliveries.domains.begin(), deliveries.domains.end(),
+                  [&](const auto& domain) { return line_for(deliveries, domain) == &line; });
+  const std::string text =
+      "The prefix \"" + line.prefix + "\" of " +
+      (line.domain.empty() ? "all domains" : line.domain) +
+      " in control/virtualdomains holds \"-\": every message would end with \"Mailname not "
+      "found\". "
+      "Choose another prefix, with a line of its own in users/assign (operators.md).";
+  if (has_rules) {
+    inspection.Error("prefix_with_dash", text);
+  } else {
+    inspection.Warning("prefix_with_dash", text);
+  }
+}
+
+// The domains with rules for which there is a user, by the user's group.
+using Groups = std::map<unsigned, std::vector<std::string>>;
+
+void check_domain(const std::string& domain, const Deliveries& deliveries,
+                  const DeliveryUsers& users, Groups& groups, Inspection& inspection) {
+  if (is_local(deliveries, domain)) return;
+  const VirtualDomain* const line = line_for(deliveries, domain);
+  if (line == nullptr || line->prefix.empty()) {
+    inspection.Warning("domain_not_delivered",
+                       "The domain " + domain +
+                           " has rules, but control/virtualdomains has no prefix for it, and "
+                           "control/locals does not name it: its mail is not delivered here.");
+    return;
+  }
+  if (const auto user = users.Find(line->prefix)) {
+    groups[user->group].push_back(domain);
+    return;
+  }
+  inspection.Warning("prefix_without_user",
+                     "Nobody is the user of the prefix \"" + line->prefix + "\" of " + domain +
+                         ": neither users/assign nor the system has one, so its mail goes to the "
+                         "alias user. Add a line to users/assign and run qmail-newu.");
+}
+
+// A delivery can start the program only if its primary group is the program's.
+void check_group(unsigned group, const std::vector<std::string>& domains, Inspection& inspection) {
+  for (const std::string& path : installed_programs(inspection)) {
+    const auto state = state_of(path);
+    if (!state || state->st_gid == 0 || state->st_gid == group) continue;
+    inspection.Error(
+        "delivery_group",
+        "Mail to " + domains[0] +
+            (domains.size() > 1 ? " and " + std::to_string(domains.size() - 1) + " more" : "") +
+            " is delivered with the primary group " + std::to_string(group) + ", and " + path +
+            " belongs to group " + std::to_string(state->st_gid) +
+            ": these deliveries cannot start it.");
+  }
+}
+
+// qmail reads the compiled form of users/assign.
+void check_compiled(Inspection& inspection) {
+  const auto assign = state_of(inspection.qmail_root + "/users/assign");
+  if (!assign) return;
+  const auto compiled = state_of(inspection.qmail_root + "/users/cdb");
+  if (compiled && compiled->st_mtime >= assign->st_mtime) return;
+  inspection.Error("users_not_compiled", inspection.qmail_root + "/users/assign is newer than " +
+                                             "users/cdb, which qmail reads: run qmail-newu.");
+}
+
+// An address without a prefix must not hold a "-" either.
+void check_local_names(const Deliveries& deliveries, Inspection& inspection) {
+  enum { kName, kDomain };
+  auto rows = inspection.database ? inspection.database->TryQuery(kNamesWithDash) : std::nullopt;
+  if (!rows) return;
+  while (const Row row = rows->Next()) {
+    const std::string name = text_or(row[kName], "");
+    const std::string domain = text_or(row[kDomain], "");
+    if (!is_local(deliveries, domain)) continue;
+    inspection.Error("local_name_with_dash",
+                     "Mail to " + name + "@" + domain +
+                         " is delivered without a prefix, because control/locals names the domain: "
+                         "every message would end with \"Mailname not found\". Move the domain to "
+                         "control/virtualdomains.");
+  }
+}
+
+}  // namespace
+
+void check_deliveries(Inspection& inspection) {
+  if (inspection.qmail_root.empty()) return;
+  Deliveries deliveries{read_virtual_domains(inspection), {}, domains_with_rules(inspection)};
+  if (auto locals = control_lines(inspection.qmail_root + "/control/locals", inspection)) {
+    deliveries.locals = std::move(*locals);
+  }
+  for (const VirtualDomain& line : deliveries.virtual_domains) {
+    check_prefix(line, deliveries, inspection);
+  }
+  const DeliveryUsers users(inspection);
+  Groups groups;
+  for (const std::string& domain : deliveries.domains) {
+    check_domain(domain, deliveries, users, groups, inspection);
+  }
+  for (const auto& [group, domains] : groups) check_group(group, domains, inspection);
+  check_compiled(inspection);
+  check_local_names(deliveries, inspection);
+}

@@ -1,0 +1,23 @@
+#ifndef EXPLAIN_CHECK_FINDING_H
+#define EXPLAIN_CHECK_FINDING_H
+
+#include <string>
+#include <vector>
+
+/// How bad a finding is, the worst first.
+enum class Severity {
+  kError,    ///< no reply leaves, or somebody gets more than they should
+  kWarning,  ///< works, but not for every message
+  kUnseen,   ///< something could not be looked at
+  kAdvice,   ///< nothing is wrong, but something could be better
+};
+
+struct Finding {
+  Severity severity;
+  const char* code;  ///< for programs; never changes
+  std::string text;  ///< for people: what is wrong and what to do. Any bytes: not safe to print
+};
+
+using Findings = std::vector<Finding>;
+
+#endif

@@ -1,0 +1,101 @@
+#include <cstring>
+
+#include "explain/check/checks.h"
+#include "explain/check/server_error.h"
+#include "explain/check/table_definition.h"
+#include "support/base/joined.h"
+
+namespace {
+
+// The limiter inserts rows without a time, and forgets those of earlier days by it.
+void check_time(const ColumnDefinition& column, Inspection& inspection) {
+  const bool is_time = column.Is({"timestamp", "datetime"});
+  const bool is_filled = column.Has("default current_timestamp") || column.Has("default now()");
+  if (is_time && is_filled) return;
+  inspection.Error("limiter_time",
+                   "resp_freq.time_resp is not filled with the time of the reply: a sender who was "
+                   "answered often enough on one day is never answered again. alter table "
+                   "resp_freq modify time_resp timestamp not null default current_timestamp");
+}
+
+bool is_known(const std::string& name) {
+  return name == "rn_id" || name == "email" || name == "num" || name == "time_resp";
+}
+
+bool is_strict(PanelDatabase& database) {
+  Rows rows = database.Query("select @@sql_mode like '%STRICT%'");
+  const Row row = rows.Next();
+  return row != nullptr && strcmp(text_or(*row, "0"), "0") != 0;
+}
+
+// A strict server refuses a row that has no value for such a column.
+void check_other_columns(const TableDefinition& table, Inspection& inspection) {
+  for (const auto& [name, column] : table) {
+    const bool may_be_left_out = !column.Has("not null") || column.Has(" default ") ||
+                                 column.Has("auto_increment") || column.Has("generated always");
+    if (is_known(name) || may_be_left_out || !is_strict(*inspection.database)) continue;
+    inspection.Error("limiter_refused",
+                     "resp_freq." + name +
+                         " has no default, and the server is strict: it refuses what the limiter "
+                         "writes, and no rule replies. Give the column a default.");
+  }
+}
+
+// The server checks the rights when it prepares a statement. It is never executed.
+void check_right(const char* statement, Inspection& inspection) {
+  try {
+    inspection.database->Query(joined({"prepare never_executed from '", statement, "'"}), "");
+  } catch (const PanelFailure& failure) {
+    if (failure.error() != kTableDenied && failure.error() != kColumnDenied) return;
+    inspection.Error("right_missing", std::string("The limiter cannot count: ") + failure.what() +
+                                          ". grant select, insert, update, delete on "
+                                          "kem.resp_freq to admin@localhost");
+  }
+}
+
+void check_rights(Inspection& inspection) {
+  check_right("delete from resp_freq where rn_id=0", inspection);
+  check_right("update resp_freq set num=1 where rn_id=0", inspection);
+  check_right("insert into resp_freq set rn_id=0, email=0, num=1", inspection);
+}
+
+// The larger, the more numbers the type has; 0 for other types.
+int rank_of(const ColumnDefinition& column) {
+  constexpr const char* kTypes[] = {"tinyint", "smallint", "mediumint", "int", "bigint"};
+  int rank = 0;
+  for (const char* const type : kTypes) {
+    ++rank;
+    if (column.type == type) return rank;
+  }
+  return 0;
+}
+
+// The limiter's rows have to hold the ids of all rules.
+void check_ids(const TableDefinition& rules, const TableDefinition& limiter,
+               Inspection& inspection) {
+  const auto id = rules.find("id");
+  const auto reference = limiter.find("rn_id");
+  if (id == rules.end() || reference == limiter.end()) return;
+  if (rank_of(reference->second) >= rank_of(id->second)) return;
+  inspection.Warning("column_type", "resp_freq.rn_id is of type " + reference->second.type +
+                                        " and mail_resp.id of type " + id->second.type +
+                                        ": rules with large ids are not limited.");
+}
+
+}  // namespace
+
+void check_limiter(Inspection& inspection) {
+  if (!inspection.database) return;
+  PanelDatabase& database = *inspection.database;
+  const TableDefinition table = read_table_definition("resp_freq", database);
+  try {
+    if (const auto time = table.find("time_resp"); time != table.end()) {
+      check_time(time->second, inspection);
+    }
+    check_other_columns(table, inspection);
+    check_ids(read_table_definition("mail_resp", database), table, inspection);
+    check_rights(inspection);
+  } catch (const PanelFailure& failure) {
+    inspection.Error("database_unusable", std::string("A query failed: ") + failure.what());
+  }
+}

@@ -1,0 +1,142 @@
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <cstdlib>
+#include <ctime>
+#include <dirent.h>
+#include <fstream>
+#include <memory>
+#include <sys/statvfs.h>
+
+#include "explain/check/checks.h"
+#include "explain/check/files.h"
+
+namespace {
+
+constexpr uint64_t kMebibyte = uint64_t{1} << 20;
+
+void check_room(Inspection& inspection) {
+  struct statvfs system {};
+  if (statvfs("/tmp", &system) != 0) return;
+  if ((system.f_flag & ST_RDONLY) != 0) {
+    inspection.Error("tmp_read_only", "/tmp is mounted read-only: no run gets past its start.");
+    return;
+  }
+  const uint64_t free = uint64_t{system.f_bfree} * system.f_frsize;
+  const bool has_no_files_left = system.f_files > 0 && system.f_ffree == 0;
+  if (free < kMebibyte || has_no_files_left) {
+    inspection.Error("tmp_full", "/tmp is full: no reply leaves. Make room.");
+  } else if (free < 64 * kMebibyte) {
+    inspection.Warning("tmp_small", "/tmp has only " + std::to_string(free / kMebibyte) +
+                                        " MiB left: large messages and attachments do not fit. "
+                                        "Make room.");
+  }
+}
+
+// Files of runs that were killed or aborted.
+void check_left_files(Inspection& inspection) {
+  constexpr time_t kDay = 86400;
+  const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir("/tmp"), closedir);
+  if (!directory) return;
+  size_t old = 0;
+  while (const dirent* const entry = readdir(directory.get())) {
+    const std::string name = entry->d_name;
+    if (name.rfind("kem-", 0) != 0) continue;
+    const auto state = state_of("/tmp/" + name);
+    if (state && time(nullptr) - state->st_mtime > 2 * kDay) ++old;
+  }
+  if (old == 0) return;
+  inspection.Advice("tmp_left_files",
+                    "/tmp has files of runs that were killed or aborted, older "
+                    "than two days: " +
+                        std::to_string(old) +
+                        ". Nothing removes them here: operators.md says how.");
+}
+
+void check_tmp(Inspection& inspection) {
+  const auto state = state_of("/tmp");
+  if (!state || !S_ISDIR(state->st_mode)) {
+    inspection.Error("tmp_missing", "/tmp is no directory: no run gets past its start.");
+    return;
+  }
+  const bool is_open = (state->st_mode & (S_IWGRP | S_IWOTH)) != 0;
+  if (is_open && (state->st_mode & S_ISVTX) == 0) {
+    inspection.Error("tmp_not_sticky", "/tmp is not sticky (" + mode_of(*state) +
+                                           "): everybody can replace a run's files. chmod 1777 "
+                                           "/tmp");
+  }
+  check_room(inspection);
+  check_left_files(inspection);
+}
+
+void check_store(Inspection& inspection) {
+  const std::string& path = inspection.mail_names;
+  const auto state = state_of(path);
+  if (!state && is_hidden_from_us(errno)) {
+    inspection.Unseen(path, words_of(errno));
+  } else if (!state || !S_ISDIR(state->st_mode)) {
+    inspection.Error("store_missing", path +
+                                          " is no directory: every attachment is missing. Correct "
+                                          "QMAIL_MAILNAMES_D.");
+  } else if ((state->st_mode & S_IWOTH) != 0) {
+    inspection.Error("store_writable",
+                     path + " may be written by everybody (" + mode_of(*state) +
+                         "): a link there sends any file of the system. chmod o-w " + path);
+  }
+}
+
+void check_qmail_root(Inspection& inspection) {
+  const auto state = state_of(inspection.qmail_root);
+  if (!state && is_hidden_from_us(errno)) return;
+  if (state && S_ISDIR(state->st_mode)) return;
+  inspection.Error("qmail_root_missing",
+                   inspection.qmail_root + " is no directory. Correct QMAIL_ROOT_D.");
+}
+
+void tell_of_no_limit(const std::string& why, Inspection& inspection) {
+  inspection.Warning("no_size_limit",
+                     why +
+                         ", so there is no limit: a stranger's large message takes as much "
+                         "memory as it likes. Write a number of bytes into it.");
+}
+
+// `word`: the first one of the file, which is read up to its first character that is no digit.
+void check_limit(const std::string& path, const std::string& word, Inspection& inspection) {
+  constexpr long long kSmall = 1024;
+  const bool is_number = word.find_first_not_of("0123456789") == std::string::npos;
+  const long long limit = atoll(word.c_str());
+  if (limit <= 0) return tell_of_no_limit(path + " holds \"" + word + "\"", inspection);
+  if (limit > INT_MAX) {
+    inspection.Warning("size_limit_too_large", path + " holds " + word + ", which is more than " +
+                                                   std::to_string(INT_MAX) +
+                                                   " and not understood. Write a smaller one.");
+  } else if (!is_number || limit < kSmall) {
+    inspection.Warning("size_limit_unlikely",
+                       path + " holds \"" + word + "\", which means " + std::to_string(limit) +
+                           " bytes: larger messages are refused, and larger replies replaced by a "
+                           "notice. Write the number of bytes.");
+  }
+}
+
+void check_size_limit(Inspection& inspection) {
+  const std::string path = inspection.qmail_root + "/control/databytes";
+  errno = 0;
+  std::ifstream file(path);
+  if (!file.is_open()) {
+    if (errno != ENOENT) return inspection.Unseen(path, words_of(errno));
+    return tell_of_no_limit(path + " is missing", inspection);
+  }
+  std::string word;
+  file >> word;
+  check_limit(path, word, inspection);
+}
+
+}  // namespace
+
+void check_places(Inspection& inspection) {
+  check_tmp(inspection);
+  if (!inspection.mail_names.empty()) check_store(inspection);
+  if (inspection.qmail_root.empty()) return;
+  check_qmail_root(inspection);
+  check_size_limit(inspection);
+}

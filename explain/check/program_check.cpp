@@ -1,0 +1,92 @@
+#include <cerrno>
+#include <grp.h>
+#include <set>
+#include <sys/statvfs.h>
+
+#include "explain/check/checks.h"
+#include "explain/check/files.h"
+#include "explain/check/program.h"
+
+namespace {
+
+void check_mount(const std::string& path, Inspection& inspection) {
+  struct statvfs mount {};
+  if (statvfs(path.c_str(), &mount) != 0) return;
+  if ((mount.f_flag & ST_NOSUID) != 0) {
+    inspection.Error("program_nosuid", path +
+                                           " is on a file system that is mounted nosuid: it does "
+                                           "not get root's rights there. Mount it without nosuid.");
+  }
+  if ((mount.f_flag & ST_NOEXEC) != 0) {
+    inspection.Error("program_noexec", path +
+                                           " is on a file system that is mounted noexec: nobody "
+                                           "can start it. Mount it without noexec.");
+  }
+}
+
+void check_writers(const std::string& path, const struct stat& state, Inspection& inspection) {
+  if ((state.st_mode & (S_IWGRP | S_IWOTH)) == 0) return;
+  inspection.Error("program_writable", path + " may be written by others than root (" +
+                                           mode_of(state) + "): chmod 4750 " + path);
+}
+
+void check_rights(const std::string& path, const struct stat& state, Inspection& inspection) {
+  if (state.st_uid != 0) {
+    inspection.Error("program_owner", path + " belongs to user " + std::to_string(state.st_uid) +
+                                          " and not to root: chown root " + path +
+                                          " && chmod 4750 " + path);
+  }
+  if ((state.st_mode & S_ISUID) == 0) {
+    inspection.Error("program_not_setuid",
+                     path + " is not setuid (" + mode_of(state) +
+                         "): deliveries cannot read the password. chmod 4750 " + path);
+  }
+  if ((state.st_mode & S_IXOTH) != 0) {
+    inspection.Error("program_open", path + " may be started by everybody (" + mode_of(state) +
+                                         "), who can then send mail in any mailbox's name: "
+                                         "chmod 4750 " +
+                                         path);
+  }
+}
+
+void check_group(const std::string& path, const struct stat& state, Inspection& inspection) {
+  const bool is_closed = state.st_gid == 0 || (state.st_mode & S_IXGRP) == 0;
+  if (!is_closed || (state.st_mode & S_IXOTH) != 0) return;
+  inspection.Error("program_closed",
+                   path + " can be started by root only (group " + std::to_string(state.st_gid) +
+                       ", " + mode_of(state) +
+                       "). Give it to the deliveries' primary group: dpkg-statoverride --update "
+                       "--add root GROUP 4750 " +
+                       path);
+}
+
+void check_file(const std::string& path, const struct stat& state, Inspection& inspection) {
+  check_rights(path, state, inspection);
+  check_writers(path, state, inspection);
+  check_group(path, state, inspection);
+  check_mount(path, inspection);
+}
+
+}  // namespace
+
+std::vector<std::string> installed_programs(const Inspection& inspection) {
+  std::set<std::string> places = {INSTALL_ROOT "/sbin/autoresponder"};
+  std::string root = inspection.product_root;
+  while (!root.empty() && root.back() == '/') root.pop_back();
+  if (!root.empty()) places.insert(root + "/sbin/autoresponder");
+  return {places.begin(), places.end()};
+}
+
+void check_program(Inspection& inspection) {
+  bool is_found = false;
+  std::string places;
+  for (const std::string& path : installed_programs(inspection)) {
+    places += (places.empty() ? "" : " or ") + path;
+    const auto state = state_of(path);
+    const bool is_hidden = !state && is_hidden_from_us(errno);
+    if (is_hidden) inspection.Unseen(path, words_of(errno));
+    if (state) check_file(path, *state, inspection);
+    is_found = is_found || is_hidden || state;
+  }
+  if (!is_found) inspection.Error("program_missing", "There is no " + places + ": install it.");
+}

@@ -1,0 +1,12 @@
+#ifndef EXPLAIN_CHECK_SERVER_ERROR_H
+#define EXPLAIN_CHECK_SERVER_ERROR_H
+
+/// The error numbers of the database server that say what is missing.
+enum ServerError : unsigned {
+  kUnknownColumn = 1054,
+  kTableDenied = 1142,
+  kColumnDenied = 1143,
+  kNoSuchTable = 1146,
+};
+
+#endif

@@ -1,0 +1,195 @@
+#include <cstring>
+
+#include "explain/check/checks.h"
+#include "explain/check/server_error.h"
+#include "explain/check/table_definition.h"
+#include "support/base/joined.h"
+
+namespace {
+
+// What a run relies on in a column.
+enum class Use {
+  kAny,
+  kId,        // a number that names a row; as large as the column that it refers to
+  kNumber,    // a number that owners choose or that the limiter counts
+  kText,      // any character
+  kLongText,  // any character, and more than 255 of them
+  kAddress,   // any address, and nothing cut off: it is compared later
+  kWord,      // one of some words
+};
+
+struct Column {
+  const char* table;
+  const char* name;
+  Use use;
+  const char* words = "";  // of kWord: those that a run knows, each in quotes
+};
+
+constexpr Column kColumns[] = {
+    {"misc", "param", Use::kAny},
+    {"misc", "val", Use::kAny},
+    {"clients", "id", Use::kId},
+    {"clients", "login", Use::kAny},
+    {"clients", "pname", Use::kAny},
+    {"clients", "email", Use::kAny},
+    {"domains", "id", Use::kId},
+    {"domains", "name", Use::kAny},
+    {"domains", "cl_id", Use::kId},
+    {"domainaliases", "dom_id", Use::kId},
+    {"domainaliases", "name", Use::kAny},
+    {"domainaliases", "mail", Use::kWord, "'true'"},
+    {"mail", "id", Use::kId},
+    {"mail", "dom_id", Use::kId},
+    {"mail", "mail_name", Use::kAny},
+    {"mail_aliases", "mn_id", Use::kId},
+    {"mail_aliases", "alias", Use::kAny},
+    {"mail_resp", "id", Use::kId},
+    {"mail_resp", "mn_id", Use::kId},
+    {"mail_resp", "keystr", Use::kText},
+    {"mail_resp", "key_where", Use::kWord, "'subj' 'body'"},
+    {"mail_resp", "text", Use::kLongText},
+    {"mail_resp", "resp_on", Use::kWord, "'true' 'false'"},
+    {"mail_resp", "ans_freq", Use::kNumber},
+    {"mail_resp", "mem_limit", Use::kNumber},
+    {"mail_resp", "subject", Use::kText},
+    {"mail_resp", "reply_to", Use::kAny},
+    {"mail_resp", "charset", Use::kAny},
+    {"mail_resp", "content_type", Use::kAny},
+    {"resp_freq", "rn_id", Use::kId},
+    {"resp_freq", "email", Use::kAddress},
+    {"resp_freq", "num", Use::kNumber},
+    {"resp_freq", "time_resp", Use::kAny},
+    {"resp_forward", "rn_id", Use::kId},
+    {"resp_forward", "address", Use::kAny},
+    {"resp_attach", "rn_id", Use::kId},
+    {"resp_attach", "filename", Use::kText},
+};
+
+std::string name_of(const Column& column) {
+  return joined({column.table, ".", column.name});
+}
+
+std::string problem_of_number(const ColumnDefinition& column) {
+  if (!column.IsInteger()) return joined({"is of type ", column.type, " and no whole number"});
+  return column.type == "tinyint" ? "is of type tinyint, which larger numbers do not fit into" : "";
+}
+
+std::string problem_of_text(const ColumnDefinition& column, long least) {
+  const bool is_any_size =
+      column.Is({"text", "mediumtext", "longtext", "blob", "mediumblob", "longblob"});
+  const bool is_small = column.Is({"tinytext", "tinyblob"});
+  const bool is_sized = column.Is({"char", "varchar", "binary", "varbinary"});
+  if (!is_any_size && !is_small && !is_sized) return joined({"is of type ", column.type});
+  const long size = is_small ? 255 : column.size;
+  if (!is_any_size && size < least) {
+    return joined({"holds no more than ", std::to_string(size), " characters"});
+  }
+  const bool has_charset = column.type.find('b') == std::string::npos;  // no blob, not binary
+  const bool is_complete =
+      column.charset.empty() || column.charset == "binary" || column.charset.rfind("ut", 0) == 0;
+  return has_charset && !is_complete
+             ? joined({"has the character set ", column.charset, ", which lacks most characters"})
+             : "";
+}
+
+std::string problem_of_word(const Column& use, const ColumnDefinition& column) {
+  if (column.IsInteger()) return joined({"is a number, not one of ", use.words});
+  if (column.type != "enum") return "";
+  std::string words = use.words;
+  for (char* word = strtok(words.data(), " "); word != nullptr; word = strtok(nullptr, " ")) {
+    if (!column.Has(word)) return joined({"does not know the word ", word});
+  }
+  return "";
+}
+
+// What is wrong with the type of the column; empty if nothing is.
+std::string problem_of(const Column& use, const ColumnDefinition& column) {
+  constexpr long kLongestAddress = 254;
+  switch (use.use) {
+    case Use::kId:
+    case Use::kNumber:
+      return problem_of_number(column);
+    case Use::kText:
+      return problem_of_text(column, 0);
+    case Use::kLongText:
+      return problem_of_text(column, 256);
+    case Use::kAddress:
+      return problem_of_text(column, kLongestAddress);
+    case Use::kWord:
+      return problem_of_word(use, column);
+    case Use::kAny:
+      break;
+  }
+  return "";
+}
+
+void check_types(const char* name, const TableDefinition& table, Inspection& inspection) {
+  for (const Column& use : kColumns) {
+    const auto column = table.find(use.name);
+    if (strcmp(use.table, name) != 0 || column == table.end()) continue;
+    const std::string problem = problem_of(use, column->second);
+    if (problem.empty()) continue;
+    inspection.Warning("column_type", name_of(use) + " " + problem +
+                                          ": compare the table with schema/tables.sql.");
+  }
+}
+
+const char* code_of(unsigned error) {
+  switch (error) {
+    case kNoSuchTable:
+      return "table_missing";
+    case kUnknownColumn:
+      return "column_missing";
+    case kTableDenied:
+    case kColumnDenied:
+      return "right_missing";
+    default:
+      return "table_unusable";
+  }
+}
+
+// Whether the other columns are worth a look. A table that nobody can read is told of once.
+bool check_column(const Column& column, Inspection& inspection) {
+  try {
+    inspection.database->Query(
+        joined({"select `", column.name, "` from `", column.table, "` limit 0"}), "");
+    return true;
+  } catch (const PanelFailure& failure) {
+    inspection.Error(code_of(failure.error()),
+                     "A run cannot read " + name_of(column) + ": " + failure.what() + ".");
+    return failure.error() == kUnknownColumn || failure.error() == kColumnDenied;
+  }
+}
+
+// Whether the table is there.
+bool check_columns(const char* table, Inspection& inspection) {
+  for (const Column& column : kColumns) {
+    if (strcmp(column.table, table) == 0 && !check_column(column, inspection)) return false;
+  }
+  return true;
+}
+
+constexpr const char* kNoTypes = "\"show create table\" does not name them, as for a view";
+
+void check_all(Inspection& inspection) {
+  const char* last = "";
+  for (const Column& column : kColumns) {
+    if (strcmp(column.table, last) == 0) continue;
+    last = column.table;
+    if (!check_columns(last, inspection)) continue;
+    const TableDefinition table = read_table_definition(last, *inspection.database);
+    if (table.empty()) inspection.Unseen(joined({"The types of the columns of ", last}), kNoTypes);
+    check_types(last, table, inspection);
+  }
+}
+
+}  // namespace
+
+void check_tables(Inspection& inspection) {
+  if (!inspection.database) return;
+  try {
+    check_all(inspection);
+  } catch (const PanelFailure& failure) {
+    inspection.Error("database_unusable", std::string("A query failed: ") + failure.what());
+  }
+}

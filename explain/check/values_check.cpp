@@ -1,0 +1,85 @@
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <sstream>
+
+#include "explain/check/checks.h"
+#include "support/strings.h"
+
+namespace {
+
+// Whether the shell takes `c` for itself in an argument without quotes. Bytes of UTF-8 are plain.
+bool is_plain(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte >= 0x80 || isalnum(byte) != 0 || strchr("@._+-=:/%,", c) != nullptr;
+}
+
+// What is dangerous in a forwarding address, which reaches the shell without quotes; empty if
+// nothing is. One row may hold several addresses, separated by blanks.
+std::string danger_of_address(const std::string& text) {
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    if (word[0] == '-') return "reaches sendmail as an option";
+    if (!std::all_of(word.begin(), word.end(), is_plain)) return "is read by root's shell";
+  }
+  return text.find('\n') != std::string::npos ? "is read by root's shell" : "";
+}
+
+// What is dangerous in the name of an attachment; empty if nothing is.
+std::string danger_of_name(const std::string& name) {
+  std::istringstream parts(name);
+  for (std::string part; std::getline(parts, part, '/');) {
+    if (part == "..") return "leads out of the attachment store, to any file of the system";
+  }
+  const auto is_control = [](char c) { return static_cast<unsigned char>(c) < ' '; };
+  if (name.find('\'') != std::string::npos) return "holds a quote: all attachments are refused";
+  const bool is_changed =
+      name.find('\\') != std::string::npos || std::any_of(name.begin(), name.end(), is_control);
+  return is_changed ? "holds a character that the shell's echo changes in the reply's header" : "";
+}
+
+enum Column { kRule, kValue };
+
+struct Kind {
+  const char* code;
+  const char* what;
+  const char* query;
+  std::string (*danger)(const std::string&);
+};
+
+constexpr Kind kKinds[] = {
+    {"dangerous_address", "The forwarding address", "select rn_id, address from resp_forward",
+     danger_of_address},
+    {"dangerous_file_name", "The attachment", "select rn_id, filename from resp_attach",
+     danger_of_name},
+};
+
+// Whether there is a dangerous value of this kind.
+bool check_kind(const Kind& kind, Inspection& inspection) {
+  bool is_found = false;
+  auto rows = inspection.database->TryQuery(kind.query);
+  if (!rows) return false;  // the tables' check has told why
+  while (const Row row = rows->Next()) {
+    std::string untrimmed = text_or(row[kValue], "");
+    const std::string value = str_trim(untrimmed.data());
+    const std::string danger = kind.danger(value);
+    if (danger.empty()) continue;
+    is_found = true;
+    inspection.Error(kind.code, std::string(kind.what) + " \"" + value + "\" of rule " +
+                                    text_or(row[kRule], "NULL") + " " + danger +
+                                    ". Correct it in the panel.");
+  }
+  return is_found;
+}
+
+}  // namespace
+
+void check_values(Inspection& inspection) {
+  if (!inspection.database || inspection.switches.repairs) return;
+  bool is_found = false;
+  for (const Kind& kind : kKinds) is_found = check_kind(kind, inspection) || is_found;
+  if (!is_found) return;
+  inspection.Advice("repairs_off",
+                    "AUTORESPONDER_REPAIRS is off, and the database holds dangerous values. "
+                    "Switched on in kem.conf, it takes the harm out of them.");
+}

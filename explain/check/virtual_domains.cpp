@@ -1,0 +1,79 @@
+#include "explain/check/virtual_domains.h"
+
+#include <cstdlib>
+#include <pwd.h>
+#include <strings.h>
+
+#include "explain/check/files.h"
+
+namespace {
+
+bool is_same(const std::string& one, const std::string& other) {
+  return strcasecmp(one.c_str(), other.c_str()) == 0;
+}
+
+const VirtualDomain* find_exactly(const std::vector<VirtualDomain>& lines,
+                                  const std::string& domain) {
+  for (const VirtualDomain& line : lines) {
+    if (is_same(line.domain, domain)) return &line;
+  }
+  return nullptr;
+}
+
+// As qmail-getpw does: the name up to each "-", the longest first.
+std::optional<DeliveryUser> find_account(std::string name) {
+  while (true) {
+    const passwd* const account = name.empty() ? nullptr : getpwnam(name.c_str());
+    if (account != nullptr && account->pw_uid != 0) return DeliveryUser{name, account->pw_gid};
+    const size_t dash = name.rfind('-');
+    if (dash == std::string::npos) return std::nullopt;
+    name.erase(dash);
+  }
+}
+
+}  // namespace
+
+std::vector<VirtualDomain> read_virtual_domains(Inspection& inspection) {
+  const auto lines = control_lines(inspection.qmail_root + "/control/virtualdomains", inspection);
+  std::vector<VirtualDomain> result;
+  if (!lines) return result;
+  for (const std::string& line : *lines) {
+    const size_t colon = line.find(':');
+    if (colon != std::string::npos)
+      result.push_back({line.substr(0, colon), line.substr(colon + 1)});
+  }
+  return result;
+}
+
+const VirtualDomain* find_virtual_domain(const std::vector<VirtualDomain>& lines,
+                                         const std::string& domain) {
+  if (const VirtualDomain* const line = find_exactly(lines, domain)) return line;
+  for (size_t dot = domain.find('.'); dot != std::string::npos; dot = domain.find('.', dot + 1)) {
+    if (const VirtualDomain* const line = find_exactly(lines, domain.substr(dot))) return line;
+  }
+  return find_exactly(lines, "");
+}
+
+DeliveryUsers::DeliveryUsers(Inspection& inspection) {
+  auto lines = control_lines(inspection.qmail_root + "/users/assign", inspection);
+  if (lines) lines_ = std::move(*lines);
+}
+
+std::optional<DeliveryUser> DeliveryUsers::Find(const std::string& prefix) const {
+  enum { kLocal, kUser, kUid, kGid, kFields = 8 };
+  const std::string local = prefix + "-";
+  const std::string* best = nullptr;
+  for (const std::string& line : lines_) {
+    const std::string name = line.substr(0, line.find(':'));
+    const bool is_wildcard =
+        name[0] == '+' && strncasecmp(local.c_str(), name.c_str() + 1, name.size() - 1) == 0;
+    const bool is_one_mailbox =
+        name[0] == '=' && strncasecmp(name.c_str() + 1, local.c_str(), local.size()) == 0;
+    const bool is_longer = best == nullptr || name.size() > best->find(':');
+    if ((is_wildcard || is_one_mailbox) && is_longer) best = &line;
+  }
+  if (best == nullptr) return find_account(prefix);
+  const auto fields = fields_of(*best);
+  if (fields.size() < kFields) return std::nullopt;
+  return DeliveryUser{fields[kUser], static_cast<unsigned>(atol(fields[kGid].c_str()))};
+}

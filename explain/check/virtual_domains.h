@@ -1,0 +1,42 @@
+#ifndef EXPLAIN_CHECK_VIRTUAL_DOMAINS_H
+#define EXPLAIN_CHECK_VIRTUAL_DOMAINS_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "explain/check/inspection.h"
+
+/// A line of control/virtualdomains.
+struct VirtualDomain {
+  std::string domain;  ///< a domain, an address, ".domain" for all below it, or empty for all
+  std::string prefix;  ///< what qmail puts before the address, with a "-"; empty for none
+};
+
+/// The lines of control/virtualdomains, read as qmail-send reads them; none without the file.
+std::vector<VirtualDomain> read_virtual_domains(Inspection& inspection);
+
+/// The line that decides about `domain`; null if there is none.
+const VirtualDomain* find_virtual_domain(const std::vector<VirtualDomain>& lines,
+                                         const std::string& domain);
+
+/// Who a delivery runs as.
+struct DeliveryUser {
+  std::string name;
+  unsigned group = 0;
+};
+
+/// A user database of qmail: users/assign, and the system's own after it.
+class DeliveryUsers {
+ public:
+  explicit DeliveryUsers(Inspection& inspection);
+
+  /// Who gets mail to `prefix` + "-" + anything; nothing if no user does, so that it is the
+  /// alias user's.
+  std::optional<DeliveryUser> Find(const std::string& prefix) const;
+
+ private:
+  std::vector<std::string> lines_;
+};
+
+#endif

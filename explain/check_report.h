@@ -1,0 +1,16 @@
+#ifndef EXPLAIN_CHECK_REPORT_H
+#define EXPLAIN_CHECK_REPORT_H
+
+#include <iosfwd>
+
+#include "explain/check/finding.h"
+#include "explain/text_report.h"
+
+/// Writes the findings for people, one line each. Values from the server are made safe for a
+/// terminal.
+void write_check_text(std::ostream& out, const Findings& findings, const TextStyle& style);
+
+/// Writes the findings as one JSON object.
+void write_check_json(std::ostream& out, const Findings& findings, const TextStyle& style);
+
+#endif

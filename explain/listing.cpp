@@ -1,0 +1,59 @@
+#include "explain/listing.h"
+
+#include "autoresponder/panel/frequency_limiter.h"
+#include "autoresponder/run/configuration.h"
+#include "support/base/joined.h"
+#include "support/conf.h"
+
+namespace {
+
+std::vector<std::string> forwarding_of(PanelDatabase& database, const char* rule_id) {
+  std::vector<std::string> addresses;
+  Rows rows = database.Query(joined({"select address from resp_forward where rn_id=", rule_id}));
+  while (const Row row = rows.Next()) {
+    if (*row != nullptr) addresses.emplace_back(*row);
+  }
+  return addresses;
+}
+
+std::vector<AnsweredSender> answered_by(PanelDatabase& database, const char* rule_id) {
+  enum { kAddress, kReplies, kTime };
+  std::vector<AnsweredSender> senders;
+  Rows rows = database.Query(answered_today_query(rule_id));
+  while (const Row row = rows.Next()) {
+    senders.push_back(
+        {text_or(row[kAddress], ""), text_or(row[kReplies], "0"), text_or(row[kTime], "")});
+  }
+  return senders;
+}
+
+void list_rules(PanelDatabase& database, const Switches& switches, Listing& listing) {
+  const MailboxRef& mailbox = listing.mailbox->mailbox;
+  listing.rows = database.Query(rules_query(mailbox.id));
+  while (const Row row = listing.rows->Next()) {
+    ListedRule& listed = listing.rules.emplace_back();
+    listed.rule = ResponderRule(row);
+    listed.forwarding = forwarding_of(database, listed.rule.id);
+    listed.attachments = find_attachments(database, listed.rule.id, mailbox, switches);
+    listed.answered = answered_by(database, listed.rule.id);
+  }
+}
+
+}  // namespace
+
+void list(Listing& listing) {
+  load_conf_paths();
+  const Switches switches = read_switches();
+  IncomingMessage message;
+  message.SetRecipient(listing.address);
+  try {
+    EscapedRecipient recipient = escape_recipient(message);
+    PanelDatabase database;
+    // Lets the server refuse any write of ours. Older servers do not know the statement.
+    database.TryQuery("set session transaction read only");
+    listing.mailbox = find_mailbox(database, message, std::move(recipient));
+    if (listing.mailbox) list_rules(database, switches, listing);
+  } catch (const PanelFailure& failure) {
+    listing.trouble = failure.what();
+  }
+}

@@ -1,0 +1,39 @@
+#ifndef EXPLAIN_LISTING_H
+#define EXPLAIN_LISTING_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "explain/explanation.h"
+
+/// A sender whom a rule answered today.
+struct AnsweredSender {
+  std::string address;
+  std::string replies;    ///< how many today, in decimal
+  std::string time_resp;  ///< when the limiter's row was made, by the server's clock
+};
+
+/// What the panel has of one rule.
+struct ListedRule {
+  ResponderRule rule;
+  std::vector<std::string> forwarding;  ///< the rows, each with one or more addresses
+  AttachmentList attachments;
+  std::vector<AnsweredSender> answered;
+};
+
+/// What the panel has of one mailbox.
+struct Listing {
+  std::string address;  ///< as it was asked for
+  std::optional<FoundMailbox> mailbox;
+  std::optional<Rows> rows;  ///< own the texts that the rules point to
+  std::vector<ListedRule> rules;
+  std::string trouble;      ///< why this is not all; empty if it is
+  std::string diagnostics;  ///< what was written to standard error
+};
+
+/// Fills `listing`, which holds the address already. Only reads. A fatal error in the library ends
+/// the process.
+void list(Listing& listing);
+
+#endif

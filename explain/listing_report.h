@@ -1,0 +1,15 @@
+#ifndef EXPLAIN_LISTING_REPORT_H
+#define EXPLAIN_LISTING_REPORT_H
+
+#include <iosfwd>
+
+#include "explain/listing.h"
+#include "explain/text_report.h"
+
+/// Writes the listing for people. Values from the database are made safe for a terminal.
+void write_listing_text(std::ostream& out, const Listing& listing, const TextStyle& style);
+
+/// Writes the listing as one JSON object.
+void write_listing_json(std::ostream& out, const Listing& listing, const TextStyle& style);
+
+#endif

@@ -1,0 +1,372 @@
+"""Every command that docs/operators.md and the manual pages print, run as printed, on a server that is set up
+by the document's own files. Run by `tests/packaging/run`, in a root of its own.
+
+A line of the document that is neither run here nor named in NOT_RUN fails the last test."""
+
+import os
+import re
+import shutil
+import subprocess
+from pathlib import Path
+
+import pytest
+
+from tools import BUILD, CHECKOUT, dpkg, package, shell
+
+import panel as sandbox
+
+NAME = "kem-autoresponder"
+DOCUMENT = (CHECKOUT / "docs" / "operators.md").read_text()
+BLOCKS = re.findall(r"(?:^    .*\n)+", DOCUMENT, re.MULTILINE)
+LINES = {line.strip() for block in BLOCKS for line in block.splitlines()}
+USED = set()
+QMAIL = Path("/var/qmail")
+HOME = Path("/home/shop")
+MESSAGE = b"From: otto@customer.example\nSubject: Hello\n\nA question.\n"
+
+NOT_RUN = {
+    # tests/packaging/run and sandbox/install-tools do this before these tests.
+    "sandbox/install-tools build package",
+    "cmake --preset package && cmake --build --preset package",
+    "cd build-package && cpack -G DEB && apt-get install ./kem-autoresponder_*.deb",
+    # Daemontools are not installed; nothing here reads control/virtualdomains only once.
+    "svc -h /service/qmail-send",
+    # Lines of the mail server's log: tests/system/log_test.py.
+    "delivery 8: success: did_1+0+1/",
+    "delivery 9: success: //did_1+0+1/",
+    "delivery 10: success: Field_From:_contains_MAILER-DAEMON/did_1+0+1/",
+}
+
+
+def printed(line):
+    """A line that is in the document."""
+    assert line in LINES, line
+    USED.add(line)
+    return line
+
+
+def sh(command, directory="/", **options):
+    """Runs a command of the document by a shell."""
+    return subprocess.run(["/bin/sh", "-c", printed(command)], cwd=directory, capture_output=True,
+                          timeout=120, **options)
+
+
+def with_lines(path, *lines):
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_text("".join(f"{printed(line)}\n" for line in lines))
+
+
+def add_groups():
+    with open("/etc/group", "a") as groups:
+        groups.write("vmail:x:5000:\nGROUP:x:5002:\nOTHER:x:5003:\n")
+
+
+def set_up_qmail():
+    """Below /var/qmail: the recorder of the tests, and the files of the document."""
+    sandbox.install()
+    for name in ("control", "users", "mailnames", "bin"):
+        (QMAIL / name).mkdir(parents=True)
+    shutil.copy(sandbox.QMAIL / "bin" / "sendmail", QMAIL / "bin" / "sendmail")
+    (QMAIL / "bin" / "qmail-newu").write_text(
+        "#!/bin/sh\nexec cp /var/qmail/users/assign /var/qmail/users/cdb\n")
+    (QMAIL / "bin" / "qmail-inject").write_text(
+        f'#!/bin/sh\nexec python3 {CHECKOUT}/tests/packaging/qmail.py "$@"\n')
+    (QMAIL / "bin" / "maildirmake").write_text('#!/bin/sh\nmkdir "$1" "$1/tmp" "$1/new" "$1/cur"\n')
+    for name in ("qmail-newu", "qmail-inject", "maildirmake"):
+        (QMAIL / "bin" / name).chmod(0o755)
+    (QMAIL / "control" / "databytes").write_text("10000000\n")
+    with_lines(QMAIL / "control" / "rcpthosts", "my-shop.example")
+    with_lines(QMAIL / "control" / "virtualdomains", "my-shop.example:d17")
+    with_lines(QMAIL / "users" / "assign", "+d17-:shop:5001:5000:/home/shop:-::")
+    with open(QMAIL / "users" / "assign", "a") as assign:
+        assign.write(".\n")
+    with_lines(HOME / ".qmail-info", "./info/Maildir/",
+               "|/opt/kem/sbin/autoresponder || exit 0")
+    for command in ("mkdir /home/shop/info", "/var/qmail/bin/maildirmake /home/shop/info/Maildir",
+                    "chown -R 5001:5000 /home/shop/info",
+                    "ln -s .qmail-info /home/shop/.qmail-sales"):
+        result = sh(command)
+        assert (result.returncode, result.stderr) == (0, b"")
+
+
+def set_up_panel(database):
+    """The document's user of the database, and a mailbox with two rules."""
+    database.load("tables.sql")
+    database.run("drop user admin@localhost;")
+    for line in ("create user admin@localhost identified by 'PASSWORD';",
+                 "grant select on kem.* to admin@localhost;",
+                 "grant insert, update, delete on kem.resp_freq to admin@localhost;"):
+        database.run(printed(line))
+    sandbox.write_shadow("PASSWORD")
+    database.run("insert into clients values (1, 'shop', 'Grete', 'grete@customer.example');"
+                 "insert into domains (id, name, cl_id) values (1, 'my-shop.example', 1);"
+                 "insert into mail (id, dom_id, mail_name) values (1, 1, 'info');"
+                 "insert into mail_aliases (mn_id, alias) values (1, 'sales');"
+                 "insert into mail_resp (id, mn_id, resp_on, text) values"
+                 " (7, 1, 'true', 'Thank you.');")
+
+
+@pytest.fixture(scope="module")
+def database():
+    """The server of the document, with the package on it."""
+    add_groups()
+    dpkg("--install", str(package(NAME)))
+    set_up_qmail()
+    shutil.copy(Path("/usr/share/doc") / NAME / "kem.conf.sample", sandbox.CONF)
+    running = sandbox.Database()
+    set_up_panel(running)
+    result = sh("/var/qmail/bin/qmail-newu")
+    assert result.returncode == 0
+    yield running
+    running.stop()
+    shutil.rmtree(sandbox.DATA)
+    for directory in (QMAIL, HOME):
+        shutil.rmtree(directory)
+    dpkg("--purge", NAME)
+
+
+@pytest.fixture(autouse=True)
+def _fresh(database):
+    sandbox.forget_mails()
+    database.run("delete from resp_freq; update mail_resp set resp_on='true', subject='';")
+
+
+@pytest.fixture
+def letter(tmp_path):
+    """A directory with the customer's message."""
+    (tmp_path / "message.eml").write_bytes(MESSAGE)
+    (tmp_path / "message").write_bytes(MESSAGE)
+    return tmp_path
+
+
+CHECK = "/opt/kem/sbin/autoresponder-explain --check"
+INJECT = "/var/qmail/bin/qmail-inject info@my-shop.example <message.eml"
+
+
+def test_the_documented_server_is_set_up_right():
+    result = sh(CHECK)
+    assert (result.returncode, result.stdout) == (0, b"This server is set up right.\n")
+
+
+def test_the_documented_wiring_replies(letter):
+    result = sh(INJECT, letter)
+    assert (result.returncode, result.stdout, result.stderr) == (0, b"", b"")
+    (mail,) = sandbox.mails()
+    assert mail.arguments == [b"-f", b"info@my-shop.example", b"otto@customer.example"]
+    found = sh("grep -rl otto@customer.example /home/shop/info/Maildir").stdout.split()
+    assert found and all(Path(os.fsdecode(path)).read_bytes() == MESSAGE for path in found)
+
+
+def test_an_alias_replies_in_its_own_name(letter):
+    command = INJECT.replace("info@", "sales@")
+    assert subprocess.run(["/bin/sh", "-c", command], cwd=letter).returncode == 0
+    (mail,) = sandbox.mails()
+    assert mail.arguments[1] == b"sales@my-shop.example"
+
+
+@pytest.mark.parametrize("command, status, says", [
+    ("RECIPIENT=d17-info@my-shop.example /opt/kem/sbin/autoresponder-explain message.eml", 0,
+     b"A reply would leave."),
+    ("/opt/kem/sbin/autoresponder-explain --recipient info@my-shop.example message.eml", 0,
+     b"A reply would leave."),
+    ("RECIPIENT=my-shop-info@my-shop.example /opt/kem/sbin/autoresponder-explain message.eml", 1,
+     b"  recipient   shop-info@my-shop.example (RECIPIENT)"),
+    ("/opt/kem/sbin/autoresponder-explain --list info@my-shop.example", 0, b"Rule 7 is on"),
+    ("/opt/kem/sbin/autoresponder-explain --version", 0, b"autoresponder-explain 1."),
+    ("dpkg-query --show kem-autoresponder", 0, b"kem-autoresponder\t1."),
+])
+def test_asking_changes_nothing(database, letter, command, status, says):
+    result = sh(command, letter)
+    assert (result.returncode, result.stderr) == (status, b"")
+    assert says in result.stdout
+    assert sandbox.mails() == [] and database.run("select * from resp_freq") == ""
+
+
+def replies(letter):
+    sandbox.forget_mails()
+    output = subprocess.run(["/bin/sh", "-c", INJECT], cwd=letter, check=True, capture_output=True)
+    return len(sandbox.mails()), output.stderr
+
+
+@pytest.mark.parametrize("statement", [
+    "update mail_resp set resp_on='false' where id=7;",
+    "update mail_resp set resp_on='false' where mn_id=1;"])
+def test_a_rule_can_be_switched_off(database, letter, statement):
+    assert replies(letter)[0] == 1
+    database.run(printed(statement))
+    assert replies(letter)[0] == 0
+
+
+def test_the_host_can_be_switched_off(letter):
+    assert sh("chmod 0700 /opt/kem/sbin/autoresponder").returncode == 0
+    sent, said = replies(letter)
+    assert sent == 0 and b"Permission denied" in said
+    assert sh("chmod 4750 /opt/kem/sbin/autoresponder").returncode == 0
+    assert replies(letter) == (1, b"")
+
+
+def test_the_probe_speaks_only_of_trouble():
+    probe = ("/opt/kem/sbin/autoresponder-explain --check >/dev/null"
+             ' || echo "autoresponder: look at --check"')
+    assert sh(probe).stdout == b""
+    sandbox.SHADOW.chmod(0o644)
+    assert sh(probe).stdout == b"autoresponder: look at --check\n"
+    sandbox.SHADOW.chmod(0o600)
+
+
+def test_replies_are_counted_by_rule_and_day(database, letter):
+    replies(letter)
+    replies(letter)
+    database.run("insert into resp_freq values (7, 'old@x.example', 9, curdate() - interval 1 day)")
+    count = printed("select rn_id, count(*) senders, sum(num) replies from resp_freq where"
+                    " time_resp>=curdate() group by rn_id;")
+    assert database.run(count) == "7\t1\t2\n"
+    database.run(printed("delete from resp_freq where time_resp<curdate();"))
+    assert database.run("select email from resp_freq") == "otto@customer.example\n"
+    database.run(printed("delete from resp_freq where rn_id=7 and email='otto@customer.example';"
+                         "  -- the sender starts anew"))
+    assert database.run("select email from resp_freq") == ""
+
+
+def test_the_subject_has_placeholders(database, letter):
+    database.run(printed("update mail_resp set subject='Your message: <request_subject>'"
+                         " where id=7;"))
+    assert replies(letter)[0] == 1
+    assert b"\nSubject: Your message: Hello\n" in sandbox.mails()[0].message
+
+
+def test_every_placeholder_of_the_document_is_replaced(database, letter):
+    names = re.findall(r"`<(\w+)>`", DOCUMENT.split("| placeholder |")[1].split("\n\n")[0])
+    assert len(names) == 5
+    database.run("update mail_resp set subject='" + " ".join(f"<{name}>" for name in names) + "'")
+    replies(letter)
+    assert (b"\nSubject: Hello Hello Hello otto@customer.example otto@customer.example\n"
+            in sandbox.mails()[0].message)
+
+
+def test_a_subject_is_cut_where_the_document_says(database, letter):
+    longest = int(re.search(r"of which at most (\d+) bytes remain", DOCUMENT)[1])
+    database.run("update mail_resp set subject='<request_subject>'")
+    (letter / "message.eml").write_bytes(MESSAGE.replace(b"Hello", b"x" * 5000))
+    replies(letter)
+    assert re.search(rb"\nSubject: (x*)\n", sandbox.mails()[0].message)[1] == b"x" * longest
+
+
+def test_a_null_limit_is_ten_and_what_is_no_number_is_none(database, letter):
+    database.run("update mail_resp set ans_freq=null")
+    assert sum(replies(letter)[0] for _ in range(12)) == 10
+    database.run("alter table mail_resp modify ans_freq varchar(10);"
+                 "update mail_resp set ans_freq=''; delete from resp_freq")
+    assert replies(letter)[0] == 0
+    database.run("update mail_resp set ans_freq=null;"
+                 "alter table mail_resp modify ans_freq int")
+
+
+def test_the_rules_can_be_saved(tmp_path):
+    result = sh("mariadb-dump kem mail_resp resp_attach resp_forward >rules.sql", tmp_path)
+    assert (result.returncode, result.stderr) == (0, b"")
+    assert "Thank you." in (tmp_path / "rules.sql").read_text()
+
+
+def test_hanging_statements_are_shown(database):
+    assert "show full processlist" in database.run(printed("show full processlist;"))
+
+
+def test_old_files_are_removed_by_cron():
+    line = printed("17 4 * * * root find /tmp -maxdepth 1 -type f -user root -name 'kem-*'"
+                   " -mmin +1440 -delete")
+    for name in ("kem-old", "kem-new", "other"):
+        Path("/tmp", name).write_text("")
+    for name in ("kem-old", "other"):
+        os.utime(Path("/tmp", name), (0, 0))
+    subprocess.run(["/bin/sh", "-c", line.split(" root ", 1)[1]], check=True)
+    assert {"kem-old", "kem-new", "other"} & set(os.listdir("/tmp")) == {"kem-new", "other"}
+    for name in ("kem-new", "other"):
+        Path("/tmp", name).unlink()
+
+
+def group_of_program():
+    return Path("/opt/kem/sbin/autoresponder").stat().st_gid
+
+
+def test_the_group_can_be_chosen_and_changed():
+    assert sh("dpkg-statoverride --update --add root GROUP 4750"
+              " /opt/kem/sbin/autoresponder").returncode == 0
+    assert group_of_program() == 5002
+    assert sh("dpkg-statoverride --remove /opt/kem/sbin/autoresponder").returncode == 0
+    assert sh("dpkg-statoverride --update --add root OTHER 4750"
+              " /opt/kem/sbin/autoresponder").returncode == 0
+    assert group_of_program() == 5003
+    result = subprocess.run(CHECK.split(), capture_output=True)
+    assert result.returncode == 1 and b"is delivered with the primary group 5000" in result.stdout
+    shell("dpkg-statoverride", "--remove", "/opt/kem/sbin/autoresponder")
+    shell("chown", "root:vmail", "/opt/kem/sbin/autoresponder")
+    shell("chmod", "4750", "/opt/kem/sbin/autoresponder")
+
+
+def examples(page):
+    text = (CHECKOUT / "packaging" / page).read_text()
+    return [line.replace("\\&", "") for line in re.findall(r"^\.Dl # (.*)$", text, re.MULTILINE)]
+
+
+PAGES = ("autoresponder.8", "autoresponder-explain.8", "kem.conf.5")
+
+
+@pytest.mark.parametrize("command", sorted({line for page in PAGES for line in examples(page)}))
+def test_the_examples_of_the_pages_work(letter, command):
+    result = subprocess.run(["/bin/sh", "-c", command], cwd=letter, capture_output=True, timeout=60)
+    # Some name the domain of the tests' other panel, which is no mailbox here.
+    assert result.returncode in ((0, 1) if "info@shop.example" in command else (0,))
+    assert result.stderr == b""
+
+
+@pytest.mark.parametrize("page", PAGES)
+def test_every_page_has_examples(page):
+    assert examples(page)
+
+
+def test_the_readme_of_the_package_works():
+    text = (Path("/usr/share/doc") / NAME / "README.md").read_text()
+    assert re.findall(r"^    (.*)$", text, re.MULTILINE) == [CHECK]
+
+
+def test_the_settings_of_the_document_are_known(database):
+    del database
+    whole = (CHECKOUT / "packaging" / "kem.conf.sample").read_text()
+    sandbox.CONF.write_text(whole + "AUTORESPONDER_REPAIRS maybe\n")
+    assert b"counts as off" in subprocess.run(CHECK.split(), capture_output=True).stdout
+    settings = [printed(line) for line in LINES if line.startswith("AUTORESPONDER_")]
+    sandbox.CONF.write_text(whole + "".join(f"{line}\n" for line in settings))
+    result = subprocess.run(CHECK.split(), capture_output=True)
+    sandbox.CONF.write_text(whole)
+    assert (result.returncode, result.stdout) == (0, b"This server is set up right.\n")
+
+
+def test_the_package_can_go_back_and_be_removed(database, letter):
+    """Last, because nothing is installed afterwards."""
+    del database
+    shell("dpkg", "--install", str(package(NAME, 2)))
+    result = sh("apt-get install --allow-downgrades ./kem-autoresponder_1.0.0-1_amd64.deb", BUILD,
+                input=b"y\n")
+    assert result.returncode == 0, result.stdout + result.stderr
+    assert shell("dpkg-query", "-W", "-f", "${Version}", NAME).stdout == b"1.0.0-1"
+    assert replies(letter) == (1, b"")
+    result = sh("apt-get purge kem-autoresponder", input=b"y\n")
+    assert result.returncode == 0, result.stdout + result.stderr
+    sent, said = replies(letter)
+    assert sent == 0 and b"not found" in said
+    assert sandbox.CONF.exists() and Path("/opt").is_dir()
+
+
+def test_an_installation_without_a_package_has_pages():
+    result = sh("cmake --install build-package --component program", CHECKOUT)
+    assert result.returncode == 0, result.stderr
+    assert "`man -M /opt/kem/share/man 8 autoresponder`" in DOCUMENT
+    assert Path("/opt/kem/share/man/man8/autoresponder.8").exists()
+    assert group_of_program() == 5000
+    shutil.rmtree("/opt/kem")
+
+
+def test_every_line_of_the_document_is_run():
+    assert LINES - USED - NOT_RUN == set()
+    assert NOT_RUN <= LINES

@@ -1,0 +1,448 @@
+"""autoresponder-explain --check: what it finds on a server that is set up wrong, and that it only
+looks."""
+
+import os
+import re
+import shutil
+import subprocess
+import time
+from pathlib import Path
+
+import pytest
+
+import panel as sandbox
+from conftest import BUILD, CHECKOUT, EXPLAIN, PROGRAM, Result, real_root
+
+pytestmark = pytest.mark.skipif(not real_root(), reason="gives files to other users and groups")
+
+PRODUCT = sandbox.HOME / "kem"
+INSTALLED = PRODUCT / "sbin" / "autoresponder"
+GROUP = 64001
+CONTROL = sandbox.QMAIL / "control"
+USERS = sandbox.QMAIL / "users"
+
+
+def check(*options, **arguments):
+    return Result(subprocess.run([EXPLAIN, "--check", *options], capture_output=True,
+                                 env={"PATH": "/usr/bin:/bin"}, timeout=60, **arguments))
+
+
+def install(directory=PRODUCT):
+    program = directory / "sbin" / "autoresponder"
+    program.parent.mkdir(parents=True, exist_ok=True)
+    program.unlink(missing_ok=True)
+    shutil.copy(PROGRAM, program)
+    os.chown(program, 0, GROUP)
+    program.chmod(0o4750)
+
+
+def assign(*lines):
+    (USERS / "assign").write_text("".join(f"{line}\n" for line in lines) + ".\n")
+    (USERS / "cdb").write_text("")
+
+
+def configure(**values):
+    sandbox.write_conf({**sandbox.conf_values(), "PRODUCT_ROOT_D": str(PRODUCT), **values})
+
+
+@pytest.fixture
+def server(panel):
+    """A server that is set up right, with one rule."""
+    configure()
+    install()
+    USERS.mkdir(exist_ok=True)
+    assign(f"+shop.example-:shop:64000:{GROUP}:/home/shop:-::")
+    (CONTROL / "virtualdomains").write_text("shop.example:shop.example\n")
+    (CONTROL / "locals").unlink(missing_ok=True)
+    panel.limit("1000000")
+    panel.rule()
+    yield panel
+    for directory in (PRODUCT, USERS):
+        shutil.rmtree(directory)
+    (CONTROL / "virtualdomains").unlink(missing_ok=True)
+    (CONTROL / "locals").unlink(missing_ok=True)
+
+
+def test_finds_nothing_on_a_server_that_is_set_up_right(server):
+    server.forward(1, "anna@colleague.example ben@colleague.example")
+    server.attach(1, "price list.txt")
+    result = check()
+    assert (result.status, result.out, result.err) == (0, b"This server is set up right.\n", b"")
+    result = check("--json")
+    assert (result.status, result.answer()) == (0, {"set_up_right": True, "findings": []})
+
+
+def test_advice_alone_is_no_fault(server):
+    old = Path("/tmp/kem-autoresponder-old")
+    old.write_text("")
+    os.utime(old, (0, 0))
+    result = check("--json")
+    old.unlink()
+    assert (result.status, [finding["code"] for finding in result.answer()["findings"]]) == (
+        0, ["tmp_left_files"])
+
+
+# How to break something. A function may return what undoes it, if the next test would not.
+
+def without(key):
+    def act(_):
+        configure()
+        lines = [line for line in sandbox.CONF.read_text().splitlines(True)
+                 if not line.startswith(key + " ")]
+        sandbox.CONF.write_text("".join(lines))
+    return act
+
+
+def conf(**values):
+    return lambda _: configure(**values)
+
+
+def mode(path, value):
+    def act(_):
+        before = path.stat().st_mode & 0o7777
+        path.chmod(value)
+        return lambda: path.exists() and path.chmod(before)
+    return act
+
+
+def owner(path, user, group=0):
+    def act(_):
+        os.chown(path, user, group)
+        return lambda: os.chown(path, 0, 0)
+    return act
+
+
+def written(path, text):
+    return lambda _: path.write_text(text)
+
+
+def gone(path):
+    return lambda _: path.unlink()
+
+
+def sql(statements):
+    return lambda panel: panel.sql(statements)
+
+
+def hidden(path):
+    """Puts something in the place of a file that nobody can start or load."""
+    def act(_):
+        where = Path(path).resolve()
+        subprocess.run(["mount", "--bind", "/dev/null", where], check=True)
+        return lambda: subprocess.run(["umount", where], check=True)
+    return act
+
+
+def mounted(options, path, and_then=lambda: None):
+    def act(_):
+        subprocess.run(["mount", "-t", "tmpfs", "-o", options, "tmpfs", path], check=True)
+        and_then()
+        return lambda: subprocess.run(["umount", path], check=True)
+    return act
+
+
+def moved_store(_):
+    configure(QMAIL_MAILNAMES_D="/nowhere/mailnames")
+
+
+def strict_with_more_columns(panel):
+    panel.sql("alter table resp_freq add column remark varchar(10) not null;"
+              "set global sql_mode='STRICT_TRANS_TABLES'")
+    return lambda: panel.sql("set global sql_mode=''")
+
+
+def few_rights(rights):
+    def act(panel):
+        panel.sql("revoke all on kem.* from 'admin'@'localhost'")
+        tables = panel.sql("show tables").split()
+        for table in tables:
+            panel.sql(f"grant {rights.get(table, 'select')} on kem.{table} to 'admin'@'localhost'")
+
+        def undo():
+            for table in tables:
+                panel.sql(f"revoke all on kem.{table} from 'admin'@'localhost'")
+            panel.sql("grant all on kem.* to 'admin'@'localhost'")
+        return undo
+    return act
+
+
+def stop_database(panel):
+    panel.sql("rename user 'admin'@'localhost' to 'away'@'localhost'")
+    return lambda: panel.sql("rename user 'away'@'localhost' to 'admin'@'localhost'")
+
+
+def broken_table(panel):
+    panel.sql("alter table resp_forward engine=MyISAM; flush tables")
+    (sandbox.DATA / "kem" / "resp_forward.MYD").unlink()
+
+
+def dashes_in_local_names(panel):
+    (CONTROL / "locals").write_text("shop.example\n")
+    panel.sql("insert into mail_aliases (mn_id, alias) values (1, 'sales-eu')")
+
+
+def newer_assign(_):
+    later = time.time() + 10
+    os.utime(USERS / "assign", (later, later))
+
+
+LIBIDN = next(Path("/usr/lib").glob("*/libidn.so.12"))
+SENDMAIL = sandbox.QMAIL / "bin" / "sendmail"
+
+FAULTS = [
+    # what is done, severity and code of the finding, words of its line
+    ("missing key", without("WEB_STAT"), "error", "conf_key_missing", "define WEB_STAT."),
+    ("no conf", gone(sandbox.CONF), "error", "conf_unreadable", "No such file"),
+    ("open conf", mode(sandbox.CONF, 0o666), "error", "conf_writable", "mode 0666"),
+    ("foreign conf", owner(sandbox.CONF, 64000), "error", "conf_writable", "owner 64000"),
+    ("open directory", mode(sandbox.CONF.parent, 0o777), "error", "conf_writable", "/etc/kem may"),
+    ("odd switch", conf(AUTORESPONDER_REPAIRS="yes"), "warning", "switch_unknown", '"yes"'),
+    ("odd second switch", conf(AUTORESPONDER_COURTESY="On"), "warning", "switch_unknown", '"On"'),
+    ("open password", mode(sandbox.SHADOW, 0o640), "error", "password_exposed", "mode 0640"),
+    ("foreign password", owner(sandbox.SHADOW, 64000), "error", "password_exposed", "owner 64000"),
+    ("no password file", gone(sandbox.SHADOW), "error", "password_unreadable", "No such file"),
+    ("empty password file", written(sandbox.SHADOW, ""), "error", "password_unreadable", "empty"),
+    ("long password", written(sandbox.SHADOW, "x" * 100), "error", "password_too_long", "99"),
+    ("wrong password", written(sandbox.SHADOW, "x\n"), "error", "database_unusable",
+     "Access denied"),
+    ("no user", stop_database, "error", "database_unusable", "Access denied"),
+    ("no settings", sql("drop table misc"), "error", "database_unusable", "misc"),
+    ("no table", sql("drop table resp_attach"), "error", "table_missing", "resp_attach"),
+    ("no column", sql("alter table mail_resp drop charset"), "error", "column_missing",
+     "mail_resp.charset"),
+    ("no right to read", few_rights({"clients": "insert"}), "error", "right_missing", "clients.id"),
+    *((f"no right to {verb}", few_rights({"resp_freq": f"select, {rest}"}), "error",
+       "right_missing", f"{verb} command denied") for verb, rest in (
+           ("INSERT", "update, delete"), ("UPDATE", "insert, delete"), ("DELETE", "insert, update"))),
+    ("broken table", broken_table, "error", "table_unusable", "resp_forward"),
+    ("view", sql("rename table resp_attach to real_attach;"
+                 "create view resp_attach as select * from real_attach"), "unseen", "not_seen",
+     "types of the columns of resp_attach"),
+    ("short addresses", sql("alter table resp_freq modify email varchar(100) not null"), "warning",
+     "column_type", "resp_freq.email holds no more than 100"),
+    ("other characters", sql("alter table resp_freq modify email varchar(320) character set latin1"),
+     "warning", "column_type", "latin1"),
+    ("other table characters", sql("alter table resp_attach convert to character set latin1"),
+     "warning", "column_type", "resp_attach.filename has the character set latin1"),
+    ("short texts", sql("alter table mail_resp modify text tinytext"), "warning", "column_type",
+     "mail_resp.text holds no more than 255"),
+    ("small counts", sql("alter table resp_freq modify num tinyint"), "warning", "column_type",
+     "resp_freq.num is of type tinyint"),
+    ("numbers as text", sql("alter table mail_resp modify ans_freq varchar(10)"), "warning",
+     "column_type", "mail_resp.ans_freq is of type varchar"),
+    ("missing word", sql("alter table mail_resp modify key_where enum('no','subj')"), "warning",
+     "column_type", "the word 'body'"),
+    ("number for a word", sql("alter table domainaliases modify mail tinyint(1)"), "warning",
+     "column_type", "domainaliases.mail is a number"),
+    ("small ids", sql("alter table resp_freq modify rn_id smallint"), "warning", "column_type",
+     "mail_resp.id of type int"),
+    ("no time", sql("alter table resp_freq modify time_resp timestamp null default null"), "error",
+     "limiter_time", "never answered again"),
+    ("time without a day", sql("alter table resp_freq modify time_resp time"), "error",
+     "limiter_time", "never answered again"),
+    ("column without default", strict_with_more_columns, "error", "limiter_refused",
+     "resp_freq.remark"),
+    ("no sendmail", gone(SENDMAIL), "error", "sendmail_missing", str(SENDMAIL)),
+    ("sendmail that cannot start", mode(SENDMAIL, 0o644), "error", "sendmail_missing", "started"),
+    ("open sendmail", mode(SENDMAIL, 0o777), "error", "sendmail_writable", "mode 0777"),
+    ("no uuencode", hidden("/usr/bin/uuencode"), "error", "uuencode_missing", "sharutils"),
+    ("no sed", hidden("/usr/bin/sed"), "error", "sed_missing", "sed"),
+    ("no libidn", hidden(LIBIDN), "error", "libidn_missing", "libidn12"),
+    ("no program", gone(INSTALLED), "error", "program_missing", "/opt/kem/sbin/autoresponder or"),
+    ("foreign program", owner(INSTALLED, 64000, GROUP), "error", "program_owner", "user 64000"),
+    ("not setuid", mode(INSTALLED, 0o750), "error", "program_not_setuid", "mode 0750"),
+    ("open to everybody", mode(INSTALLED, 0o4755), "error", "program_open", "mode 4755"),
+    ("open to writers", mode(INSTALLED, 0o4770), "error", "program_writable", "mode 4770"),
+    ("closed to the group", mode(INSTALLED, 0o4700), "error", "program_closed", "mode 4700"),
+    ("of the wrong group", lambda _: os.chown(INSTALLED, 0, 0) or INSTALLED.chmod(0o4750), "error",
+     "program_closed", "group 0"),
+    ("nosuid", mounted("nosuid", PRODUCT, install), "error", "program_nosuid", "nosuid"),
+    ("noexec", mounted("noexec", PRODUCT, install), "error", "program_noexec", "noexec"),
+    ("tmp not sticky", mode(Path("/tmp"), 0o777), "error", "tmp_not_sticky", "mode 0777"),
+    ("tmp read-only", mounted("ro,mode=1777", "/tmp"), "error", "tmp_read_only", "read-only"),
+    ("tmp full", mounted("size=4m,mode=1777", "/tmp", lambda: subprocess.run(
+        ["dd", "if=/dev/zero", "of=/tmp/filling", "bs=1M", "count=8"], stderr=subprocess.DEVNULL)),
+     "error", "tmp_full", "Make room"),
+    ("tmp small", mounted("size=8m,mode=1777", "/tmp"), "warning", "tmp_small", "8 MiB"),
+    ("no store", moved_store, "error", "store_missing", "/nowhere/mailnames"),
+    ("open store", mode(sandbox.MAILNAMES, 0o777), "error", "store_writable", "mode 0777"),
+    ("no qmail", conf(QMAIL_ROOT_D="/nowhere"), "error", "qmail_root_missing", "/nowhere"),
+    ("no limit", gone(CONTROL / "databytes"), "warning", "no_size_limit", "missing"),
+    ("limit of 0", written(CONTROL / "databytes", "0\n"), "warning", "no_size_limit", 'holds "0"'),
+    ("limit in words", written(CONTROL / "databytes", "ten\n"), "warning", "no_size_limit",
+     'holds "ten"'),
+    ("empty limit", written(CONTROL / "databytes", "\n"), "warning", "no_size_limit", 'holds ""'),
+    ("limit with a unit", written(CONTROL / "databytes", "20000k\n"), "warning",
+     "size_limit_unlikely", "means 20000 bytes"),
+    ("small limit", written(CONTROL / "databytes", "1000\n"), "warning", "size_limit_unlikely",
+     "means 1000 bytes"),
+    ("huge limit", written(CONTROL / "databytes", "2147483648\n"), "warning",
+     "size_limit_too_large", "2147483647"),
+    ("dash in a prefix", written(CONTROL / "virtualdomains", "shop.example:my-shop\n"), "error",
+     "prefix_with_dash", '"my-shop" of shop.example'),
+    ("dash in the prefix of all", written(CONTROL / "virtualdomains", ":all-mail\n"), "error",
+     "prefix_with_dash", "of all domains"),
+    ("dash in the prefix of those below", written(CONTROL / "virtualdomains", ".example:a-b\n"),
+     "error", "prefix_with_dash", '"a-b" of .example'),
+    ("dash elsewhere", written(CONTROL / "virtualdomains",
+                               "shop.example:shop.example\nx.example:a-b\n"),
+     "warning", "prefix_with_dash", "x.example"),
+    ("dash without a prefix", dashes_in_local_names, "error", "local_name_with_dash",
+     "sales-eu@shop.example"),
+    ("domain elsewhere", written(CONTROL / "virtualdomains", "#shop.example:shop.example\n"),
+     "warning", "domain_not_delivered", "shop.example"),
+    ("domain excepted", written(CONTROL / "virtualdomains", "shop.example:\n:d1\n"), "warning",
+     "domain_not_delivered", "shop.example"),
+    ("prefix without user", lambda _: assign("+other-:o:64000:1:/:-::"), "warning",
+     "prefix_without_user", "alias user"),
+    ("other group", lambda _: assign("+shop.example-:shop:64000:64002:/:-::"), "error",
+     "delivery_group", "group 64002"),
+    ("other group of one mailbox", lambda _: assign("=shop.example-info:shop:64000:64002:/:::"),
+     "error", "delivery_group", "group 64002"),
+    ("not compiled", newer_assign, "error", "users_not_compiled", "qmail-newu"),
+    *((f"address {address}", lambda panel, address=address: panel.forward(1, address), "error",
+       "dangerous_address", words) for address, words in (
+           ("a@b.example; id", "root\\'s shell"), ("$(id)@b.example", "root\\'s shell"),
+           ("a@b.example -t", "as an option"))),
+    ("name with a parent", lambda panel: panel.name_attachments(1, "../../secret"), "error",
+     "dangerous_file_name", "any file of the system"),
+    ("name with a quote", lambda panel: panel.name_attachments(1, "o'neil.txt"), "error",
+     "dangerous_file_name", "all attachments"),
+    ("name with a backslash", lambda panel: panel.name_attachments(1, "a\\\\nb"), "error",
+     "dangerous_file_name", "echo"),
+]
+
+
+@pytest.mark.parametrize("break_it, severity, code, words", [fault[1:] for fault in FAULTS],
+                         ids=[fault[0] for fault in FAULTS])
+def test_finds(server, break_it, severity, code, words):
+    undo = break_it(server)
+    try:
+        in_words, result = check(), check("--json")
+    finally:
+        if callable(undo):
+            undo()
+    found = [finding for finding in result.answer()["findings"]
+             if finding["code"] == code and words.replace("\\'", "'") in finding["text"]]
+    assert [finding["severity"] for finding in found] == [severity], result.out.decode()
+    assert (result.status, in_words.status) == (1, 1)
+    assert len(in_words.out.splitlines()) == len(result.answer()["findings"])
+    word = {"unseen": "not seen"}.get(severity, severity)
+    assert f"{word}: {found[0]['text']}".replace("\\", "\\\\") in in_words.out.decode().splitlines()
+
+
+COLUMNS = {
+    "misc": "param val", "clients": "id login pname email", "domains": "id name cl_id",
+    "domainaliases": "dom_id name mail", "mail": "id dom_id mail_name", "mail_aliases": "mn_id alias",
+    "mail_resp": "id mn_id keystr key_where text resp_on ans_freq mem_limit subject reply_to charset"
+                 " content_type",
+    "resp_freq": "rn_id email num time_resp", "resp_forward": "rn_id address",
+    "resp_attach": "rn_id filename"}
+
+
+@pytest.mark.parametrize("table", COLUMNS)
+def test_finds_that_a_column_is_missing(server, table):
+    for column in COLUMNS[table].split():
+        server.sql(f"alter table {table} rename column {column} to away")
+        texts = [finding["text"] for finding in check("--json").answer()["findings"]
+                 if finding["severity"] == "error"]
+        server.sql(f"alter table {table} rename column away to {column}")
+        # Without the settings there is no connection at all.
+        want = f"A run cannot read {table}.{column}: " if table != "misc" else "No run can use"
+        assert texts[0].startswith(want) and f"'{column}'" in texts[0], texts
+
+
+def test_every_code_is_provoked():
+    sources = "".join(path.read_text() for path in (CHECKOUT / "explain" / "check").glob("*.cpp"))
+    codes = {word for word in sources.replace("\n", " ").split('"')
+             if "_" in word and word.replace("_", "").isalpha() and word.islower()}
+    tables = {"resp_freq", "mail_resp", "mail_aliases", "resp_forward", "resp_attach"}
+    columns = {"mn_id", "dom_id", "cl_id", "mail_name", "key_where", "resp_on", "ans_freq",
+               "mem_limit", "reply_to", "content_type", "rn_id", "time_resp"}
+    left = codes - {fault[3] for fault in FAULTS} - tables - columns - {"auto_increment"}
+    # Those have tests of their own; no test can take the whole /tmp away.
+    assert left == {"tmp_left_files", "repairs_off", "tmp_missing", "reader_fails",
+                    "reader_unconfined"}
+
+
+@pytest.mark.parametrize("lack, severity, code, words", [
+    ("KEM_KEEPS_GROUPS", "warning", "reader_unconfined", "without a user of its own"),
+    ("KEM_KEEPS_ALONE", "error", "reader_fails", "cannot be started")])
+def test_finds_what_the_reader_lacks(server, lack, severity, code, words):
+    environment = {"PATH": "/usr/bin:/bin", "LD_PRELOAD": str(BUILD / "tests" / "libintruder.so"),
+                   "ASAN_OPTIONS": "verify_asan_link_order=0", lack: "1"}
+    result = Result(subprocess.run([EXPLAIN, "--check", "--json"], capture_output=True,
+                                   env=environment, timeout=60))
+    (finding,) = result.answer()["findings"]
+    assert (finding["severity"], finding["code"]) == (severity, code)
+    assert words in finding["text"]
+
+
+def test_reads_the_definitions_of_a_server_with_other_quotes(server):
+    server.sql("set global sql_mode='ANSI_QUOTES';"
+               "alter table resp_freq modify email varchar(100) not null")
+    try:
+        found = check("--json").answer()["findings"]
+    finally:
+        server.sql("set global sql_mode=''")
+    assert [finding["code"] for finding in found] == ["column_type"]
+
+
+def test_the_worst_comes_first(server):
+    server.limit("0")
+    sandbox.SHADOW.chmod(0o644)
+    server.forward(1, "-t")
+    found = [finding["severity"] for finding in check("--json").answer()["findings"]]
+    assert found == ["error", "error", "warning", "advice"]
+
+
+def test_advises_the_repairs_only_where_a_value_is_dangerous(server):
+    assert check("--json").answer()["findings"] == []
+    server.forward(1, "`id`")
+    codes = [finding["code"] for finding in check("--json").answer()["findings"]]
+    assert codes == ["dangerous_address", "repairs_off"]
+    configure(AUTORESPONDER_REPAIRS="on")
+    assert check("--json").answer()["findings"] == []
+
+
+def test_says_what_another_user_cannot_see(server):
+    result = check("--json", user=64000, group=64000, extra_groups=[])
+    found = result.answer()["findings"]
+    assert {finding["severity"] for finding in found} == {"unseen"}, found
+    assert result.status == 1
+    texts = " ".join(finding["text"] for finding in found)
+    assert "start this as root" in texts and "/etc/kem/.kem.shadow: Permission denied" in texts
+
+
+def test_shows_values_as_text(server):
+    server.forward(1, "\x1b[2J")
+    result = check()
+    assert b"\x1b" not in result.out and rb"\x1B[2J" in result.out
+    assert result.out.startswith(b"error: The forwarding address")
+
+
+def test_only_looks(server):
+    server.forward(1, "a@b; id")
+    before = server.state()
+    statements = server.statements(check)
+    assert server.state() == before
+    assert server.mails() == [] and server.commands() == []
+    assert "set session transaction read only" in statements
+    changing = ("insert", "update", "delete", "replace", "alter", "create", "drop", "grant")
+    assert not [text for text in statements if text.lower().startswith(changing)]
+    assert not [text for text in statements if text.lower().startswith("execute")]
+
+
+def test_takes_no_message(server):
+    for options in (["message"], ["--rule", "1"], ["--recipient", "a@b"], ["--show-reply"],
+                    ["--list", "a@b"]):
+        result = check(*options)
+        assert (result.status, result.out) == (2, b"")
+        assert result.err.startswith(b"autoresponder-explain: ")
+
+
+def test_the_page_names_every_code():
+    page = (CHECKOUT / "packaging" / "autoresponder-explain.8").read_text()
+    for code in {fault[3] for fault in FAULTS} | {
+            "tmp_left_files", "repairs_off", "reader_fails", "reader_unconfined", "not_seen", "error", "warning", "unseen", "advice"}:
+        assert re.search(f"^\\.Li {code}( |$)", page, re.MULTILINE), code
