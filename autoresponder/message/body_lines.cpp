@@ -76,6 +76,7 @@ void BodyLines::WriteTo(const TextSink& sink) const {
 
 std::vector<size_t> BodyLines::FirstWith(const std::vector<std::string_view>& keys) const {
   std::vector<size_t> lines;
+  lines.reserve(keys.size());
   for (const std::string_view key : keys) lines.push_back(FirstWith(key));
   return lines;
 }

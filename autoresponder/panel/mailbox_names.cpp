@@ -23,8 +23,8 @@ bool is_ascii(const std::string& text) {
                      [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-// Adds a domain of the panel in its ASCII form and in UTF-8, as far as it has both. So a domain of a
-// message is compared as it is: libidn, in a process with rights, gets no text of a stranger.
+// Adds a domain of the panel in its ASCII form and in UTF-8, as far as it has both. So a domain of
+// a message is compared as it is: libidn, in a process with rights, gets no text of a stranger.
 void add_domain(std::set<std::string>& domains, std::string_view domain) {
   const std::string lower = lower_case(domain);
   const bool has_utf8_form = lower.find("xn--") != std::string::npos;

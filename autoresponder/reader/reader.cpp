@@ -73,7 +73,7 @@ ExtractionResult read_message(MessageBuffer message, const std::optional<std::st
   reader->Allow(time_to_read(size));
   Receiver receiver([&reader](char* bytes, size_t length) { reader->Receive(bytes, length); },
                     most_of_result(size));
-  const ExtractionResult result = receive_result(receiver, delivered_to, record);
+  ExtractionResult result = receive_result(receiver, delivered_to, record);
   if (result.outcome == Extraction::kDone) {
     record.body = std::make_unique<KeptBody>(std::move(reader), size);
   }

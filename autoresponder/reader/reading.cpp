@@ -16,12 +16,17 @@
 #include "support/base/owned.h"
 
 #ifdef READER_WRITES_COUNTERS
-extern "C" void __gcov_dump();
-#else
-static void __gcov_dump() {}
+#include <gcov.h>
 #endif
 
 namespace {
+
+// In a build that counts covered lines the reader's counts are written before anybody ends it.
+void write_counters() {
+#ifdef READER_WRITES_COUNTERS
+  __gcov_dump();
+#endif
+}
 
 void read_all(int channel, char* bytes, size_t length) {
   while (length > 0) {
@@ -56,7 +61,7 @@ bool send_extraction(FILE* out, MessageBuffer& message, bool has_delivery, const
   } catch (const std::out_of_range& exception) {
     send_abort(sender, exception.what());
   }
-  __gcov_dump();
+  write_counters();
   return fflush(out) == 0 && record.body;
 }
 

@@ -70,8 +70,9 @@ void receive_facts(Receiver& receiver, CourtesyFacts& facts) {
 void receive_record(Receiver& receiver, const std::optional<std::string>& delivered_to,
                     IncomingMessage& record) {
   record.sender = receive_address(receiver);
-  std::string listed_recipient = receive_address(receiver);
-  record.SetRecipient(delivered_to ? *delivered_to : std::move(listed_recipient));
+  std::string recipient = receive_address(receiver);
+  if (delivered_to) recipient = *delivered_to;
+  record.SetRecipient(std::move(recipient));
   record.subject = receive_text(receiver);
   record.date = receive_text(receiver);
   record.charset = receive_text(receiver);
