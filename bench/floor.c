@@ -14,8 +14,8 @@
  *   X command       run a shell command
  *   U path          remove a file
  *
- * Built with GROUND and linked statically, the C library included, it is `ground`: it also leaves out
- * all of the client library's start that a local socket does not need. No program that connects
+ * Built with GROUND and linked statically, the C library included, it is `ground`: it also leaves
+ * out all of the client library's start that a local socket does not need. No program that connects
  * through that library costs less.
  */
 #include <fcntl.h>
