@@ -1,15 +1,17 @@
-"""The program against the floor, and the intake's rates, as tables; run by bench/run in the sandbox.
+"""The program against the floor and the ground, and the intake's rates, as tables; run by bench/run in
+the sandbox.
 
     measure.py [--quick | --compare]
 
---compare only holds what the floor does against what the program does.
+--compare only holds what the others do against what the program does.
 """
 
 import argparse
+import statistics
 import sys
 
 from cases import CASES, FORMS, MEGABYTE, QUICK, Case, plain
-from runs import FLOOR, PROGRAM, Bench, Difference, Paired, intake, os_description
+from runs import COMMANDS, Bench, Difference, Rounds, intake, os_description
 
 LARGE = 10 * MEGABYTE
 EMPTY = Case("an empty message", message=lambda: b"")
@@ -22,8 +24,9 @@ def compare(bench, cases):
         try:
             bench.compare()
         except Difference as difference:
-            sys.exit(f"floor, {case.name}: {difference}")
-    print(f"The floor does what the program does in {len(cases)} cases.\n", flush=True)
+            sys.exit(f"{case.name}: {difference}")
+    print(f"Floor, program, the program with a static client library, and ground do the same in"
+          f" {len(cases)} cases.\n", flush=True)
 
 
 def measure(bench, case, quick):
@@ -34,20 +37,24 @@ def measure(bench, case, quick):
     rounds, runs = (4, 3) if quick else (16, 5)
     if size > LARGE:
         rounds, runs = (2, 1) if quick else (6, 2)
-    paired = Paired(bench, rounds, runs)
-    counts = [bench.instructions(command) / 1e6 for command in (FLOOR, [PROGRAM])]
-    peak = bench.peak_memory([PROGRAM]) / 1e6
-    print(f"| {case.name} | {1000 * paired.floor:.2f} | {1000 * paired.program:.2f}"
-          f" | {paired.wall:.2f} ({paired.walls[0]:.2f} to {paired.walls[-1]:.2f})"
-          f" | {paired.cpu:.2f} | {counts[0]:.2f} | {counts[1]:.2f} | {counts[1] / counts[0]:.2f}"
-          f" | {peak:.0f} |", flush=True)
+    times = Rounds(bench, rounds, runs)
+    counts = [bench.instructions(command) / 1e6 for command in COMMANDS.values()]
+    peak = bench.peak_memory(COMMANDS["program"]) / 1e6
+    walls = times.walls("program")
+    print(f"| {case.name} | "
+          + " | ".join(f"{times.milliseconds(name):.2f}" for name in COMMANDS)
+          + f" | {statistics.median(walls):.2f} ({walls[0]:.2f} to {walls[-1]:.2f})"
+          f" | {statistics.median(times.walls('static')):.2f} | {times.cpu('program'):.2f} | "
+          + " | ".join(f"{count:.2f}" for count in counts) + f" | {peak:.0f} |", flush=True)
 
 
 def measure_all(bench, cases, quick):
-    print("| case | floor, ms | program, ms | wall time: program / floor (least to most) | processor"
-          " time: program / floor | floor, million instructions | program, million instructions |"
-          " instructions: program / floor | peak memory of the program, MB |")
-    print("| --- | --- | --- | --- | --- | --- | --- | --- | --- |")
+    columns = ["case", *(f"{name}, ms" for name in COMMANDS),
+               "wall time: program / floor (least to most)", "wall time: static / floor",
+               "processor time: program / floor",
+               *(f"{name}, million instructions" for name in COMMANDS),
+               "peak memory of the program, MB"]
+    print(f"| {' | '.join(columns)} |\n|{' --- |' * len(columns)}")
     for case in cases:
         measure(bench, case, quick)
     bench.make(Case("one plain reply", lambda panel: panel.rule()))

@@ -1,4 +1,4 @@
-"""Single runs of the program and of the floor against one panel, and what they cost."""
+"""Single runs of the program and of what it is held against, on one panel, and what they cost."""
 
 import json
 import os
@@ -20,7 +20,13 @@ TOOLS = BUILD / "bench"
 INPUT = sandbox.HOME / "input"
 SCRIPT = sandbox.HOME / "script"
 RESET = sandbox.HOME / "reset"
-FLOOR = [TOOLS / "floor", SCRIPT]
+# In the order of the tables' columns.
+COMMANDS = {
+    "floor": [TOOLS / "floor", SCRIPT],
+    "program": [PROGRAM],
+    "static": [BUILD / "static" / "autoresponder" / "autoresponder"],  # its client library
+    "ground": [TOOLS / "ground", SCRIPT],
+}
 ENVIRONMENT = {"PATH": "/usr/bin:/bin", "RECIPIENT": RECIPIENT}
 
 # A small process of its own, so that what it starts is not charged with what this one holds.
@@ -33,11 +39,11 @@ print(usage.ru_maxrss, file=sys.stderr)
 
 
 class Difference(Exception):
-    """The floor did not do what the program did."""
+    """One of the commands did not do what the program did."""
 
 
 class Bench:
-    """A panel with the program and the floor on it."""
+    """A panel on which the commands run."""
 
     def __init__(self):
         self.panel = Panel()
@@ -79,12 +85,14 @@ class Bench:
         return statements, commands, mails, self.panel.temporary_files()
 
     def compare(self):
-        """Fails where the floor leaves out or adds anything."""
-        program, floor = self.outcome([PROGRAM]), self.outcome(FLOOR)
-        for what, ours, its in zip(("statements", "commands", "mails", "files"), program, floor):
-            if ours != its:
-                raise Difference(f"{what} of the program: {str(ours)[:2000]}\n"
-                                 f"{what} of the floor: {str(its)[:2000]}")
+        """Fails where one of the others leaves out or adds anything."""
+        program = self.outcome(COMMANDS["program"])
+        for name in COMMANDS.keys() - {"program"}:
+            outcome = self.outcome(COMMANDS[name])
+            for what, ours, its in zip(("statements", "commands", "mails", "files"), program, outcome):
+                if ours != its:
+                    raise Difference(f"{what} of the program: {str(ours)[:2000]}\n"
+                                     f"{what} of the {name}: {str(its)[:2000]}")
 
     def lighten(self):
         """From here on the real shell runs, and sendmail takes next to no time."""
@@ -125,22 +133,27 @@ class Bench:
                 for result in json.loads(output.read_text())["results"]]
 
 
-class Paired:
-    """Rounds of the floor and the program, which take turns in being first."""
+class Rounds:
+    """Rounds of all commands, which take turns in being first."""
 
     def __init__(self, bench, rounds, runs):
-        results = []
-        for _ in range(0, rounds, 2):
-            results.append(bench.round(runs, [FLOOR, [PROGRAM]]))
-            results.append(bench.round(runs, [[PROGRAM], FLOOR])[::-1])
-        self.floor = statistics.median(floor[0] for floor, _ in results)
-        self.program = statistics.median(program[0] for _, program in results)
-        self.walls = sorted(program[0] / floor[0] for floor, program in results)
-        self.cpu = statistics.median(program[1] / floor[1] for floor, program in results)
+        names = list(COMMANDS)
+        self.results = []
+        for number in range(rounds):
+            order = names[::-1] if number % 2 else names
+            results = bench.round(runs, [COMMANDS[name] for name in order])
+            self.results.append(dict(zip(order, results)))
 
-    @property
-    def wall(self):
-        return statistics.median(self.walls)
+    def milliseconds(self, name):
+        return 1000 * statistics.median(result[name][0] for result in self.results)
+
+    def walls(self, name):
+        """Wall time over the floor's, least first."""
+        return sorted(result[name][0] / result["floor"][0] for result in self.results)
+
+    def cpu(self, name):
+        """Processor time over the floor's."""
+        return statistics.median(result[name][1] / result["floor"][1] for result in self.results)
 
 
 def intake(message):

@@ -2,13 +2,43 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <nss.h>
 #include <utility>
+
+#ifdef CLIENT_LIBRARY_USES_OPENSSL
+#include <openssl/crypto.h>
+#endif
 
 #include "support/base/signals.h"
 #include "support/database.h"
 #include "support/strings.h"
 
-PanelDatabase::PanelDatabase() : connection_(db_connect()) {
+namespace {
+
+// Initialises the client library without most of what it does at its start, which a connection over
+// a local socket never uses. Done here and not in the panel's library: other programs may use TLS
+// and name services for something of their own, and the system's configuration governs that.
+void prepare_client_library() {
+#ifdef CLIENT_LIBRARY_USES_OPENSSL
+  // The first call decides, so before the client library's own. No configuration is read, which
+  // could name modules to load into a setuid process, and at the exit nothing is freed. A
+  // connection that used TLS would still work.
+  OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_ATEXIT, nullptr);
+#endif
+  // The client library looks up its default TCP port, which a socket does not need. It is looked up
+  // in /etc/services alone: nscd is not asked, no module is searched for and loaded.
+  __nss_configure_lookup("services", "files");
+  mysql_library_init(0, nullptr, nullptr);
+}
+
+st_mysql* connect_to_panel() {
+  prepare_client_library();
+  return db_connect();
+}
+
+}  // namespace
+
+PanelDatabase::PanelDatabase() : connection_(connect_to_panel()) {
   survive_failing_writes();
   if (!connection_) Fail("autoresponder: Unable to connect to the mysql database ");
 }
@@ -49,8 +79,7 @@ EscapedText PanelDatabase::ForServer(const std::string& text, EscapedText escape
 }
 
 EscapedText escape_without_connection(const std::string& text) {
-  // Without this the client library has no character set to escape in before the first connection.
-  mysql_library_init(0, nullptr, nullptr);
+  prepare_client_library();  // otherwise there is no character set to escape in
   const size_t length = strlen(text.c_str());
   EscapedText escaped(static_cast<char*>(malloc(2 * length + 1)));
   if (escaped) mysql_escape_string(escaped.text_.get(), text.c_str(), length);
