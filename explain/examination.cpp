@@ -174,6 +174,9 @@ void examine(const Options& options, Explanation& explanation) {
     explanation.verdict = ends_run ? Verdict::kNoReply : Verdict::kUnknown;
     explanation.reason = ends_run ? Reason::kStatementFails : Reason::kDatabaseFails;
     explanation.trouble = failure.what();
+  } catch (const ReaderNotStarted& failure) {
+    explanation.reason = Reason::kReaderFails;
+    explanation.trouble = failure.what();
   } catch (const ReaderFailure& failure) {
     explanation.verdict = Verdict::kNoReply;
     explanation.reason = Reason::kReaderFails;

@@ -53,12 +53,13 @@ class Changes {
     const bool is_in_notice =
         notice && (has_newline(notice->sender) || has_newline(notice->owner_email));
     const bool is_in_forwarding = facts_.forwarding && has_newline(*facts_.forwarding);
-    return is_in_name || is_in_notice || is_in_forwarding || has_newline(message_.sender) ||
+    const bool is_in_sender = IsReplyBuilt() && has_newline(message_.sender);
+    return is_in_name || is_in_notice || is_in_forwarding || is_in_sender ||
            has_newline(message_.recipient);
   }
 
   bool Options() const {
-    if (is_option(message_.sender)) return true;
+    if (IsReplyBuilt() && is_option(message_.sender)) return true;
     if (facts_.notification && is_option(facts_.notification->owner_email)) return true;
     const auto addresses = addresses_of(facts_.forwarding.value_or(""));
     return std::any_of(addresses.begin(), addresses.end(), is_option);
@@ -73,6 +74,7 @@ class Changes {
 
   bool Lines() const {
     const ResponderRule& rule = facts_.rule;
+    if (!IsReplyBuilt()) return false;
     const char* const texts[] = {rule.reply_to, rule.content_type, rule.charset};
     return std::any_of(std::begin(texts), std::end(texts),
                        [](const char* text) { return in_one_line(text) != text; });
@@ -81,6 +83,9 @@ class Changes {
   bool NotificationField() const { return facts_.notification && *facts_.rule.reply_to != '\0'; }
 
  private:
+  // Not where courtesy forbids it.
+  bool IsReplyBuilt() const { return facts_.objection.empty(); }
+
   const IncomingMessage& message_;
   const MailboxRef& mailbox_;
   const RuleExplanation& facts_;

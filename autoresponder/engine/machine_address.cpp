@@ -9,7 +9,8 @@
 namespace {
 
 constexpr std::string_view kPrograms[] = {
-    "mailer-daemon", "postmaster", "listserv", "listproc", "majordomo", "mailman", "sympa",
+    "mailer-daemon", "mailer_daemon", "mailerdaemon", "postmaster", "listserv",
+    "listproc",      "majordomo",     "mailman",      "sympa",
 };
 
 // RFC 2142, 6, and what list servers have made of it.
@@ -18,8 +19,8 @@ constexpr std::string_view kListPrefix = "owner-";
 
 // "No reply" in the ways that are in use, between hyphens.
 constexpr std::string_view kNoReply[] = {
-    "-noreply-",     "-no-reply-",       "-donotreply-", "-do-not-reply-",
-    "-donot-reply-", "-do-not-respond-", "-dontreply-",  "-dont-reply-",
+    "-noreply-",        "-no-reply-",  "-donotreply-", "-do-not-reply-", "-donot-reply-",
+    "-do-not-respond-", "-dontreply-", "-dont-reply-", "-noreplies-",    "-no-replies-",
 };
 
 constexpr std::string_view kBounce[] = {"-bounce-", "-bounces-"};
@@ -42,9 +43,10 @@ std::string local_part_of(std::string_view address) {
   return local_part.substr(0, plus);
 }
 
-// The words of a local part, with hyphens between and around them.
+// The words of a local part, with hyphens between and around them, and without a number at its end.
 std::string between_hyphens(const std::string& local_part) {
-  std::string words = "-" + local_part + "-";
+  const size_t end = local_part.find_last_not_of("0123456789");
+  std::string words = "-" + local_part.substr(0, end + 1) + "-";
   const auto separates = [](char c) { return c == '.' || c == '_' || c == '='; };
   std::replace_if(words.begin(), words.end(), separates, '-');
   return words;

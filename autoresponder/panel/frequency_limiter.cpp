@@ -1,9 +1,12 @@
 #include "autoresponder/panel/frequency_limiter.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
+#include <thread>
+#include <unistd.h>
 
 #include "support/base/joined.h"
 
@@ -13,9 +16,26 @@ namespace {
 constexpr const char* kOfEarlierDay = "(TO_DAYS(NOW())-TO_DAYS(time_resp))>0";
 constexpr const char* kOfToday = " and ((TO_DAYS(NOW())-TO_DAYS(time_resp))>0) is not true";
 
-// How many characters the column with senders takes. Read from the table's definition, because the
-// server writes a temporary file to answer the same question about its information_schema.
-size_t most_characters(PanelDatabase& database) {
+// How much the column with senders takes.
+struct ColumnWidth {
+  size_t most;         ///< of characters
+  bool is_of_unicode;  ///< otherwise each byte that we send may count as a character
+};
+
+// Whether the column whose definition starts at `at` is in a Unicode charset: its own, or otherwise
+// the table's, which is named last.
+bool is_of_unicode(const std::string& definition, size_t at) {
+  const std::string column = definition.substr(at, definition.find('\n', at) - at);
+  const bool has_own = column.find("CHARACTER SET") != std::string::npos;
+  const size_t table = definition.rfind("CHARSET=");
+  const std::string& text = has_own || table == std::string::npos ? column : definition;
+  const size_t from = &text == &definition ? table : 0;
+  return text.find("utf8", from) != std::string::npos;
+}
+
+// Read from the table's definition, because the server writes a temporary file to answer the same
+// question about its information_schema.
+ColumnWidth width_of_senders(PanelDatabase& database) {
   enum Column { kTable, kDefinition };
   // In the server's mode ANSI_QUOTES names are in double quotes.
   constexpr std::string_view kStarts[] = {"`email` varchar(", "`email` char(", "\"email\" varchar(",
@@ -26,9 +46,10 @@ size_t most_characters(PanelDatabase& database) {
   for (const std::string_view start : kStarts) {
     const size_t at = definition.find(start);
     if (at == std::string::npos) continue;
-    return static_cast<size_t>(atol(definition.c_str() + at + start.size()));
+    const char* const number = definition.c_str() + at + start.size();
+    return {static_cast<size_t>(atol(number)), is_of_unicode(definition, at)};
   }
-  return std::numeric_limits<uint32_t>::max();
+  return {std::numeric_limits<uint32_t>::max(), true};
 }
 
 // The rows of one rule in the table `resp_freq`, one for each sender. With kLook nothing is
@@ -90,7 +111,7 @@ class Memory {
  private:
   // A strict server refuses a sender that is longer than the column.
   void FailAsTheInsertWould() const {
-    const std::string most = std::to_string(most_characters(database_));
+    const std::string most = std::to_string(width_of_senders(database_).most);
     Rows rows =
         database_.Query(joined({"select @@sql_mode like '%STRICT%' and char_length(convert('",
                                 sender_.view(), "' using utf8mb4))>", most}));
@@ -147,22 +168,38 @@ LimiterStep limiter_step(const std::optional<std::string>& replies_today, int se
   return senders >= atoi(mem_limit) ? LimiterStep::kEvictAndRemember : LimiterStep::kRemember;
 }
 
-std::string_view first_characters(std::string_view text, size_t most) {
+namespace {
+
+bool begins_character(char byte) {
   constexpr unsigned kTopBits = 0xC0;
   constexpr unsigned kContinuation = 0x80;  // 10______
+  return (static_cast<unsigned char>(byte) & kTopBits) != kContinuation;
+}
+
+}  // namespace
+
+std::string_view first_characters(std::string_view text, size_t most) {
   size_t characters = 0;
   for (size_t at = 0; at < text.size(); ++at) {
-    const bool begins = (static_cast<unsigned char>(text[at]) & kTopBits) != kContinuation;
-    if (begins && ++characters > most) return text.substr(0, at);
+    if (begins_character(text[at]) && ++characters > most) return text.substr(0, at);
   }
   return text;
+}
+
+std::string_view first_bytes(std::string_view text, size_t most) {
+  if (text.size() <= most) return text;
+  size_t end = most;
+  while (end > 0 && !begins_character(text[end])) --end;
+  return text.substr(0, end);
 }
 
 namespace {
 
 // The sender as the column takes it, if it is too long for that.
 std::optional<std::string> cut_sender(PanelDatabase& database, const std::string& sender) {
-  const std::string_view cut = first_characters(sender, most_characters(database));
+  const ColumnWidth width = width_of_senders(database);
+  const std::string_view cut =
+      width.is_of_unicode ? first_characters(sender, width.most) : first_bytes(sender, width.most);
   if (cut.size() == sender.size()) return std::nullopt;
   return std::string(cut);
 }
@@ -181,7 +218,6 @@ void write(const Memory& memory, LimiterFacts& facts) {
 LimiterFacts decide(PanelDatabase& database, const IncomingMessage& message,
                     const ResponderRule& rule, LimiterMode mode, const Switches& switches) {
   LimiterFacts facts;
-  if (mode == LimiterMode::kCount) Memory::ForgetEarlierDays(database, rule);
   if (never_replies(rule.ans_freq)) return facts;
   const bool asks = switches.repairs || mode == LimiterMode::kLook;
   const auto cut = asks ? cut_sender(database, message.sender) : std::nullopt;
@@ -205,14 +241,24 @@ bool is_conflict(const PanelFailure& failure) {
   return error == kRecordChanged || error == kLockWaitTimeout || error == kDeadlock;
 }
 
-// Locks the rule's row first, so that the runs of one rule follow one another.
+// Locks the rule's row first, so that the runs of one rule follow one another. The rows of earlier
+// days go before that: a deletion that finds none locks the gap in which other rules have theirs,
+// and in a transaction it would keep it until their insertions and ours wait for one another.
 LimiterFacts decide_in_transaction(PanelDatabase& database, const IncomingMessage& message,
                                    const ResponderRule& rule, const Switches& switches) {
+  Memory::ForgetEarlierDays(database, rule);
   database.Execute("start transaction");
   database.Query(joined({"select id from mail_resp where id=", rule.id, " for update"}));
   LimiterFacts facts = decide(database, message, rule, LimiterMode::kCount, switches);
   database.Execute("commit");
   return facts;
+}
+
+// Lets runs that are in one another's way begin again at different times.
+void pause_before(int attempt) {
+  constexpr int kLongest = 10;
+  const auto spread = static_cast<unsigned>(getpid()) % 16;
+  std::this_thread::sleep_for(std::chrono::milliseconds(5 + spread) * std::min(attempt, kLongest));
 }
 
 // Repeats the transaction after a conflict. A server that has nothing but conflicts is given up as
@@ -229,6 +275,7 @@ LimiterFacts decide_alone(PanelDatabase& database, const IncomingMessage& messag
       if (is_late || !is_conflict(failure)) throw;
     }
     database.Execute("rollback");
+    pause_before(attempt);
   }
 }
 
@@ -238,6 +285,7 @@ LimiterFacts consult_limiter(PanelDatabase& database, const IncomingMessage& mes
                              const ResponderRule& rule, LimiterMode mode,
                              const Switches& switches) {
   const bool holds = switches.repairs && mode == LimiterMode::kCount;
-  return holds ? decide_alone(database, message, rule, switches)
-               : decide(database, message, rule, mode, switches);
+  if (holds) return decide_alone(database, message, rule, switches);
+  if (mode == LimiterMode::kCount) Memory::ForgetEarlierDays(database, rule);
+  return decide(database, message, rule, mode, switches);
 }

@@ -75,4 +75,7 @@ LimiterFacts consult_limiter(PanelDatabase& database, const IncomingMessage& mes
 /// the one before it.
 std::string_view first_characters(std::string_view text, size_t most);
 
+/// The start of `text` (UTF-8) with at most `most` bytes, without a part of a character.
+std::string_view first_bytes(std::string_view text, size_t most);
+
 #endif

@@ -13,9 +13,12 @@ std::string_view local_part_of(std::string_view address) {
   return address.substr(0, address.rfind('@'));
 }
 
+// Without the dot that may end it.
 std::string_view domain_of(std::string_view address) {
   const size_t at = address.rfind('@');
-  return at == std::string_view::npos ? "" : address.substr(at + 1);
+  std::string_view domain = at == std::string_view::npos ? "" : address.substr(at + 1);
+  if (!domain.empty() && domain.back() == '.') domain.remove_suffix(1);
+  return domain;
 }
 
 bool is_ascii(const std::string& text) {

@@ -4,8 +4,10 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <grp.h>
+#include <linux/capability.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 #if __has_include(<valgrind/valgrind.h>)
 #include <valgrind/valgrind.h>
@@ -41,40 +43,69 @@ rlim_t memory_in_use() {
 #endif
 }
 
-// Diagnostics may go to a file; they hold at most a few texts of the message.
+// Diagnostics may go to a file. The longest are those of bad symbols in a subject: 21 bytes for
+// one.
 rlim_t file_size_limit(size_t size) {
   struct stat status {};
   const bool is_file = fstat(STDERR_FILENO, &status) == 0 && S_ISREG(status.st_mode);
-  return is_file ? static_cast<rlim_t>(status.st_size) + 4 * size + kMebibyte : 0;
+  return is_file ? static_cast<rlim_t>(status.st_size) + 24 * size + kMebibyte : 0;
 }
 
 void set_limits(size_t size) {
   const rlim_t memory = memory_in_use() + memory_limit(size);
   limit(RLIMIT_DATA, memory, memory);
+#ifndef __SANITIZE_ADDRESS__
+  // Also of memory that the first limit does not count, such as shared memory.
+  const rlim_t with_libraries = memory + 128 * kMebibyte;
+  limit(RLIMIT_AS, with_libraries, with_libraries);
+#endif
   limit(RLIMIT_CPU, processor_limit(size), RLIM_INFINITY);
   const rlim_t file_size = file_size_limit(size);
   limit(RLIMIT_FSIZE, file_size, file_size);
   limit(RLIMIT_CORE, 0, 0);
 }
 
+// Also where the user stays root.
+bool drop_capabilities() {
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  const __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};
+  return syscall(SYS_capset, &header, none) == 0;
+}
+
 // Each reader is another user, so that not even two of them can reach one another. No system gives
-// out these numbers. Where they do not exist, as in some containers, "nobody" has to do.
+// out these numbers. Where they do not exist, as in some containers, "nobody" has to do. Of what is
+// refused the rest is done all the same.
 bool drop_identity() {
   constexpr uid_t kFirstReader = 0xB0000000;
   constexpr uid_t kNobody = 65534;
-  for (const uid_t id : {kFirstReader + static_cast<uid_t>(getpid()), kNobody}) {
-    if (setgroups(0, nullptr) == 0 && setresgid(id, id, id) == 0 && setresuid(id, id, id) == 0) {
-      return true;
-    }
-  }
-  return false;
+  const uid_t own = kFirstReader + static_cast<uid_t>(getpid());
+  const bool has_groups = setgroups(0, nullptr) != 0;
+  const bool has_group = setresgid(own, own, own) != 0 && setresgid(kNobody, kNobody, kNobody) != 0;
+  const bool has_user = setresuid(own, own, own) != 0 && setresuid(kNobody, kNobody, kNobody) != 0;
+  const bool has_capabilities = !drop_capabilities();
+  return !has_groups && !has_group && !has_user && !has_capabilities;
 }
 
 // Changing the user forgets that the process has to die with its parent, so this comes after it.
 bool refuse_privileges(pid_t parent) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (getppid() != parent) _exit(1);
+  // A parent in another namespace of processes has the number 0 here.
+  if (getppid() != parent && getppid() != 0) _exit(1);
   return prctl(PR_SET_DUMPABLE, 0) == 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
+}
+
+// The run's handlers must not act here; what is ignored there, because the caller ignored it, is
+// ignored here, too. But the limit on processor time works by a signal.
+void forget_handlers_of_the_run() {
+  for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+    struct sigaction action {};
+    if (sigaction(signal, nullptr, &action) != 0) continue;
+    const bool is_ignored = action.sa_handler == ignore_signal || action.sa_handler == SIG_IGN;
+    if (!is_ignored || signal == SIGXCPU) ::signal(signal, SIG_DFL);
+  }
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
 void keep_descriptors(int channel) {
@@ -118,7 +149,7 @@ ConfinementSet confine(ConfinementSet wanted, int channel, size_t size, pid_t pa
     if (is_reached) reached |= bit(confinement);
   };
   const auto wants = [wanted](Confinement one) { return (wanted & bit(one)) != 0; };
-  forget_signal_handlers();
+  forget_handlers_of_the_run();
   survive_failing_writes();
   keep_descriptors(channel);
   if (wants(Confinement::kLimits)) set_limits(size);

@@ -16,6 +16,7 @@ constexpr long kRestrictSelf = 446;
 constexpr unsigned kAskVersion = 1;
 constexpr int kPathBeneath = 1;
 constexpr uint64_t kReadFile = 1 << 2;
+constexpr uint64_t kReadDirectory = 1 << 3;  // where the converters have no cache of their names
 
 struct Ruleset {
   uint64_t file_access;
@@ -48,7 +49,7 @@ size_t size_of_ruleset(long version) {
 bool allow_reading(const OwnedDescriptor& ruleset, const char* directory) {
   const OwnedDescriptor opened(open(directory, O_PATH | O_CLOEXEC));
   if (!opened.IsOpen()) return false;
-  const PathRule rule{kReadFile, opened.number()};
+  const PathRule rule{kReadFile | kReadDirectory, opened.number()};
   syscall(kAddRule, ruleset.number(), kPathBeneath, &rule, 0);
   return true;
 }

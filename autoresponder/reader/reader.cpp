@@ -1,9 +1,11 @@
 #include "autoresponder/reader/reader.h"
 
 #include <memory>
+#include <new>
 #include <unistd.h>
 #include <utility>
 
+#include "autoresponder/reader/reader_failure.h"
 #include "autoresponder/reader/reader_process.h"
 #include "autoresponder/reader/reading.h"
 #include "autoresponder/reader/result.h"
@@ -64,6 +66,16 @@ std::unique_ptr<ReaderProcess> start_reader(MessageBuffer message, bool has_deli
       message.size());
 }
 
+// A result for which there is no memory cannot be taken over.
+ExtractionResult receive(Receiver& receiver, const std::optional<std::string>& delivered_to,
+                         IncomingMessage& record) {
+  try {
+    return receive_result(receiver, delivered_to, record);
+  } catch (const std::bad_alloc&) {
+    throw ReaderFailure();
+  }
+}
+
 }  // namespace
 
 ExtractionResult read_message(MessageBuffer message, const std::optional<std::string>& delivered_to,
@@ -73,7 +85,7 @@ ExtractionResult read_message(MessageBuffer message, const std::optional<std::st
   reader->Allow(time_to_read(size));
   Receiver receiver([&reader](char* bytes, size_t length) { reader->Receive(bytes, length); },
                     most_of_result(size));
-  ExtractionResult result = receive_result(receiver, delivered_to, record);
+  ExtractionResult result = receive(receiver, delivered_to, record);
   if (result.outcome == Extraction::kDone) {
     record.body = std::make_unique<KeptBody>(std::move(reader), size);
   }

@@ -12,4 +12,7 @@ class ReaderFailure : public std::exception {
   }
 };
 
+/// Where the system does not let a reader be started, whatever the message is.
+class ReaderNotStarted : public ReaderFailure {};
+
 #endif

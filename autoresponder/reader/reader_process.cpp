@@ -22,9 +22,8 @@ static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler reads i
 // No exit handler of the parent must run here.
 [[noreturn]] void be_reader(const ReaderProcess::Work& work, int channel, size_t size,
                             ConfinementSet wanted, pid_t parent) {
-  const ConfinementSet reached = confine(wanted, channel, size, parent);
   try {
-    work(STDIN_FILENO, reached);
+    work(STDIN_FILENO, confine(wanted, channel, size, parent));
   } catch (...) {
     _exit(1);
   }
@@ -38,7 +37,7 @@ struct Connection {
 
 Connection connect() {
   int ends[2] = {-1, -1};
-  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) throw ReaderFailure();
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) throw ReaderNotStarted();
   return {OwnedDescriptor(ends[0]), OwnedDescriptor(ends[1])};
 }
 
@@ -54,7 +53,7 @@ ReaderProcess::ReaderProcess(const Work& work, size_t size, ConfinementSet wante
   const SignalBlock block;
   const pid_t child = fork();
   if (child == 0) be_reader(work, connection.readers.number(), size, wanted, parent);
-  if (child < 0) throw ReaderFailure();
+  if (child < 0) throw ReaderNotStarted();
   reader = child;
   socket_ = std::move(connection.ours);
 }
@@ -65,8 +64,9 @@ void ReaderProcess::Await(short event) const {
   const auto left =
       std::chrono::duration_cast<milliseconds>(deadline_ - std::chrono::steady_clock::now());
   constexpr milliseconds kLongest{1 << 30};
+  if (left <= milliseconds::zero()) throw ReaderFailure();
   pollfd socket{socket_.number(), event, 0};
-  const int ready = poll(&socket, 1, static_cast<int>(std::clamp({}, left, kLongest).count()));
+  const int ready = poll(&socket, 1, static_cast<int>(std::min(left, kLongest).count()));
   if (ready == 0) throw ReaderFailure();
 }
 
@@ -109,9 +109,7 @@ void ReaderProcess::Receive(char* bytes, size_t length) {
 }
 
 void ReaderProcess::End() {
-  const SignalBlock block;  // the number of the process must not be used once it was waited for
-  end_reader();
-  reader = 0;
+  forget_reader();
   HangUp();
 }
 
@@ -121,4 +119,10 @@ void end_reader() {
   kill(process, SIGKILL);
   while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
   }
+}
+
+void forget_reader() {
+  const SignalBlock block;  // the number must not be used once the process was waited for
+  end_reader();
+  reader = 0;
 }

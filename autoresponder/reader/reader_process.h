@@ -51,4 +51,7 @@ class ReaderProcess {
 /// Ends the reader, if there is one. Safe to call in a signal handler.
 void end_reader();
 
+/// The same outside of one: afterwards there is no reader.
+void forget_reader();
+
 #endif

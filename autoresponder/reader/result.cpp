@@ -73,7 +73,7 @@ void receive_record(Receiver& receiver, const std::optional<std::string>& delive
   std::string recipient = receive_address(receiver);
   if (delivered_to) recipient = *delivered_to;
   record.SetRecipient(std::move(recipient));
-  record.subject = receive_text(receiver);
+  record.subject = receiver.Text();  // a decoded one may hold NULs
   record.date = receive_text(receiver);
   record.charset = receive_text(receiver);
   receive_facts(receiver, record.courtesy);

@@ -36,6 +36,7 @@ enum class When {
   kIsOneOf,   ///< allowed where the argument is one of the two values
   kLacksOne,  ///< allowed unless the argument has all bits of the first value
   kLacksAll,  ///< allowed where the argument has none of them
+  kIsNot,     ///< allowed where the argument is not the first value
   kIsOwnPid,  ///< allowed where the argument is the number of the process
 };
 
@@ -57,7 +58,8 @@ constexpr Rule kRules[] = {
     {__NR_close, kAllow},
     {__NR_fstat, kAllow},
     {__NR_newfstatat, kAllow},
-    {__NR_lseek, kAllow},
+    {__NR_getdents64, kAllow},
+    {__NR_lseek, kRefuse, When::kIsNot, 0, {STDERR_FILENO, 0}},
     {__NR_munmap, kAllow},
     {__NR_brk, kAllow},
     {__NR_mremap, kAllow},
@@ -212,6 +214,9 @@ class Program {
       case When::kIsOneOf:
         Compare(BPF_JEQ, rule.values[0], 2, 0);
         Compare(BPF_JEQ, rule.values[1], 1, 0);
+        break;
+      case When::kIsNot:
+        Compare(BPF_JEQ, rule.values[0], 0, 1);
         break;
       case When::kIsOwnPid:
         own_pid_ = size_;

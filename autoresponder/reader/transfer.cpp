@@ -91,8 +91,9 @@ std::string Receiver::Text() {
 }
 
 std::vector<std::string> Receiver::Texts() {
-  const uint64_t count = Number(left_);
-  left_ -= count;  // an empty text takes memory too
+  constexpr uint64_t kEach = 64;  // an empty text takes memory too
+  const uint64_t count = Number(left_ / kEach);
+  left_ -= count * kEach;
   std::vector<std::string> texts;
   while (texts.size() < count) texts.push_back(Text());
   return texts;

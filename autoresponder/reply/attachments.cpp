@@ -45,7 +45,9 @@ void add_encoding(ShellCommand& command, const Attachment& attachment, const Swi
 void add_steps(ShellCommand& command, const Attachment& attachment, const std::string& boundary,
                const ResponseFile& reply, const Switches& switches) {
   const std::string header_name = header_encode(attachment.name);
-  command.Text("echo ").QuotedLines({"--", boundary, "\n", kPartHeaders, header_name, "\"\n"});
+  // Kept: `echo` reads backslashes in a name. The repair of quotes hands the name over as it is.
+  command.Text(switches.repairs ? "printf '%s\\n' " : "echo ");
+  command.QuotedLines({"--", boundary, "\n", kPartHeaders, header_name, "\"\n"});
   command.Text(" >>").Text(reply.path()).Text(" ; ");
   add_encoding(command, attachment, switches);
   command.Text(reply.path()).Text(switches.repairs ? " ; echo || : ; " : " ; echo ; ");
@@ -93,6 +95,7 @@ std::shared_ptr<const OpenAttachment> open_in_store(const std::string& name,
 AttachmentList find_attachments(PanelDatabase& database, const char* rule_id,
                                 const MailboxRef& mailbox, const Switches& switches) {
   AttachmentList attachments;
+  if (switches.repairs) allow_many_descriptors();
   Rows rows = database.Query(joined({"select filename from resp_attach where rn_id=", rule_id}));
   while (const Row row = rows.Next()) {
     std::string filename = text_or(*row, "");

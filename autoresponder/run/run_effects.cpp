@@ -1,6 +1,7 @@
 #include "autoresponder/run/run_effects.h"
 
 #include "autoresponder/panel/frequency_limiter.h"
+#include "autoresponder/reader/reader_process.h"
 #include "autoresponder/run/temporary_files.h"
 #include "support/base/diagnose.h"
 #include "support/idn.h"
@@ -9,6 +10,7 @@
 // Without libidn the reply cannot be built. The run then ends before anything is counted or sent,
 // because with its status the mail server delivers the message again.
 bool RunEffects::Count(const ResponderRule& rule) {
+  forget_reader();  // it has hung up; commands must not find it
   load_libidn();
   return allows_reply(consult_limiter(database_, message_, rule, LimiterMode::kCount, switches_));
 }

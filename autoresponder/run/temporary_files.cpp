@@ -51,7 +51,7 @@ void remove_temporary_files() {
 }
 
 void cleanup_and_exit() {
-  end_reader();
+  forget_reader();
   remove_temporary_files();
   exit(0);
 }

@@ -82,6 +82,20 @@ void check_ids(const TableDefinition& rules, const TableDefinition& limiter,
                                         ": rules with large ids are not limited.");
 }
 
+// Repairs lock the rule's row, which only some engines can.
+void check_engine(Inspection& inspection) {
+  if (!inspection.switches.repairs) return;
+  Rows rows = inspection.database->Query("show table status like 'mail_resp'");
+  enum Column { kName, kEngine };
+  const Row row = rows.Next();
+  const std::string engine = row != nullptr ? text_or(row[kEngine], "") : "InnoDB";
+  if (engine == "InnoDB") return;
+  inspection.Warning("limiter_engine",
+                     "mail_resp is of the engine " + engine +
+                         ", which locks no rows: deliveries at the same time may get more replies "
+                         "than a rule allows, also with repairs. alter table mail_resp engine=InnoDB");
+}
+
 }  // namespace
 
 void check_limiter(Inspection& inspection) {
@@ -95,6 +109,7 @@ void check_limiter(Inspection& inspection) {
     check_other_columns(table, inspection);
     check_ids(read_table_definition("mail_resp", database), table, inspection);
     check_rights(inspection);
+    check_engine(inspection);
   } catch (const PanelFailure& failure) {
     inspection.Error("database_unusable", std::string("A query failed: ") + failure.what());
   }

@@ -82,6 +82,12 @@ def test_advice_alone_is_no_fault(server):
         0, ["tmp_left_files"])
 
 
+def with_another_engine(server):
+    server.sql("alter table mail_resp engine=MyISAM")
+    configure(AUTORESPONDER_REPAIRS="on")
+    return lambda: server.sql("alter table mail_resp engine=InnoDB")
+
+
 # How to break something. A function may return what undoes it, if the next test would not.
 
 def without(key):
@@ -304,6 +310,7 @@ FAULTS = [
        "dangerous_address", words) for address, words in (
            ("a@b.example; id", "root\\'s shell"), ("$(id)@b.example", "root\\'s shell"),
            ("a@b.example -t", "as an option"))),
+    ("engine without locks", with_another_engine, "warning", "limiter_engine", "engine MyISAM"),
     ("name with a parent", lambda panel: panel.name_attachments(1, "../../secret"), "error",
      "dangerous_file_name", "any file of the system"),
     ("name with a quote", lambda panel: panel.name_attachments(1, "o'neil.txt"), "error",

@@ -86,6 +86,18 @@ int take_memory() {
   return 0;
 }
 
+// Memory that is not counted as data.
+int take_other_memory(int flags) {
+  constexpr size_t kPiece = size_t{16} << 20;
+  for (int i = 0; i < 64; ++i) {
+    void* const memory =
+        mmap(nullptr, kPiece, PROT_READ | PROT_WRITE, MAP_ANONYMOUS | flags, -1, 0);
+    if (memory == MAP_FAILED) return -1;
+    memset(memory, 1, kPiece);
+  }
+  return 0;
+}
+
 int lift_file_size() {
   const rlimit none{RLIM_INFINITY, RLIM_INFINITY};
   return setrlimit(RLIMIT_FSIZE, &none);
@@ -140,6 +152,9 @@ const Deed kDeeds[] = {
     {"map-code", [] { return map(PROT_READ | PROT_WRITE | PROT_EXEC); }},
     {"make-code", make_executable},
     {"take-memory", take_memory},
+    {"take-shared-memory", [] { return take_other_memory(MAP_SHARED); }},
+    {"take-stack-memory", [] { return take_other_memory(MAP_PRIVATE | MAP_GROWSDOWN); }},
+    {"rewrite-log", [] { return static_cast<int>(lseek(2, 0, SEEK_SET)); }},
     {"connect-database", [] { return connect_to(kDatabase); }},
     {"internet-socket", [] { return socket(AF_INET, SOCK_STREAM, 0); }},
     {"exec", [] { return execl("/bin/true", "true", nullptr); }},

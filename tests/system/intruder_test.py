@@ -9,7 +9,8 @@ from pathlib import Path
 
 import pytest
 
-from conftest import BUILD, CHECKOUT, SANITIZED
+import panel as sandbox
+from conftest import BUILD, CHECKOUT, SANITIZED, message
 
 INTRUDER = {"LD_PRELOAD": str(BUILD / "tests" / "libintruder.so"),
             "ASAN_OPTIONS": "verify_asan_link_order=0"}
@@ -33,6 +34,9 @@ DEEDS = {
     "map-code": ("EPERM", "-"),
     "make-code": ("EPERM", "-"),
     "take-memory": ("ENOMEM", "-"),
+    "take-shared-memory": ("ENOMEM", "-"),
+    "take-stack-memory": ("ENOMEM", "-"),
+    "rewrite-log": ("EPERM", "-"),
     "connect-database": (None, "-"),
     "internet-socket": (None, "-"),
     "exec": (None, "EACCES"),
@@ -117,9 +121,9 @@ def children(pid):
     return Path(f"/proc/{pid}/task/{pid}/children").read_text().split()
 
 
-def start_sleeping(panel):
+def start_sleeping(panel, env=(), **options):
     """A run whose reader sleeps, and the reader's number."""
-    process = panel.start(env=INTRUDER)
+    process = panel.start(env={**INTRUDER, **dict(env)}, **options)
     process.stdin.write(from_intruder("sleep"))
     process.stdin.close()
     deadline = time.monotonic() + 30
@@ -161,6 +165,67 @@ def test_a_reader_that_is_killed_ends_the_run_only(panel):
     assert process.wait() == 0
     assert process.stderr.read() == UNREADABLE
     assert panel.temporary_files() == []
+
+
+def test_a_signal_that_the_caller_ignores_does_nothing_to_the_reader(panel):
+    process, reader = start_sleeping(
+        panel, preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
+    os.kill(reader, signal.SIGHUP)
+    time.sleep(0.1)
+    assert Path(f"/proc/{reader}").exists() and process.poll() is None
+    process.terminate()
+    process.wait()
+
+
+def test_the_user_is_dropped_where_the_groups_cannot_be(panel):
+    process, reader = start_sleeping(panel, env={"KEM_KEEPS_GROUPS": "1"})
+    status = Path(f"/proc/{reader}/status").read_text()
+    os.kill(reader, signal.SIGKILL)
+    process.wait()
+    assert f"Uid:\t{0xB0000000 + reader}\t" in status
+    assert f"CapEff:\t{'0' * 16}\n" in status
+
+
+def test_the_reader_is_gone_when_commands_run(panel):
+    panel.rule()
+    sendmail = sandbox.QMAIL / "bin" / "sendmail"
+    states = sandbox.HOME / "states"
+    sendmail.unlink()
+    sendmail.write_text("#!/bin/sh\ncat >/dev/null\nrun=$(awk '/^PPid/ {print $2}' /proc/$PPID/status)\n"
+                        f"for child in $(cat /proc/$run/task/$run/children); do"
+                        f" grep State /proc/$child/status; done >{states}\n")
+    sendmail.chmod(0o755)
+    assert panel.run(message()).err == b""
+    assert states.read_text().count("State") == 1  # the shell
+    assert "zombie" not in states.read_text()
+
+
+def test_reads_every_charset_without_a_cache_of_their_names(panel):
+    panel.rule(keystr="\u0161", key_where="body")
+    (cache,) = Path("/usr/lib").glob("*/gconv/gconv-modules.cache")
+    subprocess.run(["mount", "--bind", "/dev/null", cache], check=True)
+    try:
+        result = panel.run(b"From: otto@customer.example\nTo: info@shop.example\n"
+                           b"Content-Type: text/plain; charset=iso-8859-2\n\n\xb9\n")
+    finally:
+        subprocess.run(["umount", cache], check=True)
+    assert result.err == b"" and len(panel.mails()) == 1
+
+
+def test_a_nul_in_a_decoded_subject_is_no_attack(panel):
+    panel.rule()
+    assert panel.run(message(subject="=?utf-8?Q?a=00b?=")).err == b""
+    (mail,) = panel.mails()
+    assert b"\nSubject: =?utf-8?Q?Re:_a=00b?=\n" in mail.message
+
+
+def test_explain_keeps_long_diagnostics_of_the_reader(panel):
+    """They go to a file then, whose size is limited."""
+    panel.rule()
+    symbols = 300000
+    result = panel.explain(message(subject="=?utf-8?B?" + "*" * symbols + "?="))
+    assert result.status == 0
+    assert result.err.count(b"Bad base64 symbol") == symbols
 
 
 def test_the_reader_is_nobody(panel):

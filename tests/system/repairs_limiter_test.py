@@ -104,7 +104,7 @@ def test_another_failure_is_not_repeated(repaired):
     repaired.rule()
     repaired.sql("drop table resp_freq")
     sent = repaired.statements(lambda: repaired.run(message()))
-    assert sent.count("start transaction") == 1 and "commit" not in sent
+    assert len([text for text in sent if "from resp_freq" in text]) == 1 and "commit" not in sent
 
 
 # --- senders that are longer than the column -----------------------------------------------------

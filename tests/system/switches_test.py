@@ -71,9 +71,9 @@ EXPECTED_STATEMENTS = [
     "insert into resp_freq set rn_id=1, email='otto@customer.example', num=1",
 ]
 LOCKED_STATEMENTS = [
+    EXPECTED_STATEMENTS[0],
     "start transaction",
     "select id from mail_resp where id=1 for update",
-    EXPECTED_STATEMENTS[0],
     "show create table resp_freq",
     *EXPECTED_STATEMENTS[1:],
     "commit",
