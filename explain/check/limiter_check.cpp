@@ -90,10 +90,11 @@ void check_engine(Inspection& inspection) {
   const Row row = rows.Next();
   const std::string engine = row != nullptr ? text_or(row[kEngine], "") : "InnoDB";
   if (engine == "InnoDB") return;
-  inspection.Warning("limiter_engine",
-                     "mail_resp is of the engine " + engine +
-                         ", which locks no rows: deliveries at the same time may get more replies "
-                         "than a rule allows, also with repairs. alter table mail_resp engine=InnoDB");
+  inspection.Warning(
+      "limiter_engine",
+      "mail_resp is of the engine " + engine +
+          ", which locks no rows: deliveries at the same time may get more replies "
+          "than a rule allows, also with repairs. alter table mail_resp engine=InnoDB");
 }
 
 }  // namespace

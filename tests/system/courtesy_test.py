@@ -89,7 +89,7 @@ def test_answers_almost_a_machine(courteous, sender):
 # 8. The mailbox itself.
 
 OWN_NAMES = ["INFO@shop.example", "sales@shop.example", "Sales@Shop.Example", "info@laden.example",
-             "sales@LADEN.example", "info@müller.example", "sales@xn--mller-kva.example"]
+             "sales@LADEN.example", "info@shop.example.", "info@müller.example", "sales@xn--mller-kva.example"]
 OTHER_NAMES = ["anna@shop.example", "berg@shop.example", "info@other.example", "info@third.example",
                "info@web.example", "info@sub.shop.example", "xinfo@shop.example", "info@shop.examplex"]
 

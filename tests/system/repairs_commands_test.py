@@ -4,6 +4,7 @@ say what happens without."""
 import email
 import email.policy
 import os
+import resource
 import subprocess
 
 import pytest
@@ -150,8 +151,6 @@ def test_the_bytes_of_a_reply_are_those_without_repairs(panel):
     rule = panel.rule(text="Grüße", reply_to="sales@shop.example")
     panel.attach(rule, "list.txt", "b-c d.txt", content=b"x" * 1000)
     panel.attach(rule, "empty.txt", content=b"")
-    (sandbox.store() / "back\\n.txt").write_text("x")
-    panel.sql(f"insert into resp_attach values ({rule}, 'back\\\\n.txt')")
     panel.name_attachments(rule, "missing.txt")
     panel.forward(rule, "a@x b@y")
     mails = []
@@ -159,11 +158,31 @@ def test_the_bytes_of_a_reply_are_those_without_repairs(panel):
         panel.switch(repairs)
         sandbox.forget_mails()
         result = panel.run(message())
-        assert (result.status, result.err, result.out) == (0, b"", b"\n" * 4)
+        assert (result.status, result.err, result.out) == (0, b"", b"\n" * 3)
         mails.append([(mail.arguments, mail.message) for mail in panel.mails()])
     (copy, notice, reply), repaired = mails
     assert repaired == [copy, (notice[0], notice[1].replace(b"shop.exampleFrom",
                                                             b"shop.example\nFrom")), reply]
+
+
+@pytest.mark.parametrize("name", ["back\\n.txt", "stop\\c.txt", "octal\\0101.txt"])
+def test_a_backslash_in_a_name_stays(repaired, name):
+    rule = repaired.rule()
+    (sandbox.store() / name).write_text("content")
+    repaired.sql(f"insert into resp_attach values ({rule}, '" + name.replace("\\", "\\\\") + "')")
+    assert repaired.run(message()).err == b""
+    (mail,) = repaired.mails()
+    assert b'filename="' + name.encode() + b'"\n\nY29udGVudA==\n' in mail.message
+
+
+def test_many_attachments_need_no_higher_limit_on_descriptors(repaired):
+    names = [f"{number}.txt" for number in range(60)]
+    repaired.attach(repaired.rule(), *names)
+    result = repaired.run(message(), preexec_fn=lambda: resource.setrlimit(
+        resource.RLIMIT_NOFILE, (64, resource.getrlimit(resource.RLIMIT_NOFILE)[1])))
+    assert result.err == b""
+    (mail,) = repaired.mails()
+    assert mail.message.count(b"filename=") == len(names)
 
 
 # --- options -------------------------------------------------------------------------------------
