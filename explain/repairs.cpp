@@ -61,7 +61,8 @@ class Changes {
   bool Options() const {
     if (IsReplyBuilt() && is_option(message_.sender)) return true;
     if (facts_.notification && is_option(facts_.notification->owner_email)) return true;
-    const auto addresses = addresses_of(facts_.forwarding.value_or(""));
+    if (!facts_.forwarding) return false;
+    const auto addresses = addresses_of(*facts_.forwarding);
     return std::any_of(addresses.begin(), addresses.end(), is_option);
   }
 

@@ -31,13 +31,15 @@ void limit(decltype(RLIMIT_CPU) resource, rlim_t soft, rlim_t hard) {
 }
 
 // What is in use already counts too: next to nothing, but for a sanitizer's shadow of the memory.
+// It also keeps what was freed for a while.
 rlim_t memory_in_use() {
 #ifdef __SANITIZE_ADDRESS__
   unsigned long pages = 0;
   const OwnedFile statistics(fopen("/proc/self/statm", "re"));
   const bool is_known =
       statistics && fscanf(statistics.get(), "%*u %*u %*u %*u %*u %lu", &pages) == 1;  // NOLINT
-  return is_known ? pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) : RLIM_INFINITY / 2;
+  const rlim_t kept = 2048 * kMebibyte;
+  return is_known ? kept + pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) : RLIM_INFINITY / 2;
 #else
   return 8 * kMebibyte;
 #endif
