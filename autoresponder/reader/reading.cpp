@@ -16,7 +16,9 @@
 #include "support/base/owned.h"
 
 #ifdef READER_WRITES_COUNTERS
+extern "C" {
 #include <gcov.h>
+}
 #endif
 
 namespace {
