@@ -372,6 +372,8 @@ def test_every_code_is_provoked():
                     "reader_unconfined"}
 
 
+@pytest.mark.skipif(BUILD.name == "build-coverage",
+                    reason="a reader that writes counters is not confined")
 @pytest.mark.parametrize("lack, severity, code, words", [
     ("KEM_KEEPS_GROUPS", "warning", "reader_unconfined", "without a user of its own"),
     ("KEM_KEEPS_ALONE", "error", "reader_fails", "cannot be started")])
