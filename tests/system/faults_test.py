@@ -174,12 +174,42 @@ def test_no_file_can_be_made_in_tmp(panel, options):
 
 
 @pytest.fixture
-def damaged_libidn():
+def damage():
+    """Makes libraries of the system empty files."""
+    damaged = []
+
+    def damage_library(name):
+        library = next(Path("/usr/lib").glob(f"*/{name}"))
+        subprocess.run(["mount", "--bind", "/dev/null", library], check=True)
+        damaged.append(library)
+
+    yield damage_library
+    for library in damaged:
+        subprocess.run(["umount", library], check=True)
+
+
+@pytest.mark.parametrize("name", ["libmariadb.so.3", "libssl.so.3", "libcrypto.so.3"])
+def test_a_damaged_client_library_ends_the_run_before_it_does_anything(panel, damage, name):
+    busy_rule(panel)
+    damage(name)
+    result = panel.run(message())
+    assert result.status == 1
+    start, path, trouble = result.err.decode().rsplit(": ", 2)
+    assert start == "autoresponder: Unable to load the database's client library"
+    assert (Path(path).name, trouble) == (name, "file too short\n")
+    assert (panel.mails(), panel.temporary_files()) == ([], [])
+
+
+def test_a_damaged_client_library_is_not_needed_where_the_message_is_refused(panel, damage):
+    damage("libmariadb.so.3")
+    result = panel.run(message("MAILER-DAEMON@customer.example"))
+    assert (result.status, result.err) == (0, b"Field From: contains MAILER-DAEMON\n")
+
+
+@pytest.fixture
+def damaged_libidn(damage):
     """The library that replies need is an empty file."""
-    library = next(Path("/usr/lib").glob("*/libidn.so.12"))
-    subprocess.run(["mount", "--bind", "/dev/null", library], check=True)
-    yield
-    subprocess.run(["umount", library], check=True)
+    damage("libidn.so.12")
 
 
 def test_a_damaged_library_ends_the_run_before_it_does_anything(panel, damaged_libidn):

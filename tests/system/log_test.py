@@ -197,11 +197,14 @@ def without_uuencode(panel):
         shutil.rmtree(directory)
 
 
-def without_libidn(panel):
-    panel.rule()
-    library = next(Path("/usr/lib").glob("*/libidn.so.12")).resolve()
-    with mounted("--bind", "/dev/null", str(library)):
-        return deliver()
+def without_library(name):
+    def delivered(panel):
+        panel.rule()
+        library = next(Path("/usr/lib").glob(f"*/{name}")).resolve()
+        with mounted("--bind", "/dev/null", str(library)):
+            return deliver()
+
+    return delivered
 
 
 def aborted(panel):
@@ -290,7 +293,8 @@ PRODUCERS = {
     "Bad_hex_…": with_subject("=?utf-8?Q?=ZZ?="),
     "sendmail:_not_found": without_sendmail,
     "uuencode:_not_found": without_uuencode,
-    "Unable_to_load_libidn:_…": without_libidn,
+    "Unable_to_load_libidn:_…": without_library("libidn.so.12"),
+    "Unable_to_load_the_database's_client_library:_…": without_library("libmariadb.so.3"),
     "autoresponder:_Permission_denied": as_another_user(0o700),
     "autoresponder:_not_found": not_installed,
     "terminate_called_…": aborted,

@@ -1,0 +1,142 @@
+// The functions of the database's client library that the program calls. The library is not linked:
+// the first call loads it, and its TLS. So a run that is refused earlier does not pay for them, and
+// the process that reads a stranger's message has neither in its memory.
+
+#include <cerrno>
+#include <cstdlib>
+#include <dlfcn.h>
+
+#include <mysql.h>
+#ifdef CLIENT_LIBRARY_USES_OPENSSL
+#include <openssl/crypto.h>
+#endif
+
+#include "support/report.h"
+
+namespace {
+
+// Without errno the report adds no second explanation to the loader's.
+void end_without_library() {
+  errno = 0;
+  report_error(1, 0, "Unable to load the database's client library: %s", dlerror());
+}
+
+void load_library() {
+  const int saved_errno = errno;  // the search for the files sets it, also when it succeeds
+#ifdef CRYPTO_FILE
+  // Most symbols to look up are its own, which are found faster in itself than after everything
+  // else.
+  dlopen(CRYPTO_FILE, RTLD_LAZY | RTLD_GLOBAL | RTLD_DEEPBIND);
+#endif
+  if (dlopen(CLIENT_FILE, RTLD_LAZY | RTLD_GLOBAL) == nullptr) end_without_library();
+  errno = saved_errno;
+}
+
+// The library's function of that name and type. A preloaded one comes first, as it would if the
+// library were linked; the one in this file is hidden.
+template <class Function>
+Function* find(Function* /*of_this_file*/, const char* name) {
+  [[maybe_unused]] static const bool is_loaded = (load_library(), true);
+  void* const function = dlsym(RTLD_DEFAULT, name);
+  if (function == nullptr) end_without_library();
+  return reinterpret_cast<Function*>(function);
+}
+
+}  // namespace
+
+#define REAL(function) static const auto call = find(&function, #function)
+
+#ifdef CLIENT_LIBRARY_USES_OPENSSL
+int OPENSSL_init_crypto(uint64_t options, const OPENSSL_INIT_SETTINGS* settings) {
+  REAL(OPENSSL_init_crypto);
+  return call(options, settings);
+}
+#endif
+
+int mysql_server_init(int count, char** arguments, char** groups) {
+  REAL(mysql_server_init);
+  return call(count, arguments, groups);
+}
+
+MYSQL* mysql_init(MYSQL* connection) {
+  REAL(mysql_init);
+  return call(connection);
+}
+
+int mysql_options(MYSQL* connection, mysql_option option, const void* value) {
+  REAL(mysql_options);
+  return call(connection, option, value);
+}
+
+MYSQL* mysql_real_connect(MYSQL* connection, const char* host, const char* user,
+                          const char* password, const char* database, unsigned port,
+                          const char* socket, unsigned long flags) {
+  REAL(mysql_real_connect);
+  return call(connection, host, user, password, database, port, socket, flags);
+}
+
+my_socket mysql_get_socket(MYSQL* connection) {
+  REAL(mysql_get_socket);
+  return call(connection);
+}
+
+void mysql_close(MYSQL* connection) {
+  REAL(mysql_close);
+  call(connection);
+}
+
+int mysql_query(MYSQL* connection, const char* statement) {
+  REAL(mysql_query);
+  return call(connection, statement);
+}
+
+int mysql_real_query(MYSQL* connection, const char* statement, unsigned long length) {
+  REAL(mysql_real_query);
+  return call(connection, statement, length);
+}
+
+MYSQL_RES* mysql_store_result(MYSQL* connection) {
+  REAL(mysql_store_result);
+  return call(connection);
+}
+
+MYSQL_ROW mysql_fetch_row(MYSQL_RES* result) {
+  REAL(mysql_fetch_row);
+  return call(result);
+}
+
+unsigned mysql_num_fields(MYSQL_RES* result) {
+  REAL(mysql_num_fields);
+  return call(result);
+}
+
+my_ulonglong mysql_num_rows(MYSQL_RES* result) {
+  REAL(mysql_num_rows);
+  return call(result);
+}
+
+void mysql_free_result(MYSQL_RES* result) {
+  REAL(mysql_free_result);
+  call(result);
+}
+
+unsigned mysql_errno(MYSQL* connection) {
+  REAL(mysql_errno);
+  return call(connection);
+}
+
+const char* mysql_error(MYSQL* connection) {
+  REAL(mysql_error);
+  return call(connection);
+}
+
+unsigned long mysql_real_escape_string(MYSQL* connection, char* to, const char* from,
+                                       unsigned long length) {
+  REAL(mysql_real_escape_string);
+  return call(connection, to, from, length);
+}
+
+unsigned long mysql_escape_string(char* to, const char* from, unsigned long length) {
+  REAL(mysql_escape_string);
+  return call(to, from, length);
+}
