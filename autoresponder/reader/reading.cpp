@@ -39,11 +39,22 @@ void read_all(int channel, char* bytes, size_t length) {
   }
 }
 
+void take(std::string_view& from, char* bytes, size_t length) {
+  from.copy(bytes, length);
+  from.remove_prefix(length);
+}
+
 // The parent's answer to a result is the keys to look for, or the end of this process.
 void answer_search(int channel, FILE* out, const Body& body) {
-  Receiver receiver([channel](char* bytes, size_t length) { read_all(channel, bytes, length); },
-                    std::numeric_limits<uint64_t>::max());
-  const std::vector<std::string> keys = receiver.Texts();
+  constexpr auto kAnySize = std::numeric_limits<uint64_t>::max();
+  const std::string question =
+      Receiver([channel](char* bytes, size_t length) { read_all(channel, bytes, length); },
+               kAnySize)
+          .Text();
+  std::string_view rest = question;
+  const std::vector<std::string> keys =
+      Receiver([&rest](char* bytes, size_t length) { take(rest, bytes, length); }, kAnySize)
+          .Texts();
   Sender sender([out](const char* bytes, size_t length) { fwrite(bytes, 1, length, out); });
   for (const size_t line : body.FirstWith({keys.begin(), keys.end()})) sender.Number(line);
   fflush(out);
