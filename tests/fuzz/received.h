@@ -1,12 +1,12 @@
 #ifndef TESTS_FUZZ_RECEIVED_H
 #define TESTS_FUZZ_RECEIVED_H
 
-#include <cstring>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "../transferred_bytes.h"
 #include "autoresponder/reader/reader_failure.h"
 #include "autoresponder/reader/result.h"
 #include "field_text.h"
@@ -17,13 +17,7 @@
 inline std::optional<ExtractionResult> received(std::string_view bytes,
                                                 const std::optional<std::string>& delivered_to,
                                                 IncomingMessage& record) {
-  Receiver receiver(
-      [&bytes](char* to, size_t length) {
-        if (length > bytes.size()) throw ReaderFailure();
-        if (length > 0) memcpy(to, bytes.data(), length);
-        bytes.remove_prefix(length);
-      },
-      most_of_result(bytes.size()));
+  Receiver receiver(source_of(std::string(bytes)), most_of_result(bytes.size()));
   try {
     return receive_result(receiver, delivered_to, record);
   } catch (const ReaderFailure&) {

@@ -6,26 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include "../../transferred_bytes.h"
 #include "autoresponder/reader/reader_failure.h"
 
 namespace {
 
 constexpr uint64_t kResult = 0x52657375'6C743031;
-
-ByteSource source_of(std::string bytes) {
-  return [bytes = std::move(bytes), at = size_t{0}](char* to, size_t length) mutable {
-    if (length > bytes.size() - at) throw ReaderFailure();
-    if (length > 0) memcpy(to, &bytes[at], length);
-    at += length;
-  };
-}
-
-std::string sent(const std::function<void(Sender&)>& send) {
-  std::string bytes;
-  Sender sender([&bytes](const char* part, size_t length) { bytes.append(part, length); });
-  send(sender);
-  return bytes;
-}
 
 ExtractionResult receive(const std::string& bytes, const std::optional<std::string>& delivered_to,
                          IncomingMessage& record) {

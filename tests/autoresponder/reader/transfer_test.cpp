@@ -1,30 +1,15 @@
 #include "autoresponder/reader/transfer.h"
 
-#include <cstring>
 #include <limits>
 
 #include <gtest/gtest.h>
 
+#include "../../transferred_bytes.h"
 #include "autoresponder/reader/reader_failure.h"
 
 namespace {
 
 constexpr uint64_t kUnlimited = std::numeric_limits<uint64_t>::max();
-
-ByteSource source_of(std::string bytes) {
-  return [bytes = std::move(bytes), at = size_t{0}](char* to, size_t length) mutable {
-    if (length > bytes.size() - at) throw ReaderFailure();
-    if (length > 0) memcpy(to, &bytes[at], length);
-    at += length;
-  };
-}
-
-std::string sent(const std::function<void(Sender&)>& send) {
-  std::string bytes;
-  Sender sender([&bytes](const char* part, size_t length) { bytes.append(part, length); });
-  send(sender);
-  return bytes;
-}
 
 TEST(Transfer, HandsNumbersOver) {
   for (const uint64_t number :
