@@ -99,15 +99,8 @@ bool refuse_privileges(pid_t parent) {
 // The run's handlers must not act here; what is ignored there, because the caller ignored it, is
 // ignored here, too. But the limit on processor time works by a signal.
 void forget_handlers_of_the_run() {
-  for (int signal = 1; signal <= SIGRTMAX; ++signal) {
-    struct sigaction action {};
-    if (sigaction(signal, nullptr, &action) != 0) continue;
-    const bool is_ignored = action.sa_handler == ignore_signal || action.sa_handler == SIG_IGN;
-    if (!is_ignored || signal == SIGXCPU) ::signal(signal, SIG_DFL);
-  }
-  sigset_t none;
-  sigemptyset(&none);
-  sigprocmask(SIG_SETMASK, &none, nullptr);
+  forget_signal_handlers(ignore_signal);
+  signal(SIGXCPU, SIG_DFL);
 }
 
 void keep_descriptors(int channel) {

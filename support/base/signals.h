@@ -18,13 +18,14 @@ inline void survive_failing_writes() {
   for (const int signal : {SIGPIPE, SIGXFSZ}) sigaction(signal, &action, nullptr);
 }
 
-/// Resets all handled signals to their defaults and lets all signals in. For a child process, in
-/// which the handlers of its parent must not act.
-inline void forget_signal_handlers() {
+/// Resets all handled signals to their defaults, except those that `kept` handles, and lets all
+/// signals in. For a child process, in which the handlers of its parent must not act.
+inline void forget_signal_handlers(void (*kept)(int) = SIG_IGN) {
   for (int signal = 1; signal <= SIGRTMAX; ++signal) {
     struct sigaction action {};
     if (sigaction(signal, nullptr, &action) != 0) continue;
-    if (action.sa_handler != SIG_IGN && action.sa_handler != SIG_DFL) ::signal(signal, SIG_DFL);
+    const bool stays = action.sa_handler == SIG_IGN || action.sa_handler == kept;
+    if (!stays && action.sa_handler != SIG_DFL) ::signal(signal, SIG_DFL);
   }
   sigset_t none;
   sigemptyset(&none);
