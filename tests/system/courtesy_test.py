@@ -5,6 +5,18 @@ import pytest
 from courtesy import courteous, objection, text_with  # noqa: F401
 from courtesy_messages import MESSAGES
 
+PLACES = ["From", "Reply-To", "SENDER", "Return-Path"]
+
+
+def objection_to(panel, address, place):
+    """What is said against an address at one of the places."""
+    if place == "From":
+        return objection(panel, text_with(sender=address))
+    if place == "SENDER":
+        return objection(panel, text_with(), sender=address)
+    return objection(panel, text_with(f"{place}: {address}"))
+
+
 # 1. The envelope sender.
 
 @pytest.mark.parametrize("sender", ["", "#@[]"])
@@ -65,15 +77,9 @@ def test_answers_a_message_with(courteous, field):
 @pytest.mark.parametrize("sender", [
     "Postmaster@x.example", "NoReply@x.example", "no-reply@x.example", "owner-news@x.example",
     "news-owner@x.example", "News-Request@x.example", "LISTSERV@x.example", "majordomo@x.example"])
-@pytest.mark.parametrize("place", ["From", "Reply-To", "SENDER", "Return-Path"])
+@pytest.mark.parametrize("place", PLACES)
 def test_does_not_answer_a_machine(courteous, sender, place):
-    if place == "From":
-        found = objection(courteous, text_with(sender=sender))
-    elif place == "SENDER":
-        found = objection(courteous, text_with(), sender=sender)
-    else:
-        found = objection(courteous, text_with(f"{place}: {sender}"))
-    assert found == "sender is a machine"
+    assert objection_to(courteous, sender, place) == "sender is a machine"
 
 
 def test_does_not_answer_a_mailer_daemon_in_mixed_case(courteous):
@@ -89,21 +95,16 @@ def test_answers_almost_a_machine(courteous, sender):
 # 8. The mailbox itself.
 
 OWN_NAMES = ["INFO@shop.example", "sales@shop.example", "Sales@Shop.Example", "info@laden.example",
-             "sales@LADEN.example", "info@shop.example.", "info@müller.example", "sales@xn--mller-kva.example"]
+             "sales@LADEN.example", "info@shop.example.", "info@müller.example",
+             "sales@xn--mller-kva.example"]
 OTHER_NAMES = ["anna@shop.example", "berg@shop.example", "info@other.example", "info@third.example",
                "info@web.example", "info@sub.shop.example", "xinfo@shop.example", "info@shop.examplex"]
 
 
 @pytest.mark.parametrize("name", OWN_NAMES)
-@pytest.mark.parametrize("place", ["From", "Reply-To", "SENDER", "Return-Path"])
+@pytest.mark.parametrize("place", PLACES)
 def test_does_not_answer_the_mailbox_itself(courteous, name, place):
-    if place == "From":
-        found = objection(courteous, text_with(sender=name))
-    elif place == "SENDER":
-        found = objection(courteous, text_with(), sender=name)
-    else:
-        found = objection(courteous, text_with(f"{place}: {name}"))
-    assert found == "from the mailbox itself"
+    assert objection_to(courteous, name, place) == "from the mailbox itself"
 
 
 @pytest.mark.parametrize("name", OTHER_NAMES)
