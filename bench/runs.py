@@ -115,6 +115,11 @@ class Bench:
                            "--callgrind-out-file=/dev/null", PROGRAM])
         return int(re.findall(rb"Collected : (\d+)", result.stderr)[0])
 
+    def milliseconds_of_reader(self):
+        """The medians of the times to its answer, and from there to its end."""
+        words = subprocess.run([TOOLS / "reader"], check=True, stdout=subprocess.PIPE).stdout.split()
+        return float(words[0]), float(words[1])
+
     def peak_memory(self, command):
         """In bytes."""
         self.reset()
