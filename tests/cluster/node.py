@@ -81,6 +81,10 @@ class Node(Panel):
             self.database.start(*options)
         return self.database.process.pid
 
+    def boot_alone(self):
+        """Starts a server of the ordinary kind, that no other one knows."""
+        self.database = sandbox.Database("--sql-mode=")
+
     def stop(self):
         """Shuts the server down in order."""
         self.database.process.terminate()
@@ -92,6 +96,9 @@ class Node(Panel):
     def log(self):
         return LOG.read_text()
 
+    def sql(self, statements, database="kem"):
+        return self.database.run(statements, database)
+
     def load(self, *files):
         """Makes the panel's database anew, in the whole cluster."""
         self.database.load(*files)
@@ -100,7 +107,7 @@ class Node(Panel):
     def forget(self):
         """Takes back what a test has done outside the database."""
         self.switch()
-        for path in BOX.iterdir():
+        for path in [*BOX.iterdir(), *sandbox.store().iterdir()]:
             path.unlink()
 
     def deliver(self, messages, at_once=4):
