@@ -30,6 +30,10 @@ class Remote:
         self.server = None
         self.calls = threading.Lock()
 
+    def peek(self):
+        """The files of the mails that have left so far, also while a call is under way."""
+        return os.listdir(f"/proc/{self.process.pid}/root/run/panel/box")
+
     def __getattr__(self, name):
         def call(*arguments, **keywords):
             with self.calls:

@@ -19,9 +19,18 @@ import panel as sandbox  # noqa: E402
 from conftest import EXPLAIN, PANEL, PROGRAM, RECIPIENT, Panel  # noqa: E402
 
 SAMPLE = ROOT / "packaging" / "galera.cnf.sample"
-CONFIGURATION = Path("/etc/mysql/mariadb.conf.d/90-galera.cnf")
+CONFIGURATION = Path("/etc/mysql/mariadb.conf.d")
 LOG = sandbox.HOME / "mysqld.log"
 BOX = sandbox.HOME / "box"
+
+# Where the data are, and what makes a small server fast.
+SMALL = f"""[mysqld]
+datadir = {sandbox.DATA}
+innodb_buffer_pool_size = 16M
+innodb_log_file_size = 4M
+innodb_flush_log_at_trx_commit = 0
+key_buffer_size = 1M
+"""
 
 # One file per call, whatever runs at the same time.
 SENDMAIL = f"""#!/bin/sh
@@ -33,19 +42,22 @@ exec /bin/cat >>$file
 
 
 class Server(sandbox.Database):
-    """A MariaDB with Debian's configuration and the node's, which runs as a service would."""
+    """A MariaDB with Debian's configuration and the node's, started as Debian's service starts it.
+    Options are for one start only."""
 
-    def start(self, *more_options):
+    def start(self, *options):
+        first_options, self.options = self.options, ()
         sandbox.SOCKET.parent.mkdir(parents=True, exist_ok=True)
         sandbox.SOCKET.unlink(missing_ok=True)
         # Not as root: the server that sends its files to a node would have to be allowed to.
         subprocess.run(["chown", "-R", "mysql:", sandbox.DATA, sandbox.SOCKET.parent], check=True)
+        # Debian's service begins so too: after a crash it finds out what the node had last.
+        position = subprocess.run(["galera_recovery"], check=True, text=True, stderr=LOG.open("ab"),
+                                  stdout=subprocess.PIPE).stdout.split()
         self.process = subprocess.Popen(
             ["setpriv", "--reuid=mysql", "--regid=mysql", "--clear-groups", "--pdeathsig", "KILL",
-             "mariadbd", f"--datadir={sandbox.DATA}", "--innodb-buffer-pool-size=16M",
-             "--innodb-log-file-size=4M", "--innodb-flush-log-at-trx-commit=0",
-             "--key-buffer-size=1M", "--performance-schema=OFF", *self.options, *more_options],
-            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=open(LOG, "ab"))
+             "mariadbd", *position, *first_options, *options],
+            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=LOG.open("ab"))
         deadline = time.monotonic() + 60
         while not self._answers():
             if self.process.poll() is not None or time.monotonic() > deadline:
@@ -65,13 +77,13 @@ class Node(Panel):
         self.database = None
         self.program = PROGRAM
 
-    def configure(self, *lines):
-        """Writes the sample configuration with this node's addresses; more lines count last."""
-        text = SAMPLE.read_text()
-        shared, mark, own = text.partition("# This node.\n")
+    def configure(self):
+        """Writes the sample configuration with this node's addresses."""
+        shared, mark, own = SAMPLE.read_text().partition("# This node.\n")
         own = own.replace("mail1", f"mail{self.number - 1}").replace("192.0.2.2", self.address)
-        CONFIGURATION.write_text(shared.replace("192.0.2.", "127.0.0.") + mark + own
-                                 + "".join(line + "\n" for line in lines))
+        (CONFIGURATION / "90-galera.cnf").write_text(
+            shared.replace("192.0.2.", "127.0.0.") + mark + own)
+        (CONFIGURATION / "99-small.cnf").write_text(SMALL)
 
     def start(self, *options):
         """Starts the server; returns its process id."""
@@ -146,6 +158,11 @@ class Node(Panel):
     def statements_of(self, text):
         """What the server receives while the program runs on the message."""
         return self.statements(lambda: self.deliver([text], 1))
+
+    def explanation(self, text):
+        """Status and words of `autoresponder-explain`."""
+        result = self.explain(text)
+        return result.status, (result.out + result.err).decode()
 
     def check(self):
         """Status and lines of `autoresponder-explain --check`."""
