@@ -12,6 +12,9 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent.parent
 GUIDE = ROOT / "docs" / "scaling.md"
 KEYS = "tables.sql", "cluster.sql"
+# How a run ends that lost against the other node.
+DEADLOCK = ("autoresponder: Unable to exec query :"
+            "Deadlock found when trying to get lock; try restarting transaction\n")
 
 
 class RemoteError(Exception):

@@ -5,11 +5,9 @@ from collections import Counter
 
 import pytest
 
-from cluster import Remote, message
+from cluster import DEADLOCK, Remote, message
 
 MESSAGES = 60  # on each node
-DEADLOCK = ("autoresponder: Unable to exec query :"
-            "Deadlock found when trying to get lock; try restarting transaction\n")
 
 
 def of_many_senders():

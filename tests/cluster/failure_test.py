@@ -6,7 +6,7 @@ from collections import Counter
 
 import pytest
 
-from cluster import message, wait_until
+from cluster import DEADLOCK, message, wait_until
 
 MESSAGES = 80  # on each node
 
@@ -78,8 +78,10 @@ def test_a_node_is_killed_and_comes_back(cluster, repairs):
     cluster.rule()
     staying, dying = deliver_until_second_node_dies(cluster)
 
-    # The other node goes on: its runs wait until the dead one is given up, and answer.
-    assert [end[:2] for end in staying] == [(0, "")] * MESSAGES
+    # The other node goes on: its runs wait until the dead one is given up, and answer. Without
+    # repairs one may lose against the other node just before.
+    assert {status for status, _, _ in staying} == {0}
+    assert {words for _, words, _ in staying} <= ({""} if repairs else {"", DEADLOCK})
     assert recipients(cluster.first) == answered(staying, "a")
     assert max(seconds for _, _, seconds in staying) < 20
 

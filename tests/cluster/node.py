@@ -119,7 +119,12 @@ class Node(Panel):
     def forget(self):
         """Takes back what a test has done outside the database."""
         self.switch()
-        for path in [*BOX.iterdir(), *sandbox.store().iterdir()]:
+        self.forget_mails()
+        for path in sandbox.store().iterdir():
+            path.unlink()
+
+    def forget_mails(self):
+        for path in BOX.iterdir():
             path.unlink()
 
     def deliver(self, messages, at_once=4):
