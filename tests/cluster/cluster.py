@@ -75,7 +75,7 @@ class Arbitrator:
     """The third member, started by Debian's script with the lines of the guide."""
 
     def __init__(self):
-        lines = re.findall(r'^    (GALERA_\w+=".*")$', GUIDE.read_text(), re.M)
+        lines = re.findall(r'^ +(GALERA_\w+=".*")$', GUIDE.read_text(), re.M)
         self.settings = "\n".join(lines).replace("192.0.2.", "127.0.0.")
         self.process = None
 

@@ -76,6 +76,15 @@ def test_with_repairs_no_reply_to_one_sender_goes_uncounted(cluster):
     assert cluster.senders() == [(str(rule), "otto@customer.example", str(2 * MESSAGES))]
 
 
+def test_with_repairs_a_rule_remembers_no_more_senders_than_it_may(cluster):
+    cluster.switch(repairs=True)
+    cluster.rule(mem_limit=5)
+    ends = cluster.deliver(of_many_senders())
+    assert [end[:2] for node in ends for end in node] == [(0, "")] * 2 * MESSAGES
+    assert sum(left(cluster.mails()).values()) == 2 * MESSAGES
+    assert 1 <= len(cluster.senders()) <= 5
+
+
 def test_the_user_needs_no_more_rights_than_on_a_single_server(cluster):
     cluster.switch(repairs=True)
     cluster.rule()

@@ -14,7 +14,7 @@ KEYLESS = ["dns_recs", "resp_attach", "resp_forward", "resp_freq"]
 
 
 def at_once(cluster, statements):
-    """Runs each node's statements in a transaction; the second's is open when the first's commits."""
+    """Runs a transaction on each node; the second's is open when the first's commits."""
     errors = [None, None]
 
     def work(number, node, text):

@@ -1,7 +1,7 @@
 """One node of the cluster, in a sandbox of its own: a database server, a panel and the program.
 
-Started by `cluster.py` through `sandbox/enter`; it takes calls of the methods of `Node` from standard
-input and answers them on standard output, both pickled.
+Started by `cluster.py` through `sandbox/enter`; it takes calls of the methods of `Node` from
+standard input and answers them on standard output, both pickled.
 """
 
 import os
@@ -101,6 +101,10 @@ class Node(Panel):
         """Shuts the server down in order."""
         self.database.process.terminate()
         self.database.process.wait()
+
+    def forget_state(self):
+        """The server does not know any more which rows it has."""
+        (sandbox.DATA / "grastate.dat").unlink()
 
     def wait_for_death(self):
         self.database.process.wait()
