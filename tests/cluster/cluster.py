@@ -87,9 +87,10 @@ class Arbitrator:
             start_new_session=True)
 
     def stop(self):
-        """Leaves the cluster in order."""
-        os.killpg(self.process.pid, signal.SIGTERM)
-        self.process.wait()
+        """Leaves the cluster in order, if it is in it."""
+        if self.process.poll() is None:
+            os.killpg(self.process.pid, signal.SIGTERM)
+            self.process.wait()
 
 
 class Cluster:
