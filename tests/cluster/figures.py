@@ -8,7 +8,11 @@ import statistics
 import sys
 from collections import Counter, defaultdict
 
-from cluster import DEADLOCK, GUIDE, KEYS, Cluster, message
+from cluster import DEADLOCK, GUIDE, KEYS, ROOT, Cluster, message
+
+sys.path.insert(0, str(ROOT / "bench"))
+
+from runs import os_description  # noqa: E402
 
 ROUNDS = 3
 AT_ONCE = 4  # on each node
@@ -106,6 +110,7 @@ def row(setup, repairs, notes):
 
 def main():
     rounds = int(sys.argv[1]) if len(sys.argv) > 1 else ROUNDS
+    machine = f"Machine: {os_description()}."
     cluster = Cluster()
     notes = defaultdict(lambda: defaultdict(list))
     for _ in range(rounds):
@@ -116,7 +121,7 @@ def main():
                 for scenario in SCENARIOS:
                     measure(cluster, scenario, both, notes[setup, repairs])
     cluster.end()
-    table = "\n".join([f"| {' | '.join(COLUMNS)} |", f"|{' --- |' * len(COLUMNS)}",
+    table = "\n".join([machine, "", f"| {' | '.join(COLUMNS)} |", f"|{' --- |' * len(COLUMNS)}",
                        *(row(*key, notes[key]) for key in notes)])
     print(table)
     if rounds == ROUNDS:
