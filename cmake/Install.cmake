@@ -21,10 +21,11 @@ foreach(section 5 8)
   file(GLOB pages CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/packaging/*.${section})
   install(FILES ${pages} DESTINATION share/man/man${section})
 endforeach()
-install(FILES packaging/README.md packaging/kem.conf.sample CHANGELOG.md docs/operators.md
-              docs/security.md
+install(FILES packaging/README.md packaging/kem.conf.sample packaging/galera.cnf.sample CHANGELOG.md
+              docs/operators.md docs/scaling.md docs/security.md
         DESTINATION share/doc/${KEM_PACKAGE})
-install(FILES schema/tables.sql schema/sample.sql DESTINATION share/doc/${KEM_PACKAGE}/schema)
+install(FILES schema/tables.sql schema/cluster.sql schema/sample.sql
+        DESTINATION share/doc/${KEM_PACKAGE}/schema)
 
 install(FILES CHANGELOG.md docs/library.md
         DESTINATION share/doc/${KEM_LIBRARY_PACKAGE} COMPONENT library)

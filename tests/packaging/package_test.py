@@ -185,7 +185,7 @@ def test_another_version_replaces_it_and_goes_back(group, newer, request, with_o
     def state():
         version = shell("dpkg-query", "-W", "-f", "${Version}", NAME).stdout.decode()
         return (version.split(".")[0], PROGRAM.read_bytes().endswith(b"later"), owner_and_mode(),
-                sorted(path.name for path in documents.glob("s*.md")))
+                sorted(path.name for path in documents.glob("s*ty.md")))
 
     for version, file, names in (("1", PACKAGE, ["security.md"]), ("9", newer, ["safety.md"]),
                                  ("1", PACKAGE, ["security.md"])):
@@ -367,5 +367,6 @@ def test_an_installation_has_pages_and_documents(installed):
         "sbin/autoresponder", "sbin/autoresponder-explain", "share/man/man8/autoresponder.8",
         "share/man/man5/kem.conf.5",
         *(f"share/doc/{NAME}/{name}" for name in (
-            "README.md", "CHANGELOG.md", "operators.md", "security.md", "kem.conf.sample",
-            "schema/tables.sql", "schema/sample.sql"))}
+            "README.md", "CHANGELOG.md", "operators.md", "scaling.md", "security.md",
+            "kem.conf.sample", "galera.cnf.sample", "schema/tables.sql", "schema/cluster.sql",
+            "schema/sample.sql"))}
