@@ -10,9 +10,10 @@ import sys
 from typing import NamedTuple
 
 import arithmetic
+import cleaning
 import marked
-from large_panel import (EMPTY, MANY_LOOKUPS, NAMES, analyze, answered_by_others, answered_by_own,
-                         mailboxes, rows_of_one)
+from large_panel import (EMPTY, MANY_LOOKUPS, NAMES, OF_A_RULE, analyze, answered_by_others,
+                         answered_by_own, mailboxes, rows_of_one)
 from loads import BUILD, ROOT, install, sandbox, switch, tell_seconds
 from plans import plans
 
@@ -64,7 +65,7 @@ class Growth:
         self.database = sandbox.Database(*SERVER)
         self.database.load("tables.sql")
         self.database.run(EMPTY)
-        self.size = {"mailboxes": 0, "others": 0, "own": 0}
+        self.size = {"mailboxes": 0, "others": 0, "own": 1}
 
     def grow(self, **sizes):
         for name, count in sizes.items():
@@ -93,21 +94,22 @@ class Growth:
 
 
 def measure_all(quick):
-    """The points of the three curves, how each statement finds its rows on the largest panel, and how
-    large a row of the limiter is there."""
+    """The points of the three curves, the tables of statements and of cleaning, and how large a row
+    of the limiter is."""
     growth = Growth(quick)
     points = {"mailboxes": [], "others": [], "own": []}
     sizes = {"mailboxes": [1, DOMAIN, 1000] + ([] if quick else [100000]),
              "others": [0, 10000, 100000] + ([] if quick else [1000000, 10000000]),
-             "own": [0, 100, 1000, 10000] + ([] if quick else [100000])}
+             "own": [1, 100, 1000, 10000] + ([] if quick else [100000])}
     for name, counts in sizes.items():
         for count in counts:
             growth.grow(**{name: count})
             points[name].append(growth.measure())
         if name == "others":
-            found = plans(growth.database)
             bytes_of_row = growth.bytes_of_limiter() / growth.size["others"]
-    return points, found, bytes_of_row
+            cleaned = cleaning.table(growth.size["others"] // OF_A_RULE + 1)
+            found = plans(growth.database)
+    return points, [found, cleaned], bytes_of_row
 
 
 COLUMNS = ["mailboxes", "rows of other rules", "rows of its own rule",
@@ -160,15 +162,16 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--quick", action="store_true")
     quick = parser.parse_args().quick
-    points, found, bytes_of_row = measure_all(quick)
+    points, [found, cleaned], bytes_of_row = measure_all(quick)
     text = table(points["mailboxes"] + points["others"][1:] + points["own"][1:])
-    print(f"{text}\n{found}\nA row of resp_freq takes {bytes_of_row:.0f} bytes.", flush=True)
+    print(f"{text}\n{found}\n{cleaned}\nA row of resp_freq takes {bytes_of_row:.0f} bytes.", flush=True)
     check(points)
     if quick:
         return
     draw(points)
     marked.write("growth", text)
     marked.write("growth statements", found)
+    marked.write("growth cleaning", cleaned)
     marked.write_figures(growth={"bytes_of_row": bytes_of_row, "seconds_of_row": slope(points),
                                  "server_ms": statistics.median(
                                      point.server_ms[0] for point in points["others"])})

@@ -13,9 +13,12 @@ NAMES = {"a mailbox": "box1@shop.example", "an alias": "sales1@shop.example",
 # once for its alias, each in two lookups.
 MANY_LOOKUPS = 4
 
+# The rule's first sender comes before all others in the table, so that who reads the table from its
+# start meets that row first.
 EMPTY = """
 insert into misc values ('mysql41_compatible', 'true'), ('admin_email', 'hostmaster@panel.example');
 insert into clients (id, login, email) values (1, 'shop', 'grete@customer.example');
+insert into resp_freq (rn_id, email, num) values (1, 'sender1@x.example', 1);
 """
 
 DOMAIN_NAME = "concat(if(seq = 1, 'shop', concat('d', seq)), '.{}')"

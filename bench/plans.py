@@ -21,6 +21,7 @@ set global general_log=1;
 END = """
 set global general_log=0;
 delete from resp_forward; delete from resp_attach; delete from resp_freq where rn_id=1;
+insert into resp_freq (rn_id, email, num) values (1, 'sender1@x.example', 1);
 update mail_resp set mem_limit=1000000 where id=1;
 """
 
