@@ -29,6 +29,7 @@ set multiplot layout 1,3
 set logscale xy
 set grid
 set key top left
+set format x '%.0s%c'
 set ylabel 'milliseconds'
 set yrange [0.1:1000]
 set title 'mailboxes of the panel'
@@ -40,10 +41,10 @@ set title 'remembered senders of the rule itself'
 unset multiplot
 """
 
-CURVES = """plot '{file}' using ($1+1):2 with linespoints title 'a run, switches off', \
-  '' using ($1+1):3 with linespoints title 'a run, both on', \
-  '' using ($1+1):4 with linespoints title 'its time in the server, off', \
-  '' using ($1+1):5 with linespoints title 'its time in the server, on'"""
+CURVES = """plot '{file}' using ($1 > 1 ? $1 : 1):2 with linespoints title 'a run, switches off', \
+  '' using ($1 > 1 ? $1 : 1):3 with linespoints title 'a run, both on', \
+  '' using ($1 > 1 ? $1 : 1):4 with linespoints title 'its time in the server, off', \
+  '' using ($1 > 1 ? $1 : 1):5 with linespoints title 'its time in the server, on'"""
 
 
 class Point(NamedTuple):

@@ -9,8 +9,8 @@ from loads import switch
 # Everything that a rule can ask for: forwarding, an attachment that is missing, and its owner; and a
 # limit on remembered senders that is reached.
 RULE = """
-insert into resp_forward values (1, 'ben@colleague.example');
-insert into resp_attach values (1, 'list.txt');
+insert into resp_forward (rn_id, address) values (1, 'ben@colleague.example');
+insert into resp_attach (rn_id, filename) values (1, 'list.txt');
 insert into resp_freq (rn_id, email, num, time_resp)
   values (1, 'before@x.example', 1, now() - interval 1 second);
 update mail_resp set mem_limit=1 where id=1;

@@ -15,15 +15,15 @@ insert into mail_aliases (mn_id, alias) values (1, 'sales');
 insert into domainaliases (dom_id, name) values (1, 'shop.test');
 """
 
-# The same for others, each in a domain of its own, with the same names there; and who was answered.
+# What others have, each in a domain of its own, with equal names there; and who was answered.
 OTHERS = """
 insert into domains (id, name, cl_id) select seq, concat('d', seq, '.example'), 1 from seq_2_to_{0};
 insert into domainaliases (dom_id, name) select seq, concat('d', seq, '.test') from seq_2_to_{0};
 insert into mail (id, dom_id, mail_name) select seq, seq, 'info' from seq_2_to_{0};
 insert into mail_aliases (mn_id, alias) select seq, 'sales' from seq_2_to_{0};
 insert into mail_resp (id, mn_id, resp_on, text) select seq, seq, 'true', 'No.' from seq_2_to_{0};
-insert into resp_forward select seq, 'anna@colleague.example' from seq_2_to_{0};
-insert into resp_attach select seq, 'list.txt' from seq_2_to_{0};
+insert into resp_forward (rn_id, address) select seq, 'anna@colleague.example' from seq_2_to_{0};
+insert into resp_attach (rn_id, filename) select seq, 'list.txt' from seq_2_to_{0};
 insert into resp_freq (rn_id, email, num) select seq, 'otto@customer.example', 1 from seq_2_to_{0};
 """
 
