@@ -26,7 +26,7 @@ set terminal pngcairo size 1400,500 noenhanced
 set output '{output}'
 set multiplot layout 1,2
 set grid
-set key top left
+set key bottom right
 set xtics ({ticks})
 set logscale x 2
 set xlabel 'deliveries at once'
@@ -223,7 +223,7 @@ def draw(rates, rows):
     (data / "load").write_text("".join(
         f"{at_once} {one.rate} {one.median} {one.slow}\n"
         for (kind, at_once), one in rates.items() if kind == "reply"))
-    names = ["at"] + [part.replace(" ", "_") for part in PARTS]
+    names = ["at", *(f'"{part}"' for part in PARTS)]
     (data / "shares").write_text("".join(" ".join(map(str, row)) + "\n" for row in [names, *rows]))
     script = PLOT.format(output=ROOT / "bench" / "throughput.png", data=data,
                          ticks=", ".join(map(str, AT_ONCE)))
