@@ -24,12 +24,15 @@ create table domains (
   cl_id int unsigned not null   -- clients.id
 );
 
--- Other names of a domain; they count for mail where `mail` is 'true'.
+-- Other names of a domain; they count for mail where `mail` is 'true'. A message to a domain alias
+-- is looked up by `name`; AUTORESPONDER_COURTESY asks for all names of a domain.
 create table domainaliases (
   id     int unsigned not null auto_increment primary key,
   dom_id int unsigned not null, -- domains.id
   name   varchar(255) not null,
-  mail   enum('true','false') not null default 'true'
+  mail   enum('true','false') not null default 'true',
+  key (name),
+  key (dom_id)
 );
 
 -- Mailboxes: mail_name at the domain's name.
@@ -40,11 +43,15 @@ create table mail (
   unique (dom_id, mail_name)
 );
 
--- Other local parts of a mailbox.
+-- Other local parts of a mailbox. To find an alias of a domain the server goes from the mailboxes
+-- of the domain to their aliases, or from all aliases of that name to their mailboxes. Which is
+-- shorter depends on the panel: a domain may have many mailboxes, and many domains an alias "info".
 create table mail_aliases (
   id    int unsigned not null auto_increment primary key,
   mn_id int unsigned not null,  -- mail.id
-  alias varchar(245) not null
+  alias varchar(245) not null,
+  key (mn_id, alias),
+  key (alias, mn_id)
 );
 
 -- Autoresponder rules. Every firing rule of a mailbox sends a reply of its own.

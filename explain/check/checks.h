@@ -26,6 +26,9 @@ void check_connection(Inspection& inspection);
 /// The tables and columns that a run reads, and the types of the columns.
 void check_tables(Inspection& inspection);
 
+/// The indexes without which a run reads rows of other mailboxes.
+void check_indexes(Inspection& inspection);
+
 /// What the limiter needs to write its own table: defaults, types and rights.
 void check_limiter(Inspection& inspection);
 

@@ -1,0 +1,62 @@
+#include "explain/check/checks.h"
+#include "explain/check/table_definition.h"
+#include "support/base/joined.h"
+
+namespace {
+
+// An index that a statement of a run needs, or of its switches: its first column, and what makes it
+// where it is missing.
+struct Index {
+  const char* table;
+  const char* column;
+  const char* definition;
+};
+
+constexpr Index kIndexes[] = {
+    {"misc", "param", "primary key (param)"},
+    {"clients", "id", "primary key (id)"},
+    {"domains", "id", "primary key (id)"},
+    {"domains", "name", "unique (name)"},
+    {"domainaliases", "dom_id", "key (dom_id)"},
+    {"domainaliases", "name", "key (name)"},
+    {"mail", "id", "primary key (id)"},
+    {"mail", "dom_id", "unique (dom_id, mail_name)"},
+    {"mail_aliases", "alias", "key (alias, mn_id)"},
+    {"mail_aliases", "mn_id", "key (mn_id, alias)"},
+    {"mail_resp", "id", "primary key (id)"},
+    {"mail_resp", "mn_id", "key (mn_id)"},
+    {"resp_freq", "rn_id", "key (rn_id, email)"},
+    {"resp_forward", "rn_id", "key (rn_id)"},
+    {"resp_attach", "rn_id", "key (rn_id)"},
+};
+
+// Whether the server has such an index. A full-text index is of no use to a comparison.
+bool has_index(const Index& index, PanelDatabase& database) {
+  auto rows = database.TryQuery(
+      joined({"show index from `", index.table, "` where Seq_in_index=1 and Column_name='",
+              index.column, "' and Index_type in ('BTREE', 'HASH')"}));
+  return !rows || rows->Next() != nullptr;
+}
+
+// A view has no indexes of its own. A table or column that is missing is reported by check_tables.
+bool is_in_table(const Index& index, PanelDatabase& database) {
+  const TableDefinition table = read_table_definition(index.table, database);
+  return table.find(index.column) != table.end();
+}
+
+void check_index(const Index& index, Inspection& inspection) {
+  PanelDatabase& database = *inspection.database;
+  if (!is_in_table(index, database) || has_index(index, database)) return;
+  constexpr const char* kWhy =
+      ": the more rows of other mailboxes there are, the more of them every run reads. ";
+  inspection.Warning("index_missing",
+                     joined({"No index begins with ", index.table, ".", index.column, kWhy,
+                             "alter table ", index.table, " add ", index.definition}));
+}
+
+}  // namespace
+
+void check_indexes(Inspection& inspection) {
+  if (!inspection.database) return;
+  for (const Index& index : kIndexes) check_index(index, inspection);
+}
