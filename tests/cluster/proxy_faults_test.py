@@ -10,7 +10,7 @@ import pytest
 
 from proxy_panel import (COPY, FAULTS, GREETING, LOST, NO_DATABASE, NOT_CONNECTED, OWNER, REPLY,
                          WaitingRun, busy_rule, message, sandbox, sent, wait_until, whole)
-from remote import haproxy, socat
+from another_host import haproxy, socat
 
 NOT_REACHED = NOT_CONNECTED + b"Can't connect to local server through socket"
 # What a run says that loses its connection: while it connects, sets its session up, or later.

@@ -12,7 +12,7 @@ sys.path[:0] = [str(CHECKOUT / "tests" / "system"), str(CHECKOUT / "sandbox")]
 
 import panel as sandbox  # noqa: E402
 from conftest import FAULTS, Panel, message, wait_until  # noqa: E402
-from remote import RemoteDatabase, haproxy  # noqa: E402
+from another_host import RemoteDatabase, haproxy  # noqa: E402
 
 COPY, OWNER, REPLY = b"copy@colleague.example", b"grete@customer.example", b"otto@customer.example"
 NOT_CONNECTED = b"autoresponder: Unable to connect to Quern Database: "

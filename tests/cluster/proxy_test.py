@@ -10,7 +10,7 @@ import pytest
 
 from proxy_panel import (GREETING, LOST, NO_DATABASE, NOT_CONNECTED, REPLY, WaitingRun, busy_rule,
                          connect_directly, message, sandbox, sent, text_without_numbers, wait_until)
-from remote import HOST, PORT, haproxy, socat
+from another_host import HOST, PORT, haproxy, socat
 
 # The user that the printed statements make, with other words about the password.
 USER = "create or replace user admin@'192.0.2.1' {}; grant all on kem.* to admin@'192.0.2.1';"
