@@ -129,7 +129,7 @@ def changed(text, changes):
 
 def haproxy(changes=None, path=sandbox.SOCKET, text=CONFIGURATION):
     """HAProxy with the guide's configuration, in which some texts are replaced."""
-    configuration = sandbox.HOME / f"{path.stem}.cfg"
+    configuration = sandbox.HOME / f"{path.parent.name}-{path.stem}.cfg"
     configuration.write_text(changed(text, {**(changes or {}), str(sandbox.SOCKET): str(path)}))
     return Proxy("haproxy", "-db", "-q", "-f", str(configuration), path=path)
 

@@ -10,7 +10,7 @@ import pytest
 
 from proxy_panel import (COPY, FAULTS, GREETING, LOST, NO_DATABASE, NOT_CONNECTED, OWNER, REPLY,
                          WaitingRun, busy_rule, message, sandbox, sent, wait_until, whole)
-from another_host import haproxy, socat
+from another_host import socat
 
 NOT_REACHED = NOT_CONNECTED + b"Can't connect to local server through socket"
 # What a run says that loses its connection: while it connects, sets its session up, or later.
@@ -64,16 +64,18 @@ def test_nobody_listens_at_the_socket(panel, proxy):
 
 
 # Of all the calls that the faults library sees in such a run, every third.
-@pytest.mark.parametrize("make", [haproxy, socat])
 @pytest.mark.parametrize("call", range(2, 24, 3))
-def test_the_proxy_is_killed_in_the_middle(panel, proxy, make, call):
+def test_the_proxy_is_killed_in_the_middle(panel, proxy, call):
     busy_rule(panel)
-    running = proxy(make=make)
-    result = panel.run(message(), faults=f"kill={running.pid}@{call}", timeout=20)
-    if make is haproxy:
-        check_lost(panel, result)
-    else:  # the process that has our connection lives on
-        assert result.status == 0 and whole(panel)
+    result = panel.run(message(), faults=f"kill={proxy().pid}@{call}", timeout=20)
+    check_lost(panel, result)
+
+
+def test_a_proxy_with_a_process_for_each_connection_is_killed_in_the_middle(panel, proxy):
+    busy_rule(panel)
+    result = panel.run(message(), faults=f"kill={proxy(make=socat).pid}@14", timeout=20)
+    # The process that has this connection lives on.
+    assert (result.status, result.err, sent(panel)) == (0, b"", [COPY, OWNER, REPLY])
 
 
 def test_a_proxy_that_starts_again_serves_the_next_run(panel, proxy):

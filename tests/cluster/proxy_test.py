@@ -47,9 +47,9 @@ def outcome(panel):
     return said, statements, commands, mails, panel.senders()
 
 
-@pytest.mark.parametrize("make", [haproxy, socat])
-@pytest.mark.parametrize("courtesy", [False, True])
-@pytest.mark.parametrize("repairs", [False, True])
+@pytest.mark.parametrize("make, repairs, courtesy", [
+    (haproxy, False, False), (haproxy, False, True), (haproxy, True, False), (haproxy, True, True),
+    (socat, False, False), (socat, True, True)])
 def test_a_run_does_all_that_it_does_without_a_proxy(panel, proxy, make, repairs, courtesy):
     everything(panel)
     panel.switch(repairs, courtesy)
