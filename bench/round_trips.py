@@ -52,6 +52,7 @@ COUNTED = [
     TIMED[0],
     Case("one rule, not triggered", keystr="pears", key_where="subj"),
     Case("one rule, the limiter refuses", ans_freq=1, make=known_sender),
+    Case("one rule, the limiter refuses, repairs on", ans_freq=1, make=known_sender, repairs=True),
     TIMED[1],
     Case("… to a sender who was answered today", make=known_sender),
     Case("… where the oldest sender is forgotten", mem_limit=1, make=another_sender),

@@ -131,7 +131,9 @@ def haproxy(changes=None, path=sandbox.SOCKET, text=CONFIGURATION):
     """HAProxy with the guide's configuration, in which some texts are replaced."""
     configuration = sandbox.HOME / f"{path.parent.name}-{path.stem}.cfg"
     configuration.write_text(changed(text, {**(changes or {}), str(sandbox.SOCKET): str(path)}))
-    return Proxy("haproxy", "-db", "-q", "-f", str(configuration), path=path)
+    running = Proxy("haproxy", "-db", "-q", "-f", str(configuration), path=path)
+    running.configuration = configuration
+    return running
 
 
 def socat():

@@ -3,6 +3,7 @@ does, and what the proxy's limits do to it. Run by tests/cluster/run_proxy."""
 
 import re
 import socket
+import subprocess
 import threading
 import time
 
@@ -10,7 +11,7 @@ import pytest
 
 from proxy_panel import (GREETING, LOST, NO_DATABASE, NOT_CONNECTED, REPLY, WaitingRun, busy_rule,
                          connect_directly, message, sandbox, sent, text_without_numbers, wait_until)
-from another_host import HOST, PORT, haproxy, socat
+from another_host import HOST, PORT, WITH_US, haproxy, socat
 
 # The user that the printed statements make, with other words about the password.
 USER = "create or replace user admin@'192.0.2.1' {}; grant all on kem.* to admin@'192.0.2.1';"
@@ -61,6 +62,18 @@ def test_a_run_does_all_that_it_does_without_a_proxy(panel, proxy, make, repairs
     assert said == [(0, b"\n", b"")] * 2
     # Seven mails and five: the last rule answers a sender once.
     assert (len(mails), len(senders)) == (12, 4)
+
+
+def test_an_explanation_and_a_check_say_what_they_say_without_a_proxy(panel, proxy):
+    everything(panel)
+
+    def told():
+        return [panel.explain(message(), *options).out for options in (["--show-reply"], ["--check"])]
+    connect_directly()
+    directly = told()
+    proxy()
+    assert told() == directly
+    assert directly[0].count(b"A reply would leave.") == 1
 
 
 # --- who may connect ------------------------------------------------------------------------------
@@ -119,11 +132,27 @@ def test_a_slow_sendmail_leaves_the_connection_idle_for_less_than_the_proxys_lim
     assert sent(panel) == [REPLY, REPLY]
 
 
+def test_a_reload_of_the_proxy_ends_no_run(panel, proxy):
+    old = proxy()
+    run = WaitingRun(panel)
+    new = subprocess.Popen([*WITH_US, "haproxy", "-db", "-q", "-f", old.configuration, "-sf",
+                            str(old.pid)])
+    time.sleep(1)
+    other = panel.run(message(), recipient="nobody@shop.example", timeout=20)
+    assert other.err == b"autoresponder: Mailname not found: nobody@shop.example\n"
+    assert old.process.poll() is None
+    assert run.go_on() == (0, b"")
+    wait_until(lambda: old.process.poll() is not None)
+    new.kill()
+    new.wait()
+    assert sent(panel) == [REPLY, REPLY]
+
+
 @pytest.mark.parametrize("limit", ["timeout client", "timeout server"])
 def test_an_idle_connection_that_the_proxy_closes_ends_the_run(panel, proxy, limit):
-    proxy({f"{limit} 1h": f"{limit} 500ms"})
+    proxy({f"{limit} 1h": f"{limit} 1s"})
     run = WaitingRun(panel)
-    time.sleep(1.5)
+    time.sleep(2.5)
     status, err = run.go_on()
     assert status == 0
     # The program does not connect again: the second rule is not counted and not answered.
