@@ -1,4 +1,5 @@
-"""Time and round trips of runs whose database is on another host; run by bench/remote in the sandbox.
+"""Time and round trips of runs whose database is on another host; run by bench/remote in the
+sandbox.
 
     remote.py [--quick]
 """
@@ -138,8 +139,8 @@ def measure(case, ways, rounds, times):
 
 
 def measure_until_it_agrees(panel, case, ways, rounds, count):
-    """Milliseconds of the runs, by the name of the path. A busy machine gets more rounds, so that one run
-    of each kind finds it idle."""
+    """Milliseconds of the runs, by the name of the path. A busy machine gets more rounds, so that one
+    run of each kind finds it idle."""
     set_up(panel, case)
     times = {way.name: [] for way in ways}
     for _ in range(MOST_ATTEMPTS):
@@ -151,8 +152,8 @@ def measure_until_it_agrees(panel, case, ways, rounds, count):
 
 
 def slope(times):
-    """Milliseconds for each millisecond of a round trip, from the fastest run of the shortest and of the
-    longest one: whatever else the machine does makes runs slower only."""
+    """Milliseconds for each millisecond of a round trip, from the fastest run of the shortest and of
+    the longest one: whatever else the machine does makes runs slower only."""
     short, long = ROUND_TRIPS[0], ROUND_TRIPS[-1]
     return (min(times[f"{long} ms"]) - min(times[f"{short} ms"])) / (long - short)
 
@@ -192,8 +193,8 @@ def draw(results, counts):
 
 def section(name):
     """What the guide has between the two marks of a table."""
-    return re.compile(rf"(?<=<!-- {name}: written by bench/remote. -->\n).*?(?=<!-- End of {name}. -->)",
-                      re.S)
+    begin, end = f"<!-- {name}: written by bench/remote. -->\n", f"<!-- End of {name}. -->"
+    return re.compile(f"(?<={begin}).*?(?={end})", re.S)
 
 
 def write(name, text):
@@ -224,8 +225,8 @@ def main():
     print(counted + "\n", flush=True)
     results = {case.name: measure_until_it_agrees(panel, case, ways, rounds, counts[case.name])
                for case in TIMED}
-    text = (f"Machine: {os_description()}. Milliseconds, median of {rounds} runs or more and the middle"
-            f" half of them.\n\n{table(results, counts)}")
+    text = (f"Machine: {os_description()}. Milliseconds, median of {rounds} runs or more and the"
+            f" middle half of them.\n\n{table(results, counts)}")
     print(text, flush=True)
     if quick:
         compare(counted)

@@ -8,16 +8,16 @@ OFTEN = 1000000  # replies a day
 class Case:
     """A panel with its switches, a delivery, and what the sender was sent today."""
 
-    def __init__(self, name, rules=1, to="info@shop.example", make=None, repairs=False, courtesy=False,
-                 **columns):
+    def __init__(self, name, rules=1, to="info@shop.example", make=None, repairs=False,
+                 courtesy=False, **columns):
         self.name = name
         self.rules = rules
         self.recipient = "shop.example-" + to
         self.make = make
         self.switches = {"repairs": repairs, "courtesy": courtesy}
         self.columns = {"ans_freq": OFTEN, **columns}
-        self.message = (b"From: otto@customer.example\nTo: info@shop.example\nSubject: A question\n\n"
-                        b"Do you have apples?\n")
+        self.message = (b"From: otto@customer.example\nTo: info@shop.example\n"
+                        b"Subject: A question\n\nDo you have apples?\n")
 
     def set_up(self, panel):
         panel.reset()

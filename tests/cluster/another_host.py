@@ -70,8 +70,8 @@ def printed_statements(of):
 
 
 class RemoteDatabase(sandbox.Database):
-    """A MariaDB on the other host, which only the guide's users can use by network. A killed one keeps
-    what it has taken."""
+    """A MariaDB on the other host, which only the guide's users can use by network. A killed one
+    keeps what it has taken."""
 
     socket = sandbox.HOME / "remote.sock"
     network = [f"--bind-address={HOST}", f"--port={PORT}"]
@@ -127,10 +127,11 @@ def changed(text, changes):
     return text
 
 
-def haproxy(changes=None, path=sandbox.SOCKET, text=CONFIGURATION):
+def haproxy(changes=None, path=sandbox.SOCKET):
     """HAProxy with the guide's configuration, in which some texts are replaced."""
     configuration = sandbox.HOME / f"{path.parent.name}-{path.stem}.cfg"
-    configuration.write_text(changed(text, {**(changes or {}), str(sandbox.SOCKET): str(path)}))
+    changes = {**(changes or {}), str(sandbox.SOCKET): str(path)}
+    configuration.write_text(changed(CONFIGURATION, changes))
     running = Proxy("haproxy", "-db", "-q", "-f", str(configuration), path=path)
     running.configuration = configuration
     return running

@@ -1,5 +1,5 @@
-"""What becomes of a run when the proxy, the database server or the network between them fails: always
-its diagnostic, status 0, an end in time and no file left. Run by tests/cluster/run_proxy."""
+"""What becomes of a run when the proxy, the database server or the network between them fails:
+always its diagnostic, status 0, an end in time and no file left. Run by tests/cluster/run_proxy."""
 
 import os
 import re
@@ -142,7 +142,7 @@ def test_what_a_run_had_sent_when_the_server_died_stays_sent(stoppable, proxy):
     assert sent(panel) == [REPLY]
 
 
-# --- a server that says nothing; the program's two minutes are one second here ----------------------
+# --- a server that says nothing; the program's two minutes are one second here -----------------
 
 @pytest.mark.parametrize("call", range(3, 24, 5))
 def test_the_server_falls_silent_in_the_middle(stoppable, proxy, call):
@@ -165,7 +165,8 @@ def test_a_silent_server_is_given_up_when_the_proxys_limit_comes_first(stoppable
     assert panel.mails() == []
 
 
-@pytest.mark.parametrize("check, is_noticed", [("option mysql-check user haproxy", True), ("", False)])
+@pytest.mark.parametrize("check, is_noticed",
+                         [("option mysql-check user haproxy", True), ("", False)])
 def test_only_checks_with_a_user_notice_a_silent_server(stoppable, proxy, check, is_noticed):
     panel = stoppable
     busy_rule(panel)

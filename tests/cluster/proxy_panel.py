@@ -1,5 +1,5 @@
-"""What the tests with a proxy share, a plugin of pytest: the panel with its database on another host,
-a sendmail that waits, and what an operator finds in the log."""
+"""What the tests with a proxy share, a plugin of pytest: the panel with its database on another
+host, a sendmail that waits, and what an operator finds in the log."""
 
 import re
 import sys

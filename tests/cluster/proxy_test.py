@@ -1,5 +1,5 @@
-"""A proxy owns the socket that the program connects to, and the database is on another host: what a run
-does, and what the proxy's limits do to it. Run by tests/cluster/run_proxy."""
+"""A proxy owns the socket that the program connects to, and the database is on another host: what a
+run does, and what the proxy's limits do to it. Run by tests/cluster/run_proxy."""
 
 import re
 import socket
@@ -34,7 +34,8 @@ def everything(panel):
 def outcome(panel):
     """What two runs say, ask, start, send and leave."""
     panel.sql("delete from resp_freq; insert into resp_freq (rn_id, email, num, time_resp)"
-              " values (2, 'anna@customer.example', 1, now()), (3, 'old@x.example', 1, '2020-01-01');")
+              " values (2, 'anna@customer.example', 1, now()),"
+              " (3, 'old@x.example', 1, '2020-01-01');")
     sandbox.forget_mails()
     panel.forget_commands()
     ends = []
@@ -68,7 +69,7 @@ def test_an_explanation_and_a_check_say_what_they_say_without_a_proxy(panel, pro
     everything(panel)
 
     def told():
-        return [panel.explain(message(), *options).out for options in (["--show-reply"], ["--check"])]
+        return [panel.explain(message(), option).out for option in ("--show-reply", "--check")]
     connect_directly()
     directly = told()
     proxy()
@@ -204,6 +205,15 @@ def test_the_server_refuses_what_the_proxy_does_not_queue(panel, proxy):
     assert result.status == 0
     assert result.err.startswith(NOT_CONNECTED + b"Too many connections\n")
     assert result.err.endswith(NO_DATABASE)
+
+
+def test_a_server_without_free_connections_soon_counts_as_down(panel, proxy):
+    panel.rule()
+    proxy({"check inter 2s": "check inter 100ms"})
+    crowd = Crowd(panel)
+    wait_until(lambda: panel.run(message()).err.startswith(NOT_CONNECTED + GREETING))
+    crowd.leave()
+    wait_until(lambda: panel.run(message()).err == b"")
 
 
 def test_runs_above_the_proxys_limit_wait_for_their_turn(panel, proxy):

@@ -1,5 +1,5 @@
-"""Two mail servers on one database: what they share, and what a customer sees where they are not set up
-equally. Run by tests/cluster/run_proxy."""
+"""Two mail servers on one database: what they share, and what a customer sees where they are not set
+up equally. Run by tests/cluster/run_proxy."""
 
 import shutil
 import time
@@ -54,8 +54,9 @@ def test_a_sender_whom_one_has_answered_gets_no_more_from_the_other(first, secon
 
 
 @pytest.mark.parametrize("zone", ["Pacific/Kiritimati", "Pacific/Pago_Pago"])
-@pytest.mark.parametrize("day, mails", [("curdate()", []), ("curdate() - interval 1 second", [REPLY])])
-def test_the_day_is_the_database_servers_whatever_the_mail_servers_zone(first, second, zone, day, mails):
+@pytest.mark.parametrize("day, mails",
+                         [("curdate()", []), ("curdate() - interval 1 second", [REPLY])])
+def test_the_day_is_the_database_servers_not_the_mail_servers(first, second, zone, day, mails):
     first.rule(ans_freq=1)
     first.sql("insert into resp_freq (rn_id, email, num, time_resp)"
               f" values (1, 'otto@customer.example', 1, {day});")
@@ -84,8 +85,10 @@ def test_courtesy_on_one_server_only_lets_chance_decide_about_a_newsletter(first
 def test_repairs_on_one_server_only_let_chance_decide_about_a_quote(first, second):
     first.rule()
     second.configure(AUTORESPONDER_REPAIRS="on")
-    err = run_both(first, second, message(sender="o'neil@x.example"))
-    assert err == (b"autoresponder: refused to run a command with a quote in: o'neil@x.example\n", b"")
+    refused, err = run_both(first, second, message(sender="o'neil@x.example"))
+    assert refused == (
+        b"autoresponder: refused to run a command with a quote in: o'neil@x.example\n")
+    assert err == b""
     assert (sent(first), sent(second)) == ([], [b"o'neil@x.example"])
 
 

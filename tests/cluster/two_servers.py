@@ -1,5 +1,5 @@
-"""A second mail server of the same panel: its own configuration, qmail root, /tmp and proxy, in a mount
-namespace of its own. The first one is the test's sandbox."""
+"""A second mail server of the same panel: its own configuration, qmail root, /tmp and proxy, in a
+mount namespace of its own. The first one is the test's sandbox."""
 
 import subprocess
 
