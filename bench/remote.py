@@ -26,7 +26,8 @@ DATA = BUILD / "remote"
 ROUND_TRIPS = [0.2, 1, 5]  # in milliseconds
 OF_CONNECTION = 3  # TCP, the server's greeting, the password
 TOLERANCE = 0.15
-MOST_ATTEMPTS = 4
+# Rounds, and how often they are repeated at most where time and number do not agree.
+QUICK, FULL = (8, 12), (40, 4)
 
 PLOT = """
 set terminal pngcairo size 900,600 noenhanced
@@ -138,12 +139,13 @@ def measure(case, ways, rounds, times):
                 times[way.name].append(milliseconds)
 
 
-def measure_until_it_agrees(panel, case, ways, rounds, count):
+def measure_until_it_agrees(panel, case, ways, effort, count):
     """Milliseconds of the runs, by the name of the path. A busy machine gets more rounds, so that one
     run of each kind finds it idle."""
     set_up(panel, case)
     times = {way.name: [] for way in ways}
-    for _ in range(MOST_ATTEMPTS):
+    rounds, attempts = effort
+    for _ in range(attempts):
         measure(case, ways, rounds, times)
         if agrees(times, count):
             return times
@@ -215,7 +217,7 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--quick", action="store_true")
     quick = parser.parse_args().quick
-    rounds = 8 if quick else 40
+    effort = QUICK if quick else FULL
     panel = Panel(RemoteDatabase)
     panel.reset()
     subprocess.run(["umount", "/usr/bin/dash"], check=True)  # the shell that takes notes
@@ -223,9 +225,9 @@ def main():
     ways = paths()
     counted, counts = count(panel, ways[2])
     print(counted + "\n", flush=True)
-    results = {case.name: measure_until_it_agrees(panel, case, ways, rounds, counts[case.name])
+    results = {case.name: measure_until_it_agrees(panel, case, ways, effort, counts[case.name])
                for case in TIMED}
-    text = (f"Machine: {os_description()}. Milliseconds, median of {rounds} runs or more and the"
+    text = (f"Machine: {os_description()}. Milliseconds, median of {effort[0]} runs or more and the"
             f" middle half of them.\n\n{table(results, counts)}")
     print(text, flush=True)
     if quick:
