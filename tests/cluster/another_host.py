@@ -2,7 +2,7 @@
 
 The other host is a network namespace, reached by a pair of virtual network cards. The mail server's
 address is 192.0.2.1 and the database server's 192.0.2.10, as in docs/scaling.md. Only for use inside
-`sandbox/enter unshare --net`.
+`sandbox/enter unshare --net --pid`.
 """
 
 import re
