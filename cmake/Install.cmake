@@ -22,7 +22,8 @@ foreach(section 5 8)
   install(FILES ${pages} DESTINATION share/man/man${section})
 endforeach()
 install(FILES packaging/README.md packaging/kem.conf.sample packaging/galera.cnf.sample CHANGELOG.md
-              docs/operators.md docs/scaling.md docs/security.md
+              docs/operators.md docs/scaling.md docs/security.md docs/haproxy.cfg docs/growth.png
+              docs/remote.png docs/throughput.png
         DESTINATION share/doc/${KEM_PACKAGE})
 install(FILES schema/tables.sql schema/cluster.sql schema/sample.sql
         DESTINATION share/doc/${KEM_PACKAGE}/schema)

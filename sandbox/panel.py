@@ -128,6 +128,10 @@ def _make_template():
 class Database:
     """A private MariaDB that listens on the default socket only. It ends with this process."""
 
+    socket = SOCKET
+    network = ["--skip-networking"]
+    enter = []  # a command that starts the server elsewhere
+
     def __init__(self, *options):
         self.options = options
         self.process = None
@@ -143,13 +147,13 @@ class Database:
         self.start(*more_options)
 
     def start(self, *more_options):
-        SOCKET.parent.mkdir(parents=True, exist_ok=True)
+        self.socket.parent.mkdir(parents=True, exist_ok=True)
         self.process = subprocess.Popen(
-            ["setpriv", "--pdeathsig", "KILL", "mariadbd", "--no-defaults", "--user=root",
-             f"--datadir={DATA}", f"--socket={SOCKET}", f"--pid-file={HOME}/mysqld.pid",
-             "--skip-networking", "--innodb-buffer-pool-size=16M", "--innodb-log-file-size=4M",
-             "--innodb-flush-log-at-trx-commit=0", "--skip-log-bin", "--key-buffer-size=1M",
-             "--performance-schema=OFF", *self.options, *more_options],
+            ["setpriv", "--pdeathsig", "KILL", *self.enter, "mariadbd", "--no-defaults",
+             "--user=root", f"--datadir={DATA}", f"--socket={self.socket}",
+             f"--pid-file={HOME}/mysqld.pid", *self.network, "--innodb-buffer-pool-size=16M",
+             "--innodb-log-file-size=4M", "--innodb-flush-log-at-trx-commit=0", "--skip-log-bin",
+             "--key-buffer-size=1M", "--performance-schema=OFF", *self.options, *more_options],
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
             stderr=open(HOME / "mysqld.log", "ab"))
         deadline = time.monotonic() + 60
@@ -160,19 +164,19 @@ class Database:
             time.sleep(0.02)
 
     def _answers(self):
-        return SOCKET.exists() and subprocess.run(
-            ["mariadb-admin", "--no-defaults", f"--socket={SOCKET}", "--user=root", "ping"],
+        return self.socket.exists() and subprocess.run(
+            ["mariadb-admin", "--no-defaults", f"--socket={self.socket}", "--user=root", "ping"],
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode == 0
 
     def stop(self):
         self.process.kill()
         self.process.wait()
-        SOCKET.unlink(missing_ok=True)
+        self.socket.unlink(missing_ok=True)
 
     def run(self, sql, database="kem"):
         """Runs statements as the superuser; the rows come back as lines of tab-separated texts."""
         result = subprocess.run(
-            ["mariadb", "--no-defaults", f"--socket={SOCKET}", "--user=root", "--batch",
+            ["mariadb", "--no-defaults", f"--socket={self.socket}", "--user=root", "--batch",
              "--default-character-set=utf8mb4", "--skip-column-names", database],
             input=sql.encode(), stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         if result.returncode != 0:

@@ -78,10 +78,10 @@ class Result:
 class Panel:
     """The sandbox with what the tests do in it."""
 
-    def __init__(self):
+    def __init__(self, database=sandbox.Database):
         sandbox.install()
         record_shell_commands()
-        self.database = sandbox.Database("--sql-mode=")
+        self.database = database("--sql-mode=")
         self.program = PROGRAM
 
     def reset(self):
@@ -106,8 +106,8 @@ class Panel:
     def start_sql(self, statements):
         """Starts a session of its own that runs the statements."""
         client = subprocess.Popen(
-            ["mariadb", "--no-defaults", f"--socket={sandbox.SOCKET}", "--user=root", "kem", "-e",
-             statements], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            ["mariadb", "--no-defaults", f"--socket={self.database.socket}", "--user=root", "kem",
+             "-e", statements], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         return client
 
     def end_sql(self, client, statement):
