@@ -43,7 +43,7 @@ Function* find(Function* /*of_this_file*/, const char* name) {
 
 }  // namespace
 
-#define REAL(function) static const auto call = find(&function, #function)
+#define REAL(function) static auto* const call = find(&function, #function)
 
 #ifdef CLIENT_LIBRARY_USES_OPENSSL
 int OPENSSL_init_crypto(uint64_t options, const OPENSSL_INIT_SETTINGS* settings) {
