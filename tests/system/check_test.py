@@ -3,7 +3,6 @@ looks."""
 
 import os
 import re
-import shutil
 import subprocess
 import time
 from pathlib import Path
@@ -11,15 +10,11 @@ from pathlib import Path
 import pytest
 
 import panel as sandbox
-from conftest import BUILD, CHECKOUT, EXPLAIN, PROGRAM, Result, real_root
+from conftest import BUILD, CHECKOUT, EXPLAIN, Result, real_root
+from right_server import (CONTROL, GROUP, INSTALLED, PRODUCT, USERS, assign, configure, install, set_up,
+                          take_down)
 
 pytestmark = pytest.mark.skipif(not real_root(), reason="gives files to other users and groups")
-
-PRODUCT = sandbox.HOME / "kem"
-INSTALLED = PRODUCT / "sbin" / "autoresponder"
-GROUP = 64001
-CONTROL = sandbox.QMAIL / "control"
-USERS = sandbox.QMAIL / "users"
 
 
 def check(*options, **arguments):
@@ -27,40 +22,14 @@ def check(*options, **arguments):
                                  env={"PATH": "/usr/bin:/bin"}, timeout=60, **arguments))
 
 
-def install(directory=PRODUCT):
-    program = directory / "sbin" / "autoresponder"
-    program.parent.mkdir(parents=True, exist_ok=True)
-    program.unlink(missing_ok=True)
-    shutil.copy(PROGRAM, program)
-    os.chown(program, 0, GROUP)
-    program.chmod(0o4750)
-
-
-def assign(*lines):
-    (USERS / "assign").write_text("".join(f"{line}\n" for line in lines) + ".\n")
-    (USERS / "cdb").write_text("")
-
-
-def configure(**values):
-    sandbox.write_conf({**sandbox.conf_values(), "PRODUCT_ROOT_D": str(PRODUCT), **values})
-
-
 @pytest.fixture
 def server(panel):
     """A server that is set up right, with one rule."""
-    configure()
-    install()
-    USERS.mkdir(exist_ok=True)
-    assign(f"+shop.example-:shop:64000:{GROUP}:/home/shop:-::")
-    (CONTROL / "virtualdomains").write_text("shop.example:shop.example\n")
-    (CONTROL / "locals").unlink(missing_ok=True)
+    set_up()
     panel.limit("1000000")
     panel.rule()
     yield panel
-    for directory in (PRODUCT, USERS):
-        shutil.rmtree(directory)
-    (CONTROL / "virtualdomains").unlink(missing_ok=True)
-    (CONTROL / "locals").unlink(missing_ok=True)
+    take_down()
 
 
 def test_finds_nothing_on_a_server_that_is_set_up_right(server):
