@@ -17,6 +17,7 @@ sys.path[:0] = [str(ROOT / "tests" / "system"), str(ROOT / "sandbox")]
 
 import panel as sandbox  # noqa: E402
 from conftest import EXPLAIN, PANEL, PROGRAM, RECIPIENT, Panel  # noqa: E402
+import right_server  # noqa: E402
 
 SAMPLE = ROOT / "packaging" / "galera.cnf.sample"
 CONFIGURATION = Path("/etc/mysql/mariadb.conf.d")
@@ -173,9 +174,18 @@ class Node(Panel):
         result = self.explain(text)
         return result.status, (result.out + result.err).decode()
 
-    def check(self):
+    def set_up(self, repairs):
+        """Makes the host right in everything but its database."""
+        right_server.set_up(AUTORESPONDER_REPAIRS="on" if repairs else "off")
+        self.limit("1000000")
+
+    def take_down(self):
+        right_server.take_down()
+        self.limit(None)
+
+    def check(self, *options):
         """Status and lines of `autoresponder-explain --check`."""
-        result = subprocess.run([EXPLAIN, "--check"], capture_output=True, text=True,
+        result = subprocess.run([EXPLAIN, "--check", *options], capture_output=True, text=True,
                                 env={"PATH": "/usr/bin:/bin"})
         return result.returncode, result.stdout + result.stderr
 

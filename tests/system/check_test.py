@@ -41,6 +41,16 @@ def test_finds_nothing_on_a_server_that_is_set_up_right(server):
     assert (result.status, result.answer()) == (0, {"set_up_right": True, "findings": []})
 
 
+def test_a_server_that_could_replicate_but_does_not_is_no_node_of_a_cluster(server):
+    server.database.restart("--wsrep-on=1", "--binlog-format=ROW")
+    try:
+        assert server.sql("select @@wsrep_on") == "1\n"
+        result = check()
+    finally:
+        server.database.restart()
+    assert (result.status, result.out) == (0, b"This server is set up right.\n")
+
+
 def test_advice_alone_is_no_fault(server):
     old = Path("/tmp/kem-autoresponder-old")
     old.write_text("")
@@ -344,6 +354,7 @@ def test_every_code_is_provoked():
     columns = {"mn_id", "dom_id", "cl_id", "mail_name", "key_where", "resp_on", "ans_freq",
                "mem_limit", "reply_to", "content_type", "rn_id", "time_resp"}
     left = codes - {fault[3] for fault in FAULTS} - tables - columns - {"auto_increment"}
+    left -= {code for code in codes if code.startswith("cluster_")}  # by tests/cluster/check_test.py
     # Those have tests of their own; no test can take the whole /tmp away.
     assert left == {"tmp_left_files", "repairs_off", "tmp_missing", "reader_fails",
                     "reader_unconfined"}
