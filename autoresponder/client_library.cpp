@@ -3,7 +3,6 @@
 // the process that reads a stranger's message has neither in its memory.
 
 #include <cerrno>
-#include <cstdlib>
 #include <dlfcn.h>
 
 #include <mysql.h>

@@ -4,6 +4,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <unistd.h>
 #include <vector>
 
@@ -39,9 +40,21 @@ void read_all(int channel, char* bytes, size_t length) {
   }
 }
 
-void take(std::string_view& from, char* bytes, size_t length) {
-  from.copy(bytes, length);
-  from.remove_prefix(length);
+// The keys of a question, which has them as a `Sender` sends texts. Not copied: they may be large.
+std::vector<std::string_view> keys_in(std::string_view question) {
+  Receiver numbers(
+      [&question](char* bytes, size_t length) {
+        question.copy(bytes, length);
+        question.remove_prefix(length);
+      },
+      0);
+  std::vector<std::string_view> keys(numbers.Number());
+  for (std::string_view& key : keys) {
+    const size_t length = numbers.Number();
+    key = question.substr(0, length);
+    question.remove_prefix(length);
+  }
+  return keys;
 }
 
 // The parent's answer to a result is the keys to look for, or the end of this process.
@@ -51,12 +64,8 @@ void answer_search(int channel, FILE* out, const Body& body) {
       Receiver([channel](char* bytes, size_t length) { read_all(channel, bytes, length); },
                kAnySize)
           .Text();
-  std::string_view rest = question;
-  const std::vector<std::string> keys =
-      Receiver([&rest](char* bytes, size_t length) { take(rest, bytes, length); }, kAnySize)
-          .Texts();
   Sender sender([out](const char* bytes, size_t length) { fwrite(bytes, 1, length, out); });
-  for (const size_t line : body.FirstWith({keys.begin(), keys.end()})) sender.Number(line);
+  for (const size_t line : body.FirstWith(keys_in(question))) sender.Number(line);
   fflush(out);
 }
 

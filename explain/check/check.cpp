@@ -8,9 +8,9 @@ namespace {
 
 // In their order. A new check is one line here.
 constexpr void (*kChecks[])(Inspection&) = {
-    check_configuration, check_program,    check_commands,   check_reader,
-    check_places,        check_connection, check_tables,     check_indexes,
-    check_limiter,       check_values,     check_deliveries,
+    check_configuration, check_program,    check_commands, check_reader,
+    check_places,        check_connection, check_tables,   check_indexes,
+    check_limiter,       check_cluster,    check_values,   check_deliveries,
 };
 
 }  // namespace

@@ -7,6 +7,7 @@ enum ServerError : unsigned {
   kTableDenied = 1142,
   kColumnDenied = 1143,
   kNoSuchTable = 1146,
+  kNoSuchTrigger = 1360,
 };
 
 #endif

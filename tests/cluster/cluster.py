@@ -7,6 +7,7 @@ import signal
 import subprocess
 import threading
 import time
+from contextlib import contextmanager
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent.parent
@@ -153,6 +154,19 @@ class Cluster:
         self.arbitrator.stop()
         for node in self.nodes:
             node.end()
+
+
+@contextmanager
+def least_rights(cluster):
+    """Leaves the program's user just the rights of docs/operators.md."""
+    rest = "insert, update, delete on kem.resp_freq"
+    cluster.first.sql("revoke all on kem.* from admin@localhost;"
+                      f"grant select on kem.* to admin@localhost; grant {rest} to admin@localhost;")
+    try:
+        yield
+    finally:
+        cluster.first.sql("grant all on kem.* to admin@localhost;"
+                          f"revoke {rest} from admin@localhost;")
 
 
 def message(sender="otto@customer.example", subject="Hello"):

@@ -5,7 +5,7 @@ from collections import Counter
 
 import pytest
 
-from cluster import DEADLOCK, Remote, message
+from cluster import DEADLOCK, Remote, least_rights, message
 
 MESSAGES = 60  # on each node
 
@@ -88,15 +88,9 @@ def test_with_repairs_a_rule_remembers_no_more_senders_than_it_may(cluster):
 def test_the_user_needs_no_more_rights_than_on_a_single_server(cluster):
     cluster.switch(repairs=True)
     cluster.rule()
-    cluster.first.sql("revoke all on kem.* from admin@localhost;"
-                      "grant select on kem.* to admin@localhost;"
-                      "grant insert, update, delete on kem.resp_freq to admin@localhost;")
-    try:
+    with least_rights(cluster):
         assert cluster.second.deliver([message()])[0][:2] == (0, "")
         assert len(cluster.second.mails()) == 1
-    finally:
-        cluster.first.sql("grant all on kem.* to admin@localhost;"
-                          "revoke insert, update, delete on kem.resp_freq from admin@localhost;")
 
 
 def replies_of_second_node(cluster):

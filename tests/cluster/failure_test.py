@@ -168,3 +168,22 @@ def test_a_node_gets_everything_while_the_other_one_answers(cluster):
     assert sent == ["everything"]
     assert [end[:2] for end in ends] == [(0, "")] * MESSAGES
     assert len(cluster.senders()) == MESSAGES
+
+
+def test_after_both_nodes_were_shut_down_the_one_that_has_most_begins(cluster):
+    cluster.switch(repairs=True)
+    cluster.rule()
+    cluster.first.deliver([message("anna@customer.example")])
+    cluster.second.stop()
+    cluster.first.deliver([message("ben@customer.example")])
+    cluster.first.stop()
+    assert cluster.first.last_number() > cluster.second.last_number() > 0
+    cluster.first.allow_to_begin()
+    cluster.first.boot("--wsrep-new-cluster")
+    cluster.second.boot()
+    cluster.arbitrator.stop()
+    cluster.arbitrator.start()
+    cluster.wait_for_size(3)
+    assert cluster.second.deliver([message()])[0][:2] == (0, "")
+    assert {sender for _, sender, _ in cluster.senders()} == {
+        "anna@customer.example", "ben@customer.example", "otto@customer.example"}

@@ -6,6 +6,7 @@ standard input and answers them on standard output, both pickled.
 
 import os
 import pickle
+import re
 import subprocess
 import sys
 import threading
@@ -17,11 +18,13 @@ sys.path[:0] = [str(ROOT / "tests" / "system"), str(ROOT / "sandbox")]
 
 import panel as sandbox  # noqa: E402
 from conftest import EXPLAIN, PANEL, PROGRAM, RECIPIENT, Panel  # noqa: E402
+import right_server  # noqa: E402
 
 SAMPLE = ROOT / "packaging" / "galera.cnf.sample"
 CONFIGURATION = Path("/etc/mysql/mariadb.conf.d")
 LOG = sandbox.HOME / "mysqld.log"
 BOX = sandbox.HOME / "box"
+STATE = sandbox.DATA / "grastate.dat"
 
 # Where the data are, and what makes a small server fast.
 SMALL = f"""[mysqld]
@@ -83,7 +86,8 @@ class Node(Panel):
         own = own.replace("mail1", f"mail{self.number - 1}").replace("192.0.2.2", self.address)
         (CONFIGURATION / "90-galera.cnf").write_text(
             shared.replace("192.0.2.", "127.0.0.") + mark + own)
-        (CONFIGURATION / "99-small.cnf").write_text(SMALL)
+        # Two servers on one machine cannot both have the usual address.
+        (CONFIGURATION / "99-small.cnf").write_text(f"{SMALL}bind_address = {self.address}\n")
 
     def start(self, *options):
         """Starts the server; returns its process id."""
@@ -92,6 +96,16 @@ class Node(Panel):
         else:
             self.database.start(*options)
         return self.database.process.pid
+
+    def last_number(self):
+        """That of the last change that the node has, after it was shut down."""
+        return int(re.search(r"^seqno: +(-?\d+)$", STATE.read_text(), re.M)[1])
+
+    def allow_to_begin(self):
+        """Lets the node begin a cluster anew."""
+        text, count = re.subn("(?m)^safe_to_bootstrap: .*$", "safe_to_bootstrap: 1", STATE.read_text())
+        assert count == 1
+        STATE.write_text(text)
 
     def boot_alone(self):
         """Starts a server of the ordinary kind, that no other one knows."""
@@ -173,9 +187,18 @@ class Node(Panel):
         result = self.explain(text)
         return result.status, (result.out + result.err).decode()
 
-    def check(self):
+    def set_up(self, repairs):
+        """Makes the host right in everything but its database."""
+        right_server.set_up(AUTORESPONDER_REPAIRS="on" if repairs else "off")
+        self.limit("1000000")
+
+    def take_down(self):
+        right_server.take_down()
+        self.limit(None)
+
+    def check(self, *options):
         """Status and lines of `autoresponder-explain --check`."""
-        result = subprocess.run([EXPLAIN, "--check"], capture_output=True, text=True,
+        result = subprocess.run([EXPLAIN, "--check", *options], capture_output=True, text=True,
                                 env={"PATH": "/usr/bin:/bin"})
         return result.returncode, result.stdout + result.stderr
 

@@ -368,5 +368,6 @@ def test_an_installation_has_pages_and_documents(installed):
         "share/man/man5/kem.conf.5",
         *(f"share/doc/{NAME}/{name}" for name in (
             "README.md", "CHANGELOG.md", "operators.md", "scaling.md", "security.md",
-            "kem.conf.sample", "galera.cnf.sample", "schema/tables.sql", "schema/cluster.sql",
+            "kem.conf.sample", "galera.cnf.sample", "haproxy.cfg", "growth.png", "remote.png",
+            "throughput.png", "schema/tables.sql", "schema/cluster.sql",
             "schema/sample.sql"))}

@@ -138,4 +138,4 @@ def haproxy(changes=None, path=sandbox.SOCKET):
 
 
 def socat():
-    return Proxy("socat", f"UNIX-LISTEN:{sandbox.SOCKET},fork,mode=666", f"TCP:{HOST}:{PORT}")
+    return Proxy("socat", f"UNIX-LISTEN:{sandbox.SOCKET},fork,mode=600", f"TCP:{HOST}:{PORT}")

@@ -1,12 +1,14 @@
 """What a run leaves alone at its start: a connection over a local socket does not need it."""
 
 import os
+import re
 import socket
+import subprocess
 
 import pytest
 
 import panel as sandbox
-from conftest import message
+from conftest import PROGRAM, message
 
 NSCD = sandbox.HOME.parent / "nscd" / "socket"
 SECONDS = 30
@@ -37,6 +39,11 @@ def nscd():
         yield listening
     NSCD.unlink()
     NSCD.parent.rmdir()
+
+
+def test_loads_the_database_client_itself():
+    needed = subprocess.run(["readelf", "--dynamic", PROGRAM], check=True, capture_output=True).stdout
+    assert not re.search(rb"NEEDED.*lib(mariadb|ssl|crypto|z)\.", needed), needed.decode()
 
 
 def test_does_not_read_the_configuration_of_tls(start):
