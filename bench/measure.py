@@ -57,7 +57,6 @@ def measure_all(bench, cases, quick):
     print(f"| {' | '.join(columns)} |\n|{' --- |' * len(columns)}")
     for case in cases:
         measure(bench, case, quick)
-    bench.make(Case("one plain reply", lambda panel: panel.rule()))
     answer, end = bench.milliseconds_of_reader()
     print(f"\nThe reader of a plain message runs {bench.instructions_of_reader() / 1e6:.2f} million"
           f" instructions besides. In a loop of its own it takes {answer:.2f} ms from its start to its"

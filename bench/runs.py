@@ -110,9 +110,8 @@ class Bench:
 
     def instructions_of_reader(self):
         """Of the process that takes the message apart, from its start on."""
-        self.reset()
         result = self.run(["/usr/bin/valgrind", "--tool=callgrind", "--zero-before=confine*",
-                           "--callgrind-out-file=/dev/null", PROGRAM])
+                           "--callgrind-out-file=/dev/null", TOOLS / "reader", "once"])
         return int(re.findall(rb"Collected : (\d+)", result.stderr)[0])
 
     def milliseconds_of_reader(self):
