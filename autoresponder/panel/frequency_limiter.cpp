@@ -57,12 +57,13 @@ ColumnWidth width_of_senders(PanelDatabase& database) {
 class Memory {
  public:
   Memory(PanelDatabase& database, const ResponderRule& rule, const std::string& sender,
-         LimiterMode mode)
+         LimiterMode mode, const Switches& switches)
       : database_(database),
         of_rule_(joined({" where rn_id=", rule.id})),
         rule_id_(rule.id),
         sender_(database.Escape(sender)),
-        counts_(mode == LimiterMode::kCount) {}
+        counts_(mode == LimiterMode::kCount),
+        repairs_(switches.repairs) {}
 
   // Static, because it is the rule's first statement: the sender is escaped only after it.
   static void ForgetEarlierDays(PanelDatabase& database, const ResponderRule& rule) {
@@ -121,12 +122,17 @@ class Memory {
   }
 
   Rows Select(const char* what) const {
-    return database_.Query(joined({"select ", what, " from resp_freq", of_rule_, OfWhichDays()}));
+    return Ask(joined({"select ", what, " from resp_freq", of_rule_, OfWhichDays()}));
   }
 
   Rows Select(const char* what, const char* column, std::string_view value) const {
-    return database_.Query(joined({"select ", what, " from resp_freq", of_rule_, " and ", column,
-                                   "='", value, "'", OfWhichDays()}));
+    return Ask(joined({"select ", what, " from resp_freq", of_rule_, " and ", column, "='", value,
+                       "'", OfWhichDays()}));
+  }
+
+  // Kept: without repairs a result that breaks off counts as one without rows.
+  Rows Ask(const std::string& query) const {
+    return repairs_ ? database_.QueryWhole(query) : database_.Query(query);
   }
 
   const char* OfWhichDays() const { return counts_ ? "" : kOfToday; }
@@ -146,6 +152,7 @@ class Memory {
   std::string_view rule_id_;
   EscapedText sender_;
   bool counts_;
+  bool repairs_;
 };
 
 }  // namespace
@@ -223,7 +230,7 @@ LimiterFacts decide(PanelDatabase& database, const IncomingMessage& message,
   const auto cut = asks ? cut_sender(database, message.sender) : std::nullopt;
   facts.is_too_long = cut.has_value();
   const bool cuts = cut && switches.repairs;
-  const Memory memory(database, rule, cuts ? *cut : message.sender, mode);
+  const Memory memory(database, rule, cuts ? *cut : message.sender, mode, switches);
   facts.senders = memory.Senders();
   facts.replies_today = memory.RepliesToday();
   facts.step = limiter_step(facts.replies_today, facts.senders, rule.ans_freq, rule.mem_limit);
@@ -248,7 +255,7 @@ LimiterFacts decide_in_transaction(PanelDatabase& database, const IncomingMessag
                                    const ResponderRule& rule, const Switches& switches) {
   Memory::ForgetEarlierDays(database, rule);
   database.Execute("start transaction");
-  database.Query(joined({"select id from mail_resp where id=", rule.id, " for update"}));
+  database.QueryWhole(joined({"select id from mail_resp where id=", rule.id, " for update"}));
   LimiterFacts facts = decide(database, message, rule, LimiterMode::kCount, switches);
   database.Execute("commit");
   return facts;

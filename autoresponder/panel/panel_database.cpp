@@ -61,6 +61,12 @@ Rows PanelDatabase::Query(const std::string& query, const char* diagnostic) {
   return Rows(mysql_store_result(handle()));
 }
 
+Rows PanelDatabase::QueryWhole(const std::string& query) {
+  Rows rows = Query(query);
+  if (mysql_errno(handle()) != 0) Fail(std::string(kExecDiagnostic) + error());
+  return rows;
+}
+
 void PanelDatabase::Execute(const std::string& statement) {
   if (!Send(statement)) Fail(std::string(kExecDiagnostic) + error());
 }

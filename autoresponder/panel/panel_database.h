@@ -76,6 +76,10 @@ class PanelDatabase {
   /// message.
   Rows Query(const std::string& query, const char* diagnostic = kExecDiagnostic);
 
+  /// Like `Query`; a result that breaks off fails too. Within a transaction the server finds some
+  /// conflicts only while it sends rows.
+  Rows QueryWhole(const std::string& query);
+
   /// Runs a statement that returns no rows. Throws `PanelFailure` if it fails.
   void Execute(const std::string& statement);
 

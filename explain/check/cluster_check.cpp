@@ -77,14 +77,14 @@ void check_snapshots(Inspection& inspection) {
                      "does; a server that does not know it has to be upgraded.");
 }
 
-// At any other isolation replies at the same time go uncounted: docs/scaling.md has the numbers.
+// At a lower isolation replies at the same time go uncounted: docs/scaling.md has the numbers.
 void check_isolation(Inspection& inspection) {
   // Its name depends on the server's version.
   constexpr const char* kIsolation =
       "select variable_value from information_schema.session_variables "
       "where variable_name in ('tx_isolation', 'transaction_isolation')";
   const std::string isolation = value_of(kIsolation, *inspection.database);
-  if (isolation == "REPEATABLE-READ") return;
+  if (isolation == "REPEATABLE-READ" || isolation == "SERIALIZABLE") return;
   inspection.Warning("cluster_isolation",
                      "Transactions are isolated by " + isolation +
                          ": replies to a sender at once, on both nodes, may not be counted. Set "

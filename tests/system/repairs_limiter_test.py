@@ -14,7 +14,8 @@ SENDER = "otto@customer.example"
 def repaired(panel):
     panel.switch(repairs=True)
     yield panel
-    panel.sql("set global sql_mode='', global innodb_lock_wait_timeout=50")
+    panel.sql("set global sql_mode='', global innodb_lock_wait_timeout=50,"
+              " global tx_isolation='REPEATABLE-READ', global innodb_snapshot_isolation=OFF")
 
 
 def replies(panel):
@@ -37,6 +38,18 @@ def test_deliveries_at_once_get_as_many_replies_as_the_rule_allows(repaired, ans
     deliver_at_once(repaired, 32)
     assert replies(repaired) == [SENDER] * ans_freq
     assert repaired.senders() == [(str(rule), SENDER, str(ans_freq))]
+
+
+@pytest.mark.parametrize("snapshots", ["OFF", "ON"])
+@pytest.mark.parametrize("isolation", ["READ-COMMITTED", "REPEATABLE-READ", "SERIALIZABLE"])
+def test_holds_however_the_server_isolates_transactions(repaired, isolation, snapshots):
+    """With some of this the server finds a conflict only while it sends rows."""
+    repaired.sql(f"set global tx_isolation='{isolation}',"
+                 f" global innodb_snapshot_isolation={snapshots}")
+    rule = repaired.rule(ans_freq=20)
+    deliver_at_once(repaired, 32)
+    assert replies(repaired) == [SENDER] * 20
+    assert repaired.senders() == [(str(rule), SENDER, "20")]
 
 
 def test_a_full_memory_holds_for_deliveries_at_once(repaired):
