@@ -12,9 +12,9 @@ sys.path[:0] = [str(CHECKOUT / "tests" / "system"), str(CHECKOUT / "sandbox")]
 
 import panel as sandbox  # noqa: E402
 from conftest import FAULTS, Panel, message, wait_until  # noqa: E402
+from busy_rule import COPY, OWNER, REPLY, busy_rule, sent, whole  # noqa: E402, F401
 from another_host import RemoteDatabase, haproxy  # noqa: E402
 
-COPY, OWNER, REPLY = b"copy@colleague.example", b"grete@customer.example", b"otto@customer.example"
 NOT_CONNECTED = b"autoresponder: Unable to connect to Quern Database: "
 NO_DATABASE = b"autoresponder: Unable to connect to the mysql database \n"
 GREETING = (b"Lost connection to server at 'handshake: reading initial communication packet',"
@@ -31,26 +31,6 @@ def connect_directly():
     sandbox.SOCKET.unlink(missing_ok=True)
     sandbox.SOCKET.parent.mkdir(parents=True, exist_ok=True)
     sandbox.SOCKET.symlink_to(RemoteDatabase.socket)
-
-
-def busy_rule(panel):
-    """A rule that does everything: forwards, attaches a file, misses another."""
-    rule = panel.rule(text="See below.")
-    panel.forward(rule, COPY.decode())
-    panel.attach(rule, "list.txt")
-    panel.name_attachments(rule, "missing.txt")
-    return rule
-
-
-def sent(panel):
-    return [mail.arguments[-1] for mail in panel.mails()]
-
-
-def whole(panel):
-    """Whether every mail that left is complete, and none left twice."""
-    ends = {COPY: b"A question.\n\n", OWNER: b"missing.txt\n\n", REPLY: b"--\n"}
-    complete = all(mail.message.endswith(ends[mail.arguments[-1]]) for mail in panel.mails())
-    return complete and len(set(sent(panel))) == len(sent(panel))
 
 
 class WaitingRun:
