@@ -40,14 +40,14 @@ MessageBuffer load_message(const std::string& file_name) {
   return message;
 }
 
-// The recipient's address from the option or the environment; nothing if To has to be used.
-std::optional<std::string> find_delivery(const Options& options, Explanation& explanation) {
+// The recipient's address from the option or the environment; null if To has to be used.
+const char* find_delivery(const Options& options, Explanation& explanation) {
   if (options.recipient) {
     explanation.recipient_source = RecipientSource::kOption;
-    return options.recipient;
+    return options.recipient->c_str();
   }
-  auto address = delivery_address();
-  if (address) explanation.recipient_source = RecipientSource::kEnvironment;
+  const char* const address = delivery_address();
+  if (address != nullptr) explanation.recipient_source = RecipientSource::kEnvironment;
   return address;
 }
 
@@ -62,7 +62,7 @@ Reason reason_of(LoopGuard guard) {
 // Why the run would not look for rules for the message; nothing if it would.
 std::optional<Reason> examine_message(const Options& options, Explanation& explanation) {
   MessageBuffer text = load_message(options.message_file);
-  const auto delivered_to = find_delivery(options, explanation);
+  const char* const delivered_to = find_delivery(options, explanation);
   try {
     Switches switches = explanation.switches;
     switches.courtesy = true;  // for what it would change
@@ -166,6 +166,7 @@ void examine(const Options& options, Explanation& explanation) {
   try {
     load_conf_paths();
     explanation.switches = read_switches();
+    hide_configuration();
     const auto refusal = examine_message(options, explanation);
     explanation.reason = refusal ? *refusal : examine_panel(options, explanation);
     explanation.verdict = verdict_of(explanation.reason);

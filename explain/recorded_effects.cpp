@@ -6,7 +6,6 @@
 #include "autoresponder/run/temporary_files.h"
 #include "support/base/owned.h"
 #include "support/idn.h"
-#include "support/libidn.h"
 
 namespace {
 
@@ -51,7 +50,6 @@ std::string RecordedEffects::LineOfRun(std::string line) const {
 }
 
 bool RecordedEffects::Count(const ResponderRule& rule) {
-  load_libidn();  // as the run does, which ends here without it
   facts_.limiter = consult_limiter(database_, message_, rule, LimiterMode::kLook, switches_);
   return allows_reply(*facts_.limiter);
 }
@@ -90,17 +88,16 @@ std::string RecordedEffects::AsciiForm(const std::string& address) {
   return ascii.get();
 }
 
-void RecordedEffects::GiveUp(const ResponseFile& /*reply*/) {
-  throw CannotTell(Reason::kReplyNotBuilt, "Unable to build the reply in memory.");
-}
-
 bool RecordedEffects::Append(const ShellCommand& command, const WriterLimits& limits) {
   const bool succeeded = hand_to_shell(command, ShellUse::kWriteFile, limits).succeeded;
   Add("attach", command);
   return succeeded;
 }
 
-void RecordedEffects::LeaveUnsent(const ResponseFile& /*reply*/) {
+void RecordedEffects::LeaveUnsent(const ResponseFile& /*reply*/, Unsent why) {
+  if (why != Unsent::kNotWhole) {
+    throw CannotTell(Reason::kReplyNotBuilt, "Unable to build the reply in memory.");
+  }
   facts_.is_left_unsent = true;
 }
 

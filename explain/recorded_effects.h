@@ -43,9 +43,8 @@ class RecordedEffects : public Effects {
   void Notify(const Notification& notification, const ResponderRule& rule,
               const std::vector<std::string>& missing) override;
   std::string AsciiForm(const std::string& address) override;
-  [[noreturn]] void GiveUp(const ResponseFile& reply) override;
   bool Append(const ShellCommand& command, const WriterLimits& limits) override;
-  void LeaveUnsent(const ResponseFile& reply) override;
+  void LeaveUnsent(const ResponseFile& reply, Unsent why) override;
   void Built(const BuiltReply& built, const ResponseFile& reply) override;
   void Deliver(const ShellCommand& command, const ResponseFile& reply) override;
 

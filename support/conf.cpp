@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <sys/stat.h>
 
 #include "support/base/owned.h"
@@ -25,6 +26,7 @@ void read_image() {
   const OwnedFile file(fopen(kConfFile, "r"));
   struct stat status {};
   if (!file || fstat(fileno(file.get()), &status) != 0) return;
+  setvbuf(file.get(), nullptr, _IONBF, 0);  // no copy stays in a buffer
   const size_t size = static_cast<size_t>(status.st_size);
   char* const text = static_cast<char*>(malloc(size + 2));
   if (text == nullptr) return;
@@ -69,4 +71,9 @@ void load_conf_paths() {
     *entry.value = value;
   }
   snprintf(certificates_dir, sizeof certificates_dir, "%s/var/certificates", PRODUCT_ROOT_D);
+}
+
+void kem::wipe_conf() {
+  if (image != nullptr) explicit_bzero(image, image_length);
+  explicit_bzero(certificates_dir, sizeof certificates_dir);
 }

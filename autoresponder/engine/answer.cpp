@@ -50,9 +50,10 @@ AttachmentList collect_attachments(const Answer& a) {
 // send it; the result is false then.
 bool append(const Answer& a, const std::vector<Attachment>& found, const std::string& boundary,
             const ResponseFile& reply) {
+  const int64_t size = reply.Size() + appended_size(found, boundary);
   const bool succeeded = a.effects.Append(attachment_command(found, boundary, reply, a.switches),
                                           attachment_limits(found, reply));
-  return !a.switches.repairs || (succeeded && are_unchanged(found));
+  return !a.switches.repairs || (succeeded && reply.Size() == size && are_unchanged(found));
 }
 
 // Replaces a reply that exceeds the mail server's limit by a short notice.
@@ -72,23 +73,29 @@ bool limit_size(const Answer& a, ResponseFile& reply) {
   return true;
 }
 
-void send_reply(const Answer& a) {
-  const std::string boundary = draw_boundary();
-  ResponseFile reply = a.effects.CreateResponseFile();
+// Builds the reply; returns why it cannot be sent, if it cannot.
+std::optional<Unsent> build_reply(const Answer& a, ResponseFile& reply, const std::string& boundary,
+                                  std::string& from) {
   const std::vector<Attachment> found = collect_attachments(a).found;
-  const std::string from = a.effects.AsciiForm(a.message.recipient);
+  from = a.effects.AsciiForm(a.message.recipient);
   const std::string fields =
       a.switches.courtesy ? reply_courtesy_fields(a.message.courtesy) : std::string();
   if (!write_reply_text(reply, a.rule, a.message, from, found.empty() ? "" : boundary, fields)) {
-    a.effects.GiveUp(reply);
-    return;
+    return Unsent::kUnwritable;
   }
-  if (!found.empty() && !append(a, found, boundary, reply)) {
-    a.effects.LeaveUnsent(reply);
-    return;
-  }
-  if (!limit_size(a, reply)) {
-    a.effects.GiveUp(reply);
+  if (!reply.IsNamed()) return Unsent::kFileReplaced;
+  if (!found.empty() && !append(a, found, boundary, reply)) return Unsent::kNotWhole;
+  if (!limit_size(a, reply)) return Unsent::kUnwritable;
+  if (!reply.IsNamed()) return Unsent::kFileReplaced;
+  return std::nullopt;
+}
+
+void send_reply(const Answer& a) {
+  const std::string boundary = draw_boundary();
+  ResponseFile reply = a.effects.CreateResponseFile();
+  std::string from;
+  if (const auto why = build_reply(a, reply, boundary, from)) {
+    a.effects.LeaveUnsent(reply, *why);
     return;
   }
   const std::string envelope_sender = a.switches.courtesy ? "" : from;

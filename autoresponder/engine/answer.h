@@ -23,6 +23,13 @@ struct BuiltReply {
   SubjectText subject;  ///< of the reply, or of the notice
 };
 
+/// Why a reply is not sent although nothing forbids it.
+enum class Unsent {
+  kUnwritable,   ///< its text, or with repairs the notice that replaces it, could not be written
+  kNotWhole,     ///< with repairs: its attachments could not be appended completely
+  kFileReplaced  ///< the name of its file leads nowhere, or to another file
+};
+
 /// The effects of an answer, in the order in which `answer` calls them: the run carries them out,
 /// the explanation program records them. An exception from any of them ends the answer.
 class Effects {
@@ -55,15 +62,11 @@ class Effects {
   /// The ASCII form of the mailbox's address; throws or ends the process if there is none.
   virtual std::string AsciiForm(const std::string& address) = 0;
 
-  /// Called if the text of the reply, or with repairs the notice that replaces it, could not be
-  /// written completely: it is not sent.
-  virtual void GiveUp(const ResponseFile& reply) = 0;
-
   /// Appends the attachments by `command`; whether it succeeded.
   virtual bool Append(const ShellCommand& command, const WriterLimits& limits) = 0;
 
-  /// Called if the attachments could not be appended completely: the reply is not sent.
-  virtual void LeaveUnsent(const ResponseFile& reply) = 0;
+  /// Called instead of the steps below if the reply cannot be sent.
+  virtual void LeaveUnsent(const ResponseFile& reply, Unsent why) = 0;
 
   /// Called when the reply is ready, before `Deliver`.
   virtual void Built(const BuiltReply& /*built*/, const ResponseFile& /*reply*/) {}

@@ -1,5 +1,7 @@
 #include "autoresponder/intake/body_text.h"
 
+#include "autoresponder/message/incoming_message.h"
+
 namespace {
 
 int type_of(DwEntity& entity, int type_without_field) {
@@ -22,7 +24,7 @@ TextPart find_text_part(DwMessage& message) {
   const int type = type_of(message, DwMime::kTypeText);
   if (type == DwMime::kTypeText) chosen = &message;
   if (type == DwMime::kTypeMultipart) chosen = first_text_part(message.Body());
-  TextPart text{"US-ASCII", {}};
+  TextPart text{std::string(kDefaultCharset), {}};
   if (chosen != nullptr) {
     text.charset = content_type_charset(*chosen);
     decoded_body_text(*chosen, text.body);
@@ -37,7 +39,7 @@ std::string content_type_charset(DwEntity& entity) {
     name.ConvertToLowerCase();
     if (name == "charset") return std::string(up_to_nul(parameter->Value()));
   }
-  return "US-ASCII";
+  return std::string(kDefaultCharset);
 }
 
 void decoded_body_text(DwEntity& entity, DwString& out) {

@@ -14,17 +14,6 @@
 
 namespace {
 
-// A message to more addresses is meant for none of them.
-constexpr size_t kMostAddressees = 10000;
-// How much of a long thread a reply names.
-constexpr size_t kMostReferences = 20;
-
-// The fields of RFC 2919 and RFC 2369, the most telling first.
-constexpr std::string_view kListFields[] = {
-    "List-Id",   "List-Post",  "List-Unsubscribe", "List-Subscribe",
-    "List-Help", "List-Owner", "List-Archive",
-};
-
 // Whether one of the words, which blanks, commas and semicolons separate, is one of `wanted`.
 bool has_word(std::string_view body, std::initializer_list<std::string_view> wanted) {
   FieldReader reader(body);
@@ -82,7 +71,7 @@ class Gatherer {
   void SpamStatus(Text body) {
     facts_.is_spam = facts_.is_spam || is_word(body.substr(0, 3), "yes");
   }
-  void Addressees(Text body) { add_listed_addresses(body, kMostAddressees, facts_.addressees); }
+  void Addressees(Text body) { add_listed_addresses(body, kMaxAddressees, facts_.addressees); }
   void MessageId(Text body) { message_id_ = message_id_.value_or(body); }
   void References(Text body) { references_ = references_.value_or(body); }
   void InReplyTo(Text body) { in_reply_to_ = in_reply_to_.value_or(body); }
@@ -132,7 +121,7 @@ void Gatherer::ListField(Text name) {
 void Gatherer::Thread() {
   auto ids = message_ids(message_id_.value_or(""), 2);
   if (!ids.empty()) facts_.message_id = std::move(ids[0]);
-  facts_.references = message_ids(references_.value_or(""), kMostReferences);
+  facts_.references = message_ids(references_.value_or(""), kMaxReferences);
   if (references_ || !in_reply_to_) return;
   ids = message_ids(*in_reply_to_, 2);
   if (ids.size() == 1) facts_.references = std::move(ids);

@@ -92,7 +92,7 @@ void warn_unconverted(const char* what, const std::string& charset) {
 class ConvertedBody {
  public:
   // `length`: of the body before.
-  explicit ConvertedBody(size_t length) { text_.reserve(length + length / 2 + kFree); }
+  explicit ConvertedBody(size_t length) { text_.reserve(2 * length + kFree); }
 
   void Append(std::string_view piece) {
     is_kept_ = is_kept_ && piece.size() <= text_.capacity() - text_.size();
@@ -129,8 +129,8 @@ BodyBytes take_body(TextPart& part, size_t message_length) {
   return {*copy, copy};
 }
 
-// Most bodies are converted once. One that grows by more than half is converted once to know that
-// it can be, and again whenever it is searched.
+// Most bodies are converted once. One that more than doubles is converted once to know that it can
+// be, and again when it is searched.
 BodyLines convert_lines(BodyBytes& body, const std::string& charset) {
   ConvertedBody converted(body.text.size());
   convert_charset_in_pieces(body.text, charset, "UTF-8", true,

@@ -47,12 +47,12 @@ std::string_view FieldReader::Word(std::string_view ends) {
   return word;
 }
 
-std::string FieldReader::Enclosed(char close, size_t most) {
+std::string FieldReader::Enclosed(char close, size_t max_length) {
   std::string text;
   while (!rest_.empty() && !Skip(close)) {
     if (rest_[0] == '\\' && rest_.size() > 1) rest_.remove_prefix(1);
     const bool is_line_end = rest_[0] == '\r' || rest_[0] == '\n';
-    if (!is_line_end && text.size() < most) text += rest_[0];
+    if (!is_line_end && text.size() < max_length) text += rest_[0];
     rest_.remove_prefix(1);
   }
   return text;

@@ -28,9 +28,9 @@ class FieldReader {
   std::string_view Word(std::string_view ends);
 
   /// The bytes from here to the closing `close`, which is skipped, or to the end. A backslash
-  /// quotes the byte after it. Without the backslashes and line ends, and no more than `most`
-  /// bytes.
-  std::string Enclosed(char close, size_t most);
+  /// quotes the byte after it. Without the backslashes and line ends, and no more than
+  /// `max_length` bytes.
+  std::string Enclosed(char close, size_t max_length);
 
  private:
   void SkipComment();

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "autoresponder/intake/field_reader.h"
+#include "autoresponder/message/courtesy_facts.h"
 
 namespace {
 
@@ -51,7 +52,7 @@ class Entry {
 
   // The address, without what `text_` has reserved; empty if there is none.
   std::string Address() const {
-    const bool is_usable = HasLocalPart() && text_.size() <= kLongestAddress;
+    const bool is_usable = HasLocalPart() && text_.size() <= kMaxListedAddress;
     return is_usable ? text_ : std::string();
   }
 
@@ -68,7 +69,7 @@ class Entry {
   }
 
   // Keeps a byte too many of one that is too long, so that it is known to be.
-  void Add(std::string_view text) { text_ += text.substr(0, kLongestAddress + 1 - text_.size()); }
+  void Add(std::string_view text) { text_ += text.substr(0, kMaxListedAddress + 1 - text_.size()); }
 
   std::string text_;
   bool follows_word_ = false;
@@ -79,7 +80,7 @@ class Entry {
 
 // Reads one token of the entry; false at the end of the entry.
 bool read_token(FieldReader& reader, Entry& entry) {
-  constexpr size_t kMost = kLongestAddress + 1;
+  constexpr size_t kMaxLength = kMaxListedAddress + 1;
   const char c = reader.Peek();
   if (c == '<') entry.Open();
   if (c == '>') entry.Close();
@@ -91,16 +92,17 @@ bool read_token(FieldReader& reader, Entry& entry) {
     return true;
   }
   reader.Skip(c);
-  if (c == '"') entry.AddWord(reader.Enclosed('"', kMost));
-  if (c == '[') entry.AddWord("[" + reader.Enclosed(']', kMost) + "]");
+  if (c == '"') entry.AddWord(reader.Enclosed('"', kMaxLength));
+  if (c == '[') entry.AddWord("[" + reader.Enclosed(']', kMaxLength) + "]");
   return c != ';' && (c != ',' || entry.IsInRoute());
 }
 
 }  // namespace
 
-void add_listed_addresses(std::string_view list, size_t most, std::vector<std::string>& addresses) {
+void add_listed_addresses(std::string_view list, size_t max_count,
+                          std::vector<std::string>& addresses) {
   FieldReader reader(list);
-  while (!reader.IsAtEnd() && addresses.size() < most) {
+  while (!reader.IsAtEnd() && addresses.size() < max_count) {
     Entry entry;
     bool goes_on = true;
     for (reader.SkipBlanks(); goes_on && !reader.IsAtEnd(); reader.SkipBlanks()) {

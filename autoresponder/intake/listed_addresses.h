@@ -6,14 +6,12 @@
 #include <string_view>
 #include <vector>
 
-/// The longest address, in bytes, that `add_listed_addresses` adds: the panel has no longer ones.
-constexpr size_t kLongestAddress = 512;
-
 /// Adds the addresses of a field that lists addresses (RFC 5322, 3.4), with those in groups, to
-/// `addresses`, until that has `most`.
+/// `addresses`, until that has `max_count`.
 ///
 /// Names, routes, comments and the quotes of local parts are dropped. A malformed entry gives the
-/// address that is in it, or none.
-void add_listed_addresses(std::string_view list, size_t most, std::vector<std::string>& addresses);
+/// address that is in it, or none. Longer ones than kMaxListedAddress are left out.
+void add_listed_addresses(std::string_view list, size_t max_count,
+                          std::vector<std::string>& addresses);
 
 #endif

@@ -11,45 +11,56 @@ size_t newlines(std::string_view text) {
   return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-// A search for a key in a text of which one piece after another becomes known.
+// A search for several keys in a text of which one piece after another becomes known.
 class PiecewiseSearch {
  public:
-  explicit PiecewiseSearch(std::string_view key) : key_(key) {}
-
-  // Looks at one more piece; false when the key was found.
-  bool LookAt(std::string_view piece) {
-    window_ += piece;
-    // As much new text as the key has, so that a long key is not looked for in little text again
-    // and again.
-    if (window_.size() >= key_.size() + std::max(kWindow, key_.size())) Search();
-    return line_ == 0;
+  // `keys`: not empty, without newlines.
+  explicit PiecewiseSearch(const std::vector<std::string_view>& keys)
+      : keys_(keys), lines_(keys.size(), 0) {
+    for (const std::string_view key : keys_) max_key_ = std::max(max_key_, key.size());
+    for (size_t i = 0; i < keys_.size(); ++i) missing_.push_back(i);
   }
 
-  // The number of the line with the key, or 0, when there are no more pieces.
-  size_t Line() {
-    if (line_ == 0) Search();
-    return line_;
+  // Looks at one more piece; false when all keys were found.
+  bool LookAt(std::string_view piece) {
+    window_ += piece;
+    // As much new text as the longest key has, so that it is not looked for in little text again
+    // and again.
+    if (window_.size() >= max_key_ + std::max(kWindow, max_key_)) Search();
+    return !missing_.empty();
+  }
+
+  // For each key the number of the first line with it, or 0, when there are no more pieces.
+  std::vector<size_t> Lines() {
+    Search();
+    return std::move(lines_);
   }
 
  private:
   static constexpr size_t kWindow = size_t{64} << 10;
 
-  // Keeps of the window what may be the start of the key.
+  // Keeps of the window what may be the start of a key.
   void Search() {
-    const char* const found = find_text(window_, key_);
-    if (found != nullptr) {
-      line_ = 1 + newlines_before_ + newlines({window_.data(), size_t(found - window_.data())});
-      return;
-    }
-    const size_t done = window_.size() - std::min(window_.size(), key_.size() - 1);
+    const auto is_found = [this](size_t i) { return Find(i); };
+    missing_.erase(std::remove_if(missing_.begin(), missing_.end(), is_found), missing_.end());
+    const size_t done = window_.size() - std::min(window_.size(), max_key_ - 1);
     newlines_before_ += newlines(std::string_view(window_).substr(0, done));
     window_.erase(0, done);
   }
 
-  std::string_view key_;
+  bool Find(size_t i) {
+    const char* const found = find_text(window_, keys_[i]);
+    if (found == nullptr) return false;
+    lines_[i] = 1 + newlines_before_ + newlines({window_.data(), size_t(found - window_.data())});
+    return true;
+  }
+
+  const std::vector<std::string_view>& keys_;
+  std::vector<size_t> lines_;
+  std::vector<size_t> missing_;  // the numbers of the keys that were not found yet
+  size_t max_key_ = 1;
   std::string window_;
   size_t newlines_before_ = 0;
-  size_t line_ = 0;
 };
 
 }  // namespace
@@ -75,21 +86,39 @@ void BodyLines::WriteTo(const TextSink& sink) const {
 }
 
 std::vector<size_t> BodyLines::FirstWith(const std::vector<std::string_view>& keys) const {
-  std::vector<size_t> lines;
-  lines.reserve(keys.size());
-  for (const std::string_view key : keys) lines.push_back(FirstWith(key));
+  std::vector<size_t> lines(keys.size(), 0);
+  if (!has_lines_) return lines;
+  std::vector<std::string_view> wanted;
+  std::vector<size_t*> places;
+  for (size_t i = 0; i < keys.size(); ++i) {
+    if (keys[i].empty()) lines[i] = 1;
+    if (keys[i].empty() || keys[i].find('\n') != std::string_view::npos) continue;
+    wanted.push_back(keys[i]);
+    places.push_back(&lines[i]);
+  }
+  const std::vector<size_t> found = charset_.empty() ? FindEach(wanted) : FindTogether(wanted);
+  for (size_t i = 0; i < found.size(); ++i) *places[i] = found[i];
   return lines;
 }
 
-size_t BodyLines::FirstWith(std::string_view key) const {
-  if (!has_lines_ || key.find('\n') != std::string_view::npos) return 0;
-  if (key.empty()) return 1;
-  if (!charset_.empty()) {
-    PiecewiseSearch search(key);
-    WriteTo([&search](std::string_view piece) { return search.LookAt(piece); });
-    return search.Line();
+std::vector<size_t> BodyLines::FindEach(const std::vector<std::string_view>& keys) const {
+  std::vector<size_t> lines;
+  for (const std::string_view key : keys) {
+    const char* const found = find_text(text_, key);
+    const bool is_found = found != nullptr;
+    lines.push_back(is_found ? 1 + newlines({text_.data(), size_t(found - text_.data())}) : 0);
   }
-  const char* const found = find_text(text_, key);
-  if (found == nullptr) return 0;
-  return 1 + newlines({text_.data(), static_cast<size_t>(found - text_.data())});
+  return lines;
+}
+
+// The text is converted once, however many keys there are.
+std::vector<size_t> BodyLines::FindTogether(const std::vector<std::string_view>& keys) const {
+  if (keys.empty()) return {};
+  PiecewiseSearch search(keys);
+  WriteTo([&search](std::string_view piece) { return search.LookAt(piece); });
+  return search.Lines();
+}
+
+size_t BodyLines::FirstWith(std::string_view key) const {
+  return FirstWith(std::vector{key})[0];
 }

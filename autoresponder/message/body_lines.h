@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "autoresponder/message/body.h"
 #include "mime/charset.h"
@@ -35,6 +36,9 @@ class BodyLines : public Body {
   void WriteTo(const TextSink& sink) const;
 
  private:
+  std::vector<size_t> FindEach(const std::vector<std::string_view>& keys) const;
+  std::vector<size_t> FindTogether(const std::vector<std::string_view>& keys) const;
+
   std::shared_ptr<const void> owner_;
   std::string_view text_;
   std::string charset_;  // empty: UTF-8

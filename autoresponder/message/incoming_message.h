@@ -4,10 +4,14 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "autoresponder/message/body.h"
 #include "autoresponder/message/courtesy_facts.h"
+
+/// The charset of a text that declares none (RFC 2045, 5.2).
+constexpr std::string_view kDefaultCharset = "US-ASCII";
 
 /// What the run learned from the incoming message. Filled once by the intake, only read afterwards;
 /// all bytes are its own.
@@ -26,7 +30,7 @@ struct IncomingMessage {
   std::string recipient_domain;      ///< `recipient` after its first "@", or all of it
   std::string subject;               ///< the Subject in UTF-8; empty when it could not be decoded
   std::string date;                  ///< the text of the Date field, undecoded
-  std::string charset;               ///< what the text part declares, as written, or "US-ASCII"
+  std::string charset;               ///< what the text part declares, as written, or kDefaultCharset
   std::unique_ptr<const Body> body;  ///< the text part in UTF-8; null where there is no message
   CourtesyFacts courtesy;            ///< empty unless they were asked for
 

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "support/base/joined.h"
+#include "support/libidn.h"
 
 namespace {
 
@@ -213,7 +214,6 @@ std::optional<std::string> cut_sender(PanelDatabase& database, const std::string
 
 // Carries out what was decided.
 void write(const Memory& memory, LimiterFacts& facts) {
-  if (facts.step == LimiterStep::kRefuse) return;
   if (facts.step == LimiterStep::kCountUp) {
     memory.CountUp(*facts.replies_today);
     return;
@@ -234,6 +234,10 @@ LimiterFacts decide(PanelDatabase& database, const IncomingMessage& message,
   facts.senders = memory.Senders();
   facts.replies_today = memory.RepliesToday();
   facts.step = limiter_step(facts.replies_today, facts.senders, rule.ans_freq, rule.mem_limit);
+  if (!allows_reply(facts)) return facts;
+  // Without libidn the reply cannot be built. The process then ends before anything is counted or
+  // sent, because with its status the mail server delivers the message again.
+  load_libidn();
   write(memory, facts);
   return facts;
 }

@@ -2,11 +2,11 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <grp.h>
 #include <linux/capability.h>
 #include <sys/prctl.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 #if __has_include(<valgrind/valgrind.h>)
@@ -25,13 +25,13 @@ namespace {
 
 constexpr rlim_t kMebibyte = rlim_t{1} << 20;
 
-void limit(decltype(RLIMIT_CPU) resource, rlim_t soft, rlim_t hard) {
-  const rlimit value{soft, hard};
+void limit(decltype(RLIMIT_CPU) resource, rlim_t max) {
+  const rlimit value{max, max};
   setrlimit(resource, &value);
 }
 
-// What is in use already counts too: next to nothing, but for a sanitizer's shadow of the memory.
-// It also keeps what was freed for a while.
+// The limit includes memory that is already mapped: little, except under AddressSanitizer, which
+// also keeps what was freed for a while.
 rlim_t memory_in_use() {
 #ifdef __SANITIZE_ADDRESS__
   unsigned long pages = 0;
@@ -45,26 +45,23 @@ rlim_t memory_in_use() {
 #endif
 }
 
-// Diagnostics may go to a file. The longest are those of bad symbols in a subject: 21 bytes for
-// one.
-rlim_t file_size_limit(size_t size) {
-  struct stat status {};
-  const bool is_file = fstat(STDERR_FILENO, &status) == 0 && S_ISREG(status.st_mode);
-  return is_file ? static_cast<rlim_t>(status.st_size) + 24 * size + kMebibyte : 0;
-}
+// The program and the C library, and the converters that are loaded.
+constexpr rlim_t kLibraries = 16 * kMebibyte;
+
+// For the connection, and for the few files that are open while a converter is loaded.
+constexpr rlim_t kMaxDescriptors = 16;
 
 void set_limits(size_t size) {
   const rlim_t memory = memory_in_use() + memory_limit(size);
-  limit(RLIMIT_DATA, memory, memory);
+  limit(RLIMIT_DATA, memory);
 #ifndef __SANITIZE_ADDRESS__
-  // Also of memory that the first limit does not count, such as shared memory.
-  const rlim_t with_libraries = memory + 128 * kMebibyte;
-  limit(RLIMIT_AS, with_libraries, with_libraries);
+  // Also of memory that the first limit does not count.
+  limit(RLIMIT_AS, memory + kLibraries);
 #endif
-  limit(RLIMIT_CPU, processor_limit(size), RLIM_INFINITY);
-  const rlim_t file_size = file_size_limit(size);
-  limit(RLIMIT_FSIZE, file_size, file_size);
-  limit(RLIMIT_CORE, 0, 0);
+  limit(RLIMIT_CPU, processor_limit(size));
+  limit(RLIMIT_FSIZE, 0);
+  limit(RLIMIT_NOFILE, kMaxDescriptors);
+  limit(RLIMIT_CORE, 0);
 }
 
 // Also where the user stays root.
@@ -105,8 +102,18 @@ void forget_handlers_of_the_run() {
 
 void keep_descriptors(int channel) {
   dup2(channel, STDIN_FILENO);
+#ifdef __SANITIZE_ADDRESS__  // which reports there
   close(STDOUT_FILENO);
   close_descriptors(STDERR_FILENO + 1);
+#else
+  close_descriptors(STDOUT_FILENO);
+#endif
+}
+
+void forget_environment() {
+  for (char** text = environ; text != nullptr && *text != nullptr; ++text) {
+    explicit_bzero(*text, strlen(*text));
+  }
 }
 
 }  // namespace
@@ -127,15 +134,15 @@ ConfinementSet wanted_confinements() {
 }
 
 rlim_t processor_limit(size_t size) {
-  constexpr rlim_t kLeast = 2;
+  constexpr rlim_t kMin = 2;
   constexpr size_t kBytesASecond = size_t{32} << 10;
-  return kLeast + size / kBytesASecond;
+  return kMin + size / kBytesASecond;
 }
 
 rlim_t memory_limit(size_t size) {
-  constexpr rlim_t kLeast = 64 * kMebibyte;
+  constexpr rlim_t kMin = 64 * kMebibyte;
   constexpr rlim_t kGrowth = 48;
-  return kLeast + kGrowth * size;
+  return kMin + kGrowth * size;
 }
 
 ConfinementSet confine(ConfinementSet wanted, int channel, size_t size, pid_t parent) {
@@ -150,13 +157,10 @@ ConfinementSet confine(ConfinementSet wanted, int channel, size_t size, pid_t pa
   if (wants(Confinement::kLimits)) set_limits(size);
   if (wants(Confinement::kIdentity)) note(Confinement::kIdentity, drop_identity());
   note(Confinement::kNoPrivileges, refuse_privileges(parent));
-  if (wants(Confinement::kLimits)) limit(RLIMIT_NPROC, 0, 0);
+  if (wants(Confinement::kLimits)) limit(RLIMIT_NPROC, 0);
   note(Confinement::kLimits, wants(Confinement::kLimits));
+  forget_environment();
   if (wants(Confinement::kFileRules)) note(Confinement::kFileRules, enter_file_rules());
   if (wants(Confinement::kSystemCalls)) note(Confinement::kSystemCalls, enter_system_call_filter());
   return reached;
-}
-
-void lift_processor_limit() {
-  limit(RLIMIT_CPU, RLIM_INFINITY, RLIM_INFINITY);
 }

@@ -10,7 +10,7 @@
 enum class Confinement : unsigned {
   kIdentity,      ///< no user, no group that owns anything
   kNoPrivileges,  ///< never gains any, and nobody may look into its memory
-  kLimits,        ///< memory, processor time, files, processes
+  kLimits,        ///< memory, processor time, files, descriptors, processes
   kFileRules,     ///< reads the C library's converters and no other file
   kSystemCalls,   ///< a filter of system calls
 };
@@ -28,16 +28,13 @@ constexpr ConfinementSet bit(Confinement confinement) {
 ConfinementSet wanted_confinements();
 
 /// How much processor time a message of `size` bytes may take, in seconds, and how much memory
-/// besides itself, in bytes.
+/// besides what the process has at its start, in bytes.
 rlim_t processor_limit(size_t size);
 rlim_t memory_limit(size_t size);
 
 /// Confines the calling process, which was forked by `parent` to read a message of `size` bytes,
-/// for ever. It dies with its parent. Of its descriptors it keeps `channel`, which becomes 0, and
-/// standard error. Returns what it is confined by.
+/// for ever. It dies with its parent, keeps of its descriptors only `channel`, which becomes 0, and
+/// forgets the texts of its environment. Returns what it is confined by.
 ConfinementSet confine(ConfinementSet wanted, int channel, size_t size, pid_t parent);
-
-/// Lets a confined process take as much time as it needs.
-void lift_processor_limit();
 
 #endif

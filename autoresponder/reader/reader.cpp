@@ -5,6 +5,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "autoresponder/message/well_formed.h"
 #include "autoresponder/reader/reader_failure.h"
 #include "autoresponder/reader/reader_process.h"
 #include "autoresponder/reader/reading.h"
@@ -14,26 +15,17 @@ namespace {
 
 using Seconds = std::chrono::seconds;
 
-// Generous, because a busy machine is no reason to give up; a reader that computes without an end
-// meets its limit on processor time first.
-constexpr Seconds kLeastTime{120};
-
+// For all that the reader does for one message. Generous, because a busy machine is no reason to
+// give up; a reader that computes without an end meets its limit on processor time first.
 Seconds time_to_read(size_t size) {
+  constexpr Seconds kMin{120};
   constexpr size_t kBytesASecond = size_t{16} << 10;
-  return kLeastTime + Seconds(size / kBytesASecond);
-}
-
-Seconds time_to_search(size_t size, size_t keys) {
-  constexpr size_t kBytesASecond = size_t{1} << 20;
-  return kLeastTime + keys * Seconds(1 + size / kBytesASecond);
+  return kMin + Seconds(size / kBytesASecond);
 }
 
 // In one piece, because a system call for each of a thousand keys takes longer than the search.
 std::string joined_question(const std::vector<std::string_view>& keys) {
-  size_t size = sizeof(uint64_t);
-  for (const std::string_view key : keys) size += sizeof(uint64_t) + key.size();
   std::string question;
-  question.reserve(size);
   Sender([&question](const char* bytes, size_t length) {
     question.append(bytes, length);
   }).Texts(keys);
@@ -44,66 +36,69 @@ std::string joined_question(const std::vector<std::string_view>& keys) {
 class KeptBody : public Body {
  public:
   KeptBody(std::unique_ptr<ReaderProcess> reader, size_t message_size)
-      : reader_(std::move(reader)), message_size_(message_size) {}
+      : reader_(std::move(reader)), max_text_(kMaxGrowth * message_size) {}
 
+  // In questions that fit into the reader's memory beside the body.
   std::vector<size_t> FirstWith(const std::vector<std::string_view>& keys) const override {
+    constexpr size_t kMaxQuestion = size_t{1} << 20;
     std::vector<size_t> lines;
-    if (!keys.empty()) lines = Ask(keys);
+    std::vector<std::string_view> asked;
+    size_t size = 0;
+    for (const std::string_view key : keys) {
+      const std::string_view possible = key.size() > max_text_ ? kInNoLine : key;
+      if (!asked.empty() && size + possible.size() > kMaxQuestion) {
+        Ask(asked, lines);
+        asked.clear();
+        size = 0;
+      }
+      asked.push_back(possible);
+      size += possible.size();
+    }
+    if (!asked.empty()) Ask(asked, lines);
     reader_->HangUp();
     return lines;
   }
 
  private:
-  std::vector<size_t> Ask(const std::vector<std::string_view>& keys) const {
+  static constexpr std::string_view kInNoLine = "\n";
+
+  void Ask(const std::vector<std::string_view>& keys, std::vector<size_t>& lines) const {
     ReaderProcess& reader = *reader_;
-    reader.Allow(time_to_search(message_size_, keys.size()));
     Sender([&reader](const char* bytes, size_t length) {
       reader.Send(bytes, length);
     }).Text(joined_question(keys));
-    Receiver receiver([&reader](char* bytes, size_t length) { reader.Receive(bytes, length); }, 0);
-    std::vector<size_t> lines;
-    while (lines.size() < keys.size()) lines.push_back(receiver.Number());
-    return lines;
+    Receiver receiver([&reader](char* bytes, size_t length) { reader.Receive(bytes, length); });
+    for (size_t i = 0; i < keys.size(); ++i) lines.push_back(receiver.Number(max_text_ + 1));
   }
 
   std::unique_ptr<ReaderProcess> reader_;
-  size_t message_size_;
+  size_t max_text_;  // bytes of the body in UTF-8
 };
 
 // Here the message ends with this function: only the reader keeps it.
-std::unique_ptr<ReaderProcess> start_reader(MessageBuffer message, bool has_delivery,
-                                            const Switches& switches) {
+std::unique_ptr<ReaderProcess> start_reader(MessageBuffer message, const Assignment& assignment) {
   return std::make_unique<ReaderProcess>(
       [&](int channel, ConfinementSet /*reached*/) {
-        read_for_parent(channel, message, has_delivery, switches);
+        read_for_parent(channel, message, assignment.delivered_to != nullptr, assignment.switches);
       },
       message.size());
 }
 
-// A result for which there is no memory cannot be taken over.
-ExtractionResult receive(Receiver& receiver, const std::optional<std::string>& delivered_to,
-                         IncomingMessage& record) {
-  try {
-    return receive_result(receiver, delivered_to, record);
-  } catch (const std::bad_alloc&) {
-    throw ReaderFailure();
-  }
-}
-
 }  // namespace
 
-ExtractionResult read_message(MessageBuffer message, const std::optional<std::string>& delivered_to,
-                              const Switches& switches, IncomingMessage& record) {
-  const size_t size = message.size();
-  auto reader = start_reader(std::move(message), delivered_to.has_value(), switches);
-  reader->Allow(time_to_read(size));
-  Receiver receiver([&reader](char* bytes, size_t length) { reader->Receive(bytes, length); },
-                    most_of_result(size));
-  ExtractionResult result = receive(receiver, delivered_to, record);
+ExtractionResult read_message(MessageBuffer message, const char* delivered_to,
+                              const Switches& switches, IncomingMessage& record) try {
+  const Assignment assignment{message.size(), delivered_to, switches};
+  auto reader = start_reader(std::move(message), assignment);
+  reader->Allow(time_to_read(assignment.message_size));
+  Receiver receiver([&reader](char* bytes, size_t length) { reader->Receive(bytes, length); });
+  ExtractionResult result = receive_result(receiver, assignment, record);
   if (result.outcome == Extraction::kDone) {
-    record.body = std::make_unique<KeptBody>(std::move(reader), size);
+    record.body = std::make_unique<KeptBody>(std::move(reader), assignment.message_size);
   }
   return result;
+} catch (const std::bad_alloc&) {
+  throw ReaderFailure();
 }
 
 std::vector<Confinement> missing_confinements() {
@@ -113,7 +108,7 @@ std::vector<Confinement> missing_confinements() {
         [[maybe_unused]] const ssize_t sent = write(channel, &reached, sizeof reached);
       },
       0);
-  reader.Allow(kLeastTime);
+  reader.Allow(time_to_read(0));
   ConfinementSet reached = 0;
   reader.Receive(reinterpret_cast<char*>(&reached), sizeof reached);
   std::vector<Confinement> missing;

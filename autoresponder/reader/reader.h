@@ -1,8 +1,6 @@
 #ifndef AUTORESPONDER_READER_READER_H
 #define AUTORESPONDER_READER_READER_H
 
-#include <optional>
-#include <string>
 #include <vector>
 
 #include "autoresponder/message/extraction_result.h"
@@ -15,14 +13,15 @@
 /// no file and no connection, and the kernel lets it do little but compute. That process keeps the
 /// body, and ends once the body has answered.
 ///
-/// `message`: the whole message (RFC 5322), any bytes. `delivered_to`: the address of the delivery;
-/// without one the first mailbox of To is the recipient. A message without a sender or a recipient
-/// is reported on standard error and leaves the record as it was. Conversion problems are reported
-/// and tolerated.
+/// `message`: the whole message (RFC 5322), any bytes. `delivered_to`: the address of the delivery,
+/// NUL-terminated; if it is null the first mailbox of To is the recipient. A message without a
+/// sender or a recipient is reported on standard error and leaves the record as it was. Conversion
+/// problems are reported and tolerated.
 ///
 /// Throws `std::out_of_range` for a subject that makes the decoder throw it, and `ReaderFailure`,
-/// as later the body does, where the process dies, takes too long or answers what cannot be.
-ExtractionResult read_message(MessageBuffer message, const std::optional<std::string>& delivered_to,
+/// as later the body does, if the process dies, takes too long or answers what cannot be, or if
+/// there is no memory for its answers.
+ExtractionResult read_message(MessageBuffer message, const char* delivered_to,
                               const Switches& switches, IncomingMessage& record);
 
 /// What a reader should be confined by and is not, on this system. Starts one to find out; throws

@@ -58,16 +58,17 @@ ReaderProcess::ReaderProcess(const Work& work, size_t size, ConfinementSet wante
   socket_ = std::move(connection.ours);
 }
 
-void ReaderProcess::Await(short event) const {
-  if (!socket_.IsOpen()) throw ReaderFailure();
+void ReaderProcess::Await(short event) {
+  using Clock = std::chrono::steady_clock;
   using std::chrono::milliseconds;
-  const auto left =
-      std::chrono::duration_cast<milliseconds>(deadline_ - std::chrono::steady_clock::now());
-  constexpr milliseconds kLongest{1 << 30};
-  if (left <= milliseconds::zero()) throw ReaderFailure();
+  constexpr milliseconds kMax{1 << 30};
+  const auto left = std::chrono::duration_cast<milliseconds>(left_);
+  if (!socket_.IsOpen() || left <= milliseconds::zero()) throw ReaderFailure();
   pollfd socket{socket_.number(), event, 0};
-  const int ready = poll(&socket, 1, static_cast<int>(std::min(left, kLongest).count()));
+  const auto start = Clock::now();
+  const int ready = poll(&socket, 1, static_cast<int>(std::min(left, kMax).count()));
   if (ready == 0) throw ReaderFailure();
+  left_ -= Clock::now() - start;
 }
 
 void ReaderProcess::Send(const char* bytes, size_t length) {
@@ -81,7 +82,7 @@ void ReaderProcess::Send(const char* bytes, size_t length) {
   }
 }
 
-size_t ReaderProcess::ReceiveSome(char* bytes, size_t length) const {
+size_t ReaderProcess::ReceiveSome(char* bytes, size_t length) {
   for (;;) {
     Await(POLLIN);
     const ssize_t received = recv(socket_.number(), bytes, length, MSG_DONTWAIT);

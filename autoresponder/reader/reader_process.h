@@ -10,9 +10,9 @@
 #include "autoresponder/reader/confinement.h"
 #include "support/base/owned.h"
 
-/// A confined child process, and the only way to talk with it. Whoever talks with it has to reckon
-/// with a process that was taken over: every call throws `ReaderFailure` where it ended, or did not
-/// do its part before the deadline. There is at most one at a time.
+/// A confined child process, and the only way to talk with it. Treat the child as hostile: every
+/// call throws `ReaderFailure` if it has ended, or keeps us waiting for too long. There is at most
+/// one at a time.
 class ReaderProcess {
  public:
   /// What the process does with its end of the connection, a descriptor, once it is confined by
@@ -26,8 +26,9 @@ class ReaderProcess {
   ReaderProcess(const ReaderProcess&) = delete;
   ReaderProcess& operator=(const ReaderProcess&) = delete;
 
-  /// From now on all calls together may take this long.
-  void Allow(Time time) { deadline_ = std::chrono::steady_clock::now() + time; }
+  /// From now on all calls together may wait this long for the process. What we do between them does
+  /// not count: it may be slow because whoever reads our diagnostics is.
+  void Allow(Time time) { left_ = time; }
 
   void Send(const char* bytes, size_t length);
   void Receive(char* bytes, size_t length);
@@ -38,11 +39,11 @@ class ReaderProcess {
   void End();
 
  private:
-  void Await(short event) const;
-  size_t ReceiveSome(char* bytes, size_t length) const;
+  void Await(short event);
+  size_t ReceiveSome(char* bytes, size_t length);
 
   OwnedDescriptor socket_;
-  std::chrono::steady_clock::time_point deadline_{};
+  std::chrono::nanoseconds left_{};
   // Bytes that arrived together with those that were asked for.
   std::vector<char> ahead_;
   size_t ahead_used_ = 0;

@@ -1,6 +1,6 @@
 #include "autoresponder/reader/reading.h"
 
-#include <limits>
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -11,7 +11,7 @@
 #include <mimelib/mimepp.h>
 
 #include "autoresponder/intake/extraction.h"
-#include "autoresponder/reader/confinement.h"
+#include "autoresponder/reader/diagnostics.h"
 #include "autoresponder/reader/reader_failure.h"
 #include "autoresponder/reader/result.h"
 #include "support/base/owned.h"
@@ -42,37 +42,35 @@ void read_all(int channel, char* bytes, size_t length) {
 
 // The keys of a question, which has them as a `Sender` sends texts. Not copied: they may be large.
 std::vector<std::string_view> keys_in(std::string_view question) {
-  Receiver numbers(
-      [&question](char* bytes, size_t length) {
-        question.copy(bytes, length);
-        question.remove_prefix(length);
-      },
-      0);
-  std::vector<std::string_view> keys(numbers.Number());
+  Receiver numbers([&question](char* bytes, size_t length) {
+    question.copy(bytes, length);
+    question.remove_prefix(length);
+  });
+  std::vector<std::string_view> keys(numbers.Number(UINT64_MAX));
   for (std::string_view& key : keys) {
-    const size_t length = numbers.Number();
+    const size_t length = numbers.Number(UINT64_MAX);
     key = question.substr(0, length);
     question.remove_prefix(length);
   }
   return keys;
 }
 
-// The parent's answer to a result is the keys to look for, or the end of this process.
-void answer_search(int channel, FILE* out, const Body& body) {
-  constexpr auto kAnySize = std::numeric_limits<uint64_t>::max();
-  const std::string question =
-      Receiver([channel](char* bytes, size_t length) { read_all(channel, bytes, length); },
-               kAnySize)
-          .Text();
+// Until the parent hangs up or ends this process.
+[[noreturn]] void answer_searches(int channel, FILE* out, const Body& body) {
+  Receiver questions([channel](char* bytes, size_t length) { read_all(channel, bytes, length); });
   Sender sender([out](const char* bytes, size_t length) { fwrite(bytes, 1, length, out); });
-  for (const size_t line : body.FirstWith(keys_in(question))) sender.Number(line);
-  fflush(out);
+  for (;;) {
+    const std::string question = questions.Text(UINT64_MAX);
+    for (const size_t line : body.FirstWith(keys_in(question))) sender.Number(line);
+    fflush(out);
+  }
 }
 
 // The run's exception passes through this process as a value.
 bool send_extraction(FILE* out, MessageBuffer& message, bool has_delivery, const Switches& switches,
                      IncomingMessage& record) {
   Sender sender([out](const char* bytes, size_t length) { fwrite(bytes, 1, length, out); });
+  if (!send_standard_error(sender)) return false;
   // The parent knows the address of the delivery.
   const auto delivered_to = has_delivery ? std::make_optional(std::string()) : std::nullopt;
   DwInitialize();
@@ -94,6 +92,5 @@ void read_for_parent(int channel, MessageBuffer& message, bool has_delivery,
   const OwnedFile out(fdopen(channel, "w"));
   IncomingMessage record;
   if (!out || !send_extraction(out.get(), message, has_delivery, switches, record)) return;
-  lift_processor_limit();
-  answer_search(channel, out.get(), *record.body);
+  answer_searches(channel, out.get(), *record.body);
 }

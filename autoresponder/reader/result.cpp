@@ -1,9 +1,11 @@
 #include "autoresponder/reader/result.h"
 
 #include <algorithm>
-#include <cctype>
 #include <stdexcept>
+#include <utility>
 
+#include "autoresponder/message/well_formed.h"
+#include "autoresponder/reader/diagnostics.h"
 #include "autoresponder/reader/reader_failure.h"
 
 namespace {
@@ -14,74 +16,53 @@ constexpr uint64_t kResult = 0x52657375'6C743031;
 // What an extraction came to: one of its outcomes, or the exception.
 constexpr uint64_t kAborted = static_cast<uint64_t>(Extraction::kNoRecipient) + 1;
 
+// The size of the longest text of an exception, in bytes.
+constexpr size_t kMaxReason = 256;
+
 void require(bool condition) {
   if (!condition) throw ReaderFailure();
 }
 
-std::string receive_text(Receiver& receiver) {
-  std::string text = receiver.Text();
-  require(text.find('\0') == std::string::npos);
-  return text;
-}
-
-// In an address of a message, a line ends only where the next one continues it: a reader that says
-// otherwise wants to write fields of its own into the reply's header.
-std::string receive_address(Receiver& receiver) {
-  std::string address = receive_text(receiver);
-  for (size_t at = address.find('\n'); at != std::string::npos; at = address.find('\n', at + 1)) {
-    const char next = address.c_str()[at + 1];
-    require(next == ' ' || next == '\t');
+void receive_diagnostics(Receiver& receiver, size_t message_size) {
+  DiagnosticsRelay relay(message_size);
+  for (;;) {
+    const uint64_t start = receiver.Number(UINT64_MAX);
+    if (start == kResult) break;
+    require(start == kDiagnostics);
+    relay.Add(receiver.Text(kMaxDiagnostics));
   }
-  return address;
+  relay.End();
 }
 
-// The name of a field goes into a diagnostic as it is.
-std::string receive_field_name(Receiver& receiver) {
-  std::string name = receiver.Text();
-  require(std::all_of(name.begin(), name.end(), [](char byte) {
-    return isalpha(static_cast<unsigned char>(byte)) != 0 || byte == '-';
-  }));
-  return name;
-}
-
-// A message id goes into the reply's header as it is.
-std::string receive_message_id(std::string id) {
-  const bool is_visible =
-      std::all_of(id.begin(), id.end(), [](char byte) { return byte > ' ' && byte < '\x7F'; });
-  require(id.empty() ||
-          (is_visible && id.size() <= kLongestMessageId && id.front() == '<' && id.back() == '>'));
-  return id;
-}
-
-void receive_facts(Receiver& receiver, CourtesyFacts& facts) {
+void receive_facts(Receiver& receiver, size_t message_size, CourtesyFacts& facts) {
   for (bool* const fact : {&facts.has_null_return_path, &facts.is_auto_submitted, &facts.is_bulk,
                            &facts.suppresses_replies, &facts.is_spam}) {
     *fact = receiver.Number(1) != 0;
   }
-  facts.return_path = receive_text(receiver);
-  facts.list_field = receive_field_name(receiver);
-  facts.addressees = receiver.Texts();
-  facts.message_id = receive_message_id(receiver.Text());
-  for (std::string& id : receiver.Texts()) {
-    facts.references.push_back(receive_message_id(std::move(id)));
-  }
+  facts.return_path = receiver.Text(kMaxListedAddress);
+  facts.list_field = receiver.Text(kMaxListedAddress);
+  facts.addressees = receiver.Texts(kMaxAddressees, message_size);
+  facts.message_id = receiver.Text(kMaxMessageId);
+  facts.references = receiver.Texts(kMaxReferences, message_size);
 }
 
-void receive_record(Receiver& receiver, const std::optional<std::string>& delivered_to,
-                    IncomingMessage& record) {
-  record.sender = receive_address(receiver);
-  std::string recipient = receive_address(receiver);
-  if (delivered_to) recipient = *delivered_to;
-  record.SetRecipient(std::move(recipient));
-  record.subject = receiver.Text();  // a decoded one may hold NULs
-  record.date = receive_text(receiver);
-  record.charset = receive_text(receiver);
-  receive_facts(receiver, record.courtesy);
+std::string receive_recipient(Receiver& receiver, const Assignment& assignment) {
+  std::string address = receiver.Text(assignment.message_size);
+  if (assignment.delivered_to != nullptr) return assignment.delivered_to;
+  require(is_mailbox_address(address));
+  return address;
 }
 
-}  // namespace
-
-namespace {
+void receive_record(Receiver& receiver, const Assignment& assignment, IncomingMessage& record) {
+  const size_t size = assignment.message_size;
+  record.sender = receiver.Text(size);
+  record.SetRecipient(receive_recipient(receiver, assignment));
+  record.subject = receiver.Text(kMaxGrowth * size);
+  record.date = receiver.Text(size);
+  record.charset = receiver.Text(std::max(size, kDefaultCharset.size()));
+  receive_facts(receiver, size, record.courtesy);
+  require(is_well_formed(record, size));
+}
 
 void send_facts(Sender& sender, const CourtesyFacts& facts) {
   for (const bool fact : {facts.has_null_return_path, facts.is_auto_submitted, facts.is_bulk,
@@ -118,23 +99,22 @@ void send_abort(Sender& sender, const std::string& what) {
   sender.Text(what);
 }
 
-ExtractionResult receive_result(Receiver& receiver, const std::optional<std::string>& delivered_to,
+// With repairs no extraction aborts.
+ExtractionResult receive_result(Receiver& receiver, const Assignment& assignment,
                                 IncomingMessage& record) {
-  require(receiver.Number() == kResult);
-  const uint64_t status = receiver.Number(kAborted);
-  if (status == kAborted) throw std::out_of_range(receive_text(receiver));
+  receive_diagnostics(receiver, assignment.message_size);
+  const uint64_t status = receiver.Number(assignment.switches.repairs ? kAborted - 1 : kAborted);
+  if (status == kAborted) throw std::out_of_range(receiver.Text(kMaxReason));
   const auto outcome = static_cast<Extraction>(status);
   const auto field =
       static_cast<SenderField>(receiver.Number(static_cast<uint64_t>(SenderField::kFrom)));
   require((outcome == Extraction::kNoSender) == (field == SenderField::kNone));
-  if (outcome != Extraction::kDone) return {outcome, field, receive_address(receiver)};
-  receive_record(receiver, delivered_to, record);
-  return {outcome, field, {}};
-}
-
-// A text may grow to twelve times its size as it is converted.
-uint64_t most_of_result(size_t message_size) {
-  constexpr uint64_t kGrowth = 16;
-  constexpr uint64_t kLeast = uint64_t{1} << 20;
-  return kLeast + kGrowth * message_size;
+  if (outcome == Extraction::kDone) {
+    receive_record(receiver, assignment, record);
+    return {outcome, field, {}};
+  }
+  std::string sender = receiver.Text(assignment.message_size);
+  require(outcome == Extraction::kNoSender ? sender.empty() : is_mailbox_address(sender));
+  require(outcome != Extraction::kNoRecipient || assignment.delivered_to == nullptr);
+  return {outcome, field, std::move(sender)};
 }

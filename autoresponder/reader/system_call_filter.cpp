@@ -9,7 +9,6 @@
 #include <linux/seccomp.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -30,106 +29,143 @@ constexpr uint32_t kEnd = SECCOMP_RET_KILL_PROCESS;
 constexpr uint32_t kAllow = SECCOMP_RET_ALLOW;
 constexpr uint32_t kRefuse = SECCOMP_RET_ERRNO | EPERM;
 
-// What is done where a call has a certain argument.
-enum class When {
-  kAlways,
-  kIsOneOf,   ///< allowed where the argument is one of the two values
-  kLacksOne,  ///< allowed unless the argument has all bits of the first value
-  kLacksAll,  ///< allowed where the argument has none of them
-  kIsNot,     ///< allowed where the argument is not the first value
-  kIsOwnPid,  ///< allowed where the argument is the number of the process
+// A condition on one argument of a call.
+struct Condition {
+  enum Kind { kNone, kEquals, kLacks, kIsOwnPid, kIsSize };
+
+  Kind kind = kNone;
+  size_t argument = 0;
+  uint32_t value = 0;
 };
 
+// The lower half of the argument has this value.
+constexpr Condition equals(size_t argument, uint32_t value) {
+  return {Condition::kEquals, argument, value};
+}
+
+// It has none of these bits.
+constexpr Condition lacks(size_t argument, uint32_t bits) {
+  return {Condition::kLacks, argument, bits};
+}
+
+constexpr Condition is_own_pid(size_t argument) {
+  return {Condition::kIsOwnPid, argument, 0};
+}
+
+// The whole argument is neither 0 nor 4 GiB or more.
+constexpr Condition is_size(size_t argument) {
+  return {Condition::kIsSize, argument, 0};
+}
+
+// What is done at a call, unless all conditions of a rule hold: then it is allowed. A call may have
+// several rules.
 struct Rule {
   uint32_t call;
-  uint32_t action;  ///< always, or where it is not allowed
-  When when = When::kAlways;
-  size_t argument = 0;
-  uint32_t values[2] = {};
+  uint32_t action;
+  Condition conditions[2];
 };
+
+constexpr Rule allow(uint32_t call) {
+  return {call, kAllow, {}};
+}
+
+constexpr Rule only_if(uint32_t call, Condition first, Condition second = {}) {
+  return {call, kRefuse, {first, second}};
+}
+
+constexpr Rule end_at(uint32_t call) {
+  return {call, kEnd, {}};
+}
+
+constexpr Rule end_unless(uint32_t call, Condition condition) {
+  return {call, kEnd, {condition}};
+}
 
 constexpr uint32_t kWriting =
     O_WRONLY | O_RDWR | O_CREAT | O_TRUNC | O_APPEND | (O_TMPFILE & ~O_DIRECTORY);
 
 constexpr Rule kRules[] = {
     // What memory, the C library's loading of converters, and an abort need.
-    {__NR_read, kAllow},
-    {__NR_pread64, kAllow},
-    {__NR_close, kAllow},
-    {__NR_fstat, kAllow},
-    {__NR_newfstatat, kAllow},
-    {__NR_getdents64, kAllow},
-    {__NR_lseek, kRefuse, When::kIsNot, 0, {STDERR_FILENO, 0}},
-    {__NR_munmap, kAllow},
-    {__NR_brk, kAllow},
-    {__NR_mremap, kAllow},
-    {__NR_madvise, kAllow},
-    {__NR_futex, kAllow},
-    {__NR_exit_group, kAllow},
-    {__NR_exit, kAllow},
-    {__NR_getpid, kAllow},
-    {__NR_gettid, kAllow},
-    {__NR_rt_sigprocmask, kAllow},
-    {__NR_rt_sigaction, kAllow},
-    {__NR_rt_sigreturn, kAllow},
-    {__NR_getrandom, kAllow},
-    {__NR_clock_gettime, kAllow},
-    {__NR_restart_syscall, kAllow},
-    {__NR_sched_yield, kAllow},
-    {__NR_write, kRefuse, When::kIsOneOf, 0, {STDIN_FILENO, STDERR_FILENO}},
-    {__NR_fcntl, kRefuse, When::kIsOneOf, 1, {F_GETFL, F_GETFL}},
-    {__NR_prlimit64, kRefuse, When::kIsOneOf, 1, {RLIMIT_CPU, RLIMIT_CPU}},
-    {__NR_tgkill, kEnd, When::kIsOwnPid, 0, {}},
-    // Converters are mapped to be run as they are; nothing that was written may be run.
-    {__NR_mmap, kRefuse, When::kLacksOne, 2, {PROT_WRITE | PROT_EXEC, 0}},
-    {__NR_mprotect, kRefuse, When::kLacksAll, 2, {PROT_EXEC, 0}},
-    {__NR_openat, kRefuse, When::kLacksAll, 2, {kWriting, 0}},
+    allow(__NR_read),
+    allow(__NR_pread64),
+    allow(__NR_close),
+    allow(__NR_fstat),
+    allow(__NR_newfstatat),
+    allow(__NR_getdents64),
+    allow(__NR_lseek),
+    allow(__NR_munmap),
+    allow(__NR_brk),
+    allow(__NR_madvise),
+    allow(__NR_futex),
+    allow(__NR_exit_group),
+    allow(__NR_exit),
+    allow(__NR_getpid),
+    allow(__NR_gettid),
+    allow(__NR_rt_sigprocmask),
+    allow(__NR_rt_sigaction),
+    allow(__NR_rt_sigreturn),
+    allow(__NR_getrandom),
+    allow(__NR_clock_gettime),
+    allow(__NR_restart_syscall),
+    allow(__NR_sched_yield),
+    only_if(__NR_write, equals(0, STDIN_FILENO)),
+    only_if(__NR_fcntl, equals(1, F_GETFL)),
+    only_if(__NR_openat, lacks(2, kWriting)),
+    end_unless(__NR_tgkill, is_own_pid(0)),
+    // Nothing that was written may be run: only files are, as they are. And nothing is shared,
+    // because of a shared page there could be one mapping to write to and another one to run.
+    only_if(__NR_mmap, lacks(2, PROT_EXEC), lacks(3, MAP_SHARED)),
+    only_if(__NR_mmap, lacks(2, PROT_WRITE), lacks(3, MAP_SHARED | MAP_ANONYMOUS)),
+    only_if(__NR_mprotect, lacks(2, PROT_EXEC)),
+    // Of size 0 it would make a second mapping of the same pages; and whoever may choose the place
+    // can take a page table for each page.
+    only_if(__NR_mremap, is_size(1), lacks(3, ~uint32_t{MREMAP_MAYMOVE})),
 // What nobody calls here but an intruder.
 #ifdef __NR_fork
-    {__NR_fork, kEnd},
-    {__NR_vfork, kEnd},
+    end_at(__NR_fork),
+    end_at(__NR_vfork),
 #endif
-    {__NR_clone, kEnd},
-    {__NR_clone3, kEnd},
-    {__NR_execve, kEnd},
-    {__NR_execveat, kEnd},
-    {__NR_kill, kEnd},
-    {__NR_tkill, kEnd},
-    {__NR_rt_sigqueueinfo, kEnd},
-    {__NR_rt_tgsigqueueinfo, kEnd},
-    {__NR_pidfd_open, kEnd},
-    {__NR_pidfd_send_signal, kEnd},
-    {__NR_pidfd_getfd, kEnd},
-    {__NR_ptrace, kEnd},
-    {__NR_process_vm_readv, kEnd},
-    {__NR_process_vm_writev, kEnd},
-    {__NR_socket, kEnd},
-    {__NR_socketpair, kEnd},
-    {__NR_connect, kEnd},
-    {__NR_bind, kEnd},
-    {__NR_sendto, kEnd},
-    {__NR_sendmsg, kEnd},
-    {__NR_mount, kEnd},
-    {__NR_umount2, kEnd},
-    {__NR_pivot_root, kEnd},
-    {__NR_chroot, kEnd},
-    {__NR_unshare, kEnd},
-    {__NR_setns, kEnd},
-    {__NR_bpf, kEnd},
-    {__NR_perf_event_open, kEnd},
-    {__NR_userfaultfd, kEnd},
-    {__NR_io_uring_setup, kEnd},
-    {__NR_init_module, kEnd},
-    {__NR_finit_module, kEnd},
-    {__NR_kexec_load, kEnd},
-    {__NR_keyctl, kEnd},
-    {__NR_add_key, kEnd},
-    {__NR_request_key, kEnd},
-    {__NR_setuid, kEnd},
-    {__NR_setresuid, kEnd},
-    {__NR_setgid, kEnd},
-    {__NR_setresgid, kEnd},
-    {__NR_capset, kEnd},
+    end_at(__NR_clone),
+    end_at(__NR_clone3),
+    end_at(__NR_execve),
+    end_at(__NR_execveat),
+    end_at(__NR_kill),
+    end_at(__NR_tkill),
+    end_at(__NR_rt_sigqueueinfo),
+    end_at(__NR_rt_tgsigqueueinfo),
+    end_at(__NR_pidfd_open),
+    end_at(__NR_pidfd_send_signal),
+    end_at(__NR_pidfd_getfd),
+    end_at(__NR_ptrace),
+    end_at(__NR_process_vm_readv),
+    end_at(__NR_process_vm_writev),
+    end_at(__NR_socket),
+    end_at(__NR_socketpair),
+    end_at(__NR_connect),
+    end_at(__NR_bind),
+    end_at(__NR_sendto),
+    end_at(__NR_sendmsg),
+    end_at(__NR_mount),
+    end_at(__NR_umount2),
+    end_at(__NR_pivot_root),
+    end_at(__NR_chroot),
+    end_at(__NR_unshare),
+    end_at(__NR_setns),
+    end_at(__NR_bpf),
+    end_at(__NR_perf_event_open),
+    end_at(__NR_userfaultfd),
+    end_at(__NR_io_uring_setup),
+    end_at(__NR_init_module),
+    end_at(__NR_finit_module),
+    end_at(__NR_kexec_load),
+    end_at(__NR_keyctl),
+    end_at(__NR_add_key),
+    end_at(__NR_request_key),
+    end_at(__NR_setuid),
+    end_at(__NR_setresuid),
+    end_at(__NR_setgid),
+    end_at(__NR_setresgid),
+    end_at(__NR_capset),
 };
 constexpr size_t kRuleCount = std::size(kRules);
 
@@ -178,16 +214,19 @@ class Program {
   }
 
   // A search by halves: the kernel runs the filter for each call there is when it is set up, so a
-  // list of comparisons would make each run noticeably slower.
+  // list of comparisons would make each run noticeably slower. `first`: sorted by their calls.
   constexpr void Search(const Rule* first, size_t count) {
     const size_t start = size_++;
-    const size_t half = count / 2;
-    if (count == 1) {
-      Apply(*first);
+    if (first->call == first[count - 1].call) {
+      for (size_t i = 0; i < count; ++i) Alternative(first[i]);
+      Return(first->action);
       Branch(start, BPF_JEQ, first->call, 0, size_ - start - 1);
       Return(kRefuse);
       return;
     }
+    size_t half = count / 2;
+    while (half > 0 && first[half].call == first[half - 1].call) --half;
+    while (half == 0 || first[half].call == first[half - 1].call) ++half;
     Search(first, half);
     Branch(start, BPF_JGE, first[half].call, size_ - start - 1, 0);
     Search(first + half, count - half);
@@ -201,41 +240,52 @@ class Program {
     size_ = end;
   }
 
-  constexpr void Apply(const Rule& rule) {
-    if (rule.when == When::kAlways) {
-      Return(rule.action);
-      return;
-    }
-    // The lower half of the argument, on processors that store it first.
-    Load(offsetof(seccomp_data, args) + rule.argument * sizeof(uint64_t));
-    switch (rule.when) {
-      case When::kAlways:
-        break;
-      case When::kIsOneOf:
-        Compare(BPF_JEQ, rule.values[0], 2, 0);
-        Compare(BPF_JEQ, rule.values[1], 1, 0);
-        break;
-      case When::kIsNot:
-        Compare(BPF_JEQ, rule.values[0], 0, 1);
-        break;
-      case When::kIsOwnPid:
-        own_pid_ = size_;
-        Compare(BPF_JEQ, 0, 1, 0);
-        break;
-      case When::kLacksOne:
-        Add(BPF_ALU | BPF_AND | BPF_K, rule.values[0]);
-        Compare(BPF_JEQ, rule.values[0], 0, 1);
-        break;
-      case When::kLacksAll:
-        Compare(BPF_JSET, rule.values[0], 0, 1);
-        break;
-    }
-    Return(rule.action);
+  static constexpr size_t StatementsOf(const Condition& condition) {
+    if (condition.kind == Condition::kNone) return 0;
+    return condition.kind == Condition::kIsSize ? 4 : 2;
+  }
+
+  // Allows the call if it has conditions and all hold; otherwise goes on after that.
+  constexpr void Alternative(const Rule& rule) {
+    if (rule.conditions[0].kind == Condition::kNone) return;
+    const size_t after_second = 1;
+    const size_t after_first = StatementsOf(rule.conditions[1]) + after_second;
+    Require(rule.conditions[0], after_first);
+    Require(rule.conditions[1], after_second);
     Return(kAllow);
   }
 
-  static constexpr size_t kMost = 6 + 8 * kRuleCount;
-  sock_filter statements_[kMost] = {};
+  // Skips `others` statements after its own unless the condition holds.
+  constexpr void Require(const Condition& condition, size_t others) {
+    // The lower half of an argument comes first on the processors that we know.
+    const size_t lower = offsetof(seccomp_data, args) + condition.argument * sizeof(uint64_t);
+    switch (condition.kind) {
+      case Condition::kNone:
+        break;
+      case Condition::kEquals:
+        Load(lower);
+        Compare(BPF_JEQ, condition.value, 0, others);
+        break;
+      case Condition::kLacks:
+        Load(lower);
+        Compare(BPF_JSET, condition.value, others, 0);
+        break;
+      case Condition::kIsOwnPid:
+        Load(lower);
+        own_pid_ = size_;
+        Compare(BPF_JEQ, 0, 0, others);
+        break;
+      case Condition::kIsSize:
+        Load(lower + sizeof(uint32_t));
+        Compare(BPF_JEQ, 0, 0, 2 + others);
+        Load(lower);
+        Compare(BPF_JEQ, 0, others, 0);
+        break;
+    }
+  }
+
+  static constexpr size_t kMaxStatements = 6 + 10 * kRuleCount;
+  sock_filter statements_[kMaxStatements] = {};
   size_t size_ = 0;
   size_t own_pid_ = 0;
 };

@@ -62,25 +62,19 @@ void Sender::LastUseOf(std::string& text) {
   }
 }
 
-uint64_t Receiver::Number() {
+uint64_t Receiver::Number(uint64_t max) {
   char bytes[sizeof(uint64_t)];
   source_(bytes, sizeof bytes);
   uint64_t number = 0;
   for (size_t i = sizeof bytes; i > 0; --i) {
     number = number << 8 | static_cast<unsigned char>(bytes[i - 1]);
   }
+  if (number > max) throw ReaderFailure();
   return number;
 }
 
-uint64_t Receiver::Number(uint64_t greatest) {
-  const uint64_t number = Number();
-  if (number > greatest) throw ReaderFailure();
-  return number;
-}
-
-std::string Receiver::Text() {
-  const uint64_t length = Number(left_);
-  left_ -= length;
+std::string Receiver::Text(uint64_t max_length) {
+  const uint64_t length = Number(max_length);
   std::string text = with_room_for(length);
   while (text.size() < length) {
     const size_t at = text.size();
@@ -90,11 +84,12 @@ std::string Receiver::Text() {
   return text;
 }
 
-std::vector<std::string> Receiver::Texts() {
-  constexpr uint64_t kEach = 64;  // an empty text takes memory too
-  const uint64_t count = Number(left_ / kEach);
-  left_ -= count * kEach;
+std::vector<std::string> Receiver::Texts(uint64_t max_count, uint64_t max_length) {
+  const uint64_t count = Number(max_count);
   std::vector<std::string> texts;
-  while (texts.size() < count) texts.push_back(Text());
+  while (texts.size() < count) {
+    texts.push_back(Text(max_length));
+    max_length -= texts.back().size();
+  }
   return texts;
 }

@@ -30,21 +30,20 @@ class Sender {
 };
 
 /// Takes over values that `Sender` handed over, from a process that may have been made to send
-/// anything: what does not have the form of a value throws `ReaderFailure`.
+/// anything: what exceeds its bounds throws `ReaderFailure`.
 class Receiver {
  public:
-  /// `most`: how many bytes all texts may have together.
-  Receiver(ByteSource source, uint64_t most) : source_(std::move(source)), left_(most) {}
+  explicit Receiver(ByteSource source) : source_(std::move(source)) {}
 
-  uint64_t Number();
-  /// A number of at most `greatest`.
-  uint64_t Number(uint64_t greatest);
-  std::string Text();
-  std::vector<std::string> Texts();
+  /// A number of at most `max`.
+  uint64_t Number(uint64_t max);
+  /// A text of at most `max_length` bytes.
+  std::string Text(uint64_t max_length);
+  /// At most `max_count` texts, with `max_length` bytes together.
+  std::vector<std::string> Texts(uint64_t max_count, uint64_t max_length);
 
  private:
   ByteSource source_;
-  uint64_t left_;
 };
 
 #endif

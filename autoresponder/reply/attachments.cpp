@@ -24,6 +24,15 @@ constexpr const char* kPartHeaders =
     "Content-Transfer-Encoding: base64\n"
     "Content-Disposition: attachment;\n\tfilename=\"";
 
+// What uuencode makes of `size` bytes, without its first and last line: lines of 45 bytes, each three
+// bytes as four.
+size_t encoded_size(size_t size) {
+  constexpr size_t kLine = 45;
+  const size_t last = size % kLine;
+  const auto line = [](size_t bytes) { return (bytes + 2) / 3 * 4 + 1; };
+  return size / kLine * line(kLine) + (last > 0 ? line(last) : 0);
+}
+
 // Adds the command that encodes one file, without the first and last line of uuencode.
 //
 // Kept: a step that fails leaves what it has written, and the next ones follow. The repair of whole
@@ -119,6 +128,16 @@ ShellCommand attachment_command(const std::vector<Attachment>& found, const std:
   }
   command.Text("echo ").Quoted({"--", boundary, "--"});
   return command.Text(" >>").Text(reply.path()).Text(" ; ");
+}
+
+int64_t appended_size(const std::vector<Attachment>& found, const std::string& boundary) {
+  size_t size = joined({"--", boundary, "--\n"}).size();
+  for (const Attachment& attachment : found) {
+    const std::string name = header_encode(attachment.name);
+    size += joined({"--", boundary, "\n", kPartHeaders, name, "\"\n\n"}).size();
+    size += encoded_size(static_cast<size_t>(attachment.size));
+  }
+  return static_cast<int64_t>(size);
 }
 
 bool are_unchanged(const std::vector<Attachment>& found) {

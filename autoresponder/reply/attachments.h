@@ -45,6 +45,9 @@ AttachmentList find_attachments(PanelDatabase& database, const char* rule_id,
 ShellCommand attachment_command(const std::vector<Attachment>& found, const std::string& boundary,
                                 const ResponseFile& reply, const Switches& switches);
 
+/// How many bytes that command appends if nothing fails.
+int64_t appended_size(const std::vector<Attachment>& found, const std::string& boundary);
+
 /// Whether none of the files has changed since it was found. For repairs.
 bool are_unchanged(const std::vector<Attachment>& found);
 

@@ -5,6 +5,8 @@
 #include <unistd.h>
 #include <utility>
 
+#include "support/base/descriptors.h"
+
 ResponseFile::ResponseFile(int descriptor, std::string path)
     : path_(std::move(path)), descriptor_(descriptor) {}
 
@@ -27,6 +29,10 @@ OwnedFile ResponseFile::Rewrite() {
 int64_t ResponseFile::Size() const {
   struct stat status {};
   return fstat(descriptor_.number(), &status) == 0 ? status.st_size : 0;
+}
+
+bool ResponseFile::IsNamed() const {
+  return is_path_of(path_.c_str(), descriptor_.number());
 }
 
 void ResponseFile::Remove() const {

@@ -21,6 +21,9 @@ class ResponseFile {
   /// The file's size in bytes, including what commands have appended.
   int64_t Size() const;
 
+  /// Whether commands that open the file by its name get this file.
+  bool IsNamed() const;
+
   /// Removes the file from its directory. Does nothing for a file that has no name, such as memory.
   void Remove() const;
 

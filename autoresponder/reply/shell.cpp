@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include "autoresponder/reply/sendmail.h"
 #include "support/base/diagnose.h"
 #include "support/base/one_line.h"
+#include "support/base/owned.h"
 
 namespace {
 
@@ -87,10 +89,26 @@ bool run(const std::string& line) {
   return system(line.c_str()) == 0;
 }
 
-// Whether the command ended in time, with exit status 0.
+// Writes what is in the file `held` to standard output, as far as that can be written to.
+void write_to_standard_output(const OwnedDescriptor& held) {
+  char block[4096];
+  ssize_t length = 0;
+  for (off_t at = 0; (length = pread(held.number(), block, sizeof block, at)) > 0; at += length) {
+    if (write(STDOUT_FILENO, block, static_cast<size_t>(length)) != length) return;
+  }
+}
+
+// Whether the command ended in time, with exit status 0. Its standard output is held until then:
+// nobody can kill the command by closing the other end.
 bool run_as_writer(const ShellCommand& command, const WriterLimits& limits) {
+  const OwnedDescriptor output(memfd_create("output", MFD_CLOEXEC));
   const WriterEnd end = run_file_writer(
-      [&command] { return pass_on(command.inherited()) && run(command.line()); }, limits);
+      [&command, &output] {
+        dup2(output.number(), STDOUT_FILENO);
+        return pass_on(command.inherited()) && run(command.line());
+      },
+      limits);
+  write_to_standard_output(output);
   if (end == WriterEnd::kTimeOver) {
     diagnose({"autoresponder: ended a command that took too long: ", command.line()});
   }

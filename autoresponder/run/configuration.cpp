@@ -1,9 +1,11 @@
 #include "autoresponder/run/configuration.h"
 
+#include <pthread.h>
 #include <string_view>
 
 #include "support/base/diagnose.h"
 #include "support/conf.h"
+#include "support/conf_text.h"
 
 namespace {
 
@@ -15,6 +17,10 @@ bool is_on(const char* key) {
 }
 
 }  // namespace
+
+void hide_configuration() {
+  pthread_atfork(nullptr, nullptr, kem::wipe_conf);
+}
 
 Switches read_switches() {
   return {is_on("AUTORESPONDER_REPAIRS"), is_on("AUTORESPONDER_COURTESY")};

@@ -2,14 +2,15 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "autoresponder/reader/reader.h"
 #include "autoresponder/reader/reader_failure.h"
 #include "support/base/diagnose.h"
 
-std::optional<std::string> delivery_address() {
+const char* delivery_address() {
   const char* const variable = getenv("RECIPIENT");
-  if (variable == nullptr) return std::nullopt;
+  if (variable == nullptr) return nullptr;
   // Kept: only the first "-" counts, even where the prefix itself holds one.
   const char* const dash = strchr(variable, '-');
   return dash != nullptr ? dash + 1 : variable;
@@ -33,6 +34,8 @@ int read_incoming_message(SpoolFile& spool, const Switches& switches, IncomingMe
     return result.outcome == Extraction::kDone ? 0 : 1;
   } catch (const ReaderFailure& failure) {
     diagnose({failure.what()});
-    return 1;
+  } catch (const std::bad_alloc&) {
+    diagnose({ReaderFailure().what()});
   }
+  return 1;
 }

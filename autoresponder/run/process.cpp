@@ -4,11 +4,13 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <grp.h>
 #include <initializer_list>
 #include <iterator>
 #include <malloc.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -23,10 +25,23 @@ namespace {
 
 constexpr const char* kSafePath = "/usr/bin:/bin:/usr/sbin:/sbin";
 
+// Whether writing to the descriptor cannot work: its reader has gone, or it is open only for
+// reading. In a setuid program the C library opens those that the caller closed so.
+bool is_broken_output(int descriptor) {
+  pollfd output{descriptor, POLLOUT, 0};
+  poll(&output, 1, 0);
+  const bool has_no_reader = (output.revents & (POLLERR | POLLHUP)) != 0;
+  return has_no_reader || (fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY;
+}
+
+// A command that writes to a broken one would be killed.
 void open_standard_descriptors() {
-  int descriptor = 0;
-  while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = open("/dev/null", O_RDWR);
-  if (descriptor > STDERR_FILENO) close(descriptor);
+  int null = 0;
+  while (null >= 0 && null <= STDERR_FILENO) null = open("/dev/null", O_RDWR);
+  for (const int output : {STDOUT_FILENO, STDERR_FILENO}) {
+    if (is_broken_output(output)) dup2(null, output);
+  }
+  if (null > STDERR_FILENO) close(null);
 }
 
 // Asked before the identity changes: the answer stays the same for the whole run.
@@ -41,10 +56,14 @@ constexpr const char* kDeliveryVariables[] = {"RECIPIENT", "SENDER"};
 void reset_environment() {
   const char* values[std::size(kDeliveryVariables)];
   std::transform(std::begin(kDeliveryVariables), std::end(kDeliveryVariables), values, getenv);
+  char** const callers = environ;
   clearenv();  // leaves the texts where they are
   setenv("PATH", kSafePath, 1);
   for (size_t i = 0; i < std::size(values); ++i) {
     if (values[i] != nullptr) setenv(kDeliveryVariables[i], values[i], 1);
+  }
+  for (char** text = callers; text != nullptr && *text != nullptr; ++text) {
+    explicit_bzero(*text, strlen(*text));
   }
 }
 

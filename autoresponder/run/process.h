@@ -4,7 +4,8 @@
 /// Makes the process fit for a run, whoever started it and however:
 ///
 /// - memory of large texts goes back to the system when it is freed;
-/// - the three standard descriptors are open, so that no file of ours gets the number of one;
+/// - the three standard descriptors are open, so that no file of ours gets the number of one, and
+///   standard output and standard error can be written to, if only to /dev/null;
 /// - no signal is blocked and no timer runs; a signal that the caller ignored does nothing to the
 ///   run, but commands start with its default action;
 /// - a command that ends before it has read what we write, and a limit on the size of files, do not

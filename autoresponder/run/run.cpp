@@ -50,6 +50,7 @@ void run(const char* program) {
   prepare_process();
   load_conf_paths();
   const Switches switches = read_switches();
+  hide_configuration();
   IncomingMessage message;
   become_root();
   remove_files_on_termination();

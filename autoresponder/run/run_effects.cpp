@@ -5,13 +5,9 @@
 #include "autoresponder/run/temporary_files.h"
 #include "support/base/diagnose.h"
 #include "support/idn.h"
-#include "support/libidn.h"
 
-// Without libidn the reply cannot be built. The run then ends before anything is counted or sent,
-// because with its status the mail server delivers the message again.
 bool RunEffects::Count(const ResponderRule& rule) {
   forget_reader();  // it has hung up; commands must not find it
-  load_libidn();
   return allows_reply(consult_limiter(database_, message_, rule, LimiterMode::kCount, switches_));
 }
 
@@ -20,6 +16,10 @@ bool RunEffects::Count(const ResponderRule& rule) {
 void RunEffects::Forward(const std::string& /*addresses*/, const ShellCommand& command) {
   if (switches_.repairs && !spool_.IsWhole()) {
     diagnose({"autoresponder: not forwarded, because the message is not whole in ", spool_.path()});
+    return;
+  }
+  if (!spool_.IsNamed()) {
+    diagnose({"autoresponder: not forwarded, because its file was removed: ", spool_.path()});
     return;
   }
   hand_to_shell(command, ShellUse::kRun);
@@ -42,17 +42,22 @@ std::string RunEffects::AsciiForm(const std::string& address) {
   return idn_toascii_string(address.c_str());
 }
 
-void RunEffects::GiveUp(const ResponseFile& reply) {
-  diagnose({"autoresponder: Unable to write the reply to ", reply.path()});
-  reply.Remove();
-}
-
 bool RunEffects::Append(const ShellCommand& command, const WriterLimits& limits) {
   return hand_to_shell(command, ShellUse::kWriteFile, limits).succeeded;
 }
 
-void RunEffects::LeaveUnsent(const ResponseFile& reply) {
-  diagnose({"autoresponder: not sent, because its attachments are not whole: ", reply.path()});
+void RunEffects::LeaveUnsent(const ResponseFile& reply, Unsent why) {
+  switch (why) {
+    case Unsent::kUnwritable:
+      diagnose({"autoresponder: Unable to write the reply to ", reply.path()});
+      break;
+    case Unsent::kNotWhole:
+      diagnose({"autoresponder: not sent, because its attachments are not whole: ", reply.path()});
+      break;
+    case Unsent::kFileReplaced:
+      diagnose({"autoresponder: not sent, because its file was removed: ", reply.path()});
+      break;
+  }
   reply.Remove();
 }
 

@@ -20,9 +20,8 @@ class RunEffects : public Effects {
   void Notify(const Notification& notification, const ResponderRule& rule,
               const std::vector<std::string>& missing) override;
   std::string AsciiForm(const std::string& address) override;
-  void GiveUp(const ResponseFile& reply) override;
   bool Append(const ShellCommand& command, const WriterLimits& limits) override;
-  void LeaveUnsent(const ResponseFile& reply) override;
+  void LeaveUnsent(const ResponseFile& reply, Unsent why) override;
   void Deliver(const ShellCommand& command, const ResponseFile& reply) override;
 
  private:

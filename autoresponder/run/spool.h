@@ -4,6 +4,7 @@
 #include <string>
 
 #include "autoresponder/reader/message_buffer.h"
+#include "support/base/descriptors.h"
 #include "support/base/owned.h"
 
 /// The file that holds the incoming message for forwarding.
@@ -14,6 +15,8 @@ class SpoolFile {
 
   bool IsOpen() const { return descriptor_.IsOpen(); }
   const std::string& path() const { return path_; }
+  /// Whether commands that open the file by its name get this file.
+  bool IsNamed() const { return is_path_of(path_.c_str(), descriptor_.number()); }
   /// Whether everything could be written.
   bool IsWhole() const { return !failed_; }
 

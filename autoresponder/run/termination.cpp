@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <iterator>
+#include <unistd.h>
 
 #include "autoresponder/reader/reader_process.h"
 #include "autoresponder/reply/file_writer.h"
@@ -28,11 +29,23 @@ void for_each_termination(const Visit& visit) {
   }
 }
 
-// The signal that is raised here ends the process as soon as the handler returns. Until then it and
-// the others wait, however often they are sent.
-void die_by(int signal) {
+// The signal ends the process, unless that is the first one of a namespace of processes, which the
+// kernel keeps from dying by its own signals.
+[[noreturn]] void die_by(int signal) {
+  constexpr int kFirstStatus = 128;  // as a shell gives it
   ::signal(signal, SIG_DFL);
   raise(signal);
+  sigset_t only;
+  sigemptyset(&only);
+  sigaddset(&only, signal);
+  sigprocmask(SIG_UNBLOCK, &only, nullptr);
+  _exit(kFirstStatus + signal);
+}
+
+// After a fatal report of the library.
+void end_run() {
+  forget_reader();
+  remove_temporary_files();
 }
 
 void end_run_by(int signal) {
@@ -63,7 +76,7 @@ void handle_termination_signals(void (*handler)(int)) {
 }  // namespace
 
 void remove_files_on_termination() {
-  atexit(remove_temporary_files);
+  atexit(end_run);
   handle_termination_signals(end_run_by);
 }
 

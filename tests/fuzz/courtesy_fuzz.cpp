@@ -16,7 +16,7 @@
 namespace {
 
 void check_address(const std::string& address) {
-  require(address.size() <= kLongestAddress, "an address is not too long");
+  require(address.size() <= kMaxListedAddress, "an address is not too long");
   const size_t at = address.rfind('@');
   require(at != std::string::npos && at > 0, "an address has a local part and a domain");
   require(address.find_first_of("\r\n") == std::string::npos, "an address is one line");
@@ -24,7 +24,7 @@ void check_address(const std::string& address) {
 }
 
 void check_id(const std::string& id) {
-  require(id.size() <= kLongestMessageId, "a message id is not too long");
+  require(id.size() <= kMaxMessageId, "a message id is not too long");
   require(id.size() >= 5 && id.front() == '<' && id.back() == '>', "a message id is in brackets");
   const std::string inside = id.substr(1, id.size() - 2);
   require(inside.find_first_of("<>\\") == std::string::npos, "a message id is one word");

@@ -163,8 +163,11 @@ void check(const IncomingMessage& record, DwMessage& message) {
 // The intake's result; nothing where it threw what it may throw for a subject.
 std::optional<ExtractionResult> take_in(SpoolFile& spool, IncomingMessage& record) {
   MessageBuffer message = spool_standard_input(spool);
+  const char* const address = delivery_address();
+  const auto delivered_to = address != nullptr ? std::make_optional(std::string(address))
+                                               : std::nullopt;
   try {
-    return extract(message.Take<DwString>(), delivery_address(),
+    return extract(message.Take<DwString>(), delivered_to,
                    {/*repairs=*/false, /*courtesy=*/true}, record);
   } catch (const std::out_of_range&) {
     return std::nullopt;
@@ -180,10 +183,17 @@ std::string sent(const ExtractionResult& result, IncomingMessage& record) {
 
 // The result crosses to another process unchanged; with one byte changed it is refused, or it is
 // one that another message could give.
-void check_transfer(const ExtractionResult& result, IncomingMessage& record, size_t changed) {
+void check_transfer(const ExtractionResult& result, IncomingMessage& record, size_t message_size) {
+  const size_t changed = message_size * 7;
+  require(is_well_formed(record, message_size), "the record is well-formed");
+  const Assignment assignment{message_size, delivery_address(), {}};
+  // Where there is an address of the delivery, the reader does not know it.
+  const std::string recipient = record.recipient;
+  if (assignment.delivered_to != nullptr) record.recipient.clear();
   std::string bytes = sent(result, record);
+  record.recipient = recipient;
   IncomingMessage other;
-  require(received(bytes, delivery_address(), other).has_value(), "a result is taken over");
+  require(received(bytes, assignment, other).has_value(), "a result is taken over");
   require(other.sender == record.sender && other.recipient == record.recipient &&
               other.subject == record.subject && other.date == record.date &&
               other.charset == record.charset &&
@@ -193,7 +203,10 @@ void check_transfer(const ExtractionResult& result, IncomingMessage& record, siz
           "the texts arrive");
   bytes[changed % bytes.size()] ^= static_cast<char>(1 << changed % 8);
   IncomingMessage changed_record;
-  if (received(bytes, delivery_address(), changed_record)) check_received(changed_record);
+  const auto changed_result = received(bytes, assignment, changed_record);
+  if (changed_result && changed_result->outcome == Extraction::kDone) {
+    check_received(changed_record, assignment.message_size);
+  }
 }
 
 }  // namespace
@@ -219,7 +232,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   if (result->outcome == Extraction::kDone) {
     check(record, *message);
-    check_transfer(*result, record, size * 7);
+    check_transfer(*result, record, spooled.size());
   } else {
     require(diagnostics.Text().find("Could not get ") == 0, "a failure is told");
     require(record.sender.empty() && !record.body, "a failure leaves no record");

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "../transferred_bytes.h"
+#include "autoresponder/message/well_formed.h"
 #include "autoresponder/reader/reader_failure.h"
 #include "autoresponder/reader/result.h"
 #include "field_text.h"
@@ -15,19 +16,21 @@
 /// What the run makes of bytes that come from the reader, and of the end of them. Nothing where it
 /// refuses them.
 inline std::optional<ExtractionResult> received(std::string_view bytes,
-                                                const std::optional<std::string>& delivered_to,
+                                                const Assignment& assignment,
                                                 IncomingMessage& record) {
-  Receiver receiver(source_of(std::string(bytes)), most_of_result(bytes.size()));
+  Receiver receiver(source_of(std::string(bytes)));
   try {
-    return receive_result(receiver, delivered_to, record);
+    return receive_result(receiver, assignment, record);
   } catch (const ReaderFailure&) {
   } catch (const std::out_of_range&) {
   }
   return std::nullopt;
 }
 
-/// Whatever a reader says, no text ends early, and no address ends its header field.
-inline void check_received(const IncomingMessage& record) {
+/// Whatever a reader says, it is what the intake can give; no text ends early, and no address ends
+/// its header field.
+inline void check_received(const IncomingMessage& record, size_t message_size) {
+  require(is_well_formed(record, message_size), "the record is well-formed");
   for (const std::string* text : {&record.sender, &record.date, &record.charset}) {
     require(text->find('\0') == std::string::npos, "a text has no NUL");
   }

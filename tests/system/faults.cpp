@@ -9,7 +9,7 @@
 //   stop=PID@N      process PID is stopped before the Nth of all these calls
 //   silence=S       the database may be silent for S seconds
 //   kill=PID@N      process PID is killed before the Nth of all these calls
-// where CALL is mkstemp, popen, system, mysql_init, mysql_real_query (which every statement passes,
+// where CALL is mkstemp, close_range, popen, system, mysql_init, mysql_real_query (which every statement passes,
 // the four of the session among them), mysql_store_result, mysql_fetch_row or iconv_close, or
 // null_columns for a row whose columns are all NULL. A failing query reaches
 // the server as one that it does not understand.
@@ -35,9 +35,20 @@ Function next(const char* name) {
   return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
+// KEM_FAULTS as it was at first: the process that reads the message forgets its environment.
+const char* all_faults() {
+  static char faults[4096];
+  static const bool is_set = [] {
+    const char* const value = getenv("KEM_FAULTS");
+    if (value != nullptr) snprintf(faults, sizeof faults, "%s", value);
+    return value != nullptr;
+  }();
+  return is_set ? faults : nullptr;
+}
+
 // The text after `name` and its separator in KEM_FAULTS, or null; "" for a name without a text.
 const char* fault(const char* name) {
-  const char* const faults = getenv("KEM_FAULTS");
+  const char* const faults = all_faults();
   const size_t length = strlen(name);
   for (const char* at = faults; at != nullptr && *at != '\0'; at = strchr(at, ' ')) {
     while (*at == ' ') ++at;
@@ -98,6 +109,15 @@ int mkstemp(char* name) {
   static int calls = 0;
   if (!fails("mkstemp", calls)) return next<int (*)(char*)>("mkstemp")(name);
   errno = EACCES;
+  return -1;
+}
+
+int close_range(unsigned first, unsigned last, int flags) {
+  static int calls = 0;
+  if (!fails("close_range", calls)) {
+    return next<int (*)(unsigned, unsigned, int)>("close_range")(first, last, flags);
+  }
+  errno = EPERM;
   return -1;
 }
 

@@ -1,7 +1,8 @@
 // Preloaded into the programs by tests: what an intruder would do that took over the process in
 // which a message is taken apart. A message whose charset is "x-intruder-DEED" makes it do the
 // deed, at the place where that process asks for a converter. A deed that the process survives is
-// told on standard error: "DEED: done", or "DEED: " and the name of the error.
+// told as what the process may report: "wrong rfc1522 sequence (no data): =?DEED:done", or with the
+// name of the error.
 
 #include <algorithm>
 #include <cerrno>
@@ -98,9 +99,49 @@ int take_other_memory(int flags) {
   return 0;
 }
 
-int lift_file_size() {
+// One page in each gigabyte, so that each takes a page table of its own, which no limit counts.
+int take_page_tables() {
+  constexpr uintptr_t kFirst = uintptr_t{1} << 41;
+  for (uintptr_t i = 0; i < 30000; ++i) {
+    auto* const place = reinterpret_cast<void*>(kFirst + (i << 30));
+    void* const page = mmap(place, 4096, PROT_READ | PROT_WRITE,
+                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
+    if (page == MAP_FAILED) return -1;
+    *static_cast<volatile char*>(page) = 1;
+  }
+  return 0;
+}
+
+int take_descriptors() {
+  for (int i = 0; i < 100; ++i) {
+    if (open("/usr/lib/x86_64-linux-gnu/gconv", O_RDONLY) < 0 &&
+        open("/usr/lib/aarch64-linux-gnu/gconv", O_RDONLY) < 0) {
+      return -1;
+    }
+  }
+  return 0;
+}
+
+int map_log(int protection, int flags) {
+  return mmap(nullptr, 4096, protection, flags, STDERR_FILENO, 0) != MAP_FAILED ? 0 : -1;
+}
+
+// Memory that another mapping of the same pages could run.
+int map_once_more() {
+  void* const page =
+      mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return mremap(page, 0, 4096, MREMAP_MAYMOVE) != MAP_FAILED ? 0 : -1;
+}
+
+int lift_limit(pid_t process, decltype(RLIMIT_CPU) resource) {
   const rlimit none{RLIM_INFINITY, RLIM_INFINITY};
-  return setrlimit(RLIMIT_FSIZE, &none);
+  return prlimit(process, resource, &none, nullptr);
+}
+
+int report(const char* line, int count) {
+  for (int i = 0; i < count; ++i) fputs(line, stderr);
+  fflush(stderr);
+  return 0;
 }
 
 int compute_for_ever() {
@@ -148,7 +189,30 @@ const Deed kDeeds[] = {
     {"read-memory-of-parent", [] { return open_file(of_parent("mem"), O_RDONLY); }},
     {"write-memory-of-parent", [] { return open_file(of_parent("mem"), O_RDWR); }},
     {"find-descriptor", find_descriptor},
-    {"lift-file-size", lift_file_size},
+    {"lift-file-size", [] { return lift_limit(0, RLIMIT_FSIZE); }},
+    {"lift-processor-time", [] { return lift_limit(0, RLIMIT_CPU); }},
+    {"limit-parent", [] { return lift_limit(kParent, RLIMIT_CPU); }},
+    {"share-code",
+     [] {
+       return mmap(nullptr, 4096, PROT_READ | PROT_EXEC, MAP_SHARED | MAP_ANONYMOUS, -1, 0) !=
+                      MAP_FAILED
+                  ? 0
+                  : -1;
+     }},
+    {"map-once-more", map_once_more},
+    {"run-log", [] { return map_log(PROT_READ | PROT_EXEC, MAP_PRIVATE); }},
+    {"change-log", [] { return map_log(PROT_READ | PROT_WRITE, MAP_SHARED); }},
+    {"write-log", [] { return static_cast<int>(write(STDERR_FILENO, "x", 1)); }},
+    {"read-terminal",
+     [] {
+       char byte = 0;
+       return static_cast<int>(read(STDERR_FILENO, &byte, 1));
+     }},
+    {"take-page-tables", take_page_tables},
+    {"take-descriptors", take_descriptors},
+    {"forge-log", [] { return report("autoresponder: no reply, courtesy: spam\n", 1); }},
+    {"flood-log", [] { return report("Bad base64 symbol: *\n", 100000); }},
+    {"flood-log-with-empty-lines", [] { return report("\n", 1000000); }},
     {"map-code", [] { return map(PROT_READ | PROT_WRITE | PROT_EXEC); }},
     {"make-code", make_executable},
     {"take-memory", take_memory},
@@ -183,6 +247,10 @@ const Deed kDeeds[] = {
      [] {
        return send_numbers({kResult, 0, 2, uint64_t{10} << 30});
      }},
+    {"send-abort",
+     [] {
+       return send_numbers({kResult, 3, 0});
+     }},
     {"send-unknown-outcome",
      [] {
        return send_numbers({kResult, 9});
@@ -193,7 +261,8 @@ void act(const char* name) {
   for (const Deed& deed : kDeeds) {
     if (strcmp(deed.name, name) != 0) continue;
     const bool done = deed.act() >= 0;
-    fprintf(stderr, "%s: %s\n", name, done ? "done" : strerrorname_np(errno));
+    fprintf(stderr, "wrong rfc1522 sequence (no data): =?%s:%s\n", name,
+            done ? "done" : strerrorname_np(errno));
   }
 }
 

@@ -31,12 +31,25 @@ DEEDS = {
     "write-memory-of-parent": ("EPERM", "EACCES"),
     "find-descriptor": ("EBADF", "EBADF"),
     "lift-file-size": ("EPERM", "EPERM"),
+    "lift-processor-time": ("EPERM", "EPERM"),
+    "limit-parent": ("EPERM", "EPERM"),
+    "share-code": ("EPERM", "-"),
+    "map-once-more": ("EPERM", "-"),
+    "run-log": ("EBADF", "-"),
+    "change-log": ("EPERM", "-"),
+    "write-log": ("EPERM", "-"),
+    "read-terminal": ("EBADF", "-"),
+    "take-page-tables": ("ENOMEM", "-"),
+    "take-descriptors": ("EMFILE", "EMFILE"),
+    "forge-log": (None, None),
+    "flood-log": (None, None),
+    "flood-log-with-empty-lines": (None, None),
     "map-code": ("EPERM", "-"),
     "make-code": ("EPERM", "-"),
     "take-memory": ("ENOMEM", "-"),
-    "take-shared-memory": ("ENOMEM", "-"),
+    "take-shared-memory": ("EPERM", "-"),
     "take-stack-memory": ("ENOMEM", "-"),
-    "rewrite-log": ("EPERM", "-"),
+    "rewrite-log": ("EBADF", "-"),
     "connect-database": (None, "-"),
     "internet-socket": (None, "-"),
     "exec": (None, "EACCES"),
@@ -66,6 +79,10 @@ def from_intruder(deed):
             f"Content-Type: text/plain; charset=x-intruder-{deed}\n\nA question.\n").encode()
 
 
+def told(deed, error):
+    return f"wrong rfc1522 sequence (no data): =?{deed}:{error}\n".encode()
+
+
 def stopped(deed):
     expected = DEEDS[deed][SANITIZED]
     if expected == "-":
@@ -83,10 +100,11 @@ def test_stops_the_deed(panel, deed):
     assert result.status == 0
     if expected is None:
         assert result.err.endswith(UNREADABLE)
-        assert b": done" not in result.err
+        assert b":done" not in result.err
+        assert len(result.err) < 24 * len(from_intruder(deed)) + 500
         assert panel.mails() == []
     else:
-        assert result.err == f"{deed}: {expected}\n".encode() + UNKNOWN % deed.encode()
+        assert result.err == told(deed, expected) + UNKNOWN % deed.encode()
         assert len(panel.mails()) == 1
     assert victim.exists() and not Path("/tmp/intruder").exists()
     victim.unlink()
@@ -108,13 +126,21 @@ def test_reads_no_file_of_the_user_who_asks_for_an_explanation(panel):
          BUILD / "explain" / "autoresponder-explain"],
         input=from_intruder("read-users"), capture_output=True,
         env={"PATH": "/usr/bin:/bin", **INTRUDER})
-    assert b"read-users: EACCES" in result.stderr
+    assert told("read-users", "EACCES") in result.stderr
 
 
 def test_every_deed_is_tried():
     source = (CHECKOUT / "tests" / "system" / "intruder.cpp").read_text()
-    told = set(re.findall(r'^    \{"([a-z-]+)"', source, re.MULTILINE))
-    assert told - {"sleep"} == set(DEEDS)
+    deeds = set(re.findall(r'^    \{"([a-z0-9-]+)"', source, re.MULTILINE))
+    assert deeds - {"sleep", "send-abort"} == set(DEEDS)
+
+
+def test_cannot_make_the_run_abort_with_repairs(panel):
+    panel.switch(repairs=True)
+    panel.rule()
+    result = panel.run(from_intruder("send-abort"), env=INTRUDER)
+    assert (result.status, result.err) == (0, UNREADABLE)
+    assert panel.temporary_files() == []
 
 
 def children(pid):
@@ -241,3 +267,49 @@ def test_the_reader_is_nobody(panel):
     assert {status["CapPrm"], status["CapEff"], status["CapAmb"]} == {"0" * 16}
     assert status["NoNewPrivs"] == "1"
     assert status["Seccomp"] == ("0" if SANITIZED else "2")
+
+
+def memory_of(pid):
+    """All that the process has in its memory."""
+    regions = Path(f"/proc/{pid}/maps").read_text().splitlines()
+    with open(f"/proc/{pid}/mem", "rb", buffering=0) as memory:
+        for region in regions:
+            start, end = (int(number, 16) for number in region.split()[0].split("-"))
+            is_of_kernel = "[v" in region
+            if region.split()[1].startswith("r") and not is_of_kernel:
+                memory.seek(start)
+                yield memory.read(end - start)
+
+
+def test_the_reader_knows_nothing_but_the_message(panel):
+    sandbox.write_conf({**sandbox.conf_values(), "PRODUCT_ROOT_D": "/mark-of-the-root",
+                        "SOME_SECRET": "mark-of-the-configuration"})
+    shadow = Path("/etc/kem/.kem.shadow")
+    password = shadow.read_bytes()
+    shadow.write_bytes(b"mark-of-the-password\n")
+    try:
+        process, reader = start_sleeping(
+            panel, env={"KEM_MARK": "mark-of-the-environment",
+                        "RECIPIENT": "prefix-mark-of-the-recipient@shop.example"})
+        memory = b"".join(memory_of(reader))
+        process.kill()
+        process.wait()
+    finally:
+        shadow.write_bytes(password)
+        panel.remove_temporary_files()
+    assert b"x-intruder-sleep" in memory
+    assert re.findall(rb"mark-of-the-[a-z]*", memory) == []
+
+
+def test_the_limits_are_small(panel):
+    process, reader = start_sleeping(panel)
+    limits = {line[:26].strip(): line[26:].split()[:2]
+              for line in Path(f"/proc/{reader}/limits").read_text().splitlines()[1:]}
+    os.kill(reader, signal.SIGKILL)
+    process.wait()
+    assert limits["Max open files"] == ["16", "16"]
+    assert limits["Max processes"] == limits["Max file size"] == ["0", "0"]
+    if not SANITIZED:
+        data, space = (int(limits[name][0]) for name in ("Max data size", "Max address space"))
+        assert data == (72 << 20) + 48 * (len(from_intruder("sleep")) + 1)
+        assert space == data + (16 << 20)

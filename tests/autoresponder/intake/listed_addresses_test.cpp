@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "autoresponder/message/courtesy_facts.h"
+
 using namespace std::string_view_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -78,7 +80,7 @@ TEST(AddListedAddresses, KeepsThoseOfOtherFields) {
 }
 
 TEST(AddListedAddresses, SkipsOneThatIsTooLong) {
-  const std::string local_part(kLongestAddress - 2, 'x');
+  const std::string local_part(kMaxListedAddress - 2, 'x');
   EXPECT_THAT(addresses_of(local_part + "@b, c@d"), ElementsAre(local_part + "@b", "c@d"));
   EXPECT_THAT(addresses_of(local_part + "x@b, c@d"), ElementsAre("c@d"));
   EXPECT_THAT(addresses_of("\"" + local_part + "x\"@b, c@d"), ElementsAre("c@d"));

@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "autoresponder/message/courtesy_facts.h"
+
 using namespace std::string_view_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -71,7 +73,7 @@ TEST(MessageIds, OfMoreThanAreWantedAreTheFirstAndTheLast) {
 }
 
 TEST(MessageIds, AreNotTooLongForALine) {
-  const std::string left(kLongestMessageId - 4, 'x');
+  const std::string left(kMaxMessageId - 4, 'x');
   EXPECT_THAT(message_ids("<" + left + "@y>", 20), ElementsAre("<" + left + "@y>"));
   EXPECT_THAT(message_ids("<" + left + "x@y>", 20), IsEmpty());
 }

@@ -1,10 +1,12 @@
 #include "autoresponder/message/body_lines.h"
 
+#include <chrono>
 #include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -133,6 +135,31 @@ TEST(BodyLines, FindAKeyLongerThanWhatIsSearchedAtOnce) {
   const BodyLines lines(*text, text, "KOI8-R");
   EXPECT_EQ(lines.FirstWith(key), 2U);
   EXPECT_EQ(lines.FirstWith(key + "k"), 0U);
+}
+
+// A short key, one that does not fit into what is searched at once, and some that are nowhere.
+TEST(BodyLines, AreSearchedForManyKeysInAnotherCharset) {
+  const std::string umlaut = "\xC3\xBC";
+  const std::string longest(100000, 'k');
+  const auto text = shared(std::string(70000, '\n') + "\xFC" + longest + "\n\nend\xFC");
+  const BodyLines lines(*text, text, "ISO-8859-15");
+  const std::vector<std::string> keys = {"end" + umlaut, longest, "", "\n", "none", umlaut, "k"};
+  const std::vector<std::string_view> views(keys.begin(), keys.end());
+  EXPECT_EQ(lines.FirstWith(views),
+            (std::vector<size_t>{70003, 70001, 1, 0, 0, 70001, 70001}));
+}
+
+// It is converted once for all of them.
+TEST(BodyLines, AreSearchedForManyKeysAsFastAsForOne) {
+  const auto text = shared(std::string(3000000, 'a') + "\xE4");
+  const BodyLines lines(*text, text, "TSCII");
+  const auto time_of = [&lines](size_t count) {
+    const auto start = std::chrono::steady_clock::now();
+    const std::vector<std::string_view> keys(count, "none");
+    EXPECT_EQ(lines.FirstWith(keys), std::vector<size_t>(count, 0));
+    return std::chrono::steady_clock::now() - start;
+  };
+  EXPECT_LT(time_of(30), 10 * time_of(1));
 }
 
 TEST(BodyLines, AreSearchedForALongKeyInLinearTime) {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -111,6 +112,38 @@ TEST(ReaderProcess, FailsAtTheDeadlineWhereItNeverEnds) {
         for (;;) reader.Receive(block, sizeof block);
       },
       ReaderFailure);
+}
+
+// What it is allowed is for all of its answers together.
+TEST(ReaderProcess, FailsWhereSeveralAnswersTakeTooLong) {
+  ReaderProcess reader(
+      [](int channel, ConfinementSet /*reached*/) {
+        for (const char* answer : {"a", "b", "c"}) {
+          std::this_thread::sleep_for(kShort / 2);
+          write_text(channel, answer);
+        }
+      },
+      0, /*wanted=*/0);
+  reader.Allow(kShort);
+  char byte = 0;
+  reader.Receive(&byte, 1);
+  EXPECT_THROW(
+      {
+        reader.Receive(&byte, 1);
+        reader.Receive(&byte, 1);
+      },
+      ReaderFailure);
+}
+
+TEST(ReaderProcess, IsNotToBlameForTheTimeBetweenTheCalls) {
+  ReaderProcess reader([](int channel, ConfinementSet /*reached*/) { write_text(channel, "ab"); },
+                       0);
+  reader.Allow(kShort);
+  char byte = 0;
+  reader.Receive(&byte, 1);
+  std::this_thread::sleep_for(2 * kShort);
+  reader.Receive(&byte, 1);
+  EXPECT_EQ(byte, 'b');
 }
 
 TEST(ReaderProcess, FailsAtTheDeadlineWhereItDoesNotListen) {

@@ -6,17 +6,21 @@
 
 #include <gtest/gtest.h>
 
+#include "../../memory_file.h"
 #include "../../transferred_bytes.h"
+#include "autoresponder/reader/diagnostics.h"
 #include "autoresponder/reader/reader_failure.h"
 
 namespace {
 
 constexpr uint64_t kResult = 0x52657375'6C743031;
 
-ExtractionResult receive(const std::string& bytes, const std::optional<std::string>& delivered_to,
-                         IncomingMessage& record) {
-  Receiver receiver(source_of(bytes), 1000);
-  return receive_result(receiver, delivered_to, record);
+constexpr Assignment kAssignment{200, nullptr, {}};
+
+ExtractionResult receive(const std::string& bytes, IncomingMessage& record,
+                         const Assignment& assignment = kAssignment) {
+  Receiver receiver(source_of(bytes));
+  return receive_result(receiver, assignment, record);
 }
 
 // A result in numbers and texts, of which each row below changes something.
@@ -49,7 +53,7 @@ std::string bytes_of(const Result& result) {
 
 TEST(ReaderResult, FillsTheRecord) {
   IncomingMessage record;
-  const ExtractionResult result = receive(bytes_of({}), std::nullopt, record);
+  const ExtractionResult result = receive(bytes_of({}), record);
   EXPECT_EQ(result.outcome, Extraction::kDone);
   EXPECT_EQ(result.sender_field, SenderField::kFrom);
   EXPECT_EQ(record.sender, "otto@customer.example");
@@ -66,7 +70,7 @@ TEST(ReaderResult, FillsTheRecord) {
 
 TEST(ReaderResult, CannotChangeTheAddressOfTheDelivery) {
   IncomingMessage record;
-  receive(bytes_of({}), "other@mailbox.example", record);
+  receive(bytes_of({}), record, {200, "other@mailbox.example", {}});
   EXPECT_EQ(record.recipient, "other@mailbox.example");
 }
 
@@ -79,7 +83,7 @@ TEST(ReaderResult, IsWhatTheExtractionGave) {
   receive(sent([&given](Sender& to) {
             send_result(to, {Extraction::kDone, SenderField::kReplyTo, {}}, given);
           }),
-          std::nullopt, record);
+          record);
   EXPECT_EQ(record.sender, "a@b");
   EXPECT_EQ(record.recipient, "c@d");
   EXPECT_EQ(record.subject, "e");
@@ -91,7 +95,7 @@ TEST(ReaderResult, TellsTheSenderWhereThereIsNoRecipient) {
     send_result(to, {Extraction::kNoRecipient, SenderField::kFrom, "a@b"}, none);
   });
   IncomingMessage record;
-  const ExtractionResult result = receive(bytes, std::nullopt, record);
+  const ExtractionResult result = receive(bytes, record);
   EXPECT_EQ(result.outcome, Extraction::kNoRecipient);
   EXPECT_EQ(result.sender, "a@b");
   EXPECT_EQ(record.sender, "");
@@ -101,7 +105,7 @@ TEST(ReaderResult, ThrowsWhatTheExtractionThrew) {
   IncomingMessage record;
   const std::string bytes = sent([](Sender& to) { send_abort(to, "basic_string::substr"); });
   try {
-    receive(bytes, std::nullopt, record);
+    receive(bytes, record);
     FAIL() << "it does not throw";
   } catch (const std::out_of_range& exception) {
     EXPECT_STREQ(exception.what(), "basic_string::substr");
@@ -121,7 +125,7 @@ class ReaderResultRefused : public testing::TestWithParam<Refused> {};
 
 TEST_P(ReaderResultRefused, Throws) {
   IncomingMessage record;
-  EXPECT_THROW(receive(bytes_of(GetParam().result), std::nullopt, record), ReaderFailure);
+  EXPECT_THROW(receive(bytes_of(GetParam().result), record), ReaderFailure);
 }
 
 Result changed(const std::function<void(Result&)>& change) {
@@ -135,7 +139,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Refused{"OtherStart", changed([](Result& r) { r.start = 7; })},
         Refused{"UnknownOutcome", changed([](Result& r) { r.outcome = 4; })},
-        Refused{"UnknownField", changed([](Result& r) { r.field = 3; })},
+        Refused{"UnknownSenderField", changed([](Result& r) { r.field = 3; })},
         Refused{"SenderFromNoField", changed([](Result& r) { r.field = 0; })},
         Refused{"NoSenderFromAField", changed([](Result& r) { r.outcome = 1; })},
         Refused{"NulInSender", changed([](Result& r) { r.sender = std::string("a\0@b", 4); })},
@@ -149,25 +153,79 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{"FieldInReference", changed([](Result& r) { r.reference = "<1@b>\nBcc: c@d>"; })},
         Refused{"LongReference",
                 changed([](Result& r) { r.reference = "<" + std::string(900, 'x') + ">"; })},
-        Refused{"TooLong", changed([](Result& r) { r.subject = std::string(1000, 'x'); })}),
+        Refused{"EmptySender", changed([](Result& r) { r.sender = ""; })},
+        Refused{"SenderWithoutAt", changed([](Result& r) { r.sender = "root"; })},
+        Refused{"SenderIsAnOption", changed([](Result& r) { r.sender = "-t"; })},
+        Refused{"FieldAfterACr", changed([](Result& r) { r.sender = "a@b\rBcc: c@d"; })},
+        Refused{"RecipientWithoutAt", changed([](Result& r) { r.recipient = "root"; })},
+        Refused{"UnknownField", changed([](Result& r) { r.list_field = "List-Nonsense"; })},
+        Refused{"EmptyReference", changed([](Result& r) { r.reference = ""; })},
+        Refused{"LongSender",
+                changed([](Result& r) { r.sender = std::string(199, 'x') + "@y"; })},
+        Refused{"LongSubject", changed([](Result& r) { r.subject = std::string(2401, 'x'); })}),
     [](const auto& row) { return row.param.name; });
 
 TEST(ReaderResult, MayHoldAFoldedAddress) {
   IncomingMessage record;
-  receive(bytes_of(changed([](Result& r) { r.sender = "a@[b\n c]"; })), std::nullopt, record);
+  receive(bytes_of(changed([](Result& r) { r.sender = "a@[b\n c]"; })), record);
   EXPECT_EQ(record.sender, "a@[b\n c]");
 }
 
 TEST(ReaderResult, MayHoldANulInTheSubject) {
   IncomingMessage record;
   const std::string subject("a\0b", 3);
-  receive(bytes_of(changed([&subject](Result& r) { r.subject = subject; })), std::nullopt, record);
+  receive(bytes_of(changed([&subject](Result& r) { r.subject = subject; })), record);
   EXPECT_EQ(record.subject, subject);
 }
 
-TEST(ReaderResult, GrowsWithTheMessageOnly) {
-  EXPECT_EQ(most_of_result(0), 1u << 20);
-  EXPECT_EQ(most_of_result(1000), (1u << 20) + 16000);
+TEST(ReaderResult, MayHoldASubjectThatGrew) {
+  IncomingMessage record;
+  receive(bytes_of(changed([](Result& r) { r.subject = std::string(2400, 'x'); })), record);
+  EXPECT_EQ(record.subject.size(), 2400U);
+}
+
+TEST(ReaderResult, DoesNotEndTheRunWithRepairs) {
+  IncomingMessage record;
+  const std::string bytes = sent([](Sender& to) { send_abort(to, "basic_string::substr"); });
+  EXPECT_THROW(receive(bytes, record, {200, nullptr, {/*repairs=*/true, false}}), ReaderFailure);
+}
+
+TEST(ReaderResult, LacksNoRecipientWhereThereIsADelivery) {
+  IncomingMessage record;
+  const std::string bytes = sent([&record](Sender& to) {
+    send_result(to, {Extraction::kNoRecipient, SenderField::kFrom, "a@b"}, record);
+  });
+  EXPECT_THROW(receive(bytes, record, {200, "info@shop.example", {}}), ReaderFailure);
+}
+
+std::string diagnostics(std::string_view text) {
+  return sent([text](Sender& to) {
+    to.Number(kDiagnostics);
+    to.Text(text);
+  });
+}
+
+TEST(ReaderResult, FollowsTheDiagnostics) {
+  const CapturedDiagnostics written;
+  IncomingMessage record;
+  receive(diagnostics("Bad base64 symbol: *\n") + diagnostics("Bad base64 symbol: !\n") +
+              bytes_of({}),
+          record);
+  EXPECT_EQ(record.sender, "otto@customer.example");
+  EXPECT_EQ(written.Text(), "Bad base64 symbol: *\nBad base64 symbol: !\n");
+}
+
+TEST(ReaderResult, FollowsNothingElse) {
+  IncomingMessage record;
+  EXPECT_THROW(receive(diagnostics("Abnormal exit.\n") + bytes_of({}), record), ReaderFailure);
+}
+
+TEST(ReaderResult, TellsTheDiagnosticsOfAnAbort) {
+  const CapturedDiagnostics written;
+  IncomingMessage record;
+  const std::string abort = sent([](Sender& to) { send_abort(to, "basic_string::substr"); });
+  EXPECT_THROW(receive(diagnostics("Bad base64 symbol: *\n") + abort, record), std::out_of_range);
+  EXPECT_EQ(written.Text(), "Bad base64 symbol: *\n");
 }
 
 }  // namespace

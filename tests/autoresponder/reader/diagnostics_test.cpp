@@ -1,0 +1,100 @@
+#include "autoresponder/reader/diagnostics.h"
+
+#include <ostream>
+
+#include <gtest/gtest.h>
+
+#include "../../memory_file.h"
+#include "autoresponder/reader/reader_failure.h"
+
+namespace {
+
+constexpr size_t kMessageSize = 100;
+
+std::string relayed(std::string_view text) {
+  const CapturedDiagnostics written;
+  DiagnosticsRelay relay(kMessageSize);
+  relay.Add(text);
+  relay.End();
+  return written.Text();
+}
+
+struct Line {
+  const char* name;
+  const char* text;
+};
+
+void PrintTo(const Line& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class DiagnosticsRelayed : public testing::TestWithParam<Line> {};
+
+TEST_P(DiagnosticsRelayed, AreWrittenAsTheyAre) {
+  EXPECT_EQ(relayed(GetParam().text), GetParam().text);
+}
+
+constexpr Line kRelayed[] = {
+    {"Nothing", ""},
+    {"NoCharset", "wrong rfc1522 sequence (no charset): =?\n"},
+    {"NoEncoding", "wrong rfc1522 sequence (no encoding): =?utf-8?Q\n"},
+    {"NoData", "wrong rfc1522 sequence (no data): =?utf-8?Q?a\n"},
+    {"TrailingStuff", "wrong rfc1522 sequence (trailing stuff): =?utf-8?Q?a?=b\n"},
+    {"TokenBeforeAFold", "wrong rfc1522 sequence (no data): =?utf-8?Q?a\n\n"},
+    {"Hex", "Bad hex in quoted-printable string: G1\n"},
+    {"OneByteOfHex", "Bad hex in quoted-printable string: G\n"},
+    {"Symbol", "Bad base64 symbol: *\n"},
+    {"Body", "Could not convert message body text from x-unknown to UTF-8.\n"},
+    {"FoldedCharset", "Could not convert message body text from x\n y to UTF-8.\n"},
+    {"Subject", "Could not convert message subject text from US-ASCII to UTF-8.\n"},
+    {"Sender", "Could not get sender's e-mail address from Reply-To: or From: headers.\n"},
+    {"Recipient",
+     "Could not get recipient's e-mail address from environment variable RECIPIENT or To: header."
+     "\n"},
+    {"Several", "Bad base64 symbol: *\nBad base64 symbol: !\n"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, DiagnosticsRelayed, testing::ValuesIn(kRelayed),
+                         [](const auto& row) { return row.param.name; });
+
+class DiagnosticsRefused : public testing::TestWithParam<Line> {};
+
+TEST_P(DiagnosticsRefused, Throw) {
+  EXPECT_THROW(relayed(GetParam().text), ReaderFailure);
+}
+
+constexpr Line kRefused[] = {
+    {"OfTheRun", "autoresponder: Mailname not found: a@b\n"},
+    {"EndOfTheRun", "Abnormal exit.\n"},
+    {"Anything", "x\n"},
+    {"NoToken", "wrong rfc1522 sequence (no data): x\n"},
+    {"UnknownReason", "wrong rfc1522 sequence (none): =?\n"},
+    {"LongHex", "Bad hex in quoted-printable string: abc\n"},
+    {"LongSymbol", "Bad base64 symbol: ab\n"},
+    {"MoreAfterTheSender",
+     "Could not get sender's e-mail address from Reply-To: or From: headers. x\n"},
+    {"OfTheRunAfterOneOfTheIntake", "Bad base64 symbol: *\nautoresponder: no reply\n"},
+    {"WithoutItsEnd", "Bad base64 symbol: *"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, DiagnosticsRefused, testing::ValuesIn(kRefused),
+                         [](const auto& row) { return row.param.name; });
+
+TEST(DiagnosticsRelay, PutsLinesTogether) {
+  const CapturedDiagnostics written;
+  DiagnosticsRelay relay(kMessageSize);
+  for (const char* const part : {"Bad base64", " symbol: *", "\nBad base64 symbol: ", "!\n"}) {
+    relay.Add(part);
+  }
+  relay.End();
+  EXPECT_EQ(written.Text(), "Bad base64 symbol: *\nBad base64 symbol: !\n");
+}
+
+TEST(DiagnosticsRelay, TakesNoMoreThanAMessageOfThisSizeCanGive) {
+  std::string symbols;
+  for (size_t i = 0; i < kMessageSize; ++i) symbols += "Bad base64 symbol: *\n";
+  EXPECT_EQ(relayed(symbols), symbols);
+  EXPECT_THROW(relayed(symbols + symbols), ReaderFailure);
+}
+
+}  // namespace
