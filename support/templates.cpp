@@ -177,8 +177,8 @@ char* template_subst(char open, char close, const NamedValue* table, int count, 
   result->consumed = 0;
   result->written = 0;
   result->status = 0;
-  const bool nothing_to_do = text == nullptr || *text == '\0' || capacity <= 0 ||
-                             output == nullptr || table == nullptr || count <= 0;
+  const bool nothing_to_do =
+      text == nullptr || *text == '\0' || capacity <= 0 || output == nullptr || count == 0;
   if (nothing_to_do) return output;
   Filler out(output, capacity, result);
   substitute(open, close, table, count, text, out, result);

@@ -125,6 +125,13 @@ TEST(Charset, ThrowsWhenClosingFails) {
   EXPECT_EQ(got, "Closing conversion from UTF-8 to utf-8 failed");
 }
 
+TEST(Charset, ConvertsNoEmptyText) {
+  const int before = iconv_spy.steps;
+  EXPECT_EQ(convert_charset("", "KOI8-R", "UTF-8", true), "");
+  EXPECT_EQ(iconv_spy.steps, before);
+  EXPECT_EQ(failure("", "x-unknown", "UTF-8", true), "Cannot convert from x-unknown to UTF-8");
+}
+
 // Such steps would be repeated for ever.
 TEST(Charset, GivesUpAConversionThatDoesNotMove) {
   iconv_spy.moves = false;

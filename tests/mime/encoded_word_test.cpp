@@ -99,6 +99,9 @@ constexpr Value kValues[] = {
      "=?utf-8?Q?a?=b?=", "ab?=", "wrong rfc1522 sequence (trailing stuff): =?utf-8?Q?a?=b?=\n"},
     {"TrailingTextOfAnUnknownEncoding", "=?utf-8?X?abc?=xyz", "xyz",
      "wrong rfc1522 sequence (trailing stuff): =?utf-8?X?abc?=xyz\n"},
+    {"TrailingTextBeforeItsBadHex", "=?utf-8?Q?=ZZ?=x", "\0x"sv,
+     "wrong rfc1522 sequence (trailing stuff): =?utf-8?Q?=ZZ?=x\n"
+     "Bad hex in quoted-printable string: ZZ\n"},
     {"EachMalformedWord", "=?a =?b?Q", "=?a =?b?Q",
      "wrong rfc1522 sequence (no charset): =?a\nwrong rfc1522 sequence (no encoding): =?b?Q\n"},
 };

@@ -24,6 +24,13 @@ extern "C" int idna_to_ascii_8z(const char* input, char** output, int flags) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "idna_to_ascii_8z"))(input, output, flags);
 }
 
+extern "C" int idna_to_unicode_8z8z(const char* input, char** output, int flags) {
+  if (forced_code != 0) return forced_code;
+  using Function = int(const char*, char**, int);
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "idna_to_unicode_8z8z"))(input, output,
+                                                                               flags);
+}
+
 namespace {
 
 // 63 bytes, the longest label there can be.
@@ -144,6 +151,35 @@ void convert_without_memory() {
 TEST(IdnDeathTest, EndsTheProcessWithoutMemory) {
   EXPECT_EXIT(convert_without_memory(), testing::ExitedWithCode(1),
               testing::HasSubstr("Allocation failed"));
+}
+
+TEST(IdnToUtf8, KeepsTheCodeOfAFailure) {
+  idn_last_error = 0;
+  forced_code = 6;
+  const OwnedText got(idn_toutf8("xn--a.example"));
+  forced_code = 0;
+  EXPECT_EQ(got.get(), nullptr);
+  EXPECT_EQ(idn_last_error, 6);
+}
+
+void convert_to_utf8_without_memory() {
+  forced_code = 201;
+  idn_toutf8("example.com");
+}
+
+TEST(IdnDeathTest, EndsTheProcessWithoutMemoryForUtf8) {
+  EXPECT_EXIT(convert_to_utf8_without_memory(), testing::ExitedWithCode(1),
+              testing::HasSubstr("Allocation failed"));
+}
+
+void convert_to_utf8_safely() {
+  forced_code = 6;
+  idn_toutf8_safe("xn--a.example");
+}
+
+TEST(IdnDeathTest, EndsTheProcessWhereThereIsNoUtf8Form) {
+  EXPECT_EXIT(convert_to_utf8_safely(), testing::ExitedWithCode(1),
+              testing::HasSubstr("idn_toutf8_safe(xn--a.example) failed: ACE prefix not found\n"));
 }
 
 struct CodeText {

@@ -205,6 +205,19 @@ TEST(ReportDeathTest, PrintsTheSystemErrorOfAFatalReport) {
                           "System error 2: No such file or directory\n"));
 }
 
+// Also to streams that have buffers, where nothing else would write it before a crash.
+void warn_and_die() {
+  static char buffer[4096];
+  setvbuf(stderr, buffer, _IOFBF, sizeof buffer);
+  report_into_one_stream(0, "/bin/program", 0, "text");
+  _exit(4);
+}
+
+TEST(ReportDeathTest, WritesAWarningAtOnce) {
+  EXPECT_EXIT(warn_and_die(), testing::ExitedWithCode(4),
+              testing::Eq("program: text\nprogram: text\n"));
+}
+
 TEST(ReportDeathTest, PutMessageExitsWithTheStatus) {
   EXPECT_EXIT(put_message("text", 3), testing::ExitedWithCode(3), testing::HasSubstr("text\n"));
 }

@@ -4,6 +4,8 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <tuple>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -194,6 +196,21 @@ TEST(TemplateNothing, IsWrittenWithAnEmptyTable) {
   char output[] = "##";
   expect_nothing(substitute_nothing(kTable, 0, "text", output, 1));
   EXPECT_EQ(std::string_view(output, 2), std::string_view("\0#", 2));
+}
+
+TEST(TemplateTable, KnowsNoNameIfItIsNullOrItsCountIsNegative) {
+  for (const auto& [table, count] : {std::pair(static_cast<const NamedValue*>(nullptr), 3),
+                                     std::pair(static_cast<const NamedValue*>(kTable), -1)}) {
+    for (const auto& [options, want, status] :
+         {std::tuple(0, "text ", 0), std::tuple(int{kKeepUnknown}, "text <name>", 2)}) {
+      char output[100] = "";
+      SubstResult result{0, 0, options, 0};
+      template_subst('<', '>', table, count, "text <name>", output, 99, &result);
+      EXPECT_STREQ(output, want);
+      EXPECT_EQ(result.consumed, 11);
+      EXPECT_EQ(result.status, status);
+    }
+  }
 }
 
 TEST(TemplateNothing, IsWrittenWithANegativeCapacity) {

@@ -6,13 +6,15 @@ import os
 import resource
 import signal
 import subprocess
+import threading
 import time
 from pathlib import Path
 
 import pytest
 
 import panel as sandbox
-from conftest import RECIPIENT, SANITIZED, message, real_root, wait_until
+from conftest import (RECIPIENT, SANITIZED, children, memory_of, message, real_root,
+                      wait_until)
 
 pytestmark = pytest.mark.skipif(not real_root(), reason="needs a second user to start the program as")
 
@@ -222,3 +224,35 @@ def test_another_process_of_it_cannot_signal_the_run(panel, program):
     assert killer.returncode != 0
     process.communicate(message(), timeout=20)
     assert process.returncode == 0
+
+
+# The C library opens them before the program starts, so that writing to them fails.
+@pytest.mark.parametrize("repairs", [False, True])
+@pytest.mark.parametrize("closed", [[1], [2], [1, 2], [0, 1, 2]], ids=str)
+def test_attachments_are_whole_where_it_closed_the_standard_descriptors(
+        panel, program, closed, repairs):
+    panel.switch(repairs=repairs)
+    panel.attach(panel.rule(), "list.txt")
+    process = start(program, lambda: [os.close(number) for number in closed if number != 0])
+    _, err = process.communicate(message(), timeout=20)
+    assert (process.returncode, err) == (0, b"")
+    (mail,) = panel.mails()
+    assert b"\nY29udGVudA==\n" in mail.message and mail.message.endswith(b"--\n")
+
+
+def test_nothing_of_its_environment_reaches_the_reader(panel, program):
+    """A body that takes seconds to convert, so that there is time to look."""
+    text = (b"From: a@b\nContent-Type: text/plain; charset=tscii\n\n" + b"\xaa" * (30 << 20))
+    mark = "mark-of-" + "the-caller"
+    process = start(program, env={"KEM_MARK": mark, "RECIPIENT": f"x-{mark}@shop.example"})
+    feeder = threading.Thread(target=process.communicate, args=(text,))
+    feeder.start()
+    reader = []
+    wait_until(lambda: reader.extend(children(process.pid)) or reader)
+    os.kill(int(reader[0]), signal.SIGSTOP)
+    time.sleep(0.1)
+    memory = b"".join(memory_of(reader[0]))
+    process.kill()
+    feeder.join()
+    panel.remove_temporary_files()
+    assert len(memory) > 30 << 20 and mark.encode() not in memory

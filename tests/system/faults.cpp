@@ -112,9 +112,9 @@ int mkstemp(char* name) {
   return -1;
 }
 
+// Not counted: the process that reads the message calls it too.
 int close_range(unsigned first, unsigned last, int flags) {
-  static int calls = 0;
-  if (!fails("close_range", calls)) {
+  if (fault("close_range") == nullptr) {
     return next<int (*)(unsigned, unsigned, int)>("close_range")(first, last, flags);
   }
   errno = EPERM;

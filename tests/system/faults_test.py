@@ -1,5 +1,6 @@
 """What the world does to a run: a table of injected faults, and what an operator finds afterwards."""
 
+import ctypes
 import os
 import re
 import resource
@@ -203,6 +204,38 @@ def test_a_damaged_library_is_not_needed_where_no_rule_fires(panel, damaged_libi
     panel.rule(keystr="pears", key_where="subj")
     result = panel.run(message())
     assert (result.status, result.err) == (0, b"")
+
+
+@pytest.mark.parametrize("repairs", [False, True])
+@pytest.mark.parametrize("ans_freq", [0, 1])
+def test_a_damaged_library_is_not_needed_where_the_limiter_forbids_a_reply(
+        panel, damaged_libidn, ans_freq, repairs):
+    panel.switch(repairs=repairs)
+    rule = panel.rule(ans_freq=ans_freq)
+    if ans_freq == 1:
+        panel.sql(f"insert into resp_freq set rn_id={rule}, email='otto@customer.example', num=1")
+    result = panel.run(message())
+    assert (result.status, result.err) == (0, b"")
+
+
+def test_a_damaged_library_leaves_no_count_with_repairs(panel, damaged_libidn):
+    panel.switch(repairs=True)
+    panel.rule()
+    assert panel.run(message()).status == 1
+    assert panel.senders() == []
+
+
+def test_a_run_that_is_ended_by_the_library_leaves_no_child(panel, damage):
+    """Where nobody waits for orphans, its reader would stay as a zombie."""
+    damage("libmariadb.so.3")
+    subreaper = 36
+    ctypes.CDLL(None).prctl(subreaper, 1, 0, 0, 0)
+    try:
+        assert panel.run(message()).status == 1
+        with pytest.raises(ChildProcessError):
+            os.waitpid(-1, os.WNOHANG)
+    finally:
+        ctypes.CDLL(None).prctl(subreaper, 0, 0, 0, 0)
 
 
 def test_no_room_for_a_reply_to_an_address_without_an_ascii_form(panel):

@@ -2,12 +2,14 @@
 
 import base64
 import os
+import resource
 import subprocess
+import time
 
 import pytest
 
 import panel as sandbox
-from conftest import OPTIMISED, RECIPIENT, SANITIZED, message
+from conftest import OPTIMISED, RECIPIENT, SANITIZED, message, wait_until
 from measured import INPUT, run_on_input
 
 MEGABYTE = 1 << 20
@@ -180,3 +182,73 @@ def test_a_full_disk_neither_stops_nor_breaks_the_run(panel):
 def test_a_small_run_takes_little_memory(panel):
     panel.rule()
     assert run_large(panel, message()) == []
+
+
+# --- memory --------------------------------------------------------------------------------------
+
+@pytest.mark.skipif(SANITIZED, reason="the sanitizers take far more memory than that")
+@pytest.mark.parametrize("name", [resource.RLIMIT_AS, resource.RLIMIT_DATA])
+def test_a_message_for_which_there_is_no_memory_ends_the_run_in_order(panel, name):
+    panel.rule()
+    limit = 64 * MEGABYTE
+    result = panel.run(HEAD + b"\n" + lines(100 * MEGABYTE),
+                       preexec_fn=lambda: resource.setrlimit(name, (limit, limit)))
+    assert (result.status, result.err) == (
+        0, b"autoresponder: the message could not be read\nAbnormal exit.\n")
+    assert (panel.mails(), panel.temporary_files()) == ([], [])
+
+
+def large_keys(panel, count, megabytes):
+    panel.sql("alter table mail_resp modify keystr longtext")
+    for _ in range(count):
+        panel.sql("insert into mail_resp (mn_id, resp_on, key_where, keystr, text) values"
+                  f" (1, 'true', 'body', repeat('k', {megabytes * MEGABYTE}), 'Large.')")
+
+
+def test_keys_that_are_larger_than_the_body_cost_nobody_a_reply(panel):
+    large_keys(panel, 7, 12)
+    panel.rule()
+    result = panel.run(message())
+    assert (result.status, result.err, len(panel.mails())) == (0, b"", 1)
+
+
+def test_many_large_keys_are_found(panel):
+    large_keys(panel, 9, 3)
+    panel.rule(key_where="body", keystr="question")
+    result = panel.run(HEAD + b"\na question\n" + b"k" * (4 * MEGABYTE))
+    assert (result.status, result.err, len(panel.mails())) == (0, b"", 10)
+
+
+# --- standard output -----------------------------------------------------------------------------
+
+@pytest.mark.parametrize("repairs", [False, True])
+@pytest.mark.parametrize("when", ["before", "meanwhile"])
+def test_a_reader_of_the_output_that_has_gone_cuts_no_attachment(panel, when, repairs):
+    """Each attachment's step ends by a line to standard output."""
+    panel.switch(repairs=repairs)
+    panel.attach(panel.rule(), "list.txt")
+    ours, theirs = os.pipe()
+    if when == "before":
+        os.close(ours)
+    process = subprocess.Popen([panel.program], stdin=subprocess.PIPE, stdout=theirs,
+                               stderr=subprocess.PIPE, env={"PATH": "/usr/bin:/bin",
+                                                            "RECIPIENT": RECIPIENT})
+    os.close(theirs)
+    wait_until(panel.temporary_files)
+    if when == "meanwhile":
+        os.close(ours)
+    _, err = process.communicate(message(), timeout=20)
+    assert (process.returncode, err) == (0, b"")
+    (mail,) = panel.mails()
+    assert b"\nY29udGVudA==\n" in mail.message and mail.message.endswith(b"--\n")
+
+
+def test_slow_readers_of_the_log_cost_no_reply(panel):
+    """The pipe is full for longer than the reader needs."""
+    panel.rule()
+    process = panel.start()
+    process.stdin.write(message(subject="=?utf-8?B?" + "*" * 20000 + "?="))
+    process.stdin.close()
+    time.sleep(1)
+    assert process.stderr.read().count(b"Bad base64 symbol: *\n") == 20000
+    assert (process.wait(), len(panel.mails())) == (0, 1)

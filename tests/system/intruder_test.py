@@ -10,7 +10,7 @@ from pathlib import Path
 import pytest
 
 import panel as sandbox
-from conftest import BUILD, CHECKOUT, SANITIZED, message
+from conftest import BUILD, CHECKOUT, SANITIZED, children, memory_of, message
 
 INTRUDER = {"LD_PRELOAD": str(BUILD / "tests" / "libintruder.so"),
             "ASAN_OPTIONS": "verify_asan_link_order=0"}
@@ -143,10 +143,6 @@ def test_cannot_make_the_run_abort_with_repairs(panel):
     assert panel.temporary_files() == []
 
 
-def children(pid):
-    return Path(f"/proc/{pid}/task/{pid}/children").read_text().split()
-
-
 def start_sleeping(panel, env=(), **options):
     """A run whose reader sleeps, and the reader's number."""
     process = panel.start(env={**INTRUDER, **dict(env)}, **options)
@@ -267,18 +263,6 @@ def test_the_reader_is_nobody(panel):
     assert {status["CapPrm"], status["CapEff"], status["CapAmb"]} == {"0" * 16}
     assert status["NoNewPrivs"] == "1"
     assert status["Seccomp"] == ("0" if SANITIZED else "2")
-
-
-def memory_of(pid):
-    """All that the process has in its memory."""
-    regions = Path(f"/proc/{pid}/maps").read_text().splitlines()
-    with open(f"/proc/{pid}/mem", "rb", buffering=0) as memory:
-        for region in regions:
-            start, end = (int(number, 16) for number in region.split()[0].split("-"))
-            is_of_kernel = "[v" in region
-            if region.split()[1].startswith("r") and not is_of_kernel:
-                memory.seek(start)
-                yield memory.read(end - start)
 
 
 def test_the_reader_knows_nothing_but_the_message(panel):

@@ -125,6 +125,12 @@ const std::map<std::string, Routine> kRoutines = {
     {"get_run_mode", [](const Call&) { print(get_run_mode()); }},
     {"db_get_utf8_mode", [](const Call&) { print(db_get_utf8_mode()); }},
     {"db_probe_utf8_mode", [](const Call&) { print(db_probe_utf8_mode()); }},
+    {"db_error_text",
+     [](const Call& c) {
+       char error[256] = "";
+       db_error_text(c.connection, error, strtoul(c[0], nullptr, 10), c[1]);
+       print(error);
+     }},
     {"read_admin_password_file", [](const Call&) { print(read_admin_password_file()); }},
     {"conf_require", [](const Call& c) { print(conf_require(c[0])); }},
     {"certificates_dir",

@@ -441,6 +441,45 @@ def test_results_are_cut_at_their_bounds(library, length):
         '"' + "p" * min(length, 4095) + '"'
 
 
+def test_query_value_cuts_its_value(library):
+    for length in (4095, 4096, 9000):
+        query = f"select repeat('q', {length})"
+        assert call("own", "query_value", query, "0").result == '"' + "q" * min(length, 4095) + '"'
+
+
+def test_query_value_sends_its_query_whole(library):
+    query = "select 'found' from domains where name in ('shop.example'" + ", 'x'" * 1000 + ")"
+    assert call("own", "query_value", query, "0").result == '"found"'
+
+
+@pytest.mark.parametrize("routine, arguments, start", [
+    ("get_dom_id", ["quiet"], "select id from domains where name='"),
+    ("get_domain_name", [], "select name from domains where name='")])
+def test_a_statement_is_cut(library, routine, arguments, start):
+    """Then it ends within quotes."""
+    name = ".".join(["d" * 49] * 100)
+    outcomes = []
+    sent = library.statements(lambda: outcomes.append(call("given", routine, name, *arguments)))
+    assert sent[-1] == (start + name)[:4095]
+    assert outcomes[0].status == 1
+
+
+def test_the_statement_of_put_misc_param_is_not_cut(library):
+    value = "v" * 9000
+    assert call("own", "put_misc_param", "long", value).result == "0"
+    assert library.sql("select val from misc where param='long'").strip() == value
+
+
+def test_the_text_of_an_error_is_cut_to_the_buffer(library):
+    """Cut by the library's own buffer of 4097 bytes, although the server's message is longer."""
+    for size, want in (("8", "DB erro"), ("1", ""), ("200", None)):
+        outcome = call("given", "db_error_text", size, "context")
+        if want is not None:
+            assert outcome.result == f'"{want}"'
+        else:
+            assert outcome.result == '"DB error (context): unknown error"'
+
+
 @pytest.mark.parametrize("value, on", [
     ("true", "1"), ("trueish", "1"), ("True", "0"), ("tru", "0"), ("false", "0"), ("", "0")])
 def test_only_the_first_four_letters_count(library, value, on):
@@ -543,6 +582,16 @@ def test_utf8_mode(library, setting, mode):
     assert call("own", "db_get_utf8_mode").result == "-1"
     assert call("given", "db_get_utf8_mode").result == mode
     assert call("own", "db_probe_utf8_mode").result == mode
+
+
+@pytest.mark.parametrize("version, mode", [("3.23.58", "0"), ("4.0.27", "0"), ("4.1.0", "1")])
+def test_the_mode_of_an_old_server(library, version, mode):
+    library.sql("insert into misc values ('mysql41_compatible', 'true')")
+    library.database.restart(f"--version={version}")
+    try:
+        assert call("given", "db_get_utf8_mode").result == mode
+    finally:
+        library.database.restart()
 
 
 def test_probing_asks_once(library):

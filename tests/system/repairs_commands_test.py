@@ -365,11 +365,13 @@ def test_does_not_send_a_reply_without_uuencode(repaired):
 @pytest.mark.parametrize("script", [
     "/usr/bin/uuencode \"$@\" | /usr/bin/head -n 3; exit 1",
     "exit 1",
+    "echo begin; echo ====",
+    "/usr/bin/uuencode \"$@\" | /usr/bin/head -n 3; echo ====",
     f"/usr/bin/truncate -s 3 {sandbox.MAILNAMES}/shop.example/info/@attachments/list.txt;"
     " exec /usr/bin/uuencode \"$@\"",
     f"echo more >>{sandbox.MAILNAMES}/shop.example/info/@attachments/list.txt;"
     " exec /usr/bin/uuencode \"$@\"",
-], ids=["fails in the middle", "fails", "shorter", "longer"])
+], ids=["fails in the middle", "fails", "writes nothing", "writes a part", "shorter", "longer"])
 def test_does_not_send_a_reply_whose_file_was_not_encoded_whole(repaired, script):
     rule = repaired.rule()
     repaired.attach(rule, "list.txt", "other.txt", content=b"x" * 1000)
@@ -384,6 +386,27 @@ def test_does_not_send_a_reply_whose_file_was_not_encoded_whole(repaired, script
     assert line.startswith(NOT_WHOLE + "/tmp/kem-response-uu-")
     (mail,) = repaired.mails()
     assert b"The next rule answers." in mail.message
+
+
+def test_does_not_send_a_reply_with_more_files_than_a_command_can_name(repaired):
+    names = [f"file{number}.txt" for number in range(450)]
+    rule = repaired.rule()
+    for name in names:
+        (sandbox.store() / name).write_text(name)
+    repaired.name_attachments(rule, *names)
+    repaired.rule(text="The next rule answers.")
+    result = repaired.run(message())
+    assert result.err.decode().splitlines()[-1].startswith(NOT_WHOLE)
+    (mail,) = repaired.mails()
+    assert b"The next rule answers." in mail.message
+
+
+@pytest.mark.parametrize("size", [0, 1, 2, 3, 44, 45, 46, 89, 90, 91, 100000])
+def test_sends_files_of_every_length(repaired, size):
+    repaired.attach(repaired.rule(), "list.txt", "o'neil \u00fc.txt", content=b"x" * size)
+    result = repaired.run(message())
+    assert result.err == b""
+    assert [content for _, content in files_of(repaired.mails()[0])] == [b"x" * size] * 2
 
 
 def test_a_log_that_takes_nothing_does_not_stop_the_reply(repaired):

@@ -40,6 +40,18 @@ def test_stops_at_an_empty_configuration_value(panel):
     assert panel.run(message()).err == b"autoresponder: Error: QMAIL_ROOT_D not defined\n"
 
 
+def test_an_empty_value_at_the_end_of_the_file_is_none(panel):
+    """There the white space stays, so that the key has a value: an empty one."""
+    values = sandbox.conf_values()
+    del values["AWSTATS_DOC_D"]
+    sandbox.write_conf(values)
+    with sandbox.CONF.open("a") as file:
+        file.write("AWSTATS_DOC_D   ")
+    result = panel.run(message())
+    assert (result.status, result.err) == (
+        1, b"autoresponder: Error: AWSTATS_DOC_D not defined\n")
+
+
 def test_names_the_first_of_several_missing_keys(panel):
     sandbox.write_conf({"QMAIL_ROOT_D": "/q", "PRODUCT_ROOT_D": "/p"})
     assert panel.run(message()).err == b"autoresponder: Error: HTTPD_VHOSTS_D not defined\n"

@@ -2,13 +2,14 @@
 
 import os
 import signal
+import subprocess
 import time
 from pathlib import Path
 
 import pytest
 
 import panel as sandbox
-from conftest import message, wait_until
+from conftest import RECIPIENT, children, message, wait_until
 
 SIGNALS = [signal.SIGTERM, signal.SIGINT, signal.SIGHUP]
 # The others that end a process that does not expect them and are no sign of a defect in it.
@@ -150,3 +151,15 @@ def test_a_signal_that_the_caller_ignored_stays_ignored(panel, number):
     feed(process, b"\nbody\n")
     assert process.wait(timeout=20) == 0
     assert len(panel.mails()) == 1
+
+
+def test_the_first_process_of_a_namespace_ends_too(panel):
+    """The kernel keeps it from dying by its own signal."""
+    process = subprocess.Popen(["unshare", "--pid", "--fork", panel.program],
+                               stdin=subprocess.PIPE, stderr=subprocess.PIPE,
+                               env={"PATH": "/usr/bin:/bin", "RECIPIENT": RECIPIENT})
+    wait_until(panel.temporary_files)
+    os.kill(int(children(process.pid)[0]), signal.SIGTERM)
+    assert process.wait(timeout=20) == 128 + signal.SIGTERM
+    assert panel.temporary_files() == []
+    process.stdin.close()
