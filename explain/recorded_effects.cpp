@@ -9,11 +9,6 @@
 
 namespace {
 
-// Whether the command exceeds the kernel's limit on one argument: 32 pages, with its NUL.
-bool is_too_long(const ShellCommand& command) {
-  return command.line().size() >= 32 * static_cast<size_t>(sysconf(_SC_PAGESIZE));
-}
-
 // Whether it is a command for the mail server's sendmail, which cannot be started.
 bool lacks_program(const ShellCommand& command) {
   const std::string sendmail = sendmail_path();

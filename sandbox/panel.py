@@ -69,6 +69,7 @@ def write_shadow(password=PASSWORD):
 def write_sendmail(script=SENDMAIL):
     program = QMAIL / "bin" / "sendmail"
     program.parent.mkdir(parents=True, exist_ok=True)
+    program.unlink(missing_ok=True)  # a link would lead out of here
     program.write_text(script)
     program.chmod(0o755)
     (QMAIL / "control").mkdir(exist_ok=True)

@@ -13,11 +13,6 @@ namespace {
 
 constexpr const char* kStoreName = "@attachments";
 
-std::string store_directory(const MailboxRef& mailbox) {
-  return joined(
-      {QMAIL_MAILNAMES_D, "/", mailbox.domain_name, "/", mailbox.mail_name, "/", kStoreName});
-}
-
 // The headers of an attachment's MIME part, up to the file name.
 constexpr const char* kPartHeaders =
     "Content-Type: application/octet-stream\n"
@@ -76,13 +71,12 @@ void look_in_store(const std::string& name, const MailboxRef& mailbox,
   if (opened == nullptr) {
     attachments.missing.push_back(name);
   } else {
-    const std::string path = store_directory(mailbox) + "/" + name;
-    attachments.found.push_back({name, path, opened->size(), opened});
+    attachments.found.push_back({name, path_in_store(name, mailbox), opened->size(), opened});
   }
 }
 
 void look_for(const std::string& name, const MailboxRef& mailbox, AttachmentList& attachments) {
-  const std::string path = store_directory(mailbox) + "/" + name;
+  const std::string path = path_in_store(name, mailbox);
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) {
     attachments.missing.push_back(name);
@@ -95,6 +89,11 @@ void look_for(const std::string& name, const MailboxRef& mailbox, AttachmentList
 }
 
 }  // namespace
+
+std::string path_in_store(const std::string& name, const MailboxRef& mailbox) {
+  return joined({QMAIL_MAILNAMES_D, "/", mailbox.domain_name, "/", mailbox.mail_name, "/",
+                 kStoreName, "/", name});
+}
 
 std::shared_ptr<const OpenAttachment> open_in_store(const std::string& name,
                                                     const MailboxRef& mailbox) {

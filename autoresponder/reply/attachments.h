@@ -27,6 +27,9 @@ struct AttachmentList {
   std::vector<std::string> missing;  ///< the names of files that do not exist
 };
 
+/// The path of the file `name` of the mailbox's store.
+std::string path_in_store(const std::string& name, const MailboxRef& mailbox);
+
 /// Opens the file `name` of the mailbox's store, as repairs do (`open_below`); null if it counts as
 /// missing.
 std::shared_ptr<const OpenAttachment> open_in_store(const std::string& name,

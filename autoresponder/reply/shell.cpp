@@ -70,6 +70,10 @@ std::string ShellCommand::Inherit(int descriptor) {
   return "/proc/self/fd/" + std::to_string(number);
 }
 
+bool is_too_long(const ShellCommand& command) {
+  return command.line().size() >= 32 * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
+
 namespace {
 
 // Gives the descriptors the numbers under which a command inherits them; false if that fails. They

@@ -69,6 +69,10 @@ class ShellCommand {
   std::vector<int> inherited_;
 };
 
+/// Whether the system does not start the command, because it exceeds the kernel's limit on one
+/// argument: 32 pages, with its NUL.
+bool is_too_long(const ShellCommand& command);
+
 /// How a command is run.
 enum class ShellUse {
   kRun,         ///< run the command and wait for its end

@@ -17,7 +17,7 @@ void check_commands(Inspection& inspection);
 /// The process that reads messages: whether this system lets it be confined.
 void check_reader(Inspection& inspection);
 
-/// The places of files: /tmp, the attachment store and control/databytes.
+/// The places of files: /tmp, /proc, the attachment store and control/databytes.
 void check_places(Inspection& inspection);
 
 /// The password file and the connection, which it opens for the later checks, read-only.
@@ -36,7 +36,8 @@ void check_limiter(Inspection& inspection);
 /// servers.
 void check_cluster(Inspection& inspection);
 
-/// Forwarding addresses and file names that are dangerous while the repairs are off.
+/// Attachments that are too many for one command; forwarding addresses and file names that are
+/// dangerous while the repairs are off.
 void check_values(Inspection& inspection);
 
 /// The mail server's deliveries: the prefixes of virtual domains, and the groups that they run in.

@@ -69,6 +69,14 @@ void check_tmp(Inspection& inspection) {
   check_left_files(inspection);
 }
 
+// With repairs the command that encodes attachments opens them by names below /proc.
+void check_proc(Inspection& inspection) {
+  if (!inspection.switches.repairs || state_of("/proc/self/fd")) return;
+  inspection.Error("proc_missing",
+                   "/proc is not mounted: with AUTORESPONDER_REPAIRS no reply with attachments "
+                   "leaves. mount -t proc proc /proc");
+}
+
 void check_store(Inspection& inspection) {
   const std::string& path = inspection.mail_names;
   const auto state = state_of(path);
@@ -135,6 +143,7 @@ void check_size_limit(Inspection& inspection) {
 
 void check_places(Inspection& inspection) {
   check_tmp(inspection);
+  check_proc(inspection);
   if (!inspection.mail_names.empty()) check_store(inspection);
   if (inspection.qmail_root.empty()) return;
   check_qmail_root(inspection);

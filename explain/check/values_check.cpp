@@ -3,6 +3,9 @@
 #include <cstring>
 #include <sstream>
 
+#include "autoresponder/reply/attachments.h"
+#include "autoresponder/reply/reply_text.h"
+#include "autoresponder/run/temporary_files.h"
 #include "explain/check/checks.h"
 #include "support/strings.h"
 
@@ -72,10 +75,53 @@ bool check_kind(const Kind& kind, Inspection& inspection) {
   return is_found;
 }
 
+// The attachments of one rule, each as long in a command as in that of a run.
+struct AttachedFiles {
+  std::string rule;
+  std::vector<Attachment> files;
+};
+
+void check_length(const AttachedFiles& attached, Inspection& inspection) {
+  if (attached.files.empty()) return;
+  const ResponseFile reply(-1, response_template());
+  if (!is_too_long(attachment_command(attached.files, draw_boundary(), reply, {}))) return;
+  inspection.Error("too_many_attachments",
+                   "Rule " + attached.rule + " has so many attachments (" +
+                       std::to_string(attached.files.size()) +
+                       ") that the command for them is too long to be started: its replies leave "
+                       "without any" +
+                       (inspection.switches.repairs ? " or, with repairs, not at all" : "") +
+                       ". Pack them into an archive.");
+}
+
+// Few attachments with the longest names are not too many.
+void check_attachments(Inspection& inspection) {
+  enum AttachmentColumn { kRuleId, kFile, kMailName, kDomain };
+  auto rows = inspection.database->TryQuery(
+      "select a.rn_id, a.filename, m.mail_name, d.name from resp_attach a, mail_resp r, mail m, "
+      "domains d where r.id=a.rn_id and m.id=r.mn_id and d.id=m.dom_id and a.rn_id in (select rn_id "
+      "from resp_attach group by rn_id having count(*) > 40) order by a.rn_id");
+  if (!rows) return;
+  AttachedFiles attached;
+  while (const Row row = rows->Next()) {
+    const std::string rule = text_or(row[kRuleId], "");
+    if (rule != attached.rule) {
+      check_length(attached, inspection);
+      attached = {rule, {}};
+    }
+    const std::string name = text_or(row[kFile], "");
+    const MailboxRef mailbox{"", text_or(row[kMailName], ""), text_or(row[kDomain], "")};
+    attached.files.push_back({name, path_in_store(name, mailbox), 0, nullptr});
+  }
+  check_length(attached, inspection);
+}
+
 }  // namespace
 
 void check_values(Inspection& inspection) {
-  if (!inspection.database || inspection.switches.repairs) return;
+  if (!inspection.database) return;
+  if (!inspection.mail_names.empty()) check_attachments(inspection);
+  if (inspection.switches.repairs) return;
   bool is_found = false;
   for (const Kind& kind : kKinds) is_found = check_kind(kind, inspection) || is_found;
   if (!is_found) return;

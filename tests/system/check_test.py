@@ -174,6 +174,16 @@ def newer_assign(_):
 LIBIDN = next(Path("/usr/lib").glob("*/libidn.so.12"))
 SENDMAIL = sandbox.QMAIL / "bin" / "sendmail"
 
+def too_many_attachments(server):
+    server.sql("insert into resp_attach select 1, concat('file', seq, '.txt') from seq_1_to_450")
+
+
+def without_proc(server):
+    server.switch(repairs=True)
+    subprocess.run(["mount", "-t", "tmpfs", "tmpfs", "/proc"], check=True)
+    return lambda: subprocess.run(["umount", "/proc"], check=True)
+
+
 FAULTS = [
     # what is done, severity and code of the finding, words of its line
     ("missing key", without("WEB_STAT"), "error", "conf_key_missing", "define WEB_STAT."),
@@ -302,6 +312,8 @@ FAULTS = [
      "dangerous_file_name", "any file of the system"),
     ("name with a quote", lambda panel: panel.name_attachments(1, "o'neil.txt"), "error",
      "dangerous_file_name", "all attachments"),
+    ("too many attachments", too_many_attachments, "error", "too_many_attachments", "(450)"),
+    ("no proc", without_proc, "error", "proc_missing", "mount -t proc"),
     ("name with a backslash", lambda panel: panel.name_attachments(1, "a\\\\nb"), "error",
      "dangerous_file_name", "echo"),
 ]

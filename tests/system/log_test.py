@@ -253,6 +253,19 @@ def forwarded_from_a_full_disk(panel):
         return deliver(message(body="x" * 60000))
 
 
+def without_its_file(name):
+    """The first mail, the owner's notification, removes it; there are two rules."""
+    def delivered(panel):
+        rules = panel.rule(), panel.rule()
+        panel.name_attachments(rules[0], "missing.txt")
+        panel.forward(rules[1], "anna@colleague.example")
+        sandbox.write_sendmail(f"#!/bin/sh\ncat >/dev/null\nrm -f /tmp/kem-{name}-*\n"
+                               f"rm -f {sandbox.QMAIL}/bin/sendmail\n"
+                               f"cp /bin/true {sandbox.QMAIL}/bin/sendmail\n")
+        return deliver()
+    return delivered
+
+
 CRASH = (b"From: otto@customer.example\nTo: info@shop.example\n"
          b"Content-Type: text/plain; charset=x-intruder-crash\n\n")
 
@@ -264,6 +277,8 @@ PRODUCERS = {
     "refused_to_mail_to_an_option:_…": with_repairs(
         lambda _: deliver(message(sender="-bs@evil.example"))),
     "not_forwarded,_because_the_message_is_not_whole_…": with_repairs(forwarded_from_a_full_disk),
+    "not_sent,_because_its_file_was_removed:_…": without_its_file("response-uu"),
+    "not_forwarded,_because_its_file_was_removed:_…": without_its_file("autoresponder"),
     "not_sent,_because_its_attachments_are_not_whole:_…": with_repairs(
         lambda panel: without_uuencode(panel)),
     "Field_From:_contains_MAILER-DAEMON": from_sender("MAILER-DAEMON@x.example"),
