@@ -43,9 +43,9 @@ int find_pair(const char* name, const NamedValue* table, int count);
 /// A literal stretch before a placeholder and a value may fill the capacity whole; the last stretch
 /// of the template is cut unless its NUL fits as well.
 ///
-/// Returns `output`. With a null or empty template, a capacity of 0 or less, a null output or a count
-/// of 0 the output is empty and all counts are 0. A null table and one with a negative count know no
-/// name.
+/// Returns `output`. With a null or empty template, a capacity of 0 or less, a null output or a
+/// count of 0 the output is empty and all counts are 0. A null table and one with a negative count
+/// know no name.
 char* template_subst(char open, char close, const NamedValue* table, int count, const char* text,
                      char* output, int capacity, SubstResult* result);
 

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-/// The size of the longest message id that counts, in bytes with its brackets: a line of a header has
-/// at most 998 (RFC 5322, 2.1.1).
+/// The size of the longest message id that counts, in bytes with its brackets: a line of a header
+/// has at most 998 (RFC 5322, 2.1.1).
 constexpr size_t kMaxMessageId = 900;
 
 /// How much of a long thread a reply names.

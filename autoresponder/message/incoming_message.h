@@ -24,13 +24,13 @@ struct IncomingMessage {
     recipient_domain = at == std::string::npos ? recipient : recipient.substr(at + 1);
   }
 
-  std::string sender;                ///< the address to answer: local part, "@", domain
-  std::string recipient;             ///< the address that the message was delivered to
-  std::string recipient_mailname;    ///< `recipient` before its first "@", or all of it
-  std::string recipient_domain;      ///< `recipient` after its first "@", or all of it
-  std::string subject;               ///< the Subject in UTF-8; empty when it could not be decoded
-  std::string date;                  ///< the text of the Date field, undecoded
-  std::string charset;               ///< what the text part declares, as written, or kDefaultCharset
+  std::string sender;              ///< the address to answer: local part, "@", domain
+  std::string recipient;           ///< the address that the message was delivered to
+  std::string recipient_mailname;  ///< `recipient` before its first "@", or all of it
+  std::string recipient_domain;    ///< `recipient` after its first "@", or all of it
+  std::string subject;             ///< the Subject in UTF-8; empty when it could not be decoded
+  std::string date;                ///< the text of the Date field, undecoded
+  std::string charset;             ///< what the text part declares, as written, or kDefaultCharset
   std::unique_ptr<const Body> body;  ///< the text part in UTF-8; null where there is no message
   CourtesyFacts courtesy;            ///< empty unless they were asked for
 

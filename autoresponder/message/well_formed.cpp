@@ -138,8 +138,8 @@ bool is_message_id(std::string_view id) {
 
 bool is_well_formed(const IncomingMessage& record, size_t message_size) {
   return record.sender.size() <= message_size && is_mailbox_address(record.sender) &&
-         record.subject.size() <= kMaxGrowth * message_size &&
-         record.date.size() <= message_size && !has_nul(record.date) &&
+         record.subject.size() <= kMaxGrowth * message_size && record.date.size() <= message_size &&
+         !has_nul(record.date) &&
          record.charset.size() <= std::max(message_size, kDefaultCharset.size()) &&
          !has_nul(record.charset) && is_well_formed(record.courtesy, message_size);
 }

@@ -9,14 +9,14 @@
 // What the intake can give, and no more. The intake's tests hold its results against this, and the
 // run what comes from the process in which the intake works.
 
-/// Whether `address` can be the sender, or the first mailbox of To: local part, "@", domain, made of
-/// words, dots, quoted strings and literals in square brackets (RFC 822, 6.1), either of which may be
-/// malformed as the message library lets it be. The domain may be empty. An address ends at its
-/// first NUL, so a quoted string or a literal may be cut off at the end.
+/// Whether `address` can be the sender, or the first mailbox of To: local part, "@", domain, made
+/// of words, dots, quoted strings and literals in square brackets (RFC 822, 6.1), either of which
+/// may be malformed as the message library lets it be. The domain may be empty. An address ends at
+/// its first NUL, so a quoted string or a literal may be cut off at the end.
 bool is_mailbox_address(std::string_view address);
 
-/// Whether `address` can be an addressee or a return path: a line of at most kMaxListedAddress bytes
-/// with a local part.
+/// Whether `address` can be an addressee or a return path: a line of at most kMaxListedAddress
+/// bytes with a local part.
 bool is_listed_address(std::string_view address);
 
 /// Whether `id` is a message id as RFC 5322, 3.6.4, lets a program write it, in its brackets: no

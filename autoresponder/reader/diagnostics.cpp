@@ -38,8 +38,8 @@ constexpr Form kForms[] = {
      0},
 };
 
-// A token or a charset that was folded in the message goes on in a line that begins with a blank, or
-// ends in an empty line.
+// A token or a charset that was folded in the message goes on in a line that begins with a blank,
+// or ends in an empty line.
 bool can_be_of_intake(std::string_view line) {
   if (line.empty() || line[0] == ' ' || line[0] == '\t') return true;
   return std::any_of(std::begin(kForms), std::end(kForms), [line](const Form& form) {

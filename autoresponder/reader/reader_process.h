@@ -26,8 +26,8 @@ class ReaderProcess {
   ReaderProcess(const ReaderProcess&) = delete;
   ReaderProcess& operator=(const ReaderProcess&) = delete;
 
-  /// From now on all calls together may wait this long for the process. What we do between them does
-  /// not count: it may be slow because whoever reads our diagnostics is.
+  /// From now on all calls together may wait this long for the process. What we do between them
+  /// does not count: it may be slow because whoever reads our diagnostics is.
   void Allow(Time time) { left_ = time; }
 
   void Send(const char* bytes, size_t length);

@@ -19,8 +19,8 @@ constexpr const char* kPartHeaders =
     "Content-Transfer-Encoding: base64\n"
     "Content-Disposition: attachment;\n\tfilename=\"";
 
-// What uuencode makes of `size` bytes, without its first and last line: lines of 45 bytes, each three
-// bytes as four.
+// What uuencode makes of `size` bytes, without its first and last line: lines of 45 bytes, each
+// three bytes as four.
 size_t encoded_size(size_t size) {
   constexpr size_t kLine = 45;
   const size_t last = size % kLine;

@@ -8,8 +8,8 @@
 /// standard error and counts as off.
 Switches read_switches();
 
-/// Keeps the configuration out of the processes that this one forks from now on: in their memory its
-/// values are overwritten.
+/// Keeps the configuration out of the processes that this one forks from now on: in their memory
+/// its values are overwritten.
 void hide_configuration();
 
 #endif

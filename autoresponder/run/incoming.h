@@ -15,8 +15,8 @@
 int read_incoming_message(SpoolFile& spool, const Switches& switches, IncomingMessage& record);
 
 /// The address that the mail server delivers to, from the environment variable RECIPIENT, whose
-/// value is a prefix, "-" and the address; null if the variable is not set. NUL-terminated, valid as
-/// long as the variable.
+/// value is a prefix, "-" and the address; null if the variable is not set. NUL-terminated, valid
+/// as long as the variable.
 const char* delivery_address();
 
 /// The envelope sender of the delivery, from the environment variable SENDER, empty for a null one;

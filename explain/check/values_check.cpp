@@ -99,7 +99,8 @@ void check_attachments(Inspection& inspection) {
   enum AttachmentColumn { kRuleId, kFile, kMailName, kDomain };
   auto rows = inspection.database->TryQuery(
       "select a.rn_id, a.filename, m.mail_name, d.name from resp_attach a, mail_resp r, mail m, "
-      "domains d where r.id=a.rn_id and m.id=r.mn_id and d.id=m.dom_id and a.rn_id in (select rn_id "
+      "domains d where r.id=a.rn_id and m.id=r.mn_id and d.id=m.dom_id and a.rn_id in (select "
+      "rn_id "
       "from resp_attach group by rn_id having count(*) > 40) order by a.rn_id");
   if (!rows) return;
   AttachedFiles attached;

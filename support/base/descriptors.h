@@ -10,7 +10,8 @@
 #include <unistd.h>
 #include <vector>
 
-/// Whether `path` leads to the file that is open as `descriptor`, and not to another one or nowhere.
+/// Whether `path` leads to the file that is open as `descriptor`, and not to another one or
+/// nowhere.
 inline bool is_path_of(const char* path, int descriptor) {
   struct stat named {};
   struct stat opened {};

@@ -164,11 +164,11 @@ void check(const IncomingMessage& record, DwMessage& message) {
 std::optional<ExtractionResult> take_in(SpoolFile& spool, IncomingMessage& record) {
   MessageBuffer message = spool_standard_input(spool);
   const char* const address = delivery_address();
-  const auto delivered_to = address != nullptr ? std::make_optional(std::string(address))
-                                               : std::nullopt;
+  const auto delivered_to =
+      address != nullptr ? std::make_optional(std::string(address)) : std::nullopt;
   try {
-    return extract(message.Take<DwString>(), delivered_to,
-                   {/*repairs=*/false, /*courtesy=*/true}, record);
+    return extract(message.Take<DwString>(), delivered_to, {/*repairs=*/false, /*courtesy=*/true},
+                   record);
   } catch (const std::out_of_range&) {
     return std::nullopt;
   }

@@ -9,10 +9,10 @@
 //   stop=PID@N      process PID is stopped before the Nth of all these calls
 //   silence=S       the database may be silent for S seconds
 //   kill=PID@N      process PID is killed before the Nth of all these calls
-// where CALL is mkstemp, close_range, popen, system, mysql_init, mysql_real_query (which every statement passes,
-// the four of the session among them), mysql_store_result, mysql_fetch_row or iconv_close, or
-// null_columns for a row whose columns are all NULL. A failing query reaches
-// the server as one that it does not understand.
+// where CALL is mkstemp, close_range, popen, system, mysql_init, mysql_real_query (which every
+// statement passes, the four of the session among them), mysql_store_result, mysql_fetch_row or
+// iconv_close, or null_columns for a row whose columns are all NULL. A failing query reaches the
+// server as one that it does not understand.
 
 #include <algorithm>
 #include <cerrno>

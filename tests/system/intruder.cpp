@@ -104,8 +104,8 @@ int take_page_tables() {
   constexpr uintptr_t kFirst = uintptr_t{1} << 41;
   for (uintptr_t i = 0; i < 30000; ++i) {
     auto* const place = reinterpret_cast<void*>(kFirst + (i << 30));
-    void* const page = mmap(place, 4096, PROT_READ,
-                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
+    void* const page =
+        mmap(place, 4096, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
     if (page == MAP_FAILED) return -1;
     static_cast<void>(*static_cast<volatile char*>(page));
   }

@@ -145,8 +145,7 @@ TEST(BodyLines, AreSearchedForManyKeysInAnotherCharset) {
   const BodyLines lines(*text, text, "ISO-8859-15");
   const std::vector<std::string> keys = {"end" + umlaut, longest, "", "\n", "none", umlaut, "k"};
   const std::vector<std::string_view> views(keys.begin(), keys.end());
-  EXPECT_EQ(lines.FirstWith(views),
-            (std::vector<size_t>{70003, 70001, 1, 0, 0, 70001, 70001}));
+  EXPECT_EQ(lines.FirstWith(views), (std::vector<size_t>{70003, 70001, 1, 0, 0, 70001, 70001}));
 }
 
 // It is converted once for all of them.

@@ -73,13 +73,20 @@ TEST_P(MessageId, IsWellFormed) {
 const std::string kLongId = "<" + std::string(900, 'x') + "@y>";
 
 const Text kIds[] = {
-    {"Plain", "<1.2@x.example>", true},     {"Literal", "<1@[x:y]>", true},
-    {"Empty", "", false},                   {"BracketsAlone", "<>", false},
-    {"NoAt", "<x>", false},                 {"Colons", "<<:@>", false},
-    {"NoBrackets", "1@b", false},           {"Blank", "<1 @b>", false},
-    {"LineEnd", "<1\n@b>", false},          {"Field", "<1@b>\nBcc: c@d>", false},
-    {"Nul", "<1\0@b>"sv, false},            {"Long", kLongId, false},
-    {"NoRight", "<1@>", false},             {"TwoDots", "<1..2@x>", false},
+    {"Plain", "<1.2@x.example>", true},
+    {"Literal", "<1@[x:y]>", true},
+    {"Empty", "", false},
+    {"BracketsAlone", "<>", false},
+    {"NoAt", "<x>", false},
+    {"Colons", "<<:@>", false},
+    {"NoBrackets", "1@b", false},
+    {"Blank", "<1 @b>", false},
+    {"LineEnd", "<1\n@b>", false},
+    {"Field", "<1@b>\nBcc: c@d>", false},
+    {"Nul", "<1\0@b>"sv, false},
+    {"Long", kLongId, false},
+    {"NoRight", "<1@>", false},
+    {"TwoDots", "<1..2@x>", false},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, MessageId, testing::ValuesIn(kIds),
@@ -135,8 +142,16 @@ const Change kChanges[] = {
     {"TwoLinesOfReturnPath", [](IncomingMessage& r) { r.courtesy.return_path = "a\nb@x"; }, false},
     {"LongReturnPath", [](IncomingMessage& r) { r.courtesy.return_path = bytes(511) + "@x"; },
      false},
-    {"Addressees", [](IncomingMessage& r) { r.courtesy.addressees = {"a@x", "b c@y"}; }, true},
-    {"NoAddressee", [](IncomingMessage& r) { r.courtesy.addressees = {"a@x", ""}; }, false},
+    {"Addressees",
+     [](IncomingMessage& r) {
+       r.courtesy.addressees = {"a@x", "b c@y"};
+     },
+     true},
+    {"NoAddressee",
+     [](IncomingMessage& r) {
+       r.courtesy.addressees = {"a@x", ""};
+     },
+     false},
     {"MoreAddresseesThanTheMessageHolds",
      [](IncomingMessage& r) { r.courtesy.addressees = std::vector<std::string>(334, "a@x"); },
      false},

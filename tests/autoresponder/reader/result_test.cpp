@@ -160,8 +160,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{"RecipientWithoutAt", changed([](Result& r) { r.recipient = "root"; })},
         Refused{"UnknownField", changed([](Result& r) { r.list_field = "List-Nonsense"; })},
         Refused{"EmptyReference", changed([](Result& r) { r.reference = ""; })},
-        Refused{"LongSender",
-                changed([](Result& r) { r.sender = std::string(199, 'x') + "@y"; })},
+        Refused{"LongSender", changed([](Result& r) { r.sender = std::string(199, 'x') + "@y"; })},
         Refused{"LongSubject", changed([](Result& r) { r.subject = std::string(2401, 'x'); })}),
     [](const auto& row) { return row.param.name; });
 
@@ -208,9 +207,9 @@ std::string diagnostics(std::string_view text) {
 TEST(ReaderResult, FollowsTheDiagnostics) {
   const CapturedDiagnostics written;
   IncomingMessage record;
-  receive(diagnostics("Bad base64 symbol: *\n") + diagnostics("Bad base64 symbol: !\n") +
-              bytes_of({}),
-          record);
+  receive(
+      diagnostics("Bad base64 symbol: *\n") + diagnostics("Bad base64 symbol: !\n") + bytes_of({}),
+      record);
   EXPECT_EQ(record.sender, "otto@customer.example");
   EXPECT_EQ(written.Text(), "Bad base64 symbol: *\nBad base64 symbol: !\n");
 }

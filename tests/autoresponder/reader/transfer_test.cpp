@@ -23,10 +23,10 @@ TEST(Transfer, HandsTextsOver) {
   const std::string large(3000000, 'x');
   const std::string with_nul("a\0b", 3);
   Receiver receiver(source_of(sent([&](Sender& to) {
-                      to.Text("");
-                      to.Text(with_nul);
-                      to.Texts({"one", "", large});
-                    })));
+    to.Text("");
+    to.Text(with_nul);
+    to.Texts({"one", "", large});
+  })));
   EXPECT_EQ(receiver.Text(0), "");
   EXPECT_EQ(receiver.Text(3), with_nul);
   EXPECT_EQ(receiver.Texts(3, 3000003), (std::vector<std::string>{"one", "", large}));
