@@ -60,7 +60,7 @@ int main() {
   SpoolFile spool = create_spool_file();
   const int status = read_incoming_message(spool, Switches(), message);
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-  message.body.reset();  // ends the reader
+  message.body_lines.reset();  // ends the reader
   const double processor = processor_seconds() - processor_start;
   printf("%.6f %.6f %ld\n", seconds.count(), processor, peak_memory());
   remove_temporary_files();

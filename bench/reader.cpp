@@ -35,7 +35,7 @@ int main(int argc, char** /*argv*/) {
   if (argc > 1) {
     IncomingMessage record;
     read_message(message(), "info@shop.example", Switches(), record);
-    record.body->FirstWith({});
+    record.body_lines->FirstWith({});
     sleep(2);
     return 0;
   }
@@ -47,7 +47,7 @@ int main(int argc, char** /*argv*/) {
     const auto start = std::chrono::steady_clock::now();
     read_message(message(), "info@shop.example", Switches(), record);
     const auto answer = std::chrono::steady_clock::now();
-    record.body.reset();
+    record.body_lines.reset();
     answers.emplace_back(answer - start);
     ends.emplace_back(std::chrono::steady_clock::now() - answer);
   }

@@ -14,7 +14,9 @@
 #include "autoresponder/reader/reader_failure.h"
 #include "autoresponder/run/configuration.h"
 #include "autoresponder/run/incoming.h"
+#include "autoresponder/run/process.h"
 #include "explain/recorded_effects.h"
+#include "explain/repairs.h"
 #include "explain/rule_examination.h"
 #include "support/conf.h"
 
@@ -74,7 +76,7 @@ std::optional<Reason> examine_message(const Options& options, Explanation& expla
       return reason_of(result.outcome);
     }
   } catch (const std::out_of_range&) {  // the run does not catch it either
-    explanation.with_repairs.push_back(RepairChange::kSubject);
+    explanation.with_repairs.push_back(repair_named("subject"));
     return Reason::kRunAborts;
   }
   explanation.guard = loop_guard(explanation.message);
@@ -84,14 +86,12 @@ std::optional<Reason> examine_message(const Options& options, Explanation& expla
 
 // Examines the rules in the run's order, up to the one that would end the run.
 void examine_rules(PanelDatabase& database, const Options& options, Explanation& explanation) {
-  explanation.rows = database.Query(rules_query(explanation.mailbox->mailbox.id));
-  const std::vector<ResponderRule> rules = read_rules(*explanation.rows);
-  const std::vector<TriggerMatch> triggers = find_triggers(rules, explanation.message);
+  const MailboxRules& panel = explanation.panel;
   bool goes_on = true;
-  for (size_t i = 0; i < rules.size(); ++i) {
+  for (size_t i = 0; i < panel.rules.size(); ++i) {
     RuleExplanation facts;
-    facts.rule = rules[i];
-    if (goes_on && is_active(facts.rule)) facts.trigger = triggers[i];
+    facts.rule = panel.rules[i];
+    if (goes_on && is_active(facts.rule)) facts.trigger = panel.triggers[i];
     const bool is_shown = !options.rule || *options.rule == facts.rule.id;
     const bool whole_reply = is_shown && options.show_reply;
     if (goes_on) examine_rule(database, explanation, whole_reply, facts);
@@ -120,7 +120,7 @@ Reason reason_of(const std::vector<RuleExplanation>& rules) {
 
 std::string objection_of(const std::vector<RuleExplanation>& rules) {
   for (const RuleExplanation& rule : rules) {
-    if (!rule.objection.empty()) return rule.objection;
+    if (!rule.answer.objection.empty()) return rule.answer.objection;
   }
   return "";
 }
@@ -129,7 +129,7 @@ std::string objection_of(const std::vector<RuleExplanation>& rules) {
 void examine_courtesy(PanelDatabase& database, Explanation& explanation) {
   try {
     explanation.objection =
-        courtesy_objection(database, explanation.mailbox->mailbox, explanation.message);
+        courtesy_objection(database, explanation.panel.mailbox->mailbox, explanation.message);
     explanation.with_courtesy =
         explanation.objection.empty() ? CourtesyChange::kMarkedReply : CourtesyChange::kNoReply;
   } catch (const PanelFailure&) {
@@ -140,11 +140,9 @@ void examine_courtesy(PanelDatabase& database, Explanation& explanation) {
 Reason examine_panel(const Options& options, Explanation& explanation) {
   EscapedRecipient recipient = escape_recipient(explanation.message);
   PanelDatabase database;
-  // Lets the server refuse any write of ours. Older servers do not know the statement. Unlike a
-  // transaction it makes nobody wait.
-  database.TryQuery("set session transaction read only");
-  explanation.mailbox = find_mailbox(database, explanation.message, std::move(recipient));
-  if (!explanation.mailbox) return Reason::kMailboxNotFound;
+  database.ForbidWrites();
+  find_rules(database, explanation.message, std::move(recipient), explanation.panel);
+  if (!explanation.panel.mailbox) return Reason::kMailboxNotFound;
   examine_rules(database, options, explanation);
   if (options.rule && explanation.rules.empty()) {
     throw CannotTell(Reason::kNoSuchRule, "The mailbox has no rule " + *options.rule);
@@ -167,6 +165,7 @@ void examine(const Options& options, Explanation& explanation) {
     load_conf_paths();
     explanation.switches = read_switches();
     hide_configuration();
+    if (explanation.switches.repairs.store) allow_many_descriptors();
     const auto refusal = examine_message(options, explanation);
     explanation.reason = refusal ? *refusal : examine_panel(options, explanation);
     explanation.verdict = verdict_of(explanation.reason);

@@ -1,22 +1,16 @@
 #ifndef EXPLAIN_EXPLANATION_H
 #define EXPLAIN_EXPLANATION_H
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "autoresponder/engine/answer.h"
 #include "autoresponder/engine/loop_guard.h"
+#include "autoresponder/engine/responder.h"
 #include "autoresponder/message/extraction_result.h"
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/message/switches.h"
-#include "autoresponder/panel/frequency_limiter.h"
-#include "autoresponder/panel/mailbox.h"
-#include "autoresponder/panel/panel_database.h"
-#include "autoresponder/panel/rule.h"
-#include "autoresponder/reply/attachments.h"
-#include "autoresponder/reply/notification.h"
-#include "autoresponder/reply/shell.h"
 
 /// Whether the message gets a reply. The values are the exit statuses.
 enum class Verdict { kReply = 0, kNoReply = 1, kUnknown = 2 };
@@ -51,12 +45,8 @@ enum class RuleOutcome {
   kNeverReplies,  ///< the rule allows less than one reply a day
   kLimitReached,
   kCourtesy,           ///< courtesy is on and forbids the reply
-  kQuoteInCommand,     ///< the command that sends the reply is refused: a value holds a quote
-  kNewlineInCommand,   ///< refused with repairs: a value holds a newline
-  kSenderIsOption,     ///< refused with repairs: sendmail would read the sender as an option
-  kNotWhole,           ///< not sent with repairs: the attachments could not be appended completely
-  kCommandTooLong,     ///< the system does not start the command that sends the reply
-  kNoSendmail,         ///< the mail server's sendmail is missing or not executable
+  kNotWhole,           ///< its attachments could not be appended completely
+  kCommandNotRun,      ///< the command that sends the reply would not run
   kRecipientNotAscii,  ///< the address has no ASCII form; the run ends with status 1
   kStatementFails,     ///< the database refuses a statement; the run ends
   kNotReached,         ///< an earlier rule ended the run
@@ -75,29 +65,16 @@ inline bool ends_run(RuleOutcome outcome) {
 enum class RecipientSource { kOption, kEnvironment, kTo };
 
 /// What a run would do with a command.
-enum class CommandFate {
-  kRuns,
-  kRefused,         ///< not run: a value holds a single quote
-  kRefusedNewline,  ///< not run with repairs: a value holds a newline
-  kRefusedOption,   ///< not run with repairs: sendmail would read an address as an option
-  kTooLong,         ///< not run: longer than the system's limit on an argument
-  kNoProgram,       ///< not run: the mail server's sendmail is missing or not executable
-};
-
 struct CommandFacts {
-  const char* purpose;  ///< what the command is for, as a stable code
+  Purpose purpose;
   std::string line;
-  CommandFate fate;
+  std::optional<NotRun> not_run;  ///< nothing if it runs
 };
 
-struct ReplyFacts {
-  int64_t size = 0;          ///< of the reply as built, in bytes
-  int64_t limit = 0;         ///< the mail server's, in bytes; 0 or less for none
-  bool is_replaced = false;  ///< whether a notice that the reply is too large is sent instead
-  // Of the mail that is sent: the reply, or the notice in its place.
-  std::string subject;  ///< UTF-8
+/// The mail that would be sent: the reply, or the notice in its place.
+struct MailText {
   std::string headers;
-  std::string text;  ///< the whole mail, if that was asked for
+  std::string whole;  ///< all of it, if that was asked for
 };
 
 /// What courtesy would change for a message that gets a reply.
@@ -106,34 +83,16 @@ enum class CourtesyChange {
   kMarkedReply,  ///< the reply would say that it is automatic, and have a null envelope sender
 };
 
-/// What repairs would change for a message.
-enum class RepairChange {
-  kLimiter,       ///< a sender that is longer than the limiter's column is found again
-  kQuotes,        ///< a command with a quote in a value runs
-  kForwarding,    ///< the shell reads no syntax in the forwarding addresses
-  kNewlines,      ///< a command with a newline in a value does not run
-  kOptions,       ///< nothing is mailed to an address that sendmail reads as an option
-  kStore,         ///< an attachment counts as missing
-  kLines,         ///< control characters in a rule's texts become blanks
-  kNotification,  ///< the notification's Reply-To gets its line end
-  kSubject,       ///< the end of the subject does not abort the run
-};
-
 struct RuleExplanation {
   ResponderRule rule;
   RuleOutcome outcome = RuleOutcome::kNotReached;
-  std::string trouble;    ///< the diagnostic, if a statement fails or the outcome is unknown
-  std::string objection;  ///< of courtesy, which forbids the reply; otherwise empty
+  std::string trouble;  ///< the diagnostic, if a statement fails or the outcome is unknown
   std::optional<TriggerMatch> trigger;  ///< of a rule that is on
-  std::optional<LimiterFacts> limiter;
-  std::optional<std::string> forwarding;  ///< the addresses, as in the command line
-  AttachmentList attachments;             ///< without open files
-  bool is_left_unsent = false;  ///< whether the attachments could not be appended completely
-  std::optional<Notification> notification;
-  std::optional<ReplyFacts> reply;
-  std::vector<CommandFacts> commands;      ///< in the order in which they would run
-  bool is_sender_too_long = false;         ///< whether that is why a statement fails
-  std::vector<RepairChange> with_repairs;  ///< what they would change, if they are off
+  AnswerFacts answer;
+  MailText mail;
+  std::vector<CommandFacts> commands;       ///< in the order in which they would run
+  bool is_sender_too_long = false;          ///< whether that is why a statement fails
+  std::vector<const Repair*> with_repairs;  ///< that would change something, if they are off
 };
 
 /// Everything that was found out about one message. What was not reached is empty.
@@ -146,13 +105,12 @@ struct Explanation {
   /// What courtesy would change. Nothing if it is on, no rule replies, or that is unknown.
   std::optional<CourtesyChange> with_courtesy;
   std::string objection;  ///< why courtesy forbids a reply, or would if it were on; or empty
-  std::vector<RepairChange> with_repairs;  ///< what they would change for all rules, if off
+  std::vector<const Repair*> with_repairs;  ///< that would change something for all rules, if off
   IncomingMessage message;
   SenderField sender_field = SenderField::kNone;
   RecipientSource recipient_source = RecipientSource::kTo;
   std::optional<LoopGuard> guard;
-  std::optional<FoundMailbox> mailbox;
-  std::optional<Rows> rows;  ///< own the texts that the rules point to
+  MailboxRules panel;
   std::vector<RuleExplanation> rules;
 };
 

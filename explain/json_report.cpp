@@ -1,6 +1,7 @@
 #include "explain/json_report.h"
 
 #include "explain/json_text.h"
+#include "explain/repairs.h"
 #include "explain/wording.h"
 
 namespace {
@@ -54,13 +55,13 @@ Json notification_of(const Notification& notification) {
           {"owner_name", notification.owner_name}};
 }
 
-Json reply_of(const ReplyFacts& reply, bool show_reply) {
-  Json result{{"subject", reply.subject},
-              {"headers", reply.headers},
+Json reply_of(const ReplyFacts& reply, const MailText& mail, bool show_reply) {
+  Json result{{"subject", reply.subject.Whole()},
+              {"headers", mail.headers},
               {"size", reply.size},
               {"limit", reply.limit},
               {"replaced", reply.is_replaced}};
-  if (show_reply) result["text"] = reply.text;
+  if (show_reply) result["text"] = mail.whole;
   return result;
 }
 
@@ -68,32 +69,35 @@ Json commands_of(const std::vector<CommandFacts>& commands) {
   Json result = Json::array();
   for (const CommandFacts& command : commands) {
     result.push_back(
-        {{"purpose", command.purpose}, {"line", command.line}, {"fate", code(command.fate)}});
+        {{"purpose", code(command.purpose)},
+         {"line", command.line},
+         {"fate", command.not_run ? code(*command.not_run) : "runs"}});
   }
   return result;
 }
 
-Json changes_of(const std::vector<RepairChange>& changes) {
+Json codes_of(const std::vector<const Repair*>& repairs) {
   Json result = Json::array();
-  for (const RepairChange change : changes) result.push_back(code(change));
+  for (const Repair* const repair : repairs) result.push_back(repair->code);
   return result;
 }
 
 Json rule_of(const RuleExplanation& facts, bool show_reply) {
-  Json result{{"id", number_of(facts.rule.id)}, {"outcome", code(facts.outcome)}};
+  Json result{{"id", number_of(facts.rule.id)}, {"outcome", words_for(facts).code}};
   if (!facts.trouble.empty()) result["trouble"] = facts.trouble;
-  if (!facts.objection.empty()) result["objection"] = facts.objection;
+  const AnswerFacts& answer = facts.answer;
+  if (!answer.objection.empty()) result["objection"] = answer.objection;
   if (facts.trigger) result["trigger"] = trigger_of(facts.rule, *facts.trigger);
-  if (facts.limiter) result["limiter"] = limiter_of(facts.rule, *facts.limiter);
-  if (facts.forwarding) result["forwarding"] = *facts.forwarding;
-  const AttachmentList& attachments = facts.attachments;
+  if (answer.limiter) result["limiter"] = limiter_of(facts.rule, *answer.limiter);
+  if (answer.forwarding) result["forwarding"] = *answer.forwarding;
+  const AttachmentList& attachments = answer.attachments;
   if (!attachments.found.empty() || !attachments.missing.empty()) {
     result["attachments"] = attachments_of(attachments);
   }
-  if (facts.notification) result["notification"] = notification_of(*facts.notification);
-  if (facts.reply) result["reply"] = reply_of(*facts.reply, show_reply);
+  if (answer.notification) result["notification"] = notification_of(*answer.notification);
+  if (answer.reply) result["reply"] = reply_of(*answer.reply, facts.mail, show_reply);
   result["commands"] = commands_of(facts.commands);
-  if (!facts.with_repairs.empty()) result["with_repairs"] = changes_of(facts.with_repairs);
+  if (!facts.with_repairs.empty()) result["with_repairs"] = codes_of(facts.with_repairs);
   return result;
 }
 
@@ -103,14 +107,14 @@ void write_json(std::ostream& out, const Explanation& explanation, const TextSty
   Json result{{"verdict", code(explanation.verdict)}, {"reason", code(explanation.reason)}};
   if (!explanation.trouble.empty()) result["trouble"] = explanation.trouble;
   const Switches& switches = explanation.switches;
-  result["switches"] = {{"repairs", switches.repairs}, {"courtesy", switches.courtesy}};
+  result["switches"] = {{"repairs", has_repairs(switches)}, {"courtesy", switches.courtesy}};
   if (!explanation.with_repairs.empty()) {
-    result["with_repairs"] = changes_of(explanation.with_repairs);
+    result["with_repairs"] = codes_of(explanation.with_repairs);
   }
   const bool has_sender = explanation.sender_field != SenderField::kNone;
   if (has_sender) result["message"] = message_of(explanation);
   if (explanation.guard) result["guard"] = code(*explanation.guard);
-  if (explanation.mailbox) result["mailbox"] = mailbox_json(*explanation.mailbox);
+  if (explanation.panel.mailbox) result["mailbox"] = mailbox_json(*explanation.panel.mailbox);
   if (explanation.with_courtesy) result["with_courtesy"] = code(*explanation.with_courtesy);
   if (!explanation.objection.empty()) result["objection"] = explanation.objection;
   result["rules"] = Json::array();

@@ -34,7 +34,7 @@ void list_rules(PanelDatabase& database, const Switches& switches, Listing& list
     ListedRule& listed = listing.rules.emplace_back();
     listed.rule = ResponderRule(row);
     listed.forwarding = forwarding_of(database, listed.rule.id);
-    listed.attachments = find_attachments(database, listed.rule.id, mailbox, switches);
+    find_attachments(database, listed.rule.id, mailbox, switches.repairs, listed.attachments);
     listed.answered = answered_by(database, listed.rule.id);
   }
 }
@@ -49,8 +49,7 @@ void list(Listing& listing) {
   try {
     EscapedRecipient recipient = escape_recipient(message);
     PanelDatabase database;
-    // Lets the server refuse any write of ours. Older servers do not know the statement.
-    database.TryQuery("set session transaction read only");
+    database.ForbidWrites();
     listing.mailbox = find_mailbox(database, message, std::move(recipient));
     if (listing.mailbox) list_rules(database, switches, listing);
   } catch (const PanelFailure& failure) {

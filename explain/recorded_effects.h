@@ -2,6 +2,8 @@
 #define EXPLAIN_RECORDED_EFFECTS_H
 
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "autoresponder/engine/answer.h"
 #include "explain/explanation.h"
@@ -19,44 +21,30 @@ class CannotTell : public std::runtime_error {
 /// Thrown if the recipient's address has no ASCII form, which would end the run.
 class NotAscii : public std::exception {};
 
-/// Records what a run would do to answer one message by one rule, and changes nothing: the limiter
-/// only reads, the reply is built in memory, and no command runs but the one that appends the
-/// attachments to it.
+/// What an explanation's answers do: nothing that lasts. The limiter only reads, the reply is built in
+/// memory, and no command runs but the one that appends the attachments to it.
 class RecordedEffects : public Effects {
  public:
-  /// `explanation` already holds the message and the switches. `facts` is filled in; `whole_reply`:
-  /// whether also with the whole text of the reply. All references have to outlive this object.
-  RecordedEffects(PanelDatabase& database, const Explanation& explanation, bool whole_reply,
-                  RuleExplanation& facts)
-      : database_(database),
-        message_(explanation.message),
-        switches_(explanation.switches),
-        whole_reply_(whole_reply),
-        facts_(facts) {}
+  RecordedEffects(const IncomingMessage& message, const Repairs& repairs)
+      : message_(message), repairs_(repairs) {}
 
-  bool Count(const ResponderRule& rule) override;
-  std::string SpoolPath() override;
-  void Forward(const std::string& addresses, const ShellCommand& command) override;
-  void Withhold(const std::string& objection) override;
+  LimiterFacts AskLimiter(PanelDatabase& database, const ResponderRule& rule) override;
   ResponseFile CreateResponseFile() override;
-  void Attachments(const AttachmentList& attachments) override;
-  void Notify(const Notification& notification, const ResponderRule& rule,
-              const std::vector<std::string>& missing) override;
   std::string AsciiForm(const std::string& address) override;
-  bool Append(const ShellCommand& command, const WriterLimits& limits) override;
-  void LeaveUnsent(const ResponseFile& reply, Unsent why) override;
-  void Built(const BuiltReply& built, const ResponseFile& reply) override;
-  void Deliver(const ShellCommand& command, const ResponseFile& reply) override;
+  bool Run(const ShellCommand& command) override;
+
+  /// The commands of the answer, in their order.
+  const std::vector<CommandFacts>& commands() const { return commands_; }
+
+  /// The mail as it was built; `is_whole`: whether with all of its text.
+  MailText Mail(bool is_whole) const;
 
  private:
   std::string LineOfRun(std::string line) const;
-  void Add(const char* purpose, const ShellCommand& command);
 
-  PanelDatabase& database_;
   const IncomingMessage& message_;
-  const Switches& switches_;
-  bool whole_reply_;
-  RuleExplanation& facts_;
+  const Repairs& repairs_;
+  std::vector<CommandFacts> commands_;
   ReplyInMemory memory_;
 };
 

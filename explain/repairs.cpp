@@ -1,8 +1,7 @@
 #include "explain/repairs.h"
 
 #include <algorithm>
-#include <cstring>
-#include <string_view>
+#include <iterator>
 
 #include "autoresponder/reply/forwarding.h"
 #include "autoresponder/reply/sendmail.h"
@@ -11,7 +10,7 @@
 namespace {
 
 bool is_refused(const CommandFacts& command) {
-  return command.fate == CommandFate::kRefused;
+  return command.not_run == NotRun::kQuote;
 }
 
 bool has_newline(std::string_view value) {
@@ -31,10 +30,13 @@ bool is_plain(char byte) {
 class Changes {
  public:
   Changes(const Explanation& explanation, const RuleExplanation& facts)
-      : message_(explanation.message), mailbox_(explanation.mailbox->mailbox), facts_(facts) {}
+      : message_(explanation.message), mailbox_(explanation.panel.mailbox->mailbox),
+        rule_(facts.rule),
+        commands_(facts.commands),
+        facts_(facts.answer) {}
 
   bool Quotes() const {
-    return std::any_of(facts_.commands.begin(), facts_.commands.end(), is_refused);
+    return std::any_of(commands_.begin(), commands_.end(), is_refused);
   }
 
   bool Forwarding() const {
@@ -74,14 +76,13 @@ class Changes {
   }
 
   bool Lines() const {
-    const ResponderRule& rule = facts_.rule;
     if (!IsReplyBuilt()) return false;
-    const char* const texts[] = {rule.reply_to, rule.content_type, rule.charset};
+    const char* const texts[] = {rule_.reply_to, rule_.content_type, rule_.charset};
     return std::any_of(std::begin(texts), std::end(texts),
                        [](const char* text) { return in_one_line(text) != text; });
   }
 
-  bool NotificationField() const { return facts_.notification && *facts_.rule.reply_to != '\0'; }
+  bool NotificationField() const { return facts_.notification && *rule_.reply_to != '\0'; }
 
  private:
   // Not where courtesy forbids it.
@@ -89,37 +90,46 @@ class Changes {
 
   const IncomingMessage& message_;
   const MailboxRef& mailbox_;
-  const RuleExplanation& facts_;
+  const ResponderRule& rule_;
+  const std::vector<CommandFacts>& commands_;
+  const AnswerFacts& facts_;
 };
 
 struct Question {
-  RepairChange change;
+  const char* code;
   bool (Changes::*applies)() const;
 };
 
 constexpr Question kQuestions[] = {
-    {RepairChange::kQuotes, &Changes::Quotes},
-    {RepairChange::kForwarding, &Changes::Forwarding},
-    {RepairChange::kNewlines, &Changes::Newlines},
-    {RepairChange::kOptions, &Changes::Options},
-    {RepairChange::kStore, &Changes::Store},
-    {RepairChange::kLines, &Changes::Lines},
-    {RepairChange::kNotification, &Changes::NotificationField},
+    {"quotes", &Changes::Quotes},
+    {"forwarding", &Changes::Forwarding},
+    {"newlines", &Changes::Newlines},
+    {"options", &Changes::Options},
+    {"store", &Changes::Store},
+    {"lines", &Changes::Lines},
+    {"notification", &Changes::NotificationField},
 };
 
 }  // namespace
 
-std::vector<RepairChange> changes_by_repairs(const Explanation& explanation,
-                                             const RuleExplanation& facts) {
-  std::vector<RepairChange> changes;
-  if (explanation.switches.repairs) return changes;
-  if (facts.is_sender_too_long || (facts.limiter && facts.limiter->is_too_long)) {
-    changes.push_back(RepairChange::kLimiter);
-  }
-  if (!facts.limiter || !allows_reply(*facts.limiter)) return changes;
-  const Changes with_repairs(explanation, facts);
+const Repair* repair_named(std::string_view code) {
+  return std::find_if(std::begin(kRepairs), std::end(kRepairs),
+                      [code](const Repair& repair) { return repair.code == code; });
+}
+
+std::vector<const Repair*> repairs_with_effect(const Explanation& explanation,
+                                               const RuleExplanation& facts) {
+  std::vector<const Repair*> repairs;
+  const auto add = [&](const char* code) {
+    const Repair* const repair = repair_named(code);
+    if (!(explanation.switches.repairs.*repair->member)) repairs.push_back(repair);
+  };
+  const auto& limiter = facts.answer.limiter;
+  if (facts.is_sender_too_long || (limiter && limiter->is_too_long)) add("limiter");
+  if (!limiter || !allows_reply(*limiter)) return repairs;
+  const Changes changes(explanation, facts);
   for (const Question& question : kQuestions) {
-    if ((with_repairs.*question.applies)()) changes.push_back(question.change);
+    if ((changes.*question.applies)()) add(question.code);
   }
-  return changes;
+  return repairs;
 }

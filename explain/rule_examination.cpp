@@ -1,6 +1,6 @@
 #include "explain/rule_examination.h"
 
-#include "autoresponder/engine/answer.h"
+#include "autoresponder/run/temporary_files.h"
 #include "explain/recorded_effects.h"
 #include "explain/repairs.h"
 
@@ -11,35 +11,36 @@ RuleOutcome outcome_of_limiter(const LimiterFacts& limiter) {
 }
 
 RuleOutcome outcome_of_reply(const RuleExplanation& facts) {
-  if (facts.is_left_unsent) return RuleOutcome::kNotWhole;
-  switch (facts.commands.back().fate) {
-    case CommandFate::kRefused:
-      return RuleOutcome::kQuoteInCommand;
-    case CommandFate::kRefusedNewline:
-      return RuleOutcome::kNewlineInCommand;
-    case CommandFate::kRefusedOption:
-      return RuleOutcome::kSenderIsOption;
-    case CommandFate::kTooLong:
-      return RuleOutcome::kCommandTooLong;
-    case CommandFate::kNoProgram:
-      return RuleOutcome::kNoSendmail;
-    case CommandFate::kRuns:
-      break;
+  if (facts.answer.unsent == Unsent::kNotWhole) return RuleOutcome::kNotWhole;
+  if (facts.answer.unsent) {
+    throw CannotTell(Reason::kReplyNotBuilt, "Unable to build the reply in memory.");
   }
-  return facts.reply->is_replaced ? RuleOutcome::kRepliesWithNotice : RuleOutcome::kReplies;
+  if (facts.commands.back().not_run) return RuleOutcome::kCommandNotRun;
+  return facts.answer.reply->is_replaced ? RuleOutcome::kRepliesWithNotice : RuleOutcome::kReplies;
 }
 
-RuleOutcome examine_answer(PanelDatabase& database, const Explanation& explanation,
-                           bool whole_reply, RuleExplanation& facts) {
-  const IncomingMessage& message = explanation.message;
-  if (!facts.trigger) return RuleOutcome::kSwitchedOff;
-  if (!facts.trigger->fires) return RuleOutcome::kNotTriggered;
-  RecordedEffects effects(database, explanation, whole_reply, facts);
-  answer(database, facts.rule, explanation.mailbox->mailbox, message, explanation.switches,
-         effects);
-  if (!allows_reply(*facts.limiter)) return outcome_of_limiter(*facts.limiter);
-  if (!facts.objection.empty()) return RuleOutcome::kCourtesy;
+RuleOutcome outcome_of_answer(const RuleExplanation& facts) {
+  if (!allows_reply(*facts.answer.limiter)) return outcome_of_limiter(*facts.answer.limiter);
+  if (!facts.answer.objection.empty()) return RuleOutcome::kCourtesy;
   return outcome_of_reply(facts);
+}
+
+// Asks what the run would do, and keeps what it finds also if a statement fails.
+void examine_answer(PanelDatabase& database, const Explanation& explanation, bool whole_reply,
+                    RuleExplanation& facts) {
+  RecordedEffects effects(explanation.message, explanation.switches.repairs);
+  const auto keep = [&] {
+    facts.commands = effects.commands();
+    if (facts.answer.reply) facts.mail = effects.Mail(whole_reply);
+  };
+  try {
+    answer(database, facts.rule, explanation.panel.mailbox->mailbox,
+           {explanation.message, explanation.switches, spool_template()}, effects, facts.answer);
+  } catch (...) {
+    keep();
+    throw;
+  }
+  keep();
 }
 
 }  // namespace
@@ -52,7 +53,14 @@ bool is_refusal(const PanelFailure& failure) {
 void examine_rule(PanelDatabase& database, const Explanation& explanation, bool whole_reply,
                   RuleExplanation& facts) {
   try {
-    facts.outcome = examine_answer(database, explanation, whole_reply, facts);
+    if (!facts.trigger) {
+      facts.outcome = RuleOutcome::kSwitchedOff;
+    } else if (!facts.trigger->fires) {
+      facts.outcome = RuleOutcome::kNotTriggered;
+    } else {
+      examine_answer(database, explanation, whole_reply, facts);
+      facts.outcome = outcome_of_answer(facts);
+    }
   } catch (const NotAscii&) {
     facts.outcome = RuleOutcome::kRecipientNotAscii;
   } catch (const CannotTell& trouble) {
@@ -64,5 +72,5 @@ void examine_rule(PanelDatabase& database, const Explanation& explanation, bool 
     facts.trouble = failure.what();
     facts.is_sender_too_long = failure.error() == kDataTooLong;
   }
-  facts.with_repairs = changes_by_repairs(explanation, facts);
+  facts.with_repairs = repairs_with_effect(explanation, facts);
 }

@@ -30,10 +30,10 @@ class Report {
   std::string Coloured(Colour colour, const std::string& text) const;
   void Trigger(const ResponderRule& rule, const TriggerMatch& trigger);
   void Limiter(const ResponderRule& rule, const LimiterFacts& limiter);
-  void Attachments(const RuleExplanation& facts);
-  void Reply(const ReplyFacts& reply);
+  void Attachments(const AnswerFacts& facts);
+  void Reply(const ReplyFacts& reply, const MailText& mail);
   void Commands(const std::vector<CommandFacts>& commands);
-  void Changes(const std::vector<RepairChange>& changes);
+  void Changes(const std::vector<const Repair*>& repairs);
 
   std::ostream& out_;
   const TextStyle& style_;
@@ -113,7 +113,7 @@ void Report::Limiter(const ResponderRule& rule, const LimiterFacts& limiter) {
     Line("") << "forgets " << printable(sender) << '\n';
 }
 
-void Report::Attachments(const RuleExplanation& facts) {
+void Report::Attachments(const AnswerFacts& facts) {
   for (const Attachment& file : facts.attachments.found) {
     Line("attachment") << printable(file.path) << ", " << file.size << " bytes\n";
   }
@@ -126,7 +126,7 @@ void Report::Attachments(const RuleExplanation& facts) {
            << " about it\n";
 }
 
-void Report::Reply(const ReplyFacts& reply) {
+void Report::Reply(const ReplyFacts& reply, const MailText& mail) {
   std::ostream& line = Line("reply");
   line << reply.size << " bytes, ";
   if (reply.limit > 0) {
@@ -135,42 +135,41 @@ void Report::Reply(const ReplyFacts& reply) {
     line << "no limit";
   }
   line << '\n';
-  Line("subject") << quoted(reply.subject) << '\n';
-  write_indented(out_, reply.headers, "    | ");
+  Line("subject") << quoted(reply.subject.Whole()) << '\n';
+  write_indented(out_, mail.headers, "    | ");
   if (!style_.show_reply) return;
   Line("text") << "the whole reply\n";
   if (style_.on_terminal) {
-    write_indented(out_, reply.text, "    | ");
+    write_indented(out_, mail.whole, "    | ");
   } else {
-    out_ << reply.text;
+    out_ << mail.whole;
   }
 }
 
 void Report::Commands(const std::vector<CommandFacts>& commands) {
   for (const CommandFacts& command : commands) {
-    Line("command") << command.purpose;
-    if (command.fate != CommandFate::kRuns) {
-      out_ << ": " << Coloured(Colour::kRed, words(command.fate));
-    }
+    Line("command") << words(command.purpose);
+    if (command.not_run) out_ << ": " << Coloured(Colour::kRed, words(*command.not_run));
     out_ << '\n';
     write_indented(out_, command.line, "    $ ");
   }
 }
 
-void Report::Changes(const std::vector<RepairChange>& changes) {
-  for (const RepairChange change : changes) Line("repairs on") << words(change) << '\n';
+void Report::Changes(const std::vector<const Repair*>& repairs) {
+  for (const Repair* const repair : repairs) Line("repairs on") << effect_of(*repair) << '\n';
 }
 
 void Report::Rule(const RuleExplanation& facts) {
   const Colour colour = is_reply(facts.outcome) ? Colour::kGreen : Colour::kRed;
   out_ << '\n'
        << Coloured(Colour::kBold, joined({"Rule ", printable(facts.rule.id)})) << ' '
-       << Coloured(colour, words(facts.outcome) + after_colon(facts.objection)) << '\n';
+       << Coloured(colour, words_for(facts).text + after_colon(facts.answer.objection)) << '\n';
   if (facts.trigger) Trigger(facts.rule, *facts.trigger);
-  if (facts.limiter) Limiter(facts.rule, *facts.limiter);
-  if (facts.forwarding) Line("forward to") << trimmed(printable(*facts.forwarding)) << '\n';
-  Attachments(facts);
-  if (facts.reply) Reply(*facts.reply);
+  const AnswerFacts& answer = facts.answer;
+  if (answer.limiter) Limiter(facts.rule, *answer.limiter);
+  if (answer.forwarding) Line("forward to") << trimmed(printable(*answer.forwarding)) << '\n';
+  Attachments(answer);
+  if (answer.reply) Reply(*answer.reply, facts.mail);
   if (!facts.trouble.empty()) Line("trouble") << printable(facts.trouble) << '\n';
   Commands(facts.commands);
   Changes(facts.with_repairs);
@@ -192,7 +191,7 @@ void Report::Verdict(const Explanation& explanation) {
 
 void Report::Switches(const Explanation& explanation) {
   const ::Switches& switches = explanation.switches;
-  out_ << "Switches: repairs " << (switches.repairs ? "on" : "off") << ", courtesy "
+  out_ << "Switches: repairs " << (has_repairs(switches) ? "on" : "off") << ", courtesy "
        << (switches.courtesy ? "on" : "off") << ".\n";
   Changes(explanation.with_repairs);
 }
@@ -202,7 +201,7 @@ void Report::Switches(const Explanation& explanation) {
 void write_text(std::ostream& out, const Explanation& explanation, const TextStyle& style) {
   Report report(out, style);
   if (explanation.sender_field != SenderField::kNone) report.Message(explanation);
-  if (explanation.mailbox) report.Mailbox(*explanation.mailbox);
+  if (explanation.panel.mailbox) report.Mailbox(*explanation.panel.mailbox);
   for (const RuleExplanation& rule : explanation.rules) report.Rule(rule);
   report.Verdict(explanation);
   report.Switches(explanation);

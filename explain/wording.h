@@ -11,15 +11,19 @@ struct Words {
 
 Words words_for(Verdict verdict);
 Words words_for(Reason reason);
-Words words_for(RuleOutcome outcome);
+/// Of the rule's outcome.
+Words words_for(const RuleExplanation& rule);
 Words words_for(SenderField field);
 Words words_for(RecipientSource source);
 Words words_for(LoopGuard guard);
 Words words_for(MailboxLookup lookup);
 Words words_for(TriggerPlace place);
 Words words_for(LimiterStep step);
-Words words_for(CommandFate fate);
+Words words_for(Purpose purpose);
+Words words_for(NotRun reason);
 Words words_for(CourtesyChange change);
-Words words_for(RepairChange change);
+
+/// What the repair would change, for people; empty for one whose effect no message shows before.
+const char* effect_of(const Repair& repair);
 
 #endif

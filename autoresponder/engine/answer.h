@@ -1,11 +1,13 @@
 #ifndef AUTORESPONDER_ENGINE_ANSWER_H
 #define AUTORESPONDER_ENGINE_ANSWER_H
 
+#include <cstdint>
+#include <optional>
 #include <string>
-#include <vector>
 
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/message/switches.h"
+#include "autoresponder/panel/frequency_limiter.h"
 #include "autoresponder/panel/mailbox.h"
 #include "autoresponder/panel/panel_database.h"
 #include "autoresponder/panel/rule.h"
@@ -15,69 +17,62 @@
 #include "autoresponder/reply/shell.h"
 #include "autoresponder/reply/subject_text.h"
 
+/// The message that is answered, and what all of its answers share.
+struct Delivery {
+  const IncomingMessage& message;
+  const Switches& switches;
+  std::string spool_path;  ///< of the file that holds the message
+};
+
 /// A reply that is ready to be sent.
-struct BuiltReply {
-  int64_t size;         ///< of the reply as built, in bytes
-  int64_t limit;        ///< the mail server's, in bytes; 0 or less for none
-  bool is_replaced;     ///< whether a notice that the reply is too large is sent instead
-  SubjectText subject;  ///< of the reply, or of the notice
+struct ReplyFacts {
+  int64_t size = 0;          ///< of the reply as built, in bytes
+  int64_t limit = 0;         ///< the mail server's, in bytes; 0 or less for none
+  bool is_replaced = false;  ///< whether a notice that the reply is too large is sent instead
+  SubjectText subject;       ///< of the reply, or of the notice
 };
 
 /// Why a reply is not sent although nothing forbids it.
 enum class Unsent {
-  kUnwritable,   ///< its text, or with repairs the notice that replaces it, could not be written
-  kNotWhole,     ///< with repairs: its attachments could not be appended completely
+  kUnwritable,   ///< its text, or the notice that replaces it, could not be written
+  kNotWhole,     ///< its attachments could not be appended completely
   kFileReplaced  ///< the name of its file leads nowhere, or to another file
 };
 
-/// The effects of an answer, in the order in which `answer` calls them: the run carries them out,
-/// the explanation program records them. An exception from any of them ends the answer.
+/// What was found out and decided for one answer. What was not reached is empty.
+struct AnswerFacts {
+  std::optional<LimiterFacts> limiter;
+  std::optional<std::string> forwarding;  ///< the addresses, as in the command line
+  std::string objection;                  ///< of courtesy, which forbids the reply
+  AttachmentList attachments;
+  std::optional<Notification> notification;  ///< about missing attachments
+  std::optional<ReplyFacts> reply;
+  std::optional<Unsent> unsent;
+  std::string reply_path;  ///< of the reply's file
+};
+
+/// What an answer does besides finding out. An exception from any of these ends the answer.
 class Effects {
  public:
   virtual ~Effects() = default;
 
-  /// Whether the rule may send the sender one more reply today; if so, counts it.
-  virtual bool Count(const ResponderRule& rule) = 0;
-
-  /// The path of the file that holds the incoming message.
-  virtual std::string SpoolPath() = 0;
-
-  /// Forwards the message to `addresses` by `command`.
-  virtual void Forward(const std::string& addresses, const ShellCommand& command) = 0;
-
-  /// Called instead of the steps below if courtesy forbids a reply. `objection`: the reason, a
-  /// short phrase.
-  virtual void Withhold(const std::string& objection) = 0;
+  /// Asks the limiter whether the rule may send the sender one more reply today, and may count it.
+  virtual LimiterFacts AskLimiter(PanelDatabase& database, const ResponderRule& rule) = 0;
 
   /// Creates the file for the reply.
   virtual ResponseFile CreateResponseFile() = 0;
 
-  /// Called with the rule's attachments once they were looked for.
-  virtual void Attachments(const AttachmentList& /*attachments*/) {}
-
-  /// Tells the owner about missing attachments.
-  virtual void Notify(const Notification& notification, const ResponderRule& rule,
-                      const std::vector<std::string>& missing) = 0;
-
   /// The ASCII form of the mailbox's address; throws or ends the process if there is none.
   virtual std::string AsciiForm(const std::string& address) = 0;
 
-  /// Appends the attachments by `command`; whether it succeeded.
-  virtual bool Append(const ShellCommand& command, const WriterLimits& limits) = 0;
-
-  /// Called instead of the steps below if the reply cannot be sent.
-  virtual void LeaveUnsent(const ResponseFile& reply, Unsent why) = 0;
-
-  /// Called when the reply is ready, before `Deliver`.
-  virtual void Built(const BuiltReply& /*built*/, const ResponseFile& /*reply*/) {}
-
-  /// Sends the reply by `command`, and removes its file.
-  virtual void Deliver(const ShellCommand& command, const ResponseFile& reply) = 0;
+  /// Runs the command, or notes it; false if it failed and that matters.
+  virtual bool Run(const ShellCommand& command) = 0;
 };
 
 /// Lets a rule that fires answer the message: asks the limiter, forwards, and builds and sends the
-/// reply unless courtesy is on and forbids it. A failing query throws `PanelFailure`.
+/// reply unless courtesy is on and forbids it. Fills `facts`, also as far as it comes if a failing
+/// query throws `PanelFailure`.
 void answer(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
-            const IncomingMessage& message, const Switches& switches, Effects& effects);
+            const Delivery& delivery, Effects& effects, AnswerFacts& facts);
 
 #endif

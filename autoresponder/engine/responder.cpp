@@ -1,27 +1,55 @@
 #include "autoresponder/engine/responder.h"
 
-#include <optional>
+#include <utility>
 
-#include "autoresponder/panel/mailbox.h"
-#include "autoresponder/panel/rule.h"
 #include "support/base/diagnose.h"
 
-void run_responder(const IncomingMessage& message, const Switches& switches,
-                   const EffectsMaker& make_effects) {
+namespace {
+
+const char* diagnostic_of(Unsent unsent) {
+  switch (unsent) {
+    case Unsent::kUnwritable:
+      return "autoresponder: Unable to write the reply to ";
+    case Unsent::kNotWhole:
+      return "autoresponder: not sent, because its attachments are not whole: ";
+    case Unsent::kFileReplaced:
+      break;
+  }
+  return "autoresponder: not sent, because its file was removed: ";
+}
+
+void report_unsent(const AnswerFacts& facts) {
+  if (!facts.objection.empty()) {
+    diagnose({"autoresponder: no reply, courtesy: ", facts.objection});
+  }
+  if (facts.unsent) diagnose({diagnostic_of(*facts.unsent), facts.reply_path});
+}
+
+}  // namespace
+
+void find_rules(PanelDatabase& database, const IncomingMessage& message, EscapedRecipient recipient,
+                MailboxRules& found) {
+  found.mailbox = find_mailbox(database, message, std::move(recipient));
+  if (!found.mailbox) return;
+  found.rows = database.Query(rules_query(found.mailbox->mailbox.id));
+  found.rules = read_rules(*found.rows);
+  found.triggers = find_triggers(found.rules, message);
+}
+
+void run_responder(const Delivery& delivery, Effects& effects) {
+  const IncomingMessage& message = delivery.message;
   EscapedRecipient recipient = escape_recipient(message);
   PanelDatabase database;
-  const auto found = find_mailbox(database, message, std::move(recipient));
-  if (!found) {
+  MailboxRules found;
+  find_rules(database, message, std::move(recipient), found);
+  if (!found.mailbox) {
     diagnose({"autoresponder: Mailname not found: ", message.recipient_mailname, "@",
               message.recipient_domain});
-    return;
   }
-  const std::unique_ptr<Effects> effects = make_effects(database);
-  Rows rows = database.Query(rules_query(found->mailbox.id));
-  const std::vector<ResponderRule> rules = read_rules(rows);
-  const std::vector<TriggerMatch> triggers = find_triggers(rules, message);
-  for (size_t i = 0; i < rules.size(); ++i) {
-    if (!triggers[i].fires) continue;
-    answer(database, rules[i], found->mailbox, message, switches, *effects);
+  for (size_t i = 0; i < found.rules.size(); ++i) {
+    if (!found.triggers[i].fires) continue;
+    AnswerFacts facts;
+    answer(database, found.rules[i], found.mailbox->mailbox, delivery, effects, facts);
+    report_unsent(facts);
   }
 }

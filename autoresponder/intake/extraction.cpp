@@ -160,7 +160,7 @@ std::string subject_in_utf8(const RawMessage& raw, const Switches& switches) {
     return rfc1522_decode(raw.subject);
   } catch (const quern::ExError&) {
   } catch (const std::out_of_range&) {
-    if (!switches.repairs) throw;
+    if (!switches.repairs.subject) throw;
   }
   warn_unconverted("subject", raw.text.charset);
   return {};
@@ -175,7 +175,7 @@ ExtractionResult extract(DwString message_text, const std::optional<std::string>
   if (outcome != Extraction::kDone) return {outcome, raw.sender_field, std::move(raw.sender)};
   BodyBytes body = take_body(raw.text, message_text.length());
   message_text = DwString();  // what was decoded is all that is needed from here on
-  record.body = std::make_unique<BodyLines>(lines_of(std::move(body), raw.text.charset));
+  record.body_lines = std::make_unique<BodyLines>(lines_of(std::move(body), raw.text.charset));
   record.sender = std::move(raw.sender);
   record.SetRecipient(std::move(raw.recipient));
   record.subject = subject_in_utf8(raw, switches);

@@ -65,17 +65,17 @@ class PiecewiseSearch {
 
 }  // namespace
 
-BodyLines::BodyLines(std::string text) : has_lines_(true) {
+BodyLines::BodyLines(std::string text) {
   const auto own = std::make_shared<const std::string>(std::move(text));
   text_ = *own;
   owner_ = own;
 }
 
 BodyLines::BodyLines(std::string_view text, std::shared_ptr<const void> owner)
-    : owner_(std::move(owner)), text_(text), has_lines_(true) {}
+    : owner_(std::move(owner)), text_(text) {}
 
 BodyLines::BodyLines(std::string_view text, std::shared_ptr<const void> owner, std::string charset)
-    : owner_(std::move(owner)), text_(text), charset_(std::move(charset)), has_lines_(true) {}
+    : owner_(std::move(owner)), text_(text), charset_(std::move(charset)) {}
 
 void BodyLines::WriteTo(const TextSink& sink) const {
   if (charset_.empty()) {
@@ -85,9 +85,8 @@ void BodyLines::WriteTo(const TextSink& sink) const {
   }
 }
 
-std::vector<size_t> BodyLines::FirstWith(const std::vector<std::string_view>& keys) const {
+std::vector<size_t> BodyLines::FirstWith(const std::vector<std::string_view>& keys) {
   std::vector<size_t> lines(keys.size(), 0);
-  if (!has_lines_) return lines;
   std::vector<std::string_view> wanted;
   std::vector<size_t*> places;
   for (size_t i = 0; i < keys.size(); ++i) {
@@ -119,6 +118,6 @@ std::vector<size_t> BodyLines::FindTogether(const std::vector<std::string_view>&
   return search.Lines();
 }
 
-size_t BodyLines::FirstWith(std::string_view key) const {
+size_t BodyLines::FirstWith(std::string_view key) {
   return FirstWith(std::vector{key})[0];
 }

@@ -16,9 +16,6 @@
 /// are far larger in UTF-8.
 class BodyLines : public Body {
  public:
-  /// No lines.
-  BodyLines() = default;
-
   /// The lines of `text`, in UTF-8: one more than it has newlines.
   explicit BodyLines(std::string text);
   /// The lines of `text`, which is in memory that `owner` keeps.
@@ -26,11 +23,9 @@ class BodyLines : public Body {
   /// The lines of a text that `convert_charset` takes from `charset` to UTF-8 without a failure.
   BodyLines(std::string_view text, std::shared_ptr<const void> owner, std::string charset);
 
-  bool empty() const { return !has_lines_; }
-
   /// The number of the first line with `key`, in time linear in the text.
-  size_t FirstWith(std::string_view key) const;
-  std::vector<size_t> FirstWith(const std::vector<std::string_view>& keys) const override;
+  size_t FirstWith(std::string_view key);
+  std::vector<size_t> FirstWith(const std::vector<std::string_view>& keys) override;
 
   /// Hands the text, in UTF-8 and with its newlines, to `sink`.
   void WriteTo(const TextSink& sink) const;
@@ -42,7 +37,6 @@ class BodyLines : public Body {
   std::shared_ptr<const void> owner_;
   std::string_view text_;
   std::string charset_;  // empty: UTF-8
-  bool has_lines_ = false;
 };
 
 #endif

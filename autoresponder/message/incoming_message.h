@@ -31,8 +31,10 @@ struct IncomingMessage {
   std::string subject;             ///< the Subject in UTF-8; empty when it could not be decoded
   std::string date;                ///< the text of the Date field, undecoded
   std::string charset;             ///< what the text part declares, as written, or kDefaultCharset
-  std::unique_ptr<const Body> body;  ///< the text part in UTF-8; null where there is no message
   CourtesyFacts courtesy;            ///< empty unless they were asked for
+
+  /// The lines of the text part in UTF-8; never null.
+  std::unique_ptr<Body> body_lines = std::make_unique<Body>();
 
   /// The envelope sender, if the mail server has told it; empty for a null one. Filled by run
   /// control.

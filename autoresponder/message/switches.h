@@ -1,11 +1,69 @@
 #ifndef AUTORESPONDER_MESSAGE_SWITCHES_H
 #define AUTORESPONDER_MESSAGE_SWITCHES_H
 
-/// What the administrator wants to be other than it always was. Both are off unless the
-/// configuration switches them on, because other parts of the panel rely on every oddity.
+/// Defects and holes that nobody wants for their own sake, each closed where its member is true. All
+/// are off unless the configuration switches them on, because other parts of the panel rely on every
+/// oddity. docs/operators.md describes them in this order.
+struct Repairs {
+  bool quotes = false;             ///< a quote in a value of a command is escaped
+  bool backslashes = false;        ///< a backslash in the name of an attachment stays as it is
+  bool newlines = false;           ///< a newline in a value refuses a command
+  bool forwarding = false;         ///< the shell reads no syntax in forwarding addresses
+  bool options = false;            ///< nothing is mailed to what sendmail reads as an option
+  bool store = false;              ///< only plain files of the store are attached
+  bool lines = false;              ///< control characters in header texts become blanks
+  bool notification = false;       ///< the notification's Reply-To has a line end
+  bool whole_copies = false;       ///< a message that /tmp did not take whole is not forwarded
+  bool whole_attachments = false;  ///< a reply whose attachments are not whole is not sent
+  bool whole_notices = false;      ///< a notice that /tmp did not take whole is not sent
+  bool subject = false;            ///< no end of a subject aborts the run
+  bool turns = false;              ///< deliveries at the same time count one after another
+  bool long_senders = false;       ///< a sender longer than the limiter's column is found again
+};
+
+/// A repair's stable name for programs, and its member.
+struct Repair {
+  const char* code;
+  bool Repairs::*member;
+};
+
+/// All of them, in their order.
+constexpr Repair kRepairs[] = {
+    {"quotes", &Repairs::quotes},
+    {"backslashes", &Repairs::backslashes},
+    {"newlines", &Repairs::newlines},
+    {"forwarding", &Repairs::forwarding},
+    {"options", &Repairs::options},
+    {"store", &Repairs::store},
+    {"lines", &Repairs::lines},
+    {"notification", &Repairs::notification},
+    {"whole_copies", &Repairs::whole_copies},
+    {"whole_attachments", &Repairs::whole_attachments},
+    {"whole_notices", &Repairs::whole_notices},
+    {"subject", &Repairs::subject},
+    {"turns", &Repairs::turns},
+    {"limiter", &Repairs::long_senders},
+};
+
+/// All repairs, switched on or off together.
+constexpr Repairs all_repairs(bool on) {
+  Repairs repairs;
+  for (const Repair& repair : kRepairs) repairs.*repair.member = on;
+  return repairs;
+}
+
+/// What the administrator wants to be other than it always was.
 struct Switches {
-  bool repairs = false;   ///< defects and holes that nobody wants for their own sake are closed
+  Repairs repairs;
   bool courtesy = false;  ///< automatic mail gets no reply, and replies say what they are
 };
+
+/// Whether any repair is on.
+constexpr bool has_repairs(const Switches& switches) {
+  for (const Repair& repair : kRepairs) {
+    if (switches.repairs.*repair.member) return true;
+  }
+  return false;
+}
 
 #endif

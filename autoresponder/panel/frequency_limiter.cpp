@@ -19,7 +19,7 @@ constexpr const char* kOfToday = " and ((TO_DAYS(NOW())-TO_DAYS(time_resp))>0) i
 
 // How much the column with senders takes.
 struct ColumnWidth {
-  size_t most;         ///< of characters
+  size_t max_size;     ///< in characters
   bool is_of_unicode;  ///< otherwise each byte that we send may count as a character
 };
 
@@ -58,13 +58,13 @@ ColumnWidth width_of_senders(PanelDatabase& database) {
 class Memory {
  public:
   Memory(PanelDatabase& database, const ResponderRule& rule, const std::string& sender,
-         LimiterMode mode, const Switches& switches)
+         LimiterMode mode, const Repairs& repairs)
       : database_(database),
         of_rule_(joined({" where rn_id=", rule.id})),
         rule_id_(rule.id),
         sender_(database.Escape(sender)),
         counts_(mode == LimiterMode::kCount),
-        repairs_(switches.repairs) {}
+        is_in_turn_(repairs.turns) {}
 
   // Static, because it is the rule's first statement: the sender is escaped only after it.
   static void ForgetEarlierDays(PanelDatabase& database, const ResponderRule& rule) {
@@ -113,10 +113,10 @@ class Memory {
  private:
   // A strict server refuses a sender that is longer than the column.
   void FailAsTheInsertWould() const {
-    const std::string most = std::to_string(width_of_senders(database_).most);
+    const std::string max_size = std::to_string(width_of_senders(database_).max_size);
     Rows rows =
         database_.Query(joined({"select @@sql_mode like '%STRICT%' and char_length(convert('",
-                                sender_.view(), "' using utf8mb4))>", most}));
+                                sender_.view(), "' using utf8mb4))>", max_size}));
     const Row row = rows.Next();
     const bool fails = row != nullptr && atoi(text_or(*row, "0")) != 0;
     if (fails) database_.Refuse("Data too long for column 'email'", kDataTooLong);
@@ -131,9 +131,9 @@ class Memory {
                        "'", OfWhichDays()}));
   }
 
-  // Kept: without repairs a result that breaks off counts as one without rows.
+  // Kept: without the repair of turns a result that breaks off counts as one without rows.
   Rows Ask(const std::string& query) const {
-    return repairs_ ? database_.QueryWhole(query) : database_.Query(query);
+    return is_in_turn_ ? database_.QueryWhole(query) : database_.Query(query);
   }
 
   const char* OfWhichDays() const { return counts_ ? "" : kOfToday; }
@@ -153,7 +153,7 @@ class Memory {
   std::string_view rule_id_;
   EscapedText sender_;
   bool counts_;
-  bool repairs_;
+  bool is_in_turn_;
 };
 
 }  // namespace
@@ -186,17 +186,17 @@ bool begins_character(char byte) {
 
 }  // namespace
 
-std::string_view first_characters(std::string_view text, size_t most) {
+std::string_view first_characters(std::string_view text, size_t max_count) {
   size_t characters = 0;
   for (size_t at = 0; at < text.size(); ++at) {
-    if (begins_character(text[at]) && ++characters > most) return text.substr(0, at);
+    if (begins_character(text[at]) && ++characters > max_count) return text.substr(0, at);
   }
   return text;
 }
 
-std::string_view first_bytes(std::string_view text, size_t most) {
-  if (text.size() <= most) return text;
-  size_t end = most;
+std::string_view first_bytes(std::string_view text, size_t max_size) {
+  if (text.size() <= max_size) return text;
+  size_t end = max_size;
   while (end > 0 && !begins_character(text[end])) --end;
   return text.substr(0, end);
 }
@@ -207,7 +207,8 @@ namespace {
 std::optional<std::string> cut_sender(PanelDatabase& database, const std::string& sender) {
   const ColumnWidth width = width_of_senders(database);
   const std::string_view cut =
-      width.is_of_unicode ? first_characters(sender, width.most) : first_bytes(sender, width.most);
+      width.is_of_unicode ? first_characters(sender, width.max_size)
+                          : first_bytes(sender, width.max_size);
   if (cut.size() == sender.size()) return std::nullopt;
   return std::string(cut);
 }
@@ -223,14 +224,14 @@ void write(const Memory& memory, LimiterFacts& facts) {
 }
 
 LimiterFacts decide(PanelDatabase& database, const IncomingMessage& message,
-                    const ResponderRule& rule, LimiterMode mode, const Switches& switches) {
+                    const ResponderRule& rule, LimiterMode mode, const Repairs& repairs) {
   LimiterFacts facts;
   if (never_replies(rule.ans_freq)) return facts;
-  const bool asks = switches.repairs || mode == LimiterMode::kLook;
+  const bool asks = repairs.long_senders || mode == LimiterMode::kLook;
   const auto cut = asks ? cut_sender(database, message.sender) : std::nullopt;
   facts.is_too_long = cut.has_value();
-  const bool cuts = cut && switches.repairs;
-  const Memory memory(database, rule, cuts ? *cut : message.sender, mode, switches);
+  const bool cuts = cut && repairs.long_senders;
+  const Memory memory(database, rule, cuts ? *cut : message.sender, mode, repairs);
   facts.senders = memory.Senders();
   facts.replies_today = memory.RepliesToday();
   facts.step = limiter_step(facts.replies_today, facts.senders, rule.ans_freq, rule.mem_limit);
@@ -256,33 +257,33 @@ bool is_conflict(const PanelFailure& failure) {
 // days go before that: a deletion that finds none locks the gap in which other rules have theirs,
 // and in a transaction it would keep it until their insertions and ours wait for one another.
 LimiterFacts decide_in_transaction(PanelDatabase& database, const IncomingMessage& message,
-                                   const ResponderRule& rule, const Switches& switches) {
+                                   const ResponderRule& rule, const Repairs& repairs) {
   Memory::ForgetEarlierDays(database, rule);
   database.Execute("start transaction");
   database.QueryWhole(joined({"select id from mail_resp where id=", rule.id, " for update"}));
-  LimiterFacts facts = decide(database, message, rule, LimiterMode::kCount, switches);
+  LimiterFacts facts = decide(database, message, rule, LimiterMode::kCount, repairs);
   database.Execute("commit");
   return facts;
 }
 
 // Lets runs that are in one another's way begin again at different times.
 void pause_before(int attempt) {
-  constexpr int kLongest = 10;
+  constexpr int kMaxFactor = 10;
   const auto spread = static_cast<unsigned>(getpid()) % 16;
-  std::this_thread::sleep_for(std::chrono::milliseconds(5 + spread) * std::min(attempt, kLongest));
+  std::this_thread::sleep_for(std::chrono::milliseconds(5 + spread) * std::min(attempt, kMaxFactor));
 }
 
 // Repeats the transaction after a conflict. A server that has nothing but conflicts is given up as
 // one that is silent would be: after some two minutes.
 LimiterFacts decide_alone(PanelDatabase& database, const IncomingMessage& message,
-                          const ResponderRule& rule, const Switches& switches) {
-  constexpr int kMostAttempts = 20;
+                          const ResponderRule& rule, const Repairs& repairs) {
+  constexpr int kMaxAttempts = 20;
   const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
   for (int attempt = 1;; ++attempt) {
     try {
-      return decide_in_transaction(database, message, rule, switches);
+      return decide_in_transaction(database, message, rule, repairs);
     } catch (const PanelFailure& failure) {
-      const bool is_late = attempt == kMostAttempts || std::chrono::steady_clock::now() > end;
+      const bool is_late = attempt == kMaxAttempts || std::chrono::steady_clock::now() > end;
       if (is_late || !is_conflict(failure)) throw;
     }
     database.Execute("rollback");
@@ -292,11 +293,11 @@ LimiterFacts decide_alone(PanelDatabase& database, const IncomingMessage& messag
 
 }  // namespace
 
-LimiterFacts consult_limiter(PanelDatabase& database, const IncomingMessage& message,
-                             const ResponderRule& rule, LimiterMode mode,
-                             const Switches& switches) {
-  const bool holds = switches.repairs && mode == LimiterMode::kCount;
-  if (holds) return decide_alone(database, message, rule, switches);
+LimiterFacts check_reply_frequency(PanelDatabase& database, const IncomingMessage& message,
+                                   const ResponderRule& rule, LimiterMode mode,
+                                   const Repairs& repairs) {
+  const bool takes_turns = repairs.turns && mode == LimiterMode::kCount;
+  if (takes_turns) return decide_alone(database, message, rule, repairs);
   if (mode == LimiterMode::kCount) Memory::ForgetEarlierDays(database, rule);
-  return decide(database, message, rule, mode, switches);
+  return decide(database, message, rule, mode, repairs);
 }

@@ -94,7 +94,7 @@ TriggerPlace trigger_place(const ResponderRule& rule) {
 
 std::vector<TriggerMatch> find_triggers(const std::vector<ResponderRule>& rules,
                                         const IncomingMessage& message) {
-  const std::vector<size_t> lines = message.body->FirstWith(body_keys(rules));
+  const std::vector<size_t> lines = message.body_lines->FirstWith(body_keys(rules));
   auto next = lines.begin();
   std::vector<TriggerMatch> triggers;
   for (const ResponderRule& rule : rules) {

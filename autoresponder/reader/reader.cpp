@@ -39,7 +39,7 @@ class KeptBody : public Body {
       : reader_(std::move(reader)), max_text_(kMaxGrowth * message_size) {}
 
   // In questions that fit into the reader's memory beside the body.
-  std::vector<size_t> FirstWith(const std::vector<std::string_view>& keys) const override {
+  std::vector<size_t> FirstWith(const std::vector<std::string_view>& keys) override {
     constexpr size_t kMaxQuestion = size_t{1} << 20;
     std::vector<size_t> lines;
     std::vector<std::string_view> asked;
@@ -62,7 +62,7 @@ class KeptBody : public Body {
  private:
   static constexpr std::string_view kInNoLine = "\n";
 
-  void Ask(const std::vector<std::string_view>& keys, std::vector<size_t>& lines) const {
+  void Ask(const std::vector<std::string_view>& keys, std::vector<size_t>& lines) {
     ReaderProcess& reader = *reader_;
     Sender([&reader](const char* bytes, size_t length) {
       reader.Send(bytes, length);
@@ -94,7 +94,7 @@ ExtractionResult read_message(MessageBuffer message, const char* delivered_to,
   Receiver receiver([&reader](char* bytes, size_t length) { reader->Receive(bytes, length); });
   ExtractionResult result = receive_result(receiver, assignment, record);
   if (result.outcome == Extraction::kDone) {
-    record.body = std::make_unique<KeptBody>(std::move(reader), assignment.message_size);
+    record.body_lines = std::make_unique<KeptBody>(std::move(reader), assignment.message_size);
   }
   return result;
 } catch (const std::bad_alloc&) {

@@ -123,6 +123,7 @@ void end_reader() {
 }
 
 void forget_reader() {
+  if (reader == 0) return;
   const SignalBlock block;  // the number must not be used once the process was waited for
   end_reader();
   reader = 0;

@@ -56,7 +56,7 @@ std::vector<std::string_view> keys_in(std::string_view question) {
 }
 
 // Until the parent hangs up or ends this process.
-[[noreturn]] void answer_searches(int channel, FILE* out, const Body& body) {
+[[noreturn]] void answer_searches(int channel, FILE* out, Body& body) {
   Receiver questions([channel](char* bytes, size_t length) { read_all(channel, bytes, length); });
   Sender sender([out](const char* bytes, size_t length) { fwrite(bytes, 1, length, out); });
   for (;;) {
@@ -74,15 +74,17 @@ bool send_extraction(FILE* out, MessageBuffer& message, bool has_delivery, const
   // The parent knows the address of the delivery.
   const auto delivered_to = has_delivery ? std::make_optional(std::string()) : std::nullopt;
   DwInitialize();
+  bool goes_on = false;
   try {
     const ExtractionResult result =
         extract(message.Take<DwString>(), delivered_to, switches, record);
+    goes_on = result.outcome == Extraction::kDone;
     send_result(sender, result, record);
   } catch (const std::out_of_range& exception) {
     send_abort(sender, exception.what());
   }
   write_counters();
-  return fflush(out) == 0 && record.body;
+  return fflush(out) == 0 && goes_on;
 }
 
 }  // namespace
@@ -92,5 +94,5 @@ void read_for_parent(int channel, MessageBuffer& message, bool has_delivery,
   const OwnedFile out(fdopen(channel, "w"));
   IncomingMessage record;
   if (!out || !send_extraction(out.get(), message, has_delivery, switches, record)) return;
-  answer_searches(channel, out.get(), *record.body);
+  answer_searches(channel, out.get(), *record.body_lines);
 }

@@ -1,7 +1,9 @@
 #include "autoresponder/reply/attachments.h"
 
 #include <algorithm>
+#include <optional>
 #include <sys/stat.h>
+#include <utility>
 
 #include "mime/header_encode.h"
 #include "support/base/diagnose.h"
@@ -28,33 +30,50 @@ size_t encoded_size(size_t size) {
   return size / kLine * line(kLine) + (last > 0 ? line(last) : 0);
 }
 
+// The name by which the command opens the file.
+std::string source_of(const Attachment& attachment, ShellCommand& /*command*/) {
+  return attachment.path;
+}
+
+std::string source_of(const OpenedAttachment& attachment, ShellCommand& command) {
+  return command.Inherit(attachment.file->descriptor());
+}
+
 // Adds the command that encodes one file, without the first and last line of uuencode.
 //
 // Kept: a step that fails leaves what it has written, and the next ones follow. The repair of whole
-// mails lets the first one that fails end the whole command (`set -e`); a shell does not see by
-// itself that the beginning of a pipeline has failed.
-void add_encoding(ShellCommand& command, const Attachment& attachment, const Switches& switches) {
-  if (switches.repairs) {
-    command.Text("{ uuencode -m -- ").Quoted(command.Inherit(attachment.opened->descriptor()));
-    command.Text(" ").Quoted(attachment.name).Text(" || kill $$ ; }");
-  } else {
-    command.Text("uuencode -m -- ").Quoted(attachment.path).Text(" ").Quoted(attachment.name);
-  }
+// attachments lets the first one that fails end the whole command (`set -e`); a shell does not see
+// by itself that the beginning of a pipeline has failed.
+template <class File>
+void add_encoding(ShellCommand& command, const File& file, const Repairs& repairs) {
+  const bool ends = repairs.whole_attachments;
+  command.Text(ends ? "{ uuencode -m -- " : "uuencode -m -- ").Quoted(source_of(file, command));
+  command.Text(" ").Quoted(file.name).Text(ends ? " || kill $$ ; }" : "");
   command.Text(" | sed -e '1d;$d' >>");
 }
 
 // Adds the shell commands for one file: boundary and headers, then its base64 lines.
 //
 // Kept: the final `echo` writes to standard output, not to the response file.
-void add_steps(ShellCommand& command, const Attachment& attachment, const std::string& boundary,
-               const ResponseFile& reply, const Switches& switches) {
-  const std::string header_name = header_encode(attachment.name);
-  // Kept: `echo` reads backslashes in a name. The repair of quotes hands the name over as it is.
-  command.Text(switches.repairs ? "printf '%s\\n' " : "echo ");
+template <class File>
+void add_steps(ShellCommand& command, const File& file, const std::string& boundary,
+               const ResponseFile& reply, const Repairs& repairs) {
+  const std::string header_name = header_encode(file.name);
+  // Kept: `echo` reads backslashes in a name. Their repair hands the name over as it is.
+  command.Text(repairs.backslashes ? "printf '%s\\n' " : "echo ");
   command.QuotedLines({"--", boundary, "\n", kPartHeaders, header_name, "\"\n"});
   command.Text(" >>").Text(reply.path()).Text(" ; ");
-  add_encoding(command, attachment, switches);
-  command.Text(reply.path()).Text(switches.repairs ? " ; echo || : ; " : " ; echo ; ");
+  add_encoding(command, file, repairs);
+  command.Text(reply.path()).Text(repairs.whole_attachments ? " ; echo || : ; " : " ; echo ; ");
+}
+
+WriterLimits limits_for(const std::vector<Attachment>& found, const ResponseFile& reply) {
+  constexpr uint64_t kFree = uint64_t{16} << 20;
+  WriterLimits limits{kFree + static_cast<uint64_t>(reply.Size()), std::chrono::minutes(10)};
+  for (const Attachment& attachment : found) {
+    limits.file_size += 2 * static_cast<uint64_t>(attachment.size);
+  }
+  return limits;
 }
 
 // Whether reading the file comes to an end: a pipe may block, a device may be endless. Directories
@@ -63,29 +82,50 @@ bool has_an_end(const struct stat& status) {
   return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
 }
 
+// Nothing if the file counts as missing.
+//
 // Kept: whatever is reached by the name counts as a file, also through links and outside of the
 // store. The repair of the store does not: see `open_below`.
-void look_in_store(const std::string& name, const MailboxRef& mailbox,
-                   AttachmentList& attachments) {
-  auto opened = open_in_store(name, mailbox);
-  if (opened == nullptr) {
-    attachments.missing.push_back(name);
-  } else {
-    attachments.found.push_back({name, path_in_store(name, mailbox), opened->size(), opened});
-  }
-}
-
-void look_for(const std::string& name, const MailboxRef& mailbox, AttachmentList& attachments) {
+std::optional<Attachment> look_for(const std::string& name, const MailboxRef& mailbox) {
   const std::string path = path_in_store(name, mailbox);
   struct stat status {};
-  if (stat(path.c_str(), &status) != 0) {
-    attachments.missing.push_back(name);
-  } else if (has_an_end(status)) {
-    attachments.found.push_back({name, path, status.st_size, nullptr});
-  } else {
-    diagnose({"autoresponder: no plain file, attached empty: ", path});
-    attachments.found.push_back({name, "/dev/null", 0, nullptr});
+  if (stat(path.c_str(), &status) != 0) return std::nullopt;
+  if (has_an_end(status)) return Attachment{name, path, status.st_size};
+  diagnose({"autoresponder: no plain file, attached empty: ", path});
+  return Attachment{name, "/dev/null", 0};
+}
+
+std::optional<OpenedAttachment> look_in_store(const std::string& name, const MailboxRef& mailbox) {
+  auto file = open_in_store(name, mailbox);
+  if (file == nullptr) return std::nullopt;
+  return OpenedAttachment{{name, path_in_store(name, mailbox), file->size()}, file};
+}
+
+// The names of the rule's attachments, without white space around them.
+std::vector<std::string> names_of(PanelDatabase& database, const char* rule_id) {
+  std::vector<std::string> names;
+  Rows rows = database.Query(joined({"select filename from resp_attach where rn_id=", rule_id}));
+  while (const Row row = rows.Next()) {
+    std::string filename = text_or(*row, "");
+    if (!filename.empty()) names.emplace_back(str_trim(filename.data()));
   }
+  return names;
+}
+
+template <class File>
+std::vector<File> look_for_all(const std::vector<std::string>& names, const MailboxRef& mailbox,
+                               std::optional<File> (*look)(const std::string&, const MailboxRef&),
+                               AttachmentList& list) {
+  std::vector<File> files;
+  for (const std::string& name : names) {
+    if (auto file = look(name, mailbox)) {
+      list.found.push_back(*file);
+      files.push_back(*std::move(file));
+    } else {
+      list.missing.push_back(name);
+    }
+  }
+  return files;
 }
 
 }  // namespace
@@ -100,33 +140,27 @@ std::shared_ptr<const OpenAttachment> open_in_store(const std::string& name,
   return open_below(QMAIL_MAILNAMES_D, {mailbox.domain_name, mailbox.mail_name, kStoreName, name});
 }
 
-AttachmentList find_attachments(PanelDatabase& database, const char* rule_id,
-                                const MailboxRef& mailbox, const Switches& switches) {
-  AttachmentList attachments;
-  if (switches.repairs) allow_many_descriptors();
-  Rows rows = database.Query(joined({"select filename from resp_attach where rn_id=", rule_id}));
-  while (const Row row = rows.Next()) {
-    std::string filename = text_or(*row, "");
-    if (filename.empty()) continue;
-    const std::string name = str_trim(filename.data());
-    if (switches.repairs) {
-      look_in_store(name, mailbox, attachments);
-    } else {
-      look_for(name, mailbox, attachments);
-    }
-  }
-  return attachments;
+AttachedFiles find_attachments(PanelDatabase& database, const char* rule_id,
+                               const MailboxRef& mailbox, const Repairs& repairs,
+                               AttachmentList& list) {
+  const std::vector<std::string> names = names_of(database, rule_id);
+  if (repairs.store) return look_for_all(names, mailbox, look_in_store, list);
+  return look_for_all(names, mailbox, look_for, list);
 }
 
-ShellCommand attachment_command(const std::vector<Attachment>& found, const std::string& boundary,
-                                const ResponseFile& reply, const Switches& switches) {
-  ShellCommand command(switches);
-  if (switches.repairs) command.Text("set -e ; ");
-  for (const Attachment& attachment : found) {
-    add_steps(command, attachment, boundary, reply, switches);
-  }
+ShellCommand attachment_command(const AttachedFiles& files, const std::string& boundary,
+                                const ResponseFile& reply, const Repairs& repairs) {
+  ShellCommand command(Purpose::kAttach, repairs);
+  if (repairs.whole_attachments) command.Text("set -e ; ");
+  std::visit(
+      [&](const auto& all) {
+        for (const auto& file : all) add_steps(command, file, boundary, reply, repairs);
+        command.limits = limits_for({all.begin(), all.end()}, reply);
+      },
+      files);
   command.Text("echo ").Quoted({"--", boundary, "--"});
-  return command.Text(" >>").Text(reply.path()).Text(" ; ");
+  command.Text(" >>").Text(reply.path()).Text(" ; ");
+  return command;
 }
 
 int64_t appended_size(const std::vector<Attachment>& found, const std::string& boundary) {
@@ -139,16 +173,9 @@ int64_t appended_size(const std::vector<Attachment>& found, const std::string& b
   return static_cast<int64_t>(size);
 }
 
-bool are_unchanged(const std::vector<Attachment>& found) {
-  return std::all_of(found.begin(), found.end(),
-                     [](const Attachment& attachment) { return attachment.opened->IsUnchanged(); });
-}
-
-WriterLimits attachment_limits(const std::vector<Attachment>& found, const ResponseFile& reply) {
-  constexpr uint64_t kFree = uint64_t{16} << 20;
-  WriterLimits limits{kFree + static_cast<uint64_t>(reply.Size()), std::chrono::minutes(10)};
-  for (const Attachment& attachment : found) {
-    limits.file_size += 2 * static_cast<uint64_t>(attachment.size);
-  }
-  return limits;
+bool are_unchanged(const AttachedFiles& files) {
+  const auto* const opened = std::get_if<std::vector<OpenedAttachment>>(&files);
+  return opened == nullptr ||
+         std::all_of(opened->begin(), opened->end(),
+                     [](const OpenedAttachment& file) { return file.file->IsUnchanged(); });
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "autoresponder/message/switches.h"
@@ -13,13 +14,20 @@
 #include "autoresponder/reply/response_file.h"
 #include "autoresponder/reply/shell.h"
 
-/// A file in a mailbox's attachment store.
+/// A file in a mailbox's attachment store, as it was found.
 struct Attachment {
   std::string name;  ///< as the rule names it, without white space around it
   std::string path;
-  int64_t size;                                  ///< bytes
-  std::shared_ptr<const OpenAttachment> opened;  ///< with repairs only
+  int64_t size;  ///< bytes
 };
+
+/// A file that is open since it was found.
+struct OpenedAttachment : Attachment {
+  std::shared_ptr<const OpenAttachment> file;  ///< never null
+};
+
+/// The files to attach: all by their paths or, with the repair of the store, all open.
+using AttachedFiles = std::variant<std::vector<Attachment>, std::vector<OpenedAttachment>>;
 
 /// The attachments of a rule.
 struct AttachmentList {
@@ -30,33 +38,29 @@ struct AttachmentList {
 /// The path of the file `name` of the mailbox's store.
 std::string path_in_store(const std::string& name, const MailboxRef& mailbox);
 
-/// Opens the file `name` of the mailbox's store, as repairs do (`open_below`); null if it counts as
-/// missing.
+/// Opens the file `name` of the mailbox's store (`open_below`); null if it counts as missing.
 std::shared_ptr<const OpenAttachment> open_in_store(const std::string& name,
                                                     const MailboxRef& mailbox);
 
-/// Looks for a rule's attachments in the mailbox's store. Pipes, devices and sockets, which could
-/// be read without end, are reported on standard error and replaced by an empty file; with repairs
-/// what is no plain file below the store, reached without symbolic links, is missing. Throws
-/// `PanelFailure` if a query fails.
-AttachmentList find_attachments(PanelDatabase& database, const char* rule_id,
-                                const MailboxRef& mailbox, const Switches& switches);
+/// Looks for a rule's attachments in the mailbox's store, notes them in `list` and returns those that
+/// were found. Pipes, devices and sockets, which could be read without end, are reported on standard
+/// error and replaced by an empty file; with the repair of the store what is no plain file below the
+/// store, reached without symbolic links, is missing. Throws `PanelFailure` if a query fails.
+AttachedFiles find_attachments(PanelDatabase& database, const char* rule_id,
+                               const MailboxRef& mailbox, const Repairs& repairs,
+                               AttachmentList& list);
 
-/// The command that appends `found` to the response file as MIME parts, and after them the closing
-/// boundary. `found` must not be empty. With repairs the command fails unless it has appended
-/// everything.
-ShellCommand attachment_command(const std::vector<Attachment>& found, const std::string& boundary,
-                                const ResponseFile& reply, const Switches& switches);
+/// The command that appends the files, one at least, to the response file as MIME parts, and after
+/// them the closing boundary. With the repair of whole attachments it fails unless it has appended
+/// everything. Its limits are more than the files need in base64: they stop a file that grows
+/// meanwhile, or was replaced by an endless one, from filling the disk or blocking the delivery.
+ShellCommand attachment_command(const AttachedFiles& files, const std::string& boundary,
+                                const ResponseFile& reply, const Repairs& repairs);
 
 /// How many bytes that command appends if nothing fails.
 int64_t appended_size(const std::vector<Attachment>& found, const std::string& boundary);
 
-/// Whether none of the files has changed since it was found. For repairs.
-bool are_unchanged(const std::vector<Attachment>& found);
-
-/// The limits for the attachment command: more than the files need in base64. They stop a file that
-/// grows meanwhile, or was replaced by an endless one, from filling the disk or blocking the
-/// delivery.
-WriterLimits attachment_limits(const std::vector<Attachment>& found, const ResponseFile& reply);
+/// Whether none of the files that are open has changed since it was found.
+bool are_unchanged(const AttachedFiles& files);
 
 #endif

@@ -53,8 +53,8 @@ bool replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
 }
 
 ShellCommand delivery_command(const std::string& from, const IncomingMessage& message,
-                              const ResponseFile& reply, const Switches& switches) {
-  ShellCommand command(switches);
+                              const ResponseFile& reply, const Repairs& repairs) {
+  ShellCommand command(Purpose::kReply, repairs);
   command.Text(sendmail_path()).Text(" -f ").Quoted(from);
   return command.Text(" ").Address(message.sender).Text(" <").Text(reply.path());
 }

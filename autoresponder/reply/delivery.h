@@ -29,6 +29,6 @@ bool replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
 /// The command that sends the reply to the incoming message's sender by sendmail. `from`: the
 /// envelope sender: the mailbox's address in its ASCII form, or empty for none.
 ShellCommand delivery_command(const std::string& from, const IncomingMessage& message,
-                              const ResponseFile& reply, const Switches& switches);
+                              const ResponseFile& reply, const Repairs& repairs);
 
 #endif

@@ -27,7 +27,7 @@ std::vector<std::string_view> addresses_of(std::string_view addresses) {
   return single;
 }
 
-std::optional<std::string> without_options(const std::string& addresses) {
+std::string without_options(const std::string& addresses) {
   std::string left = " ";
   for (const std::string_view address : addresses_of(addresses)) {
     if (is_option(address)) {
@@ -36,18 +36,18 @@ std::optional<std::string> without_options(const std::string& addresses) {
       left.append(address).append(" ");
     }
   }
-  if (left == " ") return std::nullopt;
   return left;
 }
 
 ShellCommand forwarding_command(const IncomingMessage& message, const std::string& addresses,
-                                const std::string& spool_path, const Switches& switches) {
-  ShellCommand command(switches);
+                                const std::string& spool_path, const Repairs& repairs) {
+  ShellCommand command(Purpose::kForward, repairs);
   command.Text(sendmail_path()).Text(" -f ").Quoted(message.recipient).Text(" ");
-  if (switches.repairs) {
+  if (repairs.forwarding) {
     command.Text(" ");
-    for (const std::string_view address : addresses_of(addresses))
+    for (const std::string_view address : addresses_of(addresses)) {
       command.Address(address).Text(" ");
+    }
   } else {
     command.Text(addresses);
   }

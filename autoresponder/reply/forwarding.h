@@ -20,8 +20,8 @@ std::optional<std::string> forwarding_addresses(PanelDatabase& database, const c
 std::vector<std::string_view> addresses_of(std::string_view addresses);
 
 /// `addresses`, in the form of `forwarding_addresses`, without those that sendmail would read as
-/// options, which are reported on standard error; nothing if no address is left. For repairs.
-std::optional<std::string> without_options(const std::string& addresses);
+/// options, which are reported on standard error. For the repair of options.
+std::string without_options(const std::string& addresses);
 
 /// The command that sends the spooled message, unchanged, to all forwarding addresses at once, with
 /// the mailbox as envelope sender. `addresses`: the result of `forwarding_addresses`; `spool_path`:
@@ -29,8 +29,8 @@ std::optional<std::string> without_options(const std::string& addresses);
 ///
 /// Kept: the addresses are not quoted, so that one row may hold several, separated by blanks. The
 /// shell would read any syntax in them: what writes them into the database has to check them. The
-/// repair of quotes splits them at blanks and quotes each.
+/// repair of forwarding splits them at blanks and quotes each.
 ShellCommand forwarding_command(const IncomingMessage& message, const std::string& addresses,
-                                const std::string& spool_path, const Switches& switches);
+                                const std::string& spool_path, const Repairs& repairs);
 
 #endif

@@ -22,15 +22,16 @@ struct Notification {
 std::optional<Notification> address_notification(PanelDatabase& database,
                                                  const IncomingMessage& message);
 
-/// The command that sends the notification; it reads the mail from its standard input.
-ShellCommand notification_command(const Notification& notification, const Switches& switches);
-
-/// Sends the notification about files that are missing in the attachment store. Failures are
-/// reported on standard error and do not end the run.
+/// The command that sends the notification about files that are missing in the attachment store; it
+/// reads the mail from its standard input.
 ///
 /// `reply_to`: the rule's, may be empty. `missing`: the names of the files.
-void send_notification(const Notification& notification, const char* reply_to,
-                       const IncomingMessage& message, const std::vector<std::string>& missing,
-                       const Switches& switches);
+ShellCommand notification_command(const Notification& notification, const char* reply_to,
+                                  const IncomingMessage& message,
+                                  const std::vector<std::string>& missing,
+                                  const Switches& switches);
+
+/// Runs such a command. Failures are reported on standard error and do not end the run.
+void send_notification(const ShellCommand& command);
 
 #endif

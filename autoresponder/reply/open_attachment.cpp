@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <utility>
 
@@ -48,11 +47,4 @@ std::shared_ptr<const OpenAttachment> open_below(const std::string& root,
     reached = OwnedDescriptor(openat(reached.number(), step->c_str(), flags));
   }
   return measure(std::move(reached));
-}
-
-void allow_many_descriptors() {
-  struct rlimit limit {};
-  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
-  limit.rlim_cur = limit.rlim_max;
-  setrlimit(RLIMIT_NOFILE, &limit);
 }

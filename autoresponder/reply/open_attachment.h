@@ -35,8 +35,4 @@ class OpenAttachment {
 std::shared_ptr<const OpenAttachment> open_below(const std::string& root,
                                                  std::initializer_list<std::string> steps);
 
-/// Raises the limit on descriptors as far as it can be: each attachment takes one until the reply
-/// is complete.
-void allow_many_descriptors();
-
 #endif

@@ -24,15 +24,15 @@ ShellCommand& ShellCommand::Text(std::string_view text) {
   return *this;
 }
 
-void ShellCommand::Refuse(Refusal why, std::string_view value) {
+void ShellCommand::Refuse(NotRun why, std::string_view value) {
   if (!refused_) refused_ = {why, std::string(value)};
 }
 
 // Kept: a value with a single quote refuses its command. The repair of quotes writes it so that the
 // shell reads it as it is: '\'' leaves the quotes, adds an escaped one, and begins quotes anew.
 void ShellCommand::Add(std::string_view value) {
-  if (!repairs_) {
-    if (value.find('\'') != std::string_view::npos) Refuse(Refusal::kQuote, value);
+  if (!repairs_.quotes) {
+    if (value.find('\'') != std::string_view::npos) Refuse(NotRun::kQuote, value);
     line_ += value;
     return;
   }
@@ -52,7 +52,7 @@ ShellCommand& ShellCommand::QuotedLines(std::initializer_list<std::string_view> 
 ShellCommand& ShellCommand::Quoted(std::initializer_list<std::string_view> values) {
   for (const std::string_view value : values) {
     const bool has_newline = value.find('\n') != std::string_view::npos;
-    if (repairs_ && has_newline) Refuse(Refusal::kNewline, value);
+    if (repairs_.newlines && has_newline) Refuse(NotRun::kNewline, value);
   }
   return QuotedLines(values);
 }
@@ -60,7 +60,7 @@ ShellCommand& ShellCommand::Quoted(std::initializer_list<std::string_view> value
 // Kept: an address that begins with "-" reaches sendmail, which reads it as an option. The repair
 // of options does not hand it over.
 ShellCommand& ShellCommand::Address(std::string_view address) {
-  if (repairs_ && is_option(address)) Refuse(Refusal::kOption, address);
+  if (repairs_.options && is_option(address)) Refuse(NotRun::kOption, address);
   return Quoted(address);
 }
 
@@ -102,16 +102,16 @@ void write_to_standard_output(const OwnedDescriptor& held) {
   }
 }
 
-// Whether the command ended in time, with exit status 0. Its standard output is held until then:
-// nobody can kill the command by closing the other end.
-bool run_as_writer(const ShellCommand& command, const WriterLimits& limits) {
+// Whether the command ended in time, with exit status 0. It writes to a temporary file; its standard
+// output is held until it has ended, so that nobody can kill it by closing the other end.
+bool run_as_writer(const ShellCommand& command) {
   const OwnedDescriptor output(memfd_create("output", MFD_CLOEXEC));
   const WriterEnd end = run_file_writer(
       [&command, &output] {
         dup2(output.number(), STDOUT_FILENO);
         return pass_on(command.inherited()) && run(command.line());
       },
-      limits);
+      command.limits);
   write_to_standard_output(output);
   if (end == WriterEnd::kTimeOver) {
     diagnose({"autoresponder: ended a command that took too long: ", command.line()});
@@ -120,37 +120,34 @@ bool run_as_writer(const ShellCommand& command, const WriterLimits& limits) {
 }
 
 void report_refusal(const RefusedValue& refused) {
-  switch (refused.why) {
-    case Refusal::kQuote:
-      diagnose({"autoresponder: refused to run a command with a quote in: ", refused.value});
-      break;
-    case Refusal::kNewline:
-      diagnose({"autoresponder: refused to run a command with a newline in: ",
-                in_one_line(refused.value)});
-      break;
-    case Refusal::kOption:
-      report_option(refused.value);
-      break;
+  if (refused.why == NotRun::kOption) {
+    report_option(refused.value);
+  } else if (refused.why == NotRun::kNewline) {
+    diagnose({"autoresponder: refused to run a command with a newline in: ",
+              in_one_line(refused.value)});
+  } else {
+    diagnose({"autoresponder: refused to run a command with a quote in: ", refused.value});
   }
 }
 
 }  // namespace
 
-ShellOutcome hand_to_shell(const ShellCommand& command, ShellUse use, const WriterLimits& limits) {
+ShellOutcome hand_to_shell(const ShellCommand& command) {
   ShellOutcome outcome;
   if (command.refused()) {
     report_refusal(*command.refused());
     outcome.refused = true;
     return outcome;
   }
-  switch (use) {
-    case ShellUse::kRun:
+  switch (command.purpose()) {
+    case Purpose::kForward:
+    case Purpose::kReply:
       run(command.line());
       break;
-    case ShellUse::kWriteFile:
-      outcome.succeeded = run_as_writer(command, limits);
+    case Purpose::kAttach:
+      outcome.succeeded = run_as_writer(command);
       break;
-    case ShellUse::kReadFromUs:
+    case Purpose::kNotify:
       outcome.pipe = popen(command.line().c_str(), "w");
       break;
   }

@@ -23,5 +23,6 @@ void hide_configuration() {
 }
 
 Switches read_switches() {
-  return {is_on("AUTORESPONDER_REPAIRS"), is_on("AUTORESPONDER_COURTESY")};
+  const bool repairs = is_on("AUTORESPONDER_REPAIRS");
+  return {all_repairs(repairs), is_on("AUTORESPONDER_COURTESY")};
 }

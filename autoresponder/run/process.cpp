@@ -168,3 +168,10 @@ void forget_delivery() {
   if (!started_by_another_user()) return;
   for (const char* variable : kDeliveryVariables) unsetenv(variable);
 }
+
+void allow_many_descriptors() {
+  struct rlimit limit {};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}

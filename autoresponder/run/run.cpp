@@ -1,6 +1,5 @@
 #include "autoresponder/run/run.h"
 
-#include <memory>
 #include <unistd.h>
 
 #include "autoresponder/engine/loop_guard.h"
@@ -32,9 +31,8 @@ void become_root() {
 
 void respond(const IncomingMessage& message, const SpoolFile& spool, const Switches& switches) {
   try {
-    run_responder(message, switches, [&](PanelDatabase& database) {
-      return std::make_unique<RunEffects>(database, message, spool, switches);
-    });
+    RunEffects effects(message, spool, switches.repairs);
+    run_responder({message, switches, spool.path()}, effects);
   } catch (const PanelFailure& failure) {
     end_run(failure.what());
   } catch (const ReaderFailure& failure) {
@@ -51,6 +49,7 @@ void run(const char* program) {
   load_conf_paths();
   const Switches switches = read_switches();
   hide_configuration();
+  if (switches.repairs.store) allow_many_descriptors();
   IncomingMessage message;
   become_root();
   remove_files_on_termination();

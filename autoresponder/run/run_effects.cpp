@@ -1,67 +1,40 @@
 #include "autoresponder/run/run_effects.h"
 
-#include "autoresponder/panel/frequency_limiter.h"
 #include "autoresponder/reader/reader_process.h"
 #include "autoresponder/run/temporary_files.h"
 #include "support/base/diagnose.h"
 #include "support/idn.h"
 
-bool RunEffects::Count(const ResponderRule& rule) {
-  forget_reader();  // it has hung up; commands must not find it
-  return allows_reply(consult_limiter(database_, message_, rule, LimiterMode::kCount, switches_));
-}
-
-// Kept: what the disk took of the message is forwarded. The repair of whole mails forwards all of
-// it or nothing.
-void RunEffects::Forward(const std::string& /*addresses*/, const ShellCommand& command) {
-  if (switches_.repairs && !spool_.IsWhole()) {
-    diagnose({"autoresponder: not forwarded, because the message is not whole in ", spool_.path()});
-    return;
-  }
-  if (!spool_.IsNamed()) {
-    diagnose({"autoresponder: not forwarded, because its file was removed: ", spool_.path()});
-    return;
-  }
-  hand_to_shell(command, ShellUse::kRun);
-}
-
-void RunEffects::Withhold(const std::string& objection) {
-  diagnose({"autoresponder: no reply, courtesy: ", objection});
+LimiterFacts RunEffects::AskLimiter(PanelDatabase& database, const ResponderRule& rule) {
+  return check_reply_frequency(database, message_, rule, LimiterMode::kCount, repairs_);
 }
 
 ResponseFile RunEffects::CreateResponseFile() {
   return create_response_file();
 }
 
-void RunEffects::Notify(const Notification& notification, const ResponderRule& rule,
-                        const std::vector<std::string>& missing) {
-  send_notification(notification, rule.reply_to, message_, missing, switches_);
-}
-
 std::string RunEffects::AsciiForm(const std::string& address) {
   return idn_toascii_string(address.c_str());
 }
 
-bool RunEffects::Append(const ShellCommand& command, const WriterLimits& limits) {
-  return hand_to_shell(command, ShellUse::kWriteFile, limits).succeeded;
-}
-
-void RunEffects::LeaveUnsent(const ResponseFile& reply, Unsent why) {
-  switch (why) {
-    case Unsent::kUnwritable:
-      diagnose({"autoresponder: Unable to write the reply to ", reply.path()});
-      break;
-    case Unsent::kNotWhole:
-      diagnose({"autoresponder: not sent, because its attachments are not whole: ", reply.path()});
-      break;
-    case Unsent::kFileReplaced:
-      diagnose({"autoresponder: not sent, because its file was removed: ", reply.path()});
-      break;
+// Kept: what the disk took of the message is forwarded. The repair of whole copies forwards all of
+// it or nothing.
+bool RunEffects::CanForward() const {
+  const char* trouble = nullptr;
+  if (!spool_.IsNamed()) trouble = "its file was removed: ";
+  if (repairs_.whole_copies && !spool_.IsWhole()) trouble = "the message is not whole in ";
+  if (trouble != nullptr) {
+    diagnose({"autoresponder: not forwarded, because ", trouble, spool_.path()});
   }
-  reply.Remove();
+  return trouble == nullptr;
 }
 
-void RunEffects::Deliver(const ShellCommand& command, const ResponseFile& reply) {
-  hand_to_shell(command, ShellUse::kRun);
-  reply.Remove();
+bool RunEffects::Run(const ShellCommand& command) {
+  forget_reader();  // it has hung up; commands must not find it
+  if (command.purpose() == Purpose::kForward && !CanForward()) return false;
+  if (command.purpose() == Purpose::kNotify) {
+    send_notification(command);
+    return true;
+  }
+  return hand_to_shell(command).succeeded;
 }

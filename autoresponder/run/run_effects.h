@@ -8,27 +8,20 @@
 class RunEffects : public Effects {
  public:
   /// All of them outlive the effects.
-  RunEffects(PanelDatabase& database, const IncomingMessage& message, const SpoolFile& spool,
-             const Switches& switches)
-      : database_(database), message_(message), spool_(spool), switches_(switches) {}
+  RunEffects(const IncomingMessage& message, const SpoolFile& spool, const Repairs& repairs)
+      : message_(message), spool_(spool), repairs_(repairs) {}
 
-  bool Count(const ResponderRule& rule) override;
-  std::string SpoolPath() override { return spool_.path(); }
-  void Forward(const std::string& addresses, const ShellCommand& command) override;
-  void Withhold(const std::string& objection) override;
+  LimiterFacts AskLimiter(PanelDatabase& database, const ResponderRule& rule) override;
   ResponseFile CreateResponseFile() override;
-  void Notify(const Notification& notification, const ResponderRule& rule,
-              const std::vector<std::string>& missing) override;
   std::string AsciiForm(const std::string& address) override;
-  bool Append(const ShellCommand& command, const WriterLimits& limits) override;
-  void LeaveUnsent(const ResponseFile& reply, Unsent why) override;
-  void Deliver(const ShellCommand& command, const ResponseFile& reply) override;
+  bool Run(const ShellCommand& command) override;
 
  private:
-  PanelDatabase& database_;
+  bool CanForward() const;
+
   const IncomingMessage& message_;
   const SpoolFile& spool_;
-  const Switches& switches_;
+  const Repairs& repairs_;
 };
 
 #endif

@@ -108,7 +108,7 @@ bool has_trigger(PanelDatabase& database) {
 
 // Without repairs no limit holds anyway.
 void warn_of_turns(const std::string& what, const char* remedy, Inspection& inspection) {
-  if (!inspection.switches.repairs) return;
+  if (!inspection.switches.repairs.turns) return;
   inspection.Warning("cluster_turns_missing", what + kFirstReplies + remedy);
 }
 
@@ -145,7 +145,7 @@ void check_turns(Inspection& inspection) {
 
 void check_limits(Inspection& inspection) {
   check_turns(inspection);
-  if (inspection.switches.repairs) {
+  if (inspection.switches.repairs.turns) {
     check_snapshots(inspection);
     check_isolation(inspection);
     return;

@@ -66,8 +66,7 @@ void check_connection(Inspection& inspection) {
   if (!check_password(inspection) || !can_connect(inspection)) return;
   try {
     inspection.database.emplace();
-    // Lets the server refuse any write of ours. Older servers do not know the statement.
-    inspection.database->TryQuery("set session transaction read only");
+    inspection.database->ForbidWrites();
   } catch (const PanelFailure& failure) {
     inspection.Error("database_unusable", failure.what());
   }

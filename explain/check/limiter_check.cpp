@@ -84,7 +84,7 @@ void check_ids(const TableDefinition& rules, const TableDefinition& limiter,
 
 // Repairs lock the rule's row, which only some engines can.
 void check_engine(Inspection& inspection) {
-  if (!inspection.switches.repairs) return;
+  if (!inspection.switches.repairs.turns) return;
   Rows rows = inspection.database->Query("show table status like 'mail_resp'");
   enum Column { kName, kEngine };
   const Row row = rows.Next();

@@ -71,7 +71,7 @@ void check_tmp(Inspection& inspection) {
 
 // With repairs the command that encodes attachments opens them by names below /proc.
 void check_proc(Inspection& inspection) {
-  if (!inspection.switches.repairs || state_of("/proc/self/fd")) return;
+  if (!inspection.switches.repairs.store || state_of("/proc/self/fd")) return;
   inspection.Error("proc_missing",
                    "/proc is not mounted: with AUTORESPONDER_REPAIRS no reply with attachments "
                    "leaves. mount -t proc proc /proc");

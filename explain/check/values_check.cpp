@@ -90,7 +90,7 @@ void check_length(const AttachedFiles& attached, Inspection& inspection) {
                        std::to_string(attached.files.size()) +
                        ") that the command for them is too long to be started: its replies leave "
                        "without any" +
-                       (inspection.switches.repairs ? " or, with repairs, not at all" : "") +
+                       (inspection.switches.repairs.whole_attachments ? " or, with repairs, not at all" : "") +
                        ". Pack them into an archive.");
 }
 
@@ -112,7 +112,7 @@ void check_attachments(Inspection& inspection) {
     }
     const std::string name = text_or(row[kFile], "");
     const MailboxRef mailbox{"", text_or(row[kMailName], ""), text_or(row[kDomain], "")};
-    attached.files.push_back({name, path_in_store(name, mailbox), 0, nullptr});
+    attached.files.push_back({name, path_in_store(name, mailbox), 0});
   }
   check_length(attached, inspection);
 }
@@ -122,7 +122,7 @@ void check_attachments(Inspection& inspection) {
 void check_values(Inspection& inspection) {
   if (!inspection.database) return;
   if (!inspection.mail_names.empty()) check_attachments(inspection);
-  if (inspection.switches.repairs) return;
+  if (has_repairs(inspection.switches)) return;
   bool is_found = false;
   for (const Kind& kind : kKinds) is_found = check_kind(kind, inspection) || is_found;
   if (!is_found) return;

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "autoresponder/message/incoming_message.h"
+
 using namespace std::string_view_literals;
 
 namespace {
@@ -27,20 +29,13 @@ std::shared_ptr<const std::string> shared(std::string text) {
   return std::make_shared<const std::string>(std::move(text));
 }
 
-TEST(BodyLines, AreNoneAtFirst) {
-  const BodyLines lines;
-  EXPECT_TRUE(lines.empty());
-  EXPECT_EQ(text_of(lines), "");
-}
-
 TEST(BodyLines, AreOneOfAnEmptyText) {
-  EXPECT_FALSE(BodyLines("").empty());
+  EXPECT_EQ(BodyLines("").FirstWith(""), 1U);
   EXPECT_EQ(text_of(BodyLines("")), "");
 }
 
 TEST(BodyLines, AreTheSameWhenMoved) {
-  BodyLines lines;
-  lines = BodyLines("one\ntwo");
+  BodyLines lines("one\ntwo");
   const BodyLines moved = std::move(lines);
   EXPECT_EQ(text_of(moved), "one\ntwo");
 }
@@ -50,7 +45,7 @@ TEST(BodyLines, KeepTheMemoryOfTheirText) {
   {
     auto text = shared("skip\none\ntwo");
     watched = text;
-    const BodyLines lines(std::string_view(*text).substr(5), text);
+    BodyLines lines(std::string_view(*text).substr(5), text);
     text.reset();
     EXPECT_FALSE(watched.expired());
     EXPECT_EQ(text_of(lines), "one\ntwo");
@@ -98,14 +93,17 @@ constexpr Key kKeys[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, BodyLinesKey, testing::ValuesIn(kKeys));
 
-TEST(BodyLines, HoldNothingWhereThereAreNone) {
-  EXPECT_EQ(BodyLines().FirstWith(""), 0U);
-  EXPECT_EQ(BodyLines().FirstWith("one"), 0U);
+TEST(Body, HoldsNothingWhereThereAreNoLines) {
+  EXPECT_EQ(Body().FirstWith({"", "one"}), (std::vector<size_t>{0, 0}));
+}
+
+TEST(Body, IsNeverMissing) {
+  EXPECT_EQ(IncomingMessage().body_lines->FirstWith({""}), std::vector<size_t>{0});
 }
 
 TEST(BodyLines, AreSearchedInLinearTime) {
   const std::string half(500000, 'a');
-  const BodyLines lines(half + half + "\n" + half);
+  BodyLines lines(half + half + "\n" + half);
   EXPECT_EQ(lines.FirstWith(half + "b"), 0U);
   EXPECT_EQ(lines.FirstWith("b" + half), 0U);
   EXPECT_EQ(lines.FirstWith(half), 1U);
@@ -117,7 +115,7 @@ TEST(BodyLines, AreSearchedInAnotherCharset) {
   for (const size_t before : {0, 1, 300, 65530, 65535, 65536, 65537, 131070, 200000}) {
     for (const std::string ending : {"", "\nend"}) {
       const auto text = shared(std::string(before, '\n') + "a\xFC\xFCz" + ending);
-      const BodyLines lines(*text, text, "ISO-8859-15");
+      BodyLines lines(*text, text, "ISO-8859-15");
       SCOPED_TRACE(before);
       EXPECT_EQ(lines.FirstWith("a" + umlaut), before + 1);
       EXPECT_EQ(lines.FirstWith(umlaut + "z"), before + 1);
@@ -132,7 +130,7 @@ TEST(BodyLines, AreSearchedInAnotherCharset) {
 TEST(BodyLines, FindAKeyLongerThanWhatIsSearchedAtOnce) {
   const std::string key(200000, 'k');
   const auto text = shared("one\n\xE4" + key + "\nthree");
-  const BodyLines lines(*text, text, "KOI8-R");
+  BodyLines lines(*text, text, "KOI8-R");
   EXPECT_EQ(lines.FirstWith(key), 2U);
   EXPECT_EQ(lines.FirstWith(key + "k"), 0U);
 }
@@ -142,7 +140,7 @@ TEST(BodyLines, AreSearchedForManyKeysInAnotherCharset) {
   const std::string umlaut = "\xC3\xBC";
   const std::string longest(100000, 'k');
   const auto text = shared(std::string(70000, '\n') + "\xFC" + longest + "\n\nend\xFC");
-  const BodyLines lines(*text, text, "ISO-8859-15");
+  BodyLines lines(*text, text, "ISO-8859-15");
   const std::vector<std::string> keys = {"end" + umlaut, longest, "", "\n", "none", umlaut, "k"};
   const std::vector<std::string_view> views(keys.begin(), keys.end());
   EXPECT_EQ(lines.FirstWith(views), (std::vector<size_t>{70003, 70001, 1, 0, 0, 70001, 70001}));
@@ -151,7 +149,7 @@ TEST(BodyLines, AreSearchedForManyKeysInAnotherCharset) {
 // It is converted once for all of them.
 TEST(BodyLines, AreSearchedForManyKeysAsFastAsForOne) {
   const auto text = shared(std::string(3000000, 'a') + "\xE4");
-  const BodyLines lines(*text, text, "TSCII");
+  BodyLines lines(*text, text, "TSCII");
   const auto time_of = [&lines](size_t count) {
     const auto start = std::chrono::steady_clock::now();
     const std::vector<std::string_view> keys(count, "none");
@@ -163,14 +161,14 @@ TEST(BodyLines, AreSearchedForManyKeysAsFastAsForOne) {
 
 TEST(BodyLines, AreSearchedForALongKeyInLinearTime) {
   const auto text = shared(std::string(20000000, 'a') + "\xE4");
-  const BodyLines lines(*text, text, "ISO-8859-15");
+  BodyLines lines(*text, text, "ISO-8859-15");
   EXPECT_EQ(lines.FirstWith(std::string(9000000, 'a') + "b"), 0U);
   EXPECT_EQ(lines.FirstWith(std::string(9000000, 'a')), 1U);
 }
 
 TEST(BodyLines, AreSearchedInAnotherCharsetInLinearTime) {
   const auto text = shared(std::string(2000000, 'a') + "\xE4");
-  const BodyLines lines(*text, text, "KOI8-R");
+  BodyLines lines(*text, text, "KOI8-R");
   EXPECT_EQ(lines.FirstWith(std::string(100000, 'a') + "b"), 0U);
 }
 

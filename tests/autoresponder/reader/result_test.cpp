@@ -186,7 +186,7 @@ TEST(ReaderResult, MayHoldASubjectThatGrew) {
 TEST(ReaderResult, DoesNotEndTheRunWithRepairs) {
   IncomingMessage record;
   const std::string bytes = sent([](Sender& to) { send_abort(to, "basic_string::substr"); });
-  EXPECT_THROW(receive(bytes, record, {200, nullptr, {/*repairs=*/true, false}}), ReaderFailure);
+  EXPECT_THROW(receive(bytes, record, {200, nullptr, {all_repairs(true), false}}), ReaderFailure);
 }
 
 TEST(ReaderResult, LacksNoRecipientWhereThereIsADelivery) {

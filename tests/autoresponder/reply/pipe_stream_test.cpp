@@ -48,7 +48,7 @@ class PipeStream : public testing::Test {
   std::string Content(const char* name) const { return contents_of(Path(name)); }
 
   // A command that stores its input in the file "out".
-  ShellCommand Store() const { return ShellCommand().Text("cat > ").Quoted(Path("out")); }
+  ShellCommand Store() const { return ShellCommand(Purpose::kNotify, {}).Text("cat > ").Quoted(Path("out")); }
 
  private:
   ScratchDirectory directory_;
@@ -69,7 +69,7 @@ TEST_F(PipeStream, WritesLinesIntoTheCommand) {
 }
 
 TEST_F(PipeStream, FlushesEachLineAtOnce) {
-  opipestream out(ShellCommand()
+  opipestream out(ShellCommand(Purpose::kNotify, {})
                       .Text("read line; echo \"$line\" > ")
                       .Quoted(Path("line"))
                       .Text("; cat > /dev/null"));
@@ -109,7 +109,7 @@ TEST_F(PipeStream, LosesWhatWasNotFlushed) {
 TEST_F(PipeStream, WaitsForTheEndOfTheCommand) {
   {
     opipestream out(
-        ShellCommand().Text("cat > /dev/null; sleep 0.1; echo done > ").Quoted(Path("out")));
+        ShellCommand(Purpose::kNotify, {}).Text("cat > /dev/null; sleep 0.1; echo done > ").Quoted(Path("out")));
     out << "text" << std::endl;
   }
   EXPECT_EQ(Content("out"), "done\n");
@@ -118,7 +118,7 @@ TEST_F(PipeStream, WaitsForTheEndOfTheCommand) {
 TEST_F(PipeStream, IgnoresTheStatusOfTheCommand) {
   testing::internal::CaptureStderr();
   {
-    opipestream out(ShellCommand().Text("cat > /dev/null; exit 7"));
+    opipestream out(ShellCommand(Purpose::kNotify, {}).Text("cat > /dev/null; exit 7"));
     out << "text" << std::endl;
     EXPECT_FALSE(out.fail());
   }
@@ -129,7 +129,7 @@ TEST_F(PipeStream, IgnoresTheStatusOfTheCommand) {
 TEST_F(PipeStream, HasNotFailedWhenTheShellCannotStartTheCommand) {
   testing::internal::CaptureStderr();
   {
-    opipestream out(ShellCommand().Text("/nonexistent/sendmail -t"));
+    opipestream out(ShellCommand(Purpose::kNotify, {}).Text("/nonexistent/sendmail -t"));
     EXPECT_FALSE(out.fail());
     out << "lost" << std::endl;
   }
@@ -137,7 +137,7 @@ TEST_F(PipeStream, HasNotFailedWhenTheShellCannotStartTheCommand) {
 }
 
 TEST_F(PipeStream, OutlivesACommandThatExitsAtOnce) {
-  opipestream out(ShellCommand().Text("exit 0"));
+  opipestream out(ShellCommand(Purpose::kNotify, {}).Text("exit 0"));
   for (int i = 0; i < 1000000 && out.good(); ++i) out << "a line that nobody reads" << std::endl;
   EXPECT_FALSE(out.good());
 }
@@ -145,7 +145,7 @@ TEST_F(PipeStream, OutlivesACommandThatExitsAtOnce) {
 TEST_F(PipeStream, FailsForARefusedCommand) {
   testing::internal::CaptureStderr();
   {
-    opipestream out(ShellCommand().Text("cat > ").Quoted(Path("it's")));
+    opipestream out(ShellCommand(Purpose::kNotify, {}).Text("cat > ").Quoted(Path("it's")));
     EXPECT_TRUE(out.fail());
     EXPECT_TRUE(out.refused());
     out << "lost" << std::endl;

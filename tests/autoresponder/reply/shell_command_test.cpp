@@ -1,3 +1,4 @@
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -8,47 +9,47 @@
 namespace {
 
 TEST(ShellCommand, IsItsPiecesInTheirOrder) {
-  ShellCommand command;
+  ShellCommand command(Purpose::kReply, {});
   command.Text("cat ").Quoted("/tmp/a b").Text(" >> ").Quoted("x");
   EXPECT_EQ(command.line(), "cat '/tmp/a b' >> 'x'");
   EXPECT_FALSE(command.refused());
 }
 
 TEST(ShellCommand, IsEmptyAtFirst) {
-  const ShellCommand command;
+  const ShellCommand command(Purpose::kReply, {});
   EXPECT_EQ(command.line(), "");
   EXPECT_FALSE(command.refused());
 }
 
 TEST(ShellCommand, LeavesEveryByteOfAValueAsItIs) {
-  ShellCommand command;
+  ShellCommand command(Purpose::kReply, {});
   command.Quoted("a$b`c\"d\\e\n\xFF;|&<>*?!#~");
   EXPECT_EQ(command.line(), "'a$b`c\"d\\e\n\xFF;|&<>*?!#~'");
   EXPECT_FALSE(command.refused());
 }
 
 TEST(ShellCommand, KnowsAValueThatWouldLeaveItsQuotes) {
-  ShellCommand command;
+  ShellCommand command(Purpose::kReply, {});
   command.Text("echo ").Quoted("o'neill@example.com");
   ASSERT_TRUE(command.refused());
   EXPECT_EQ(command.refused()->value, "o'neill@example.com");
 }
 
 TEST(ShellCommand, KnowsTheFirstOfSuchValues) {
-  ShellCommand command;
+  ShellCommand command(Purpose::kReply, {});
   command.Quoted({"plain", "'first", "third'"}).Quoted("second'").Quoted("plain");
   ASSERT_TRUE(command.refused());
   EXPECT_EQ(command.refused()->value, "'first");
 }
 
 TEST(ShellCommand, MayHaveQuotesInItsTexts) {
-  ShellCommand command;
+  ShellCommand command(Purpose::kReply, {});
   command.Text("echo 'a' 'b");
   EXPECT_FALSE(command.refused());
 }
 
 TEST(ShellCommand, KeepsItsPiecesWhenCopied) {
-  ShellCommand command;
+  ShellCommand command(Purpose::kReply, {});
   command.Text("a").Quoted("'");
   ShellCommand copy = command;
   copy.Text("b");
@@ -59,31 +60,31 @@ TEST(ShellCommand, KeepsItsPiecesWhenCopied) {
 
 // --- with repairs
 
-constexpr Switches kRepairs{true, false};
+constexpr Repairs kRepairs = all_repairs(true);
 
 TEST(RepairedShellCommand, EscapesQuotes) {
-  ShellCommand command(kRepairs);
+  ShellCommand command(Purpose::kReply, kRepairs);
   command.Text("echo ").Quoted("o'neill").Text(" ").Quoted({"'", "''"});
   EXPECT_EQ(command.line(), R"(echo 'o'\''neill' ''\'''\'''\''')");
   EXPECT_FALSE(command.refused());
 }
 
 TEST(RepairedShellCommand, LeavesEveryOtherByteAsItIs) {
-  ShellCommand command(kRepairs);
+  ShellCommand command(Purpose::kReply, kRepairs);
   command.Quoted("a$b`c\"d\\e\t\xFF;|&<>*?!#~");
   EXPECT_EQ(command.line(), "'a$b`c\"d\\e\t\xFF;|&<>*?!#~'");
 }
 
 TEST(RepairedShellCommand, RefusesANewlineInAValue) {
-  ShellCommand command(kRepairs);
+  ShellCommand command(Purpose::kReply, kRepairs);
   command.Quoted("plain").Quoted({"a'b", "c\nd"}).Quoted("\n");
   ASSERT_TRUE(command.refused());
-  EXPECT_EQ(command.refused()->why, Refusal::kNewline);
+  EXPECT_EQ(command.refused()->why, NotRun::kNewline);
   EXPECT_EQ(command.refused()->value, "c\nd");
 }
 
 TEST(RepairedShellCommand, TakesLinesOfItsOwn) {
-  ShellCommand command(kRepairs);
+  ShellCommand command(Purpose::kReply, kRepairs);
   command.QuotedLines({"--b\n", "it's", "\n"});
   EXPECT_EQ(command.line(), "'--b\nit'\\''s\n'");
   EXPECT_FALSE(command.refused());
@@ -102,15 +103,15 @@ void PrintTo(const AddressRow& row, std::ostream* out) {
 class AddressInACommand : public testing::TestWithParam<AddressRow> {};
 
 TEST_P(AddressInACommand, IsRefusedWithRepairsIfItIsAnOption) {
-  const ShellCommand command = ShellCommand(kRepairs).Address(GetParam().address);
+  const ShellCommand command = ShellCommand(Purpose::kReply, kRepairs).Address(GetParam().address);
   EXPECT_EQ(command.refused().has_value(), GetParam().is_refused);
   if (command.refused()) {
-    EXPECT_EQ(command.refused()->why, Refusal::kOption);
+    EXPECT_EQ(command.refused()->why, NotRun::kOption);
   }
 }
 
 TEST_P(AddressInACommand, IsTakenWithoutRepairs) {
-  const ShellCommand command = ShellCommand().Address(GetParam().address);
+  const ShellCommand command = ShellCommand(Purpose::kReply, {}).Address(GetParam().address);
   EXPECT_FALSE(command.refused());
 }
 
@@ -120,5 +121,43 @@ constexpr AddressRow kAddressRows[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, AddressInACommand, testing::ValuesIn(kAddressRows));
+
+struct Single {
+  const char* name;
+  bool Repairs::*repair;
+  const char* value;
+  const char* line;
+  std::optional<NotRun> refused;
+};
+
+void PrintTo(const Single& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class SingleRepair : public testing::TestWithParam<Single> {};
+
+TEST_P(SingleRepair, ChangesNothingElse) {
+  Repairs repairs;
+  repairs.*GetParam().repair = true;
+  ShellCommand command(Purpose::kReply, repairs);
+  command.Address(GetParam().value);
+  EXPECT_EQ(command.line(), GetParam().line);
+  const auto refused = command.refused() ? std::make_optional(command.refused()->why) : std::nullopt;
+  EXPECT_EQ(refused, GetParam().refused);
+}
+
+constexpr Single kSingles[] = {
+    {"QuoteEscaped", &Repairs::quotes, "a'b", "'a'\\''b'", std::nullopt},
+    {"NewlineBesideQuotes", &Repairs::quotes, "a\nb", "'a\nb'", std::nullopt},
+    {"OptionBesideQuotes", &Repairs::quotes, "-b", "'-b'", std::nullopt},
+    {"NewlineRefused", &Repairs::newlines, "a\nb", "'a\nb'", NotRun::kNewline},
+    {"QuoteBesideNewlines", &Repairs::newlines, "a'b", "'a'b'", NotRun::kQuote},
+    {"OptionRefused", &Repairs::options, "-b", "'-b'", NotRun::kOption},
+    {"QuoteBesideOptions", &Repairs::options, "a'b", "'a'b'", NotRun::kQuote},
+    {"NewlineBesideOptions", &Repairs::options, "a\nb", "'a\nb'", std::nullopt},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, SingleRepair, testing::ValuesIn(kSingles),
+                         [](const auto& row) { return row.param.name; });
 
 }  // namespace

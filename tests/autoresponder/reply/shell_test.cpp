@@ -14,11 +14,11 @@
 
 namespace {
 
-constexpr Switches kRepairs{true, false};
+constexpr Repairs kRepairs = all_repairs(true);
 
 struct Use {
   const char* name;
-  ShellUse use;
+  Purpose purpose;
 };
 
 void PrintTo(const Use& row, std::ostream* out) {
@@ -32,16 +32,20 @@ class HandToShell : public testing::TestWithParam<Use> {
 
   std::string Content(const char* name) const { return contents_of(Path(name)); }
 
+  static ShellCommand Command(const Repairs& repairs = {}) {
+    return {GetParam().purpose, repairs};
+  }
+
   // A command that writes `value` into the file "out".
   ShellCommand WriteValue(const std::string& value) const {
-    ShellCommand command;
+    ShellCommand command = Command();
     command.Text("printf %s ").Quoted(value).Text(" > ").Quoted(Path("out"));
     return command;
   }
 
   // Hands over a command and waits for its end.
   ShellOutcome Run(const ShellCommand& command) const {
-    const ShellOutcome outcome = hand_to_shell(command, GetParam().use);
+    const ShellOutcome outcome = hand_to_shell(command);
     if (outcome.pipe != nullptr) pclose(outcome.pipe);
     return outcome;
   }
@@ -57,7 +61,7 @@ TEST_P(HandToShell, RunsTheExactLine) {
 }
 
 TEST_P(HandToShell, LetsTheShellReadTheTexts) {
-  ShellCommand command;
+  ShellCommand command = Command();
   command.Text("for i in 1 2; do echo $i; done | sed 's/1/one/' > ");
   Run(command.Quoted(Path("out")));
   EXPECT_EQ(Content("out"), "one\n2\n");
@@ -73,7 +77,7 @@ TEST_P(HandToShell, RefusesAQuoteInAValue) {
 }
 
 TEST_P(HandToShell, ReportsANewlineInOneLine) {
-  ShellCommand command(kRepairs);
+  ShellCommand command = Command(kRepairs);
   testing::internal::CaptureStderr();
   EXPECT_TRUE(Run(command.Text("echo ").Quoted("a\r\n\tb\x7F")).refused);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
@@ -81,7 +85,7 @@ TEST_P(HandToShell, ReportsANewlineInOneLine) {
 }
 
 TEST_P(HandToShell, ReportsAnOptionInOneLine) {
-  ShellCommand command(kRepairs);
+  ShellCommand command = Command(kRepairs);
   testing::internal::CaptureStderr();
   EXPECT_TRUE(Run(command.Text("echo ").Address("-a\rb")).refused);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
@@ -89,14 +93,14 @@ TEST_P(HandToShell, ReportsAnOptionInOneLine) {
 }
 
 TEST_P(HandToShell, GivesAnEscapedQuoteToTheCommand) {
-  ShellCommand command(kRepairs);
+  ShellCommand command = Command(kRepairs);
   command.Text("printf %s ").Quoted("';touch out2;'").Text(" > ").Quoted(Path("out"));
   EXPECT_FALSE(Run(command).refused);
   EXPECT_EQ(Content("out"), "';touch out2;'");
 }
 
 TEST_P(HandToShell, RunsNothingOfARefusedCommand) {
-  ShellCommand command;
+  ShellCommand command = Command();
   command.Text("touch ").Quoted(Path("before")).Text("; echo ").Quoted("it's").Text("; touch ");
   command.Quoted(Path("behind"));
   testing::internal::CaptureStderr();
@@ -107,7 +111,7 @@ TEST_P(HandToShell, RunsNothingOfARefusedCommand) {
 }
 
 TEST_P(HandToShell, NamesTheFirstValueThatItRefuses) {
-  ShellCommand command;
+  ShellCommand command = Command();
   command.Text("echo ").Quoted("a'b").Text(" ").Quoted("c'd");
   testing::internal::CaptureStderr();
   Run(command);
@@ -117,22 +121,23 @@ TEST_P(HandToShell, NamesTheFirstValueThatItRefuses) {
 
 TEST_P(HandToShell, DoesNotLookAtTheStatus) {
   testing::internal::CaptureStderr();
-  const ShellOutcome outcome = Run(ShellCommand().Text("exit 3"));
+  const ShellOutcome outcome = Run(Command().Text("exit 3"));
   EXPECT_FALSE(outcome.refused);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_P(HandToShell, WaitsForTheEndOfTheCommand) {
-  ShellCommand command;
+  ShellCommand command = Command();
   command.Text("sleep 0.1; echo done > ").Quoted(Path("out"));
   Run(command);
   EXPECT_EQ(Content("out"), "done\n");
 }
 
 constexpr Use kUses[] = {
-    {"Run", ShellUse::kRun},
-    {"WriteFile", ShellUse::kWriteFile},
-    {"ReadFromUs", ShellUse::kReadFromUs},
+    {"Reply", Purpose::kReply},
+    {"Attach", Purpose::kAttach},
+    {"Notify", Purpose::kNotify},
+    {"Forward", Purpose::kForward},
 };
 
 INSTANTIATE_TEST_SUITE_P(Uses, HandToShell, testing::ValuesIn(kUses));
@@ -140,9 +145,9 @@ INSTANTIATE_TEST_SUITE_P(Uses, HandToShell, testing::ValuesIn(kUses));
 using HandToShellWithPipe = HandToShell;
 
 TEST_P(HandToShellWithPipe, GivesTheInputOfTheCommand) {
-  ShellCommand command;
+  ShellCommand command = Command();
   command.Text("cat > ").Quoted(Path("out"));
-  const ShellOutcome outcome = hand_to_shell(command, GetParam().use);
+  const ShellOutcome outcome = hand_to_shell(command);
   ASSERT_NE(outcome.pipe, nullptr);
   fputs("some text\n", outcome.pipe);
   pclose(outcome.pipe);
@@ -154,25 +159,26 @@ INSTANTIATE_TEST_SUITE_P(Uses, HandToShellWithPipe, testing::Values(kUses[2]));
 using HandToShellWithoutPipe = HandToShell;
 
 TEST_P(HandToShellWithoutPipe, GivesNoPipe) {
-  EXPECT_EQ(hand_to_shell(ShellCommand().Text("true"), GetParam().use).pipe, nullptr);
+  EXPECT_EQ(hand_to_shell(Command().Text("true")).pipe, nullptr);
 }
 
 using HandToShellToWriteAFile = HandToShell;
 
 TEST_P(HandToShellToWriteAFile, EndsACommandWhoseTimeIsOver) {
-  ShellCommand command;
+  ShellCommand command = Command();
   command.Text("(sleep 100; echo late > ").Quoted(Path("out")).Text(") & sleep 100");
   testing::internal::CaptureStderr();
-  hand_to_shell(command, GetParam().use, {1000, std::chrono::seconds(1)});
+  command.limits = {1000, std::chrono::seconds(1)};
+  hand_to_shell(command);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "autoresponder: ended a command that took too long: " + command.line() + "\n");
   EXPECT_EQ(Content("out"), "");
 }
 
 TEST_P(HandToShellToWriteAFile, SaysWhetherTheCommandSucceeded) {
-  EXPECT_TRUE(hand_to_shell(ShellCommand().Text("true"), GetParam().use).succeeded);
-  EXPECT_FALSE(hand_to_shell(ShellCommand().Text("exit 3"), GetParam().use).succeeded);
-  EXPECT_FALSE(hand_to_shell(ShellCommand().Text("kill -9 $$"), GetParam().use).succeeded);
+  EXPECT_TRUE(hand_to_shell(Command().Text("true")).succeeded);
+  EXPECT_FALSE(hand_to_shell(Command().Text("exit 3")).succeeded);
+  EXPECT_FALSE(hand_to_shell(Command().Text("kill -9 $$")).succeeded);
 }
 
 TEST_P(HandToShellToWriteAFile, LetsItInheritFiles) {
@@ -180,25 +186,26 @@ TEST_P(HandToShellToWriteAFile, LetsItInheritFiles) {
   const OwnedDescriptor second(open(Path("second").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
   ASSERT_EQ(write(first.number(), "one", 3), 3);
   ASSERT_EQ(write(second.number(), "two", 3), 3);
-  ShellCommand command;
+  ShellCommand command = Command();
   command.Text("cat ").Text(command.Inherit(second.number())).Text(" ");
   command.Text(command.Inherit(first.number())).Text(" > ").Quoted(Path("out"));
   EXPECT_EQ(command.line(), "cat /proc/self/fd/32 /proc/self/fd/33 > '" + Path("out") + "'");
-  EXPECT_TRUE(hand_to_shell(command, GetParam().use).succeeded);
+  EXPECT_TRUE(hand_to_shell(command).succeeded);
   EXPECT_EQ(Content("out"), "twoone");
 }
 
 TEST_P(HandToShellToWriteAFile, FailsWhereAFileCannotBeInherited) {
-  ShellCommand command;
+  ShellCommand command = Command();
   command.Inherit(1 << 20);
-  EXPECT_FALSE(hand_to_shell(command.Text("true"), GetParam().use).succeeded);
+  EXPECT_FALSE(hand_to_shell(command.Text("true")).succeeded);
 }
 
 TEST_P(HandToShellToWriteAFile, CutsAFileThatIsTooLarge) {
-  ShellCommand command;
+  ShellCommand command = Command();
   command.Text("head -c 5000 /dev/zero > ").Quoted(Path("out")).Text("; true");
   testing::internal::CaptureStderr();
-  hand_to_shell(command, GetParam().use, {1000, std::chrono::seconds(10)});
+  command.limits = {1000, std::chrono::seconds(10)};
+  hand_to_shell(command);
   testing::internal::GetCapturedStderr();
   EXPECT_EQ(Content("out").size(), 1000U);
 }
