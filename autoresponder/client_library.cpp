@@ -10,34 +10,27 @@
 #include <openssl/crypto.h>
 #endif
 
-#include "support/report.h"
+#include "support/late_library.h"
 
 namespace {
 
-// Without errno the report adds no second explanation to the loader's.
-void end_without_library() {
-  errno = 0;
-  report_error(1, 0, "Unable to load the database's client library: %s", dlerror());
-}
+kem::LateLibrary client("the database's client library", CLIENT_FILE, RTLD_LAZY | RTLD_GLOBAL);
 
-void load_library() {
-  const int saved_errno = errno;  // the search for the files sets it, also when it succeeds
-#if defined(CRYPTO_FILE) && !defined(__SANITIZE_ADDRESS__)  // which does not allow it
-  // Most symbols to look up are its own, which are found faster in itself than after all else.
+// Most symbols to look up are those of the TLS itself, which are found faster in it than after all
+// else. AddressSanitizer does not allow that.
+void load_tls() {
+#if defined(CRYPTO_FILE) && !defined(__SANITIZE_ADDRESS__)
+  const int saved_errno = errno;
   dlopen(CRYPTO_FILE, RTLD_LAZY | RTLD_GLOBAL | RTLD_DEEPBIND);
-#endif
-  if (dlopen(CLIENT_FILE, RTLD_LAZY | RTLD_GLOBAL) == nullptr) end_without_library();
   errno = saved_errno;
+#endif
 }
 
-// The library's function of that name and type. A preloaded one comes first, as it would if the
-// library were linked; the one in this file is hidden.
+// The library's function of that name and type; the one in this file is hidden.
 template <class Function>
 Function* find(Function* /*of_this_file*/, const char* name) {
-  [[maybe_unused]] static const bool is_loaded = (load_library(), true);
-  void* const function = dlsym(RTLD_DEFAULT, name);
-  if (function == nullptr) end_without_library();
-  return reinterpret_cast<Function*>(function);
+  [[maybe_unused]] static const bool has_tls = (load_tls(), true);
+  return reinterpret_cast<Function*>(client.Find(name));
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ ResponseFile ReplyInMemory::File(const std::string& replaced) const {
   const std::string directory = "/proc/self/fd";
   const size_t slashes = replaced.size() - directory.size() - number.size();
   return {fcntl(descriptor_.number(), F_DUPFD_CLOEXEC, 0),
-          directory + std::string(slashes, '/') + number};
+          directory + std::string(slashes, '/') + number, /*is_in_memory=*/true};
 }
 
 std::string ReplyInMemory::TextUpTo(const std::string& end) const {

@@ -1,15 +1,8 @@
 #include "mime/utf8.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <endian.h>
-
-#include "support/base/lanes.h"
-
-#if defined __SSE2__ && !defined WITHOUT_SSE
-#include <emmintrin.h>
-#endif
 
 namespace {
 
@@ -77,115 +70,10 @@ size_t sequence_length(std::string_view text) {
   return length;
 }
 
-using SignedLanes [[gnu::vector_size(16)]] = int8_t;
-
-Lanes larger(Lanes a, Lanes b) {
-  return a > b ? a : b;
-}
-
-constexpr uint64_t kHighBits = 0x8080808080808080;  // 1_______ of each byte
-
-// Whether a byte has its highest bit set.
-bool is_any(Lanes lanes) {
-#if defined __SSE2__ && !defined WITHOUT_SSE
-  return _mm_movemask_epi8(reinterpret_cast<__m128i>(lanes)) != 0;
-#else
-  uint64_t halves[2];
-  memcpy(halves, &lanes, sizeof halves);
-  return ((halves[0] | halves[1]) & kHighBits) != 0;
-#endif
-}
-
-Lanes are(Lanes lanes, uint8_t byte) {
-  return reinterpret_cast<Lanes>(lanes == byte);
-}
-
-Lanes are_from(Lanes lanes, uint8_t low) {
-  return reinterpret_cast<Lanes>(lanes >= low);
-}
-
-Lanes are_tails(Lanes lanes) {
-  // As signed numbers, 10______ are the lowest.
-  constexpr auto kAboveTails = static_cast<int8_t>(kTwoBytes);
-  return reinterpret_cast<Lanes>(reinterpret_cast<SignedLanes>(lanes) < kAboveTails);
-}
-
-// First bytes that only forms longer than needed begin with.
-Lanes are_too_long_pairs(Lanes lanes) {
-  constexpr uint8_t kMask = 0b1111'1110;
-  constexpr uint8_t kTooLong = 0b1100'0000;  // 1100000_, for 00000000 0_______
-  return are(lanes & kMask, kTooLong);
-}
-
-// Errors of 16 bytes at `at`, where no sequence has more than two bytes: 0xFF for each wrong byte.
-// Reads the byte before them too.
-Lanes errors_in_pairs(const char* at) {
-  const Lanes lanes = load_lanes(at);
-  const Lanes must_be_tails = are_from(load_lanes(at - 1), kTwoBytes);
-  return (are_tails(lanes) ^ must_be_tails) | are_too_long_pairs(lanes);
-}
-
-// Second bytes that are out of the bounds which the first byte sets for them.
-Lanes are_wrong_seconds(Lanes firsts, Lanes lanes) {
-  return (are(firsts, kFirstOfLongTriple) & ~are_from(lanes, kTripleFrom)) |
-         (are(firsts, kFirstOfSurrogate) & are_from(lanes, kSurrogateFrom)) |
-         (are(firsts, kFirstOfLongQuad) & ~are_from(lanes, kQuadFrom)) |
-         (are(firsts, kFirstOfLast) & are_from(lanes, kBeyondFrom));
-}
-
-// Errors of any 16 bytes at `at`: 0xFF for each wrong byte. Reads the three bytes before them too.
-Lanes errors(const char* at) {
-  const Lanes lanes = load_lanes(at);
-  const Lanes before = load_lanes(at - 1);
-  const Lanes must_be_tails = are_from(before, kTwoBytes) |
-                              are_from(load_lanes(at - 2), kThreeBytes) |
-                              are_from(load_lanes(at - 3), kFourBytes);
-  return (are_tails(lanes) ^ must_be_tails) | are_too_long_pairs(lanes) |
-         are_from(lanes, kNoFirstFrom) | are_wrong_seconds(before, lanes);
-}
-
-constexpr size_t kChunk = 4 * sizeof(Lanes);
-
-template <Lanes (&errors_at)(const char*)>
-bool has_errors(const char* at) {
-  return is_any(errors_at(at) | errors_at(at + 16) | errors_at(at + 32) | errors_at(at + 48));
-}
-
-// How many bytes a sequence has after its first.
-constexpr size_t kLongestTail = 3;
-
-// Whether the chunk at `at` is well-formed together with the `kLongestTail` bytes before it. The
-// last sequence of the chunk may be cut by its end.
-bool is_well_formed_chunk(const char* at) {
-  const Lanes largest =
-      larger(larger(load_lanes(at - kLongestTail), load_lanes(at)),
-             larger(load_lanes(at + 16), larger(load_lanes(at + 32), load_lanes(at + 48))));
-  if (!is_any(largest)) return true;
-  return is_any(are_from(largest, kThreeBytes)) ? !has_errors<errors>(at)
-                                                : !has_errors<errors_in_pairs>(at);
-}
-
-// How many bytes at the end of `text` begin a sequence that is cut by the end; the rest of `text`
-// is well-formed.
-size_t unfinished(std::string_view text) {
-  for (size_t back = 1; back <= std::min(kLongestTail, text.size()); ++back) {
-    const unsigned byte = byte_at(text, text.size() - back);
-    if (!is_tail(byte)) return announced_length(byte) > back ? back : 0;
-  }
-  return 0;
-}
-
-// Skips well-formed chunks from `length` on. Both `length` and the result are ends of sequences.
-size_t skip_chunks(std::string_view text, size_t length) {
-  if (length < kLongestTail) return length;
-  size_t end = length;
-  while (text.size() - end >= kChunk && is_well_formed_chunk(text.data() + end)) end += kChunk;
-  return end - unfinished(text.substr(length, end - length));
-}
-
 }  // namespace
 
 size_t ascii_length(std::string_view text) {
+  constexpr uint64_t kHighBits = 0x8080808080808080;  // 1_______ of each byte
   size_t length = 0;
   for (uint64_t word = 0; text.size() - length >= sizeof word; length += sizeof word) {
     memcpy(&word, text.data() + length, sizeof word);
@@ -199,15 +87,10 @@ size_t ascii_length(std::string_view text) {
 size_t utf8_length(std::string_view text) {
   size_t length = 0;
   while (length < text.size()) {
-    length = skip_chunks(text, length);
-    // A chunk that is not well-formed ends the text within the next bytes.
-    const std::string_view looked_at = text.substr(0, length + kChunk + kLongestTail);
-    while (length < looked_at.size()) {
-      const std::string_view rest = text.substr(length);
-      const size_t more = byte_at(rest, 0) < kTail ? 1 : sequence_length(rest);
-      if (more == 0) return length;
-      length += more;
-    }
+    const std::string_view rest = text.substr(length);
+    const size_t more = byte_at(rest, 0) < kTail ? ascii_length(rest) : sequence_length(rest);
+    if (more == 0) break;
+    length += more;
   }
   return length;
 }

@@ -8,11 +8,6 @@
 #include "support/base/base64_values.h"
 #include "support/base/growing_bytes.h"
 
-#if defined __x86_64__ && !defined WITHOUT_SSE
-#include <cpuid.h>
-#include <tmmintrin.h>
-#endif
-
 namespace {
 
 constexpr uint8_t kFill = 64;
@@ -59,9 +54,7 @@ void write_group(const Group& group, char* out) {
 
 // Decodes groups of symbols from `position` on, up to a byte that is no symbol. Returns the end of
 // what it wrote.
-using GroupsDecoder = char*(std::string_view text, size_t& position, char* out);
-
-char* decode_plain_groups(std::string_view text, size_t& position, char* out) {
+char* decode_groups(std::string_view text, size_t& position, char* out) {
   for (; text.size() - position >= kGroup; position += kGroup, out += 3) {
     Group group;
     for (size_t i = 0; i < kGroup; ++i) {
@@ -73,153 +66,12 @@ char* decode_plain_groups(std::string_view text, size_t& position, char* out) {
   return out;
 }
 
-#if defined __x86_64__ && !defined WITHOUT_SSE
-
-// Why a byte is no symbol: for each reason a bit, which the tables below have for the byte's high
-// half and for its low half. The halves of a symbol have no bit in common.
-enum NoSymbol : char {
-  kPunctuation = 1 << 0,  // 0010____, but not 00101011 "+" or 00101111 "/"
-  kAfterNine = 1 << 1,    // 00111010 and up: ":" to "?"
-  kBeforeA = 1 << 2,      // 01_00000: "@" and "`"
-  kAfterZ = 1 << 3,       // 01_11011 and up: "[" to "_" and "{" to DEL
-  kNotPrinted = 1 << 4,   // 000_____ and 1_______: control characters and bytes above DEL
-};
-
-// The reasons that a low half can be one for.
-constexpr char kLow0 = kNotPrinted | kPunctuation | kBeforeA;
-constexpr char kLow1To9 = kNotPrinted | kPunctuation;
-constexpr char kLowA = kNotPrinted | kPunctuation | kAfterNine;
-constexpr char kLowBOrF = kNotPrinted | kAfterNine | kAfterZ;
-constexpr char kLowCToE = kNotPrinted | kPunctuation | kAfterNine | kAfterZ;
-
-// What is added to a symbol to give its value.
-constexpr char kFromUpper = 0 - 'A';
-constexpr char kFromLower = 26 - 'a';
-constexpr char kFromDigit = 52 - '0';
-constexpr char kFromPlus = 62 - '+';
-constexpr char kFromSlash = 63 - '/';
-
-// The processor looks bytes up in tables of sixteen entries.
-using Table = std::array<char, 16>;
-
-alignas(__m128i) constexpr Table kReasonsByLowHalf = {
-    kLow0,                         // ____0000
-    kLow1To9, kLow1To9, kLow1To9,  // ____0001 to ____0011
-    kLow1To9, kLow1To9, kLow1To9,  // ____0100 to ____0110
-    kLow1To9, kLow1To9, kLow1To9,  // ____0111 to ____1001
-    kLowA,                         // ____1010
-    kLowBOrF,                      // ____1011, of "+"
-    kLowCToE, kLowCToE, kLowCToE,  // ____1100 to ____1110
-    kLowBOrF,                      // ____1111, of "/"
-};
-
-alignas(__m128i) constexpr Table kReasonsByHighHalf = {
-    kNotPrinted,  kNotPrinted,                            // 000_____
-    kPunctuation,                                         // 0010____, of "+" and "/"
-    kAfterNine,                                           // 0011____, of "0" to "9"
-    kBeforeA,     kAfterZ,                                // 010_____, of "A" to "Z"
-    kBeforeA,     kAfterZ,                                // 011_____, of "a" to "z"
-    kNotPrinted,  kNotPrinted, kNotPrinted, kNotPrinted,  // 10______
-    kNotPrinted,  kNotPrinted, kNotPrinted, kNotPrinted,  // 11______
-};
-
-// By the high half; "/" has that of "+", and is looked up one entry before it.
-alignas(__m128i) constexpr Table kStepsByHighHalf = {
-    0,                       // 0000____
-    kFromSlash,              // 0010____, "/"
-    kFromPlus,               // 0010____, "+"
-    kFromDigit,              // 0011____
-    kFromUpper, kFromUpper,  // 010_____
-    kFromLower, kFromLower,  // 011_____
-};
-
-// Which byte of the decoded groups is written where; the first byte of a group is its highest.
-constexpr char kZero = -1;  // none: a byte that is 0
-alignas(__m128i) constexpr Table kByteOrder = {
-    2,     1,     0,             // the first group
-    6,     5,     4,             // the second
-    10,    9,     8,             // the third
-    14,    13,    12,            // the fourth
-    kZero, kZero, kZero, kZero,  // after them
-};
-
-__m128i load(const Table& table) {
-  return _mm_load_si128(reinterpret_cast<const __m128i*>(table.data()));
-}
-
-// Multipliers for the parts of a group, whose first value is in the lowest byte of 32 bits. What
-// they give is added in pairs.
-constexpr int kPairs = 0x01'40'01'40;  // 00dddddd 00cccccc 00bbbbbb 00aaaaaa give
-                                       // 0000cccc ccdddddd 0000aaaa aabbbbbb, which give
-constexpr int kGroups = 0x0001'1000;   // 00000000 aaaaaabb bbbbcccc ccdddddd
-
-// The decoded groups of sixteen values, each in 32 bits.
-[[gnu::target("ssse3")]] __m128i join_values(__m128i values) {
-  const __m128i pairs = _mm_maddubs_epi16(values, _mm_set1_epi32(kPairs));
-  return _mm_madd_epi16(pairs, _mm_set1_epi32(kGroups));
-}
-
-// Writes the twelve bytes of sixteen symbols, and four bytes more after them. Returns a bit for
-// each byte that is no symbol, the first byte's the lowest.
-[[gnu::target("ssse3")]] unsigned decode_block(const char* in, char* out) {
-  constexpr char kHalf = 0x0F;  // 00001111
-  const __m128i symbols = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
-  const __m128i high = _mm_and_si128(_mm_srli_epi32(symbols, 4), _mm_set1_epi8(kHalf));
-  const __m128i low = _mm_and_si128(symbols, _mm_set1_epi8(kHalf));
-  const __m128i slashes = _mm_cmpeq_epi8(symbols, _mm_set1_epi8('/'));  // -1 for each
-  const __m128i steps = _mm_shuffle_epi8(load(kStepsByHighHalf), _mm_add_epi8(high, slashes));
-  const __m128i groups = join_values(_mm_add_epi8(symbols, steps));
-  const __m128i bytes = _mm_shuffle_epi8(groups, load(kByteOrder));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes);
-  const __m128i reasons = _mm_and_si128(_mm_shuffle_epi8(load(kReasonsByLowHalf), low),
-                                        _mm_shuffle_epi8(load(kReasonsByHighHalf), high));
-  return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(reasons, _mm_setzero_si128())));
-}
-
-// Like `decode_plain_groups`, but goes on over line ends. Leaves the last groups of the text to it:
-// after them `out` has no room for the bytes that a block writes in addition.
-[[gnu::target("ssse3")]] char* decode_blocks(std::string_view text, size_t& position, char* out) {
-  constexpr size_t kBlock = 16;
-  constexpr size_t kAhead = 24;
-  while (text.size() - position >= kAhead) {
-    const unsigned others = decode_block(text.data() + position, out);
-    const size_t symbols = others == 0 ? kBlock : static_cast<size_t>(__builtin_ctz(others));
-    position += symbols / kGroup * kGroup;
-    out += symbols / kGroup * 3;
-    if (others == 0) continue;
-    if (text[position] != '\n') break;
-    while (position < text.size() && text[position] == '\n') ++position;
-  }
-  return decode_plain_groups(text, position, out);
-}
-
-bool can_decode_blocks() {
-  unsigned a = 0;
-  unsigned b = 0;
-  unsigned c = 0;
-  unsigned d = 0;
-  return __get_cpuid(1, &a, &b, &c, &d) != 0 && (c & bit_SSSE3) != 0;
-}
-
-GroupsDecoder* fastest_decoder() {
-  return can_decode_blocks() ? decode_blocks : decode_plain_groups;
-}
-
-#else
-
-GroupsDecoder* fastest_decoder() {
-  return decode_plain_groups;
-}
-
-#endif
-
 bool is_skipped(std::string_view text, size_t position) {
   return position < text.size() && kValues[static_cast<unsigned char>(text[position])] == kSkipped;
 }
 
 // Returns the end of what it wrote.
 char* decode_base64(std::string_view text, char* out) {
-  GroupsDecoder* const decode_groups = fastest_decoder();
   size_t position = 0;
   Group group{};
   for (;;) {

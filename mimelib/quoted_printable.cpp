@@ -3,14 +3,9 @@
 #include <cstring>
 #include <string_view>
 
-#if defined __SSE2__ && !defined WITHOUT_SSE
-#include <emmintrin.h>
-#endif
-
 #include "mimelib/decode.h"
 #include "mimelib/view.h"
 #include "support/base/growing_bytes.h"
-#include "support/base/lanes.h"
 
 namespace {
 
@@ -50,32 +45,12 @@ int escaped_byte(const char* equals_sign) {
          kLowDigits[static_cast<unsigned char>(equals_sign[2])];
 }
 
-// The highest bit of each byte, that of the first byte lowest.
-unsigned highest_bits(Lanes lanes) {
-#if defined __SSE2__ && !defined WITHOUT_SSE
-  return static_cast<unsigned>(_mm_movemask_epi8(reinterpret_cast<__m128i>(lanes)));
-#else
-  unsigned bits = 0;
-  for (size_t i = 0; i < sizeof lanes; ++i) bits |= (lanes[i] >> 7U) << i;
-  return bits;
-#endif
-}
-
 // Where to read and write next. Passed by value: stores through `out` could alias a reference and
 // force reloads.
 struct Position {
   const char* in;
   char* out;
 };
-
-// Copies a block without the highest bit of its bytes. Returns a bit for each "=" in the copy and
-// each line end in the block, that of the first byte lowest.
-unsigned copy_block(Position at) {
-  const Lanes bytes = load_lanes(at.in);
-  const Lanes plain = bytes & kSevenBits;
-  memcpy(at.out, &plain, sizeof plain);
-  return highest_bits(reinterpret_cast<Lanes>((plain == '=') | (bytes == '\n')));
-}
 
 // Trims trailing white space, but nothing before `start`.
 char* drop_white_space(const char* start, char* out) {
@@ -86,7 +61,7 @@ char* drop_white_space(const char* start, char* out) {
 class Decoder {
  public:
   explicit Decoder(std::string_view text)
-      : text_(text), blocks_end_(EndFor(sizeof(Lanes))), escapes_end_(EndFor(3)) {}
+      : text_(text), escapes_end_(EndFor(3)) {}
 
   // Writes to `out`, which has room for as many bytes as the text has. Returns the end of what it
   // wrote.
@@ -111,14 +86,6 @@ class Decoder {
  private:
   // Copies the bytes before the next "=" or line end; false when there is none.
   bool CopyPlain(Position& at) const {
-    for (; at.in < blocks_end_; at.in += sizeof(Lanes), at.out += sizeof(Lanes)) {
-      const unsigned bits = copy_block(at);
-      if (bits == 0) continue;
-      const auto length = static_cast<unsigned>(__builtin_ctz(bits));
-      at.in += length;
-      at.out += length;
-      return true;
-    }
     for (; at.in < End(); *at.out++ = seven_bits(*at.in++)) {
       if (seven_bits(*at.in) == '=' || *at.in == '\n') return true;
     }
@@ -183,7 +150,6 @@ class Decoder {
   }
 
   const std::string_view text_;
-  const char* const blocks_end_;
   const char* const escapes_end_;
   const char* line_end_ = nullptr;
   const char* text_end_ = nullptr;

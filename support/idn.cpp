@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <regex.h>
 
 #include <idna.h>
@@ -12,6 +13,8 @@
 #include "support/report.h"
 
 int idn_last_error = 0;
+
+kem::LateLibrary kem::libidn("libidn", LIBIDN_FILE, RTLD_NOW);
 
 namespace {
 
@@ -81,7 +84,8 @@ std::string group_text(const char* text, const regmatch_t& group) {
 
 char* idn_toascii(const char* text) {
   char* output = nullptr;
-  static const auto convert = libidn_function<decltype(idna_to_ascii_8z)>("idna_to_ascii_8z");
+  static const auto convert =
+      reinterpret_cast<decltype(&idna_to_ascii_8z)>(kem::libidn.Find("idna_to_ascii_8z"));
   const int code = convert(text, &output, 0);
   end_process_without_memory(code);
   if (code == IDNA_SUCCESS) return output;
@@ -93,7 +97,7 @@ char* idn_toascii(const char* text) {
 char* idn_toutf8(const char* text) {
   char* output = nullptr;
   static const auto convert =
-      libidn_function<decltype(idna_to_unicode_8z8z)>("idna_to_unicode_8z8z");
+      reinterpret_cast<decltype(&idna_to_unicode_8z8z)>(kem::libidn.Find("idna_to_unicode_8z8z"));
   const int code = convert(text, &output, 0);
   end_process_without_memory(code);
   if (code != IDNA_SUCCESS) idn_last_error = code;

@@ -238,7 +238,7 @@ LimiterFacts decide(PanelDatabase& database, const IncomingMessage& message,
   if (!allows_reply(facts)) return facts;
   // Without libidn the reply cannot be built. The process then ends before anything is counted or
   // sent, because with its status the mail server delivers the message again.
-  load_libidn();
+  kem::libidn.Load();
   write(memory, facts);
   return facts;
 }

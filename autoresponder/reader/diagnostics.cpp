@@ -12,10 +12,11 @@ namespace {
 
 ssize_t send_text(void* sender, const char* bytes, size_t length) {
   Sender& to = *static_cast<Sender*>(sender);
-  const size_t sent = std::min(length, kMaxDiagnostics);
-  to.Number(kDiagnostics);
-  to.Text({bytes, sent});
-  return static_cast<ssize_t>(sent);
+  for (size_t at = 0; at < length; at += kMaxDiagnostics) {
+    to.Number(kDiagnostics);
+    to.Text({bytes + at, std::min(length - at, kMaxDiagnostics)});
+  }
+  return static_cast<ssize_t>(length);
 }
 
 // How a line of the intake begins, and how many bytes can follow.
@@ -38,19 +39,15 @@ constexpr Form kForms[] = {
      0},
 };
 
-// A token or a charset that was folded in the message goes on in a line that begins with a blank,
-// or ends in an empty line.
-bool can_be_of_intake(std::string_view line) {
-  if (line.empty() || line[0] == ' ' || line[0] == '\t') return true;
-  return std::any_of(std::begin(kForms), std::end(kForms), [line](const Form& form) {
-    return line.substr(0, form.start.size()) == form.start &&
-           line.size() - form.start.size() <= form.max_rest;
-  });
+bool is_of_form(std::string_view line, const Form& form) {
+  return line.substr(0, form.start.size()) == form.start &&
+         line.size() - form.start.size() <= form.max_rest;
 }
 
-// Most comes of bytes that are no symbols of base64: 21 for each.
+// Most comes of bytes that are no symbols of base64: a line of 21 bytes for each.
 constexpr uint64_t kMaxPerByte = 24;
 constexpr uint64_t kMaxWithoutBytes = 256;
+constexpr uint64_t kMaxLinesWithoutBytes = 8;
 
 }  // namespace
 
@@ -62,19 +59,33 @@ bool send_standard_error(Sender& sender) {
 }
 
 DiagnosticsRelay::DiagnosticsRelay(size_t message_size)
-    : left_(kMaxWithoutBytes + kMaxPerByte * message_size) {}
+    : left_(kMaxWithoutBytes + kMaxPerByte * message_size),
+      lines_left_(kMaxLinesWithoutBytes + message_size),
+      max_line_(kMaxWithoutBytes + message_size) {}
+
+// A token or a charset that was folded in the message goes on in a line that begins with a blank,
+// or ends in an empty line.
+bool DiagnosticsRelay::CanBeOfIntake(std::string_view line) {
+  const bool continues = line.empty() || line[0] == ' ' || line[0] == '\t';
+  if (continues) return may_continue_;
+  const auto* const form = std::find_if(std::begin(kForms), std::end(kForms),
+                                        [line](const Form& one) { return is_of_form(line, one); });
+  may_continue_ = form != std::end(kForms) && form->max_rest == std::string_view::npos;
+  return form != std::end(kForms);
+}
 
 void DiagnosticsRelay::Add(std::string_view text) {
-  if (text.size() > left_) throw ReaderFailure();
+  if (text.empty() || text.size() > left_) throw ReaderFailure();
   left_ -= text.size();
   for (size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
     line_ += text.substr(0, end);
-    if (!can_be_of_intake(line_)) throw ReaderFailure();
+    if (lines_left_-- == 0 || !CanBeOfIntake(line_)) throw ReaderFailure();
     diagnose({line_});
     line_.clear();
     text.remove_prefix(end + 1);
   }
   line_ += text;
+  if (line_.size() > max_line_) throw ReaderFailure();
 }
 
 void DiagnosticsRelay::End() const {

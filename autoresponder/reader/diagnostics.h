@@ -25,15 +25,20 @@ class DiagnosticsRelay {
  public:
   explicit DiagnosticsRelay(size_t message_size);
 
-  /// `text`: more of the diagnostics; may end within a line.
+  /// `text`: more of the diagnostics, not empty; may end within a line.
   void Add(std::string_view text);
 
   /// Call when nothing follows.
   void End() const;
 
  private:
-  uint64_t left_;     // bytes that may still come
+  bool CanBeOfIntake(std::string_view line);
+
+  uint64_t left_;        // bytes that may still come
+  uint64_t lines_left_;  // lines
+  size_t max_line_;
   std::string line_;  // the start of a line
+  bool may_continue_ = false;
 };
 
 #endif

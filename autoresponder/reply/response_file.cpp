@@ -7,8 +7,8 @@
 
 #include "support/base/descriptors.h"
 
-ResponseFile::ResponseFile(int descriptor, std::string path)
-    : path_(std::move(path)), descriptor_(descriptor) {}
+ResponseFile::ResponseFile(int descriptor, std::string path, bool is_in_memory)
+    : path_(std::move(path)), descriptor_(descriptor), is_in_memory_(is_in_memory) {}
 
 // If the file could not be created before, its name is predictable: whatever another user put there
 // is neither followed nor used.
@@ -32,9 +32,9 @@ int64_t ResponseFile::Size() const {
 }
 
 bool ResponseFile::IsNamed() const {
-  return is_path_of(path_.c_str(), descriptor_.number());
+  return is_in_memory_ || is_path_of(path_.c_str(), descriptor_.number());
 }
 
 void ResponseFile::Remove() const {
-  unlink(path_.c_str());
+  if (!is_in_memory_) unlink(path_.c_str());
 }

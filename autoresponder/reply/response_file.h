@@ -10,8 +10,8 @@
 class ResponseFile {
  public:
   /// Owns `descriptor`, which is below 0 if the file could not be created; `Rewrite` tries again
-  /// then.
-  ResponseFile(int descriptor, std::string path);
+  /// then. `is_in_memory`: whether the path is no name that anybody could give to another file.
+  ResponseFile(int descriptor, std::string path, bool is_in_memory = false);
 
   const std::string& path() const { return path_; }
 
@@ -30,6 +30,7 @@ class ResponseFile {
  private:
   std::string path_;
   OwnedDescriptor descriptor_;
+  bool is_in_memory_;
 };
 
 #endif

@@ -1,8 +1,10 @@
 #include "autoresponder/reply/shell.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -93,11 +95,14 @@ bool run(const std::string& line) {
   return system(line.c_str()) == 0;
 }
 
-// Writes what is in the file `held` to standard output, as far as that can be written to.
+// Writes what is in the file `held` to standard output, as far as somebody takes it.
 void write_to_standard_output(const OwnedDescriptor& held) {
-  char block[4096];
+  constexpr int kPatience = 60000;  // milliseconds
+  char block[PIPE_BUF];
   ssize_t length = 0;
   for (off_t at = 0; (length = pread(held.number(), block, sizeof block, at)) > 0; at += length) {
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    if (poll(&output, 1, kPatience) <= 0) return;
     if (write(STDOUT_FILENO, block, static_cast<size_t>(length)) != length) return;
   }
 }

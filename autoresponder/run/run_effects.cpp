@@ -20,13 +20,15 @@ std::string RunEffects::AsciiForm(const std::string& address) {
 // Kept: what the disk took of the message is forwarded. The repair of whole copies forwards all of
 // it or nothing.
 bool RunEffects::CanForward() const {
-  const char* trouble = nullptr;
-  if (!spool_.IsNamed()) trouble = "its file was removed: ";
-  if (repairs_.whole_copies && !spool_.IsWhole()) trouble = "the message is not whole in ";
-  if (trouble != nullptr) {
-    diagnose({"autoresponder: not forwarded, because ", trouble, spool_.path()});
+  if (repairs_.whole_copies && !spool_.IsWhole()) {
+    diagnose({"autoresponder: not forwarded, because the message is not whole in ", spool_.path()});
+    return false;
   }
-  return trouble == nullptr;
+  if (!spool_.IsNamed()) {
+    diagnose({"autoresponder: not forwarded, because its file was removed: ", spool_.path()});
+    return false;
+  }
+  return true;
 }
 
 bool RunEffects::Run(const ShellCommand& command) {

@@ -45,7 +45,7 @@ void check_command(const std::string& name, const std::string& package, Inspecti
 }
 
 void check_libidn(Inspection& inspection) {
-  const char* const trouble = libidn_trouble();
+  const char* const trouble = kem::libidn.Trouble();
   if (trouble == nullptr) return;
   inspection.Error("libidn_missing", std::string("libidn cannot be loaded: ") + trouble +
                                          ". No rule replies. Install the package libidn12.");

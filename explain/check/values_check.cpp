@@ -75,7 +75,8 @@ bool check_kind(const Kind& kind, Inspection& inspection) {
   return is_found;
 }
 
-// The attachments of one rule, each as long in a command as in that of a run.
+// The attachments of one rule, missing ones too: they may be there tomorrow. Each is as long in a
+// command as in that of a run.
 struct AttachedFiles {
   std::string rule;
   std::vector<Attachment> files;
@@ -84,13 +85,14 @@ struct AttachedFiles {
 void check_length(const AttachedFiles& attached, Inspection& inspection) {
   if (attached.files.empty()) return;
   const ResponseFile reply(-1, response_template());
-  if (!is_too_long(attachment_command(attached.files, draw_boundary(), reply, {}))) return;
+  const Repairs& repairs = inspection.switches.repairs;
+  if (!is_too_long(attachment_command(attached.files, draw_boundary(), reply, repairs))) return;
   inspection.Error("too_many_attachments",
                    "Rule " + attached.rule + " has so many attachments (" +
                        std::to_string(attached.files.size()) +
                        ") that the command for them is too long to be started: its replies leave "
                        "without any" +
-                       (inspection.switches.repairs.whole_attachments ? " or, with repairs, not at all" : "") +
+                       (repairs.whole_attachments ? " or, with repairs, not at all" : "") +
                        ". Pack them into an archive.");
 }
 
@@ -112,7 +114,9 @@ void check_attachments(Inspection& inspection) {
     }
     const std::string name = text_or(row[kFile], "");
     const MailboxRef mailbox{"", text_or(row[kMailName], ""), text_or(row[kDomain], "")};
-    attached.files.push_back({name, path_in_store(name, mailbox), 0});
+    const bool is_opened = inspection.switches.repairs.store;
+    const std::string path = is_opened ? "/proc/self/fd/100" : path_in_store(name, mailbox);
+    attached.files.push_back({name, path, 0});
   }
   check_length(attached, inspection);
 }

@@ -243,6 +243,18 @@ def test_a_reader_of_the_output_that_has_gone_cuts_no_attachment(panel, when, re
     assert b"\nY29udGVudA==\n" in mail.message and mail.message.endswith(b"--\n")
 
 
+@pytest.mark.parametrize("length", [5000, 70000, 200000, 3000000])
+def test_a_long_diagnostic_is_whole(panel, length):
+    panel.rule()
+    token = b"=?" + b"y" * length
+    result = panel.run(b"From: otto@customer.example\nSubject: " + token + b"\n\n")
+    assert result.err == b"wrong rfc1522 sequence (no charset): " + token + b"\n"
+    charset = b"x" * length
+    result = panel.run(b"From: otto@customer.example\nContent-Type: text/plain; charset=\""
+                       + charset + b"\"\n\n")
+    assert result.err == b"Could not convert message body text from " + charset + b" to UTF-8.\n"
+
+
 def test_slow_readers_of_the_log_cost_no_reply(panel):
     """The pipe is full for longer than the reader needs."""
     panel.rule()

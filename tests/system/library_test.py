@@ -471,7 +471,6 @@ def test_the_statement_of_put_misc_param_is_not_cut(library):
 
 
 def test_the_text_of_an_error_is_cut_to_the_buffer(library):
-    """Cut by the library's own buffer of 4097 bytes, although the server's message is longer."""
     for size, want in (("8", "DB erro"), ("1", ""), ("200", None)):
         outcome = call("given", "db_error_text", size, "context")
         if want is not None:

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "../../memory_file.h"
+#include "../../transferred_bytes.h"
 #include "autoresponder/reader/reader_failure.h"
 
 namespace {
@@ -14,7 +15,7 @@ constexpr size_t kMessageSize = 100;
 std::string relayed(std::string_view text) {
   const CapturedDiagnostics written;
   DiagnosticsRelay relay(kMessageSize);
-  relay.Add(text);
+  if (!text.empty()) relay.Add(text);
   relay.End();
   return written.Text();
 }
@@ -74,6 +75,9 @@ constexpr Line kRefused[] = {
     {"MoreAfterTheSender",
      "Could not get sender's e-mail address from Reply-To: or From: headers. x\n"},
     {"OfTheRunAfterOneOfTheIntake", "Bad base64 symbol: *\nautoresponder: no reply\n"},
+    {"BlankAtFirst", " autoresponder: no reply\n"},
+    {"NothingAtFirst", "\n"},
+    {"BlankAfterALineThatHasAnEnd", "Bad base64 symbol: *\n x\n"},
     {"WithoutItsEnd", "Bad base64 symbol: *"},
 };
 
@@ -88,6 +92,41 @@ TEST(DiagnosticsRelay, PutsLinesTogether) {
   }
   relay.End();
   EXPECT_EQ(written.Text(), "Bad base64 symbol: *\nBad base64 symbol: !\n");
+}
+
+TEST(DiagnosticsRelay, TakesNoMoreLinesThanAMessageOfThisSizeCanGive) {
+  const std::string token = "wrong rfc1522 sequence (no data): =?x\n";
+  EXPECT_EQ(relayed(token + std::string(kMessageSize, '\n')).size(), token.size() + kMessageSize);
+  EXPECT_THROW(relayed(token + std::string(kMessageSize + 20, '\n')), ReaderFailure);
+}
+
+TEST(DiagnosticsRelay, KeepsNoLongerLineThanAMessageOfThisSizeCanGive) {
+  EXPECT_THROW(relayed("wrong rfc1522 sequence (no data): =?" + std::string(1000, 'x')),
+               ReaderFailure);
+}
+
+TEST(DiagnosticsRelay, TakesNoEmptyText) {
+  DiagnosticsRelay relay(kMessageSize);
+  EXPECT_THROW(relay.Add(""), ReaderFailure);
+}
+
+// In the process that sends, through the stream that replaces its standard error.
+TEST(SendStandardError, SendsLongTextsWhole) {
+  FILE* const before = stderr;
+  std::string bytes;
+  Sender sender([&bytes](const char* part, size_t length) { bytes.append(part, length); });
+  const std::string text(3 * kMaxDiagnostics + 1, 'x');
+  ASSERT_TRUE(send_standard_error(sender));
+  fwrite(text.data(), 1, text.size(), stderr);
+  fclose(stderr);
+  stderr = before;
+  Receiver receiver(source_of(bytes));
+  std::string received;
+  while (received.size() < text.size()) {
+    EXPECT_EQ(receiver.Number(UINT64_MAX), kDiagnostics);
+    received += receiver.Text(kMaxDiagnostics);
+  }
+  EXPECT_EQ(received, text);
 }
 
 TEST(DiagnosticsRelay, TakesNoMoreThanAMessageOfThisSizeCanGive) {

@@ -80,7 +80,7 @@ const char* read_value(char*, const Statement&, st_mysql*, const char*, const Co
   return counted("foreign");
 }
 
-void load_libidn() {
+void wipe_conf() {
   count_call();
 }
 
@@ -125,7 +125,7 @@ void call_all() {
   complain(complaint, "");
   first_value(nullptr, none);
   read_value(text, statement, nullptr, "", complaint);
-  load_libidn();
+  wipe_conf();
   find_libidn_function("");
   cut_conf_lines(text, 1);
   find_conf_value(text, 1, "");

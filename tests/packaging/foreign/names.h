@@ -117,7 +117,7 @@ void complain(const Complaint& complaint, const char* reason);
 const char* first_value(st_mysql* connection, OwnedResult& result);
 const char* read_value(char* result, const Statement& statement, st_mysql* given,
                        const char* connect_text, const Complaint& complaint);
-void load_libidn();
+void wipe_conf();
 void* find_libidn_function(const char* name);
 void cut_conf_lines(char* text, size_t length);
 const char* find_conf_value(const char* text, size_t length, const char* key);
