@@ -68,10 +68,9 @@ Json reply_of(const ReplyFacts& reply, const MailText& mail, bool show_reply) {
 Json commands_of(const std::vector<CommandFacts>& commands) {
   Json result = Json::array();
   for (const CommandFacts& command : commands) {
-    result.push_back(
-        {{"purpose", code(command.purpose)},
-         {"line", command.line},
-         {"fate", command.not_run ? code(*command.not_run) : "runs"}});
+    result.push_back({{"purpose", code(command.purpose)},
+                      {"line", command.line},
+                      {"fate", command.not_run ? code(*command.not_run) : "runs"}});
   }
   return result;
 }

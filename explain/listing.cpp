@@ -1,20 +1,13 @@
 #include "explain/listing.h"
 
+#include <utility>
+
 #include "autoresponder/panel/frequency_limiter.h"
+#include "autoresponder/reply/forwarding.h"
 #include "autoresponder/run/configuration.h"
-#include "support/base/joined.h"
 #include "support/conf.h"
 
 namespace {
-
-std::vector<std::string> forwarding_of(PanelDatabase& database, const char* rule_id) {
-  std::vector<std::string> addresses;
-  Rows rows = database.Query(joined({"select address from resp_forward where rn_id=", rule_id}));
-  while (const Row row = rows.Next()) {
-    if (*row != nullptr) addresses.emplace_back(*row);
-  }
-  return addresses;
-}
 
 std::vector<AnsweredSender> answered_by(PanelDatabase& database, const char* rule_id) {
   enum { kAddress, kReplies, kTime };
@@ -33,7 +26,9 @@ void list_rules(PanelDatabase& database, const Switches& switches, Listing& list
   while (const Row row = listing.rows->Next()) {
     ListedRule& listed = listing.rules.emplace_back();
     listed.rule = ResponderRule(row);
-    listed.forwarding = forwarding_of(database, listed.rule.id);
+    for (auto& addresses : forwarding_rows(database, listed.rule.id)) {
+      if (addresses) listed.forwarding.push_back(*std::move(addresses));
+    }
     find_attachments(database, listed.rule.id, mailbox, switches.repairs, listed.attachments);
     listed.answered = answered_by(database, listed.rule.id);
   }

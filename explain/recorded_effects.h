@@ -21,8 +21,8 @@ class CannotTell : public std::runtime_error {
 /// Thrown if the recipient's address has no ASCII form, which would end the run.
 class NotAscii : public std::exception {};
 
-/// What an explanation's answers do: nothing that lasts. The limiter only reads, the reply is built in
-/// memory, and no command runs but the one that appends the attachments to it.
+/// What an explanation's answers do: nothing that lasts. The limiter only reads, the reply is built
+/// in memory, and no command runs but the one that appends the attachments to it.
 class RecordedEffects : public Effects {
  public:
   RecordedEffects(const IncomingMessage& message, const Repairs& repairs)

@@ -17,32 +17,22 @@ bool has_newline(std::string_view value) {
   return value.find('\n') != std::string_view::npos;
 }
 
-// Whether a shell takes the byte as it is, without quotes.
-bool is_plain(char byte) {
-  constexpr std::string_view kPlain = "@._+-=/:,% \t";
-  const auto number = static_cast<unsigned char>(byte);
-  const bool is_letter = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
-  const bool is_digit = byte >= '0' && byte <= '9';
-  return number >= 0x80 || is_letter || is_digit || kPlain.find(byte) != std::string_view::npos;
-}
-
 // Looks at one rule without repairs.
 class Changes {
  public:
   Changes(const Explanation& explanation, const RuleExplanation& facts)
-      : message_(explanation.message), mailbox_(explanation.panel.mailbox->mailbox),
+      : message_(explanation.message),
+        mailbox_(explanation.panel.mailbox->mailbox),
         rule_(facts.rule),
         commands_(facts.commands),
         facts_(facts.answer) {}
 
-  bool Quotes() const {
-    return std::any_of(commands_.begin(), commands_.end(), is_refused);
-  }
+  bool Quotes() const { return std::any_of(commands_.begin(), commands_.end(), is_refused); }
 
   bool Forwarding() const {
     if (!facts_.forwarding) return false;
     const std::string& addresses = *facts_.forwarding;
-    const bool has_syntax = !std::all_of(addresses.begin(), addresses.end(), is_plain);
+    const bool has_syntax = !std::all_of(addresses.begin(), addresses.end(), is_plain_for_shell);
     return has_syntax || addresses_of(addresses).empty();
   }
 

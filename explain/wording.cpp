@@ -26,15 +26,19 @@ Words pick(const Entry<Enumeration> (&entries)[kCount], Enumeration value) {
 Words words_of(RuleOutcome outcome) {
   static constexpr Entry<RuleOutcome> kEntries[] = {
       {RuleOutcome::kReplies, "replies", "replies"},
-      {RuleOutcome::kRepliesWithNotice, "replies_with_notice", "sends a notice, because the reply is too large"},
+      {RuleOutcome::kRepliesWithNotice, "replies_with_notice",
+       "sends a notice, because the reply is too large"},
       {RuleOutcome::kSwitchedOff, "switched_off", "is switched off"},
       {RuleOutcome::kNotTriggered, "not_triggered", "is not triggered"},
       {RuleOutcome::kNeverReplies, "never_replies", "allows no reply a day"},
       {RuleOutcome::kLimitReached, "limit_reached", "has answered this sender often enough today"},
       {RuleOutcome::kCourtesy, "courtesy", "sends no reply, courtesy"},
-      {RuleOutcome::kNotWhole, "not_whole", "gets no reply out: its attachments cannot be appended completely"},
-      {RuleOutcome::kRecipientNotAscii, "recipient_not_ascii", "ends the run: the recipient has no ASCII form"},
-      {RuleOutcome::kStatementFails, "statement_fails", "ends the run: the database refuses a statement"},
+      {RuleOutcome::kNotWhole, "not_whole",
+       "gets no reply out: its attachments cannot be appended completely"},
+      {RuleOutcome::kRecipientNotAscii, "recipient_not_ascii",
+       "ends the run: the recipient has no ASCII form"},
+      {RuleOutcome::kStatementFails, "statement_fails",
+       "ends the run: the database refuses a statement"},
       {RuleOutcome::kNotReached, "not_reached", "is not reached: an earlier rule ends the run"},
       {RuleOutcome::kUnknown, "unknown", "cannot be told"},
   };
@@ -73,7 +77,8 @@ Words words_for(Reason reason) {
   static constexpr Entry<Reason> kEntries[] = {
       {Reason::kRuleReplies, "rule_replies", "at least one rule replies"},
       {Reason::kNoSender, "no_sender", "neither Reply-To nor From names a sender"},
-      {Reason::kNoRecipient, "no_recipient", "there is no recipient: no RECIPIENT, and To names nobody"},
+      {Reason::kNoRecipient, "no_recipient",
+       "there is no recipient: no RECIPIENT, and To names nobody"},
       {Reason::kRunAborts, "run_aborts", "the end of the subject aborts the run"},
       {Reason::kReaderFails, "reader_fails", "taking the message apart fails"},
       {Reason::kSenderIsRecipient, "sender_is_recipient", "the sender is the recipient"},
@@ -82,7 +87,8 @@ Words words_for(Reason reason) {
       {Reason::kNoRules, "no_rules", "the mailbox has no rules"},
       {Reason::kNoRuleReplies, "no_rule_replies", "no rule replies"},
       {Reason::kCourtesy, "courtesy", "courtesy"},
-      {Reason::kStatementFails, "statement_fails", "the database refuses a statement, which ends the run"},
+      {Reason::kStatementFails, "statement_fails",
+       "the database refuses a statement, which ends the run"},
       {Reason::kNoSuchRule, "no_such_rule", "the mailbox has no such rule"},
       {Reason::kMessageUnreadable, "message_unreadable", "the message cannot be read"},
       {Reason::kDatabaseFails, "database_fails", "the database fails"},
@@ -113,7 +119,8 @@ Words words_for(RecipientSource source) {
 Words words_for(LoopGuard guard) {
   static constexpr Entry<LoopGuard> kEntries[] = {
       {LoopGuard::kPassed, "passed", "passed"},
-      {LoopGuard::kSenderIsRecipient, "sender_is_recipient", "refused: the sender is the recipient"},
+      {LoopGuard::kSenderIsRecipient, "sender_is_recipient",
+       "refused: the sender is the recipient"},
       {LoopGuard::kMailerDaemon, "mailer_daemon", "refused: the sender is a mailer daemon"},
   };
   return pick(kEntries, guard);
@@ -124,7 +131,8 @@ Words words_for(MailboxLookup lookup) {
       {MailboxLookup::kMailName, "mail_name", "by its name"},
       {MailboxLookup::kAlias, "alias", "by an alias of the mailbox"},
       {MailboxLookup::kDomainAlias, "domain_alias", "by an alias of the domain"},
-      {MailboxLookup::kAliasAndDomainAlias, "alias_and_domain_alias", "by an alias of the mailbox and one of the domain"},
+      {MailboxLookup::kAliasAndDomainAlias, "alias_and_domain_alias",
+       "by an alias of the mailbox and one of the domain"},
   };
   return pick(kEntries, lookup);
 }
@@ -143,7 +151,8 @@ Words words_for(LimiterStep step) {
       {LimiterStep::kRefuse, "refuse", "no reply"},
       {LimiterStep::kCountUp, "count_up", "replies, and counts it"},
       {LimiterStep::kRemember, "remember", "replies, and remembers this one"},
-      {LimiterStep::kEvictAndRemember, "evict_and_remember", "forgets the oldest, replies, and remembers this one"},
+      {LimiterStep::kEvictAndRemember, "evict_and_remember",
+       "forgets the oldest, replies, and remembers this one"},
   };
   return pick(kEntries, step);
 }
@@ -151,7 +160,8 @@ Words words_for(LimiterStep step) {
 Words words_for(CourtesyChange change) {
   static constexpr Entry<CourtesyChange> kEntries[] = {
       {CourtesyChange::kNoReply, "no_reply", "no reply would leave"},
-      {CourtesyChange::kMarkedReply, "marked_reply", "the reply would say that it is automatic, and have no envelope sender"},
+      {CourtesyChange::kMarkedReply, "marked_reply",
+       "the reply would say that it is automatic, and have no envelope sender"},
   };
   return pick(kEntries, change);
 }

@@ -93,7 +93,7 @@ class Progress {
 
   // Converts the next piece; false if iconv fails or makes no progress.
   bool Advance(Converter& converter) {
-    const std::string_view piece = text_.substr(0, converter.MostInput());
+    const std::string_view piece = text_.substr(0, converter.MaxInput());
     const Converter::Step step = converter.Convert(piece, buffer_);
     text_.remove_prefix(step.consumed);
     Write(step.output);

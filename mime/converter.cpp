@@ -17,7 +17,7 @@ bool has_suffix(const std::string& name) {
 }
 
 iconv_t open(const std::string& to, const std::string& from) {
-  if (to.size() > kLongestCharsetName || from.size() > kLongestCharsetName) return not_open();
+  if (to.size() > kMaxCharsetName || from.size() > kMaxCharsetName) return not_open();
   return iconv_open(to.c_str(), from.c_str());
 }
 
@@ -25,10 +25,10 @@ iconv_t open(const std::string& to, const std::string& from) {
 
 Converter::Converter(const std::string& to, const std::string& from)
     : handle_(open(to, from)),
-      most_input_(has_suffix(to) || has_suffix(from) ? std::string::npos : kPiece) {}
+      max_input_(has_suffix(to) || has_suffix(from) ? std::string::npos : kPiece) {}
 
 Converter::Converter(Converter&& other) noexcept
-    : handle_(std::exchange(other.handle_, not_open())), most_input_(other.most_input_) {}
+    : handle_(std::exchange(other.handle_, not_open())), max_input_(other.max_input_) {}
 
 bool Converter::IsOpen() const {
   return handle_ != not_open();

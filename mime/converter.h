@@ -8,13 +8,13 @@
 #include <iconv.h>
 
 /// The length in bytes of the longest name that counts as a charset.
-constexpr size_t kLongestCharsetName = 256;
+constexpr size_t kMaxCharsetName = 256;
 
 /// One open conversion of the iconv interface.
 class Converter {
  public:
   /// Opens a conversion between two charsets, named by any bytes up to the first NUL. A name longer
-  /// than `kLongestCharsetName` is not looked up: the C library takes quadratic time for it.
+  /// than `kMaxCharsetName` is not looked up: the C library takes quadratic time for it.
   Converter(const std::string& to, const std::string& from);
   ~Converter() { Close(); }
   Converter(const Converter&) = delete;
@@ -36,7 +36,7 @@ class Converter {
   ///
   /// Kept: unlimited for a name with a suffix such as "//IGNORE", because what iconv then does with
   /// invalid bytes depends on where a step ends.
-  size_t MostInput() const { return most_input_; }
+  size_t MaxInput() const { return max_input_; }
 
   /// Holds the output of one step.
   using Buffer = char[4096];
@@ -50,7 +50,7 @@ class Converter {
 
  private:
   iconv_t handle_;
-  size_t most_input_;
+  size_t max_input_;
 };
 
 #endif

@@ -30,7 +30,7 @@ bool stand_between_words(std::string_view value, size_t blank, size_t next) {
 // charsets, each of which would be loaded again for every word.
 void note_charset(const std::string& charset) {
   static std::string last;
-  if (charset == last || charset.size() > kLongestCharsetName) return;
+  if (charset == last || charset.size() > kMaxCharsetName) return;
   if (!last.empty()) keep_charset_loaded(charset, "utf-8");
   last = charset;
 }

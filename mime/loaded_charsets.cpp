@@ -9,7 +9,7 @@
 namespace {
 
 // More than the number of charsets that the C library has to load.
-constexpr size_t kMostKept = 400;
+constexpr size_t kMaxKept = 400;
 
 // The form of a charset name that identifies it: iconv ignores case, a suffix and some punctuation.
 std::string normalised(const std::string& name) {
@@ -41,5 +41,5 @@ void keep_charset_loaded(const std::string& charset, const std::string& to_chars
   Converter converter(to_charset, charset);
   if (!converter.IsOpen()) return;
   all.push_front({std::move(name), std::move(converter)});
-  if (all.size() > kMostKept) all.pop_back();
+  if (all.size() > kMaxKept) all.pop_back();
 }

@@ -60,8 +60,7 @@ char* drop_white_space(const char* start, char* out) {
 
 class Decoder {
  public:
-  explicit Decoder(std::string_view text)
-      : text_(text), escapes_end_(EndFor(3)) {}
+  explicit Decoder(std::string_view text) : text_(text), escapes_end_(EndFor(3)) {}
 
   // Writes to `out`, which has room for as many bytes as the text has. Returns the end of what it
   // wrote.

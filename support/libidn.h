@@ -5,8 +5,8 @@
 
 namespace kem {
 
-/// libidn, which is loaded late. Load it before an action that must not be repeated, if a conversion
-/// may follow it.
+/// libidn, which is loaded late. Load it before an action that must not be repeated, if a
+/// conversion may follow it.
 extern LateLibrary libidn;
 
 }  // namespace kem

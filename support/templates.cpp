@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr size_t kLongestName = 32;
+constexpr size_t kMaxNameLength = 32;
 
 // The output buffer of one substitution, and its counts.
 class Filler {
@@ -87,14 +87,14 @@ class Filler {
 struct Candidate {
   bool is_placeholder;
   size_t length;  // with the opening delimiter, and the closing one where there is one
-  char name[kLongestName + 1];
+  char name[kMaxNameLength + 1];
 };
 
 Candidate candidate_at(const char* text, char close) {
   Candidate found{};
   size_t i = 1;
-  while (i <= kLongestName + 1 && text[i] != '\0' && text[i] != close) ++i;
-  const bool closed = i <= kLongestName + 1 && text[i] == close && text[i] != '\0';
+  while (i <= kMaxNameLength + 1 && text[i] != '\0' && text[i] != close) ++i;
+  const bool closed = i <= kMaxNameLength + 1 && text[i] == close && text[i] != '\0';
   found.length = closed ? i + 1 : i;
   found.is_placeholder = closed && i > 1;
   if (found.is_placeholder) memcpy(found.name, text + 1, i - 1);

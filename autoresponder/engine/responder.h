@@ -17,8 +17,8 @@ struct MailboxRules {
   std::vector<TriggerMatch> triggers;  ///< one for each rule
 };
 
-/// Finds the mailbox and its rules, and looks for their triggers in the message. Fills `found`, also
-/// as far as it comes if a failing query throws `PanelFailure`. `recipient`: escaped.
+/// Finds the mailbox and its rules, and looks for their triggers in the message. Fills `found`,
+/// also as far as it comes if a failing query throws `PanelFailure`. `recipient`: escaped.
 void find_rules(PanelDatabase& database, const IncomingMessage& message, EscapedRecipient recipient,
                 MailboxRules& found);
 

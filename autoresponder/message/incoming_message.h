@@ -31,7 +31,7 @@ struct IncomingMessage {
   std::string subject;             ///< the Subject in UTF-8; empty when it could not be decoded
   std::string date;                ///< the text of the Date field, undecoded
   std::string charset;             ///< what the text part declares, as written, or kDefaultCharset
-  CourtesyFacts courtesy;            ///< empty unless they were asked for
+  CourtesyFacts courtesy;          ///< empty unless they were asked for
 
   /// The lines of the text part in UTF-8; never null.
   std::unique_ptr<Body> body_lines = std::make_unique<Body>();

@@ -1,9 +1,9 @@
 #ifndef AUTORESPONDER_MESSAGE_SWITCHES_H
 #define AUTORESPONDER_MESSAGE_SWITCHES_H
 
-/// Defects and holes that nobody wants for their own sake, each closed where its member is true. All
-/// are off unless the configuration switches them on, because other parts of the panel rely on every
-/// oddity. docs/operators.md describes them in this order.
+/// Defects and holes that nobody wants for their own sake, each closed where its member is true.
+/// All are off unless the configuration switches them on, because other parts of the panel rely on
+/// every oddity. docs/operators.md describes them in this order.
 struct Repairs {
   bool quotes = false;             ///< a quote in a value of a command is escaped
   bool backslashes = false;        ///< a backslash in the name of an attachment stays as it is

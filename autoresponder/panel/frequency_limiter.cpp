@@ -8,6 +8,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "autoresponder/panel/table_definition.h"
 #include "support/base/joined.h"
 #include "support/libidn.h"
 
@@ -17,40 +18,23 @@ namespace {
 constexpr const char* kOfEarlierDay = "(TO_DAYS(NOW())-TO_DAYS(time_resp))>0";
 constexpr const char* kOfToday = " and ((TO_DAYS(NOW())-TO_DAYS(time_resp))>0) is not true";
 
-// How much the column with senders takes.
+// The longest sender that the limiter's column takes.
 struct ColumnWidth {
   size_t max_size;     ///< in characters
   bool is_of_unicode;  ///< otherwise each byte that we send may count as a character
 };
 
-// Whether the column whose definition starts at `at` is in a Unicode charset: its own, or otherwise
-// the table's, which is named last.
-bool is_of_unicode(const std::string& definition, size_t at) {
-  const std::string column = definition.substr(at, definition.find('\n', at) - at);
-  const bool has_own = column.find("CHARACTER SET") != std::string::npos;
-  const size_t table = definition.rfind("CHARSET=");
-  const std::string& text = has_own || table == std::string::npos ? column : definition;
-  const size_t from = &text == &definition ? table : 0;
-  return text.find("utf8", from) != std::string::npos;
-}
-
 // Read from the table's definition, because the server writes a temporary file to answer the same
 // question about its information_schema.
 ColumnWidth width_of_senders(PanelDatabase& database) {
-  enum Column { kTable, kDefinition };
-  // In the server's mode ANSI_QUOTES names are in double quotes.
-  constexpr std::string_view kStarts[] = {"`email` varchar(", "`email` char(", "\"email\" varchar(",
-                                          "\"email\" char("};
-  Rows rows = database.Query("show create table resp_freq");
-  const Row row = rows.Next();
-  const std::string definition = row != nullptr ? text_or(row[kDefinition], "") : "";
-  for (const std::string_view start : kStarts) {
-    const size_t at = definition.find(start);
-    if (at == std::string::npos) continue;
-    const char* const number = definition.c_str() + at + start.size();
-    return {static_cast<size_t>(atol(number)), is_of_unicode(definition, at)};
+  const TableDefinition table =
+      parse_table_definition(definition_of(database.Query("show create table resp_freq")));
+  const auto column = table.find("email");
+  if (column == table.end() || !column->second.Is({"varchar", "char"})) {
+    return {std::numeric_limits<uint32_t>::max(), true};
   }
-  return {std::numeric_limits<uint32_t>::max(), true};
+  const ColumnDefinition& email = column->second;
+  return {static_cast<size_t>(email.size), email.charset.rfind("utf8", 0) == 0};
 }
 
 // The rows of one rule in the table `resp_freq`, one for each sender. With kLook nothing is
@@ -206,9 +190,8 @@ namespace {
 // The sender as the column takes it, if it is too long for that.
 std::optional<std::string> cut_sender(PanelDatabase& database, const std::string& sender) {
   const ColumnWidth width = width_of_senders(database);
-  const std::string_view cut =
-      width.is_of_unicode ? first_characters(sender, width.max_size)
-                          : first_bytes(sender, width.max_size);
+  const std::string_view cut = width.is_of_unicode ? first_characters(sender, width.max_size)
+                                                   : first_bytes(sender, width.max_size);
   if (cut.size() == sender.size()) return std::nullopt;
   return std::string(cut);
 }
@@ -270,7 +253,8 @@ LimiterFacts decide_in_transaction(PanelDatabase& database, const IncomingMessag
 void pause_before(int attempt) {
   constexpr int kMaxFactor = 10;
   const auto spread = static_cast<unsigned>(getpid()) % 16;
-  std::this_thread::sleep_for(std::chrono::milliseconds(5 + spread) * std::min(attempt, kMaxFactor));
+  std::this_thread::sleep_for(std::chrono::milliseconds(5 + spread) *
+                              std::min(attempt, kMaxFactor));
 }
 
 // Repeats the transaction after a conflict. A server that has nothing but conflicts is given up as

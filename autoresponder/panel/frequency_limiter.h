@@ -66,15 +66,15 @@ enum class LimiterMode {
 /// counts as 0. Throws `PanelFailure` if a statement fails.
 ///
 /// Kept: runs at the same time may count two replies as one. The repair of turns lets the limiter
-/// hold: one transaction locks the rule's row, and is repeated after a conflict. Kept: a sender that
-/// is longer than the column is stored cut and not found again. The repair of long senders cuts it
-/// wherever it is used.
+/// hold: one transaction locks the rule's row, and is repeated after a conflict. Kept: a sender
+/// that is longer than the column is stored cut and not found again. The repair of long senders
+/// cuts it wherever it is used.
 LimiterFacts check_reply_frequency(PanelDatabase& database, const IncomingMessage& message,
                                    const ResponderRule& rule, LimiterMode mode,
                                    const Repairs& repairs);
 
-/// `text` up to its first `max_count` characters in UTF-8; a byte that begins no character belongs to
-/// the one before it.
+/// `text` up to its first `max_count` characters in UTF-8; a byte that begins no character belongs
+/// to the one before it.
 std::string_view first_characters(std::string_view text, size_t max_count);
 
 /// The start of `text` (UTF-8) with at most `max_size` bytes, without a part of a character.

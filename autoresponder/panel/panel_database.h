@@ -83,8 +83,8 @@ class PanelDatabase {
   /// Runs a statement that returns no rows. Throws `PanelFailure` if it fails.
   void Execute(const std::string& statement);
 
-  /// Lets the server refuse any write from now on. Older servers do not know how. Unlike a transaction
-  /// it makes nobody wait.
+  /// Lets the server refuse any write from now on. Older servers do not know how. Unlike a
+  /// transaction it makes nobody wait.
   void ForbidWrites() { TryQuery("set session transaction read only"); }
 
   /// Throws what a statement throws that the server refuses with these words and this error number.

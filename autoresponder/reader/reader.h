@@ -3,10 +3,10 @@
 
 #include <vector>
 
+#include "autoresponder/confinement/confinement.h"
 #include "autoresponder/message/extraction_result.h"
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/message/switches.h"
-#include "autoresponder/reader/confinement.h"
 #include "autoresponder/reader/message_buffer.h"
 
 /// Fills `record` from the message, in a process that can do nothing else: it is another user, has

@@ -7,7 +7,7 @@
 #include <sys/types.h>
 #include <vector>
 
-#include "autoresponder/reader/confinement.h"
+#include "autoresponder/confinement/confinement.h"
 #include "support/base/owned.h"
 
 /// A confined child process, and the only way to talk with it. Treat the child as hostile: every

@@ -103,7 +103,8 @@ void send_abort(Sender& sender, const std::string& what) {
 ExtractionResult receive_result(Receiver& receiver, const Assignment& assignment,
                                 IncomingMessage& record) {
   receive_diagnostics(receiver, assignment.message_size);
-  const uint64_t status = receiver.Number(assignment.switches.repairs.subject ? kAborted - 1 : kAborted);
+  const uint64_t status =
+      receiver.Number(assignment.switches.repairs.subject ? kAborted - 1 : kAborted);
   if (status == kAborted) throw std::out_of_range(receiver.Text(kMaxReason));
   const auto outcome = static_cast<Extraction>(status);
   const auto field =

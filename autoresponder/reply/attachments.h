@@ -42,10 +42,11 @@ std::string path_in_store(const std::string& name, const MailboxRef& mailbox);
 std::shared_ptr<const OpenAttachment> open_in_store(const std::string& name,
                                                     const MailboxRef& mailbox);
 
-/// Looks for a rule's attachments in the mailbox's store, notes them in `list` and returns those that
-/// were found. Pipes, devices and sockets, which could be read without end, are reported on standard
-/// error and replaced by an empty file; with the repair of the store what is no plain file below the
-/// store, reached without symbolic links, is missing. Throws `PanelFailure` if a query fails.
+/// Looks for a rule's attachments in the mailbox's store, notes them in `list` and returns those
+/// that were found. Pipes, devices and sockets, which could be read without end, are reported on
+/// standard error and replaced by an empty file; with the repair of the store what is no plain file
+/// below the store, reached without symbolic links, is missing. Throws `PanelFailure` if a query
+/// fails.
 AttachedFiles find_attachments(PanelDatabase& database, const char* rule_id,
                                const MailboxRef& mailbox, const Repairs& repairs,
                                AttachmentList& list);

@@ -5,14 +5,32 @@
 #include "autoresponder/reply/sendmail.h"
 #include "support/base/joined.h"
 
-std::optional<std::string> forwarding_addresses(PanelDatabase& database, const char* rule_id) {
-  std::string addresses = " ";
+std::vector<std::optional<std::string>> forwarding_rows(PanelDatabase& database,
+                                                        const char* rule_id) {
+  std::vector<std::optional<std::string>> addresses;
   Rows rows = database.Query(joined({"select address from resp_forward where rn_id=", rule_id}));
-  if (rows.IsEmpty()) return std::nullopt;
   while (const Row row = rows.Next()) {
-    if (*row != nullptr) addresses.append(*row).append(" ");
+    addresses.push_back(*row != nullptr ? std::make_optional<std::string>(*row) : std::nullopt);
   }
   return addresses;
+}
+
+std::optional<std::string> forwarding_addresses(PanelDatabase& database, const char* rule_id) {
+  const auto rows = forwarding_rows(database, rule_id);
+  if (rows.empty()) return std::nullopt;
+  std::string addresses = " ";
+  for (const auto& row : rows) {
+    if (row) addresses.append(*row).append(" ");
+  }
+  return addresses;
+}
+
+bool is_plain_for_shell(char byte) {
+  const auto number = static_cast<unsigned char>(byte);
+  const bool is_letter = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
+  const bool is_digit = byte >= '0' && byte <= '9';
+  return number >= 0x80 || is_letter || is_digit ||
+         std::string_view("@._+-=:/,% \t").find(byte) != std::string_view::npos;
 }
 
 std::vector<std::string_view> addresses_of(std::string_view addresses) {

@@ -11,9 +11,18 @@
 #include "autoresponder/panel/panel_database.h"
 #include "autoresponder/reply/shell.h"
 
+/// The forwarding addresses of a rule, as the rows have them, each with one or more addresses; NULL
+/// as nothing. Throws `PanelFailure` if the query fails.
+std::vector<std::optional<std::string>> forwarding_rows(PanelDatabase& database,
+                                                        const char* rule_id);
+
 /// The forwarding addresses of a rule: a blank, then each address with a blank after it. Nothing if
 /// the rule has no addresses. Throws `PanelFailure` if the query fails.
 std::optional<std::string> forwarding_addresses(PanelDatabase& database, const char* rule_id);
+
+/// Whether the shell takes the byte as it is in forwarding addresses, which have no quotes. Bytes
+/// of UTF-8 are plain.
+bool is_plain_for_shell(char byte);
 
 /// The single addresses in `addresses`, in the form of `forwarding_addresses`: views into it, split
 /// at blanks.

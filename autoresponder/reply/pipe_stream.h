@@ -53,7 +53,8 @@ class basic_handlestream : public std::ostream, private StreamStrategy {
 /// flushed output reaches the command. The destructor waits for the command's end.
 class opipestream : public basic_handlestream<PipeCloseStrategy, OutputStreamStrategy> {
  public:
-  /// Starts `command`, which is to notify. If there is no pipe to it, the stream is in the state `fail()`.
+  /// Starts `command`, which is to notify. If there is no pipe to it, the stream is in the state
+  /// `fail()`.
   explicit opipestream(const ShellCommand& command);
 
   /// Whether the command was refused because a value holds a single quote; that has been reported.

@@ -107,8 +107,8 @@ void write_to_standard_output(const OwnedDescriptor& held) {
   }
 }
 
-// Whether the command ended in time, with exit status 0. It writes to a temporary file; its standard
-// output is held until it has ended, so that nobody can kill it by closing the other end.
+// Whether the command ended in time, with exit status 0. It writes to a temporary file; its
+// standard output is held until it has ended, so that nobody can kill it by closing the other end.
 bool run_as_writer(const ShellCommand& command) {
   const OwnedDescriptor output(memfd_create("output", MFD_CLOEXEC));
   const WriterEnd end = run_file_writer(

@@ -94,8 +94,8 @@ struct ShellOutcome {
 };
 
 /// Runs a command, and waits for its end but for one of kNotify, which is only started. The only
-/// place that starts a shell. A refused command is reported on standard error instead, and so is one
-/// that is killed because its time is over. The exit status is not reported.
+/// place that starts a shell. A refused command is reported on standard error instead, and so is
+/// one that is killed because its time is over. The exit status is not reported.
 ShellOutcome hand_to_shell(const ShellCommand& command);
 
 #endif

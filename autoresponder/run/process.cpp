@@ -67,8 +67,8 @@ void reset_environment() {
   }
 }
 
-struct LeastLimit {
-  rlim_t least;
+struct MinimumLimit {
+  rlim_t minimum;
   const char* name;
   decltype(RLIMIT_STACK) resource;
   bool is_required;
@@ -76,7 +76,7 @@ struct LeastLimit {
 
 constexpr rlim_t kMebibyte = rlim_t{1} << 20;
 
-constexpr LeastLimit kLeastLimits[] = {
+constexpr MinimumLimit kMinimumLimits[] = {
     {8 * kMebibyte, "stack", RLIMIT_STACK, true},
     {RLIM_INFINITY, "file size", RLIMIT_FSIZE, true},
     {RLIM_INFINITY, "processor time", RLIMIT_CPU, true},
@@ -85,10 +85,10 @@ constexpr LeastLimit kLeastLimits[] = {
     {64, "descriptors", RLIMIT_NOFILE, true},
 };
 
-void raise_limit(const LeastLimit& limit) {
+void raise_limit(const MinimumLimit& limit) {
   struct rlimit now {};
-  if (getrlimit(limit.resource, &now) == 0 && now.rlim_cur >= limit.least) return;
-  const rlimit raised{limit.least, std::max(now.rlim_max, limit.least)};
+  if (getrlimit(limit.resource, &now) == 0 && now.rlim_cur >= limit.minimum) return;
+  const rlimit raised{limit.minimum, std::max(now.rlim_max, limit.minimum)};
   if (setrlimit(limit.resource, &raised) == 0) return;
   if (limit.is_required) report_error(1, 0, "The caller's limit on %s is too low", limit.name);
   now.rlim_cur = now.rlim_max;
@@ -99,7 +99,7 @@ void raise_limit(const LeastLimit& limit) {
 void reset_limits() {
   const rlimit none{0, 0};
   setrlimit(RLIMIT_CORE, &none);
-  for (const LeastLimit& limit : kLeastLimits) raise_limit(limit);
+  for (const MinimumLimit& limit : kMinimumLimits) raise_limit(limit);
 }
 
 // How late the kernel may wake a process outlives exec. This is its default, in nanoseconds.
@@ -109,7 +109,7 @@ void wake_in_time() {
 }
 
 void leave_caller() {
-  // They would be inherited by commands, and could leave too few for the run in the middle of it.
+  // Inherited descriptors would reach commands and use up our limit.
   close_descriptors(STDERR_FILENO + 1);
   wake_in_time();
   reset_environment();

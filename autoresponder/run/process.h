@@ -20,8 +20,8 @@
 /// Call once, before anything else. Leaves `errno` as it was.
 void prepare_process();
 
-/// Raises the limit on descriptors as far as it can be. With the repair of the store each attachment
-/// takes one until its reply is complete.
+/// Raises the limit on descriptors as far as it can be. With the repair of the store each
+/// attachment takes one until its reply is complete.
 void allow_many_descriptors();
 
 /// Started setuid by another user, takes RECIPIENT and SENDER from the environment too: commands

@@ -3,7 +3,8 @@
 
 #include "explain/check/inspection.h"
 
-// The checks, in the order in which they need each other's results. Each only reads.
+// The checks, in the order in which they need each other's results. Each only reads. Those of the
+// database may throw `PanelFailure`.
 
 /// kem.conf: who may write it, its keys, the two switches. Fills in their values.
 void check_configuration(Inspection& inspection);

@@ -158,13 +158,8 @@ void check_limits(Inspection& inspection) {
 }  // namespace
 
 void check_cluster(Inspection& inspection) {
-  if (!inspection.database) return;
-  try {
-    if (!is_node(*inspection.database)) return;
-    check_readiness(inspection);
-    check_tables_of_node(inspection);
-    check_limits(inspection);
-  } catch (const PanelFailure& failure) {
-    inspection.Error("database_unusable", std::string("A query failed: ") + failure.what());
-  }
+  if (!is_node(*inspection.database)) return;
+  check_readiness(inspection);
+  check_tables_of_node(inspection);
+  check_limits(inspection);
 }

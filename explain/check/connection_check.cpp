@@ -23,7 +23,7 @@ void check_mode(Inspection& inspection) {
 }
 
 // The longest password that is read whole.
-constexpr size_t kLongest = 99;
+constexpr size_t kMaxLength = 99;
 
 // Whether the file has a password that a run can use.
 bool check_password(Inspection& inspection) {
@@ -44,9 +44,9 @@ bool check_password(Inspection& inspection) {
             "database user admin.");
     return false;
   }
-  if (line.size() > kLongest) {
+  if (line.size() > kMaxLength) {
     inspection.Error("password_too_long",
-                     "The password in " + kPath + " is longer than " + std::to_string(kLongest) +
+                     "The password in " + kPath + " is longer than " + std::to_string(kMaxLength) +
                          " bytes, and the rest is not read. Choose a shorter one.");
   }
   return true;

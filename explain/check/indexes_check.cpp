@@ -1,5 +1,5 @@
+#include "autoresponder/panel/table_definition.h"
 #include "explain/check/checks.h"
-#include "explain/check/table_definition.h"
 #include "support/base/joined.h"
 
 namespace {
@@ -58,6 +58,5 @@ void check_index(const Index& index, Inspection& inspection) {
 }  // namespace
 
 void check_indexes(Inspection& inspection) {
-  if (!inspection.database) return;
   for (const Index& index : kIndexes) check_index(index, inspection);
 }

@@ -1,8 +1,8 @@
 #include <cstring>
 
+#include "autoresponder/panel/table_definition.h"
 #include "explain/check/checks.h"
 #include "explain/check/server_error.h"
-#include "explain/check/table_definition.h"
 #include "support/base/joined.h"
 
 namespace {
@@ -100,18 +100,13 @@ void check_engine(Inspection& inspection) {
 }  // namespace
 
 void check_limiter(Inspection& inspection) {
-  if (!inspection.database) return;
   PanelDatabase& database = *inspection.database;
   const TableDefinition table = read_table_definition("resp_freq", database);
-  try {
-    if (const auto time = table.find("time_resp"); time != table.end()) {
-      check_time(time->second, inspection);
-    }
-    check_other_columns(table, inspection);
-    check_ids(read_table_definition("mail_resp", database), table, inspection);
-    check_rights(inspection);
-    check_engine(inspection);
-  } catch (const PanelFailure& failure) {
-    inspection.Error("database_unusable", std::string("A query failed: ") + failure.what());
+  if (const auto time = table.find("time_resp"); time != table.end()) {
+    check_time(time->second, inspection);
   }
+  check_other_columns(table, inspection);
+  check_ids(read_table_definition("mail_resp", database), table, inspection);
+  check_rights(inspection);
+  check_engine(inspection);
 }

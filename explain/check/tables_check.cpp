@@ -1,8 +1,8 @@
 #include <cstring>
 
+#include "autoresponder/panel/table_definition.h"
 #include "explain/check/checks.h"
 #include "explain/check/server_error.h"
-#include "explain/check/table_definition.h"
 #include "support/base/joined.h"
 
 namespace {
@@ -104,7 +104,7 @@ std::string problem_of_word(const Column& use, const ColumnDefinition& column) {
 
 // What is wrong with the type of the column; empty if nothing is.
 std::string problem_of(const Column& use, const ColumnDefinition& column) {
-  constexpr long kLongestAddress = 254;
+  constexpr long kMaxAddressLength = 254;
   switch (use.use) {
     case Use::kId:
     case Use::kNumber:
@@ -114,7 +114,7 @@ std::string problem_of(const Column& use, const ColumnDefinition& column) {
     case Use::kLongText:
       return problem_of_text(column, 256);
     case Use::kAddress:
-      return problem_of_text(column, kLongestAddress);
+      return problem_of_text(column, kMaxAddressLength);
     case Use::kWord:
       return problem_of_word(use, column);
     case Use::kAny:
@@ -171,7 +171,9 @@ bool check_columns(const char* table, Inspection& inspection) {
 
 constexpr const char* kNoTypes = "\"show create table\" does not name them, as for a view";
 
-void check_all(Inspection& inspection) {
+}  // namespace
+
+void check_tables(Inspection& inspection) {
   const char* last = "";
   for (const Column& column : kColumns) {
     if (strcmp(column.table, last) == 0) continue;
@@ -180,16 +182,5 @@ void check_all(Inspection& inspection) {
     const TableDefinition table = read_table_definition(last, *inspection.database);
     if (table.empty()) inspection.Unseen(joined({"The types of the columns of ", last}), kNoTypes);
     check_types(last, table, inspection);
-  }
-}
-
-}  // namespace
-
-void check_tables(Inspection& inspection) {
-  if (!inspection.database) return;
-  try {
-    check_all(inspection);
-  } catch (const PanelFailure& failure) {
-    inspection.Error("database_unusable", std::string("A query failed: ") + failure.what());
   }
 }

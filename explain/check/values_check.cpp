@@ -1,9 +1,8 @@
 #include <algorithm>
-#include <cctype>
-#include <cstring>
 #include <sstream>
 
 #include "autoresponder/reply/attachments.h"
+#include "autoresponder/reply/forwarding.h"
 #include "autoresponder/reply/reply_text.h"
 #include "autoresponder/run/temporary_files.h"
 #include "explain/check/checks.h"
@@ -11,19 +10,14 @@
 
 namespace {
 
-// Whether the shell takes `c` for itself in an argument without quotes. Bytes of UTF-8 are plain.
-bool is_plain(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte >= 0x80 || isalnum(byte) != 0 || strchr("@._+-=:/%,", c) != nullptr;
-}
-
 // What is dangerous in a forwarding address, which reaches the shell without quotes; empty if
 // nothing is. One row may hold several addresses, separated by blanks.
 std::string danger_of_address(const std::string& text) {
   std::istringstream words(text);
   for (std::string word; words >> word;) {
     if (word[0] == '-') return "reaches sendmail as an option";
-    if (!std::all_of(word.begin(), word.end(), is_plain)) return "is read by root's shell";
+    if (!std::all_of(word.begin(), word.end(), is_plain_for_shell))
+      return "is read by root's shell";
   }
   return text.find('\n') != std::string::npos ? "is read by root's shell" : "";
 }
@@ -124,7 +118,6 @@ void check_attachments(Inspection& inspection) {
 }  // namespace
 
 void check_values(Inspection& inspection) {
-  if (!inspection.database) return;
   if (!inspection.mail_names.empty()) check_attachments(inspection);
   if (has_repairs(inspection.switches)) return;
   bool is_found = false;

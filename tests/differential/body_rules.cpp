@@ -16,7 +16,7 @@ bool is_quoted_printable(const SecondOpinion& opinion) {
   return opinion.encoding == GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE;
 }
 
-void drop_comment_behind_charset(SecondOpinion& opinion) {
+void drop_comment_after_charset(SecondOpinion& opinion) {
   std::string& charset = opinion.reading.charset;
   const size_t comment = charset.find('(');
   if (comment == npos) return;
@@ -97,9 +97,9 @@ void make_short_base64_nuls(SecondOpinion& opinion) {
 
 const std::vector<DifferenceRule>& body_rules() {
   static const std::vector<DifferenceRule> rules = {
-      {"comment behind a charset dropped",
-       "GMime takes a comment behind an unquoted value for a part of it (RFC 822, 3.4.3).",
-       drop_comment_behind_charset},
+      {"comment after a charset dropped",
+       "GMime takes a comment after an unquoted value for a part of it (RFC 822, 3.4.3).",
+       drop_comment_after_charset},
       {"backslash in a charset kept",
        "GMime takes a quoted value apart. We only take the quotes off, as for any parameter.",
        keep_backslash_in_charset},

@@ -7,7 +7,7 @@
 
 namespace {
 
-enum class Comments { kAnywhere, kNotBehindValue };
+enum class Comments { kAnywhere, kNotAfterValue };
 
 std::string join(const std::vector<std::string>& parts, const std::string& glue) {
   std::string joined;
@@ -18,16 +18,16 @@ std::string join(const std::vector<std::string>& parts, const std::string& glue)
 // One parameter, without the ";" before it.
 std::string make_parameter(Random& random, std::string_view name, const std::string& value,
                            Comments comments) {
-  constexpr std::string_view kBehind[] = {"", "", "", " ", "\t", "\n ", " (comment)"};
+  constexpr std::string_view kAfter[] = {"", "", "", " ", "\t", "\n ", " (comment)"};
   const bool spaced = random.Chance(15);
   std::string parameter = random.AnyCase(name);
   if (spaced) parameter += make_gap(random);
   parameter += '=';
   if (spaced) parameter += make_gap(random);
   parameter += value;
-  const std::string_view behind = random.Pick(kBehind);
-  const bool is_comment = behind.find('(') != std::string_view::npos;
-  if (!is_comment || comments == Comments::kAnywhere) parameter += behind;
+  const std::string_view after = random.Pick(kAfter);
+  const bool is_comment = after.find('(') != std::string_view::npos;
+  if (!is_comment || comments == Comments::kAnywhere) parameter += after;
   return parameter;
 }
 
@@ -57,7 +57,7 @@ std::string content_type(Random& random, std::string_view type,
   value += '/';
   if (random.Chance(5)) value += make_gap(random);
   value += random.AnyCase(type.substr(slash + 1));
-  // Behind an unquoted value GMime does not know a comment, which may hold a ";".
+  // After an unquoted value GMime does not know a comment, which may hold a ";".
   if (random.Chance(10)) value += make_gap(random);
   for (const std::string& parameter : parameters) {
     value += ";" + (random.Chance(30) ? make_gap(random) : " ") + parameter;
@@ -165,7 +165,7 @@ Entity make_multipart(Random& random, unsigned depth) {
   entity.fields.push_back(
       content_type(random, random.Pick(kTypes),
                    {make_parameter(random, "boundary", quoted ? "\"" + boundary + "\"" : boundary,
-                                   quoted ? Comments::kAnywhere : Comments::kNotBehindValue)}));
+                                   quoted ? Comments::kAnywhere : Comments::kNotAfterValue)}));
   if (random.Chance(20)) entity.fields.emplace_back("Content-Transfer-Encoding: 8bit");
   const std::string delimiter = "--" + boundary;
   if (random.Chance(40)) entity.body = "This is a preamble.\nContent-Type: text/plain\n\n";

@@ -43,8 +43,8 @@ void keep_last_dot_of_domain(SecondOpinion& opinion) {
     const std::string domain = address.substr(address.rfind('@') + 1);
     const size_t start = domain.empty() ? npos : field.find(domain + ".");
     if (start == npos || start == 0 || is_word_byte(field[start - 1])) return;
-    const size_t behind = start + domain.size() + 1;
-    if (behind == field.size() || !is_word_byte(field[behind])) address += '.';
+    const size_t after = start + domain.size() + 1;
+    if (after == field.size() || !is_word_byte(field[after])) address += '.';
   });
 }
 
@@ -104,7 +104,7 @@ void keep_folds_of_subject(SecondOpinion& opinion) {
 
 // Cuts the subject at blanks between a word and an encoded word, if `joins` accepts the word before
 // the blanks, and drops the blanks.
-void drop_blanks_behind(SecondOpinion& opinion, bool (*joins)(std::string_view word)) {
+void drop_blanks_after(SecondOpinion& opinion, bool (*joins)(std::string_view word)) {
   std::vector<SubjectPiece> pieces;
   for (const SubjectPiece& piece : opinion.subject) {
     pieces.push_back(piece);
@@ -129,14 +129,14 @@ bool ends_with(std::string_view text, std::string_view end) {
   return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-void drop_blanks_behind_false_word(SecondOpinion& opinion) {
-  drop_blanks_behind(opinion, [](std::string_view word) {
+void drop_blanks_after_false_word(SecondOpinion& opinion) {
+  drop_blanks_after(opinion, [](std::string_view word) {
     return word.substr(0, 2) != "=?" && ends_with(word, "?=");
   });
 }
 
 void decode_padded_words_one_by_one(SecondOpinion& opinion) {
-  drop_blanks_behind(opinion, [](std::string_view word) {
+  drop_blanks_after(opinion, [](std::string_view word) {
     return word.substr(0, 2) == "=?" && ends_with(word, "=?=");
   });
 }
@@ -170,11 +170,11 @@ const std::vector<DifferenceRule>& header_rules() {
        make_line_ends_in_quotes_blanks},
       {"folds of a subject kept",
        "GMime unfolds first. For the decoder of encoded words only blank and TAB separate words, "
-       "so the line end and the blanks behind it stay, between two encoded words too.",
+       "so the line end and the blanks after it stay, between two encoded words too.",
        keep_folds_of_subject},
-      {"blanks lost behind a word that ends like an encoded word",
+      {"blanks lost after a word that ends like an encoded word",
        "Of the word in front of an encoded word the decoder looks at the last two bytes only.",
-       drop_blanks_behind_false_word},
+       drop_blanks_after_false_word},
       {"encoded words decoded one by one",
        "GMime joins neighbours in the same charset and encoding, and the padding of one loses it "
        "the rest. Each word ends in itself (RFC 2047, 5).",

@@ -47,7 +47,7 @@ Reading read_header(const std::string& message) {
   try {
     reading = read_with_mimelib(message);
   } catch (const std::out_of_range&) {
-    reading.subject = "(none: blanks behind an encoded word end it)";
+    reading.subject = "(none: blanks after an encoded word end it)";
   }
   reading.sender = unfolded(reading.sender);
   reading.recipient = unfolded(reading.recipient);

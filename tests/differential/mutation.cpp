@@ -33,11 +33,11 @@ size_t header_end(const std::string& message) {
 }  // namespace
 
 std::string mutate(Random& random, std::string message) {
-  constexpr size_t kLongest = 40;
+  constexpr size_t kMaxLength = 40;
   for (size_t changes = 1 + random.Below(4); changes > 0; --changes) {
     const size_t end = header_end(message);
     const size_t place = random.Below(end + 1);
-    const size_t length = random.Below(std::min(kLongest, end - place) + 1);
+    const size_t length = random.Below(std::min(kMaxLength, end - place) + 1);
     switch (random.Below(4)) {
       case 0:
         message.erase(place, length);

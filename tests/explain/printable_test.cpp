@@ -1,23 +1,19 @@
 #include "explain/printable.h"
 
-#include <ostream>
 #include <string_view>
 
 #include <gtest/gtest.h>
+
+#include "../named_row.h"
 
 using namespace std::string_view_literals;
 
 namespace {
 
-struct Row {
-  const char* name;
+struct Row : NamedRow {
   std::string_view text;
   std::string_view want;
 };
-
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class Printable : public testing::TestWithParam<Row> {};
 
@@ -38,7 +34,7 @@ constexpr Row kRows[] = {
     {"Delete", "\x7F", "\\x7F"},
     {"FirstHighControl", "\xC2\x80", "\\xC2\\x80"},
     {"LastHighControl", "\xC2\x9F", "\\xC2\\x9F"},
-    {"BehindTheHighControls", "\xC2\xA0", "\xC2\xA0"},
+    {"AfterTheHighControls", "\xC2\xA0", "\xC2\xA0"},
     {"TurnedAround",
      "a\xE2\x80\xAE"
      "b",

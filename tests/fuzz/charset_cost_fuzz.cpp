@@ -66,7 +66,7 @@ void operator delete[](void* memory, size_t /*size*/) noexcept {
 
 namespace {
 
-constexpr size_t kLongest = 20000;
+constexpr size_t kMaxLength = 20000;
 // No character of these charsets takes more bytes in UTF-8, for each byte that it takes in them.
 constexpr size_t kMostGrowth = 16;
 // Two pieces of the result, the result, and what is small.
@@ -108,7 +108,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const unsigned repeats = 4 * input.Byte() + 1;
   const std::string once = input.Rest();
   std::string text;
-  for (unsigned i = 0; i < repeats && text.size() <= kLongest; ++i) text += once;
+  for (unsigned i = 0; i < repeats && text.size() <= kMaxLength; ++i) text += once;
 
   require_proportion(text.size() + charset.size(), [&] {
     try {

@@ -30,7 +30,7 @@ constexpr const char* kNames[] = {
     "WCHAR_T",       "x-unknown",
 };
 
-constexpr size_t kLongest = 10000;
+constexpr size_t kMaxLength = 10000;
 
 // An even byte chooses from the list; an odd one is followed by the name itself, up to a NUL.
 std::string charset_name(Input& input) {
@@ -101,7 +101,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const unsigned repeats = input.Byte() + 1;
   const std::string once = input.Rest();
   std::string text;
-  for (unsigned i = 0; i < repeats && text.size() <= kLongest; ++i) text += once;
+  for (unsigned i = 0; i < repeats && text.size() <= kMaxLength; ++i) text += once;
 
   const auto strict = convert(text, from, to, false);
   const auto lenient = convert(text, from, to, true);

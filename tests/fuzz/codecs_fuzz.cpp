@@ -158,7 +158,7 @@ Decoded body_base64(const std::string& body) {
     const std::string group = symbols.substr(i, 4);
     size_t digits = group.find('=');
     if (digits == npos) digits = 4;
-    // Behind the first "=" nothing but "=" makes a group.
+    // After the first "=" nothing but "=" makes a group.
     if (digits < 2 || group.find_first_not_of('=', digits) != npos) break;
     unsigned bits = 0;
     for (const char c : group) {

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::string_view kStart = "=?utf-8?Q?";
 constexpr std::string_view kEnd = "?=";
-constexpr size_t kLongest = 20000;
+constexpr size_t kMaxLength = 20000;
 
 // RFC 2047, 4.2. Nothing when the data is not what the rules allow in it.
 std::optional<std::string> read_q(std::string_view data) {
@@ -63,7 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const unsigned repeats = input.Byte() + 1;
   const std::string once = input.Rest();
   std::string text;
-  for (unsigned i = 0; i < repeats && text.size() <= kLongest; ++i) text += once;
+  for (unsigned i = 0; i < repeats && text.size() <= kMaxLength; ++i) text += once;
 
   const std::string value = header_encode(text);
   require(std::none_of(value.begin(), value.end(),

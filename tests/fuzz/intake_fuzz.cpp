@@ -93,7 +93,7 @@ void check_recipient(const IncomingMessage& record) {
   if (const char* const variable = getenv("RECIPIENT")) {
     const char* const dash = strchr(variable, '-');
     require(record.recipient == (dash != nullptr ? dash + 1 : variable),
-            "RECIPIENT counts behind its first dash");
+            "RECIPIENT counts after its first dash");
   } else {
     require(is_safe_address(record.recipient), "a recipient from the message stays in its field");
   }

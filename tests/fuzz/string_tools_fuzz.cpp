@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr size_t kLongest = 10000;
+constexpr size_t kMaxLength = 10000;
 constexpr size_t kResult = 4095;
 constexpr const char* kWhite = " \t\n\v\f\r";
 
@@ -82,16 +82,16 @@ void check_replace_in_place(const std::string& source, const std::string& find,
 
 void check_after(const std::string& text, const std::string& key) {
   const size_t found = text.find(key);
-  const std::string behind = found == std::string::npos ? "" : text.substr(found + key.size());
-  const size_t start = std::min(behind.find_first_not_of(kWhite), behind.size());
-  const std::string word = behind.substr(start, behind.find_first_of(kWhite, start) - start);
-  const std::string line = behind.substr(0, behind.find('\n'));
+  const std::string after = found == std::string::npos ? "" : text.substr(found + key.size());
+  const size_t start = std::min(after.find_first_not_of(kWhite), after.size());
+  const std::string word = after.substr(start, after.find_first_of(kWhite, start) - start);
+  const std::string line = after.substr(0, after.find('\n'));
   Buffer exact_text(text);
   Buffer exact_key(key);
   require(get_word_after(exact_text.Get(), exact_key.Get()) == word.substr(0, kResult),
-          "the word behind a key is found");
+          "the word after a key is found");
   require(get_line_after(exact_text.Get(), exact_key.Get()) == line.substr(0, kResult),
-          "the line behind a key is found");
+          "the line after a key is found");
 }
 
 void check_trim(const std::string& text) {
@@ -132,7 +132,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string replacement = input.UpTo('\0');
   const std::string once = input.UpTo('\0');
   std::string text;
-  for (unsigned i = 0; i < repeats && text.size() <= kLongest; ++i) text += once;
+  for (unsigned i = 0; i < repeats && text.size() <= kMaxLength; ++i) text += once;
 
   check_replace(text, find, replacement, limit);
   check_replace_in_place(text, find, replacement);

@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr size_t kLongestName = 32;
+constexpr size_t kMaxNameLength = 32;
 constexpr size_t kMostPairs = 64;
 constexpr char kGuard = '#';
 
@@ -64,7 +64,8 @@ struct Piece {
 // The position of the closing delimiter of a possible placeholder that begins at `open`, or npos.
 size_t find_close(const Template& in, size_t open) {
   const size_t found = in.text.find(in.close, open + 1);
-  return found != std::string::npos && found <= open + kLongestName + 1 ? found : std::string::npos;
+  return found != std::string::npos && found <= open + kMaxNameLength + 1 ? found
+                                                                          : std::string::npos;
 }
 
 std::vector<Piece> expand(const Template& in) {
@@ -73,7 +74,7 @@ std::vector<Piece> expand(const Template& in) {
     size_t length = 1;
     if (in.text[i] == in.open) {
       const size_t close = find_close(in, i);
-      length = close == std::string::npos ? kLongestName + 2 : close - i + 1;
+      length = close == std::string::npos ? kMaxNameLength + 2 : close - i + 1;
       if (close != std::string::npos && close > i + 1) {
         const auto pair = in.table.find(in.text.substr(i + 1, close - i - 1));
         const bool known = pair != in.table.end();

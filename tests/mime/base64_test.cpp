@@ -29,20 +29,20 @@ constexpr Payload kPayloads[] = {
     {"OneSymbol", "Q", "\x40", ""},
     {"TwoSymbols", "QQ", "A", ""},
     {"ThreeSymbols", "QUI", "AB", ""},
-    {"OneSymbolBehindAGroup", "QUJDQ", "ABC\x40", ""},
+    {"OneSymbolAfterAGroup", "QUJDQ", "ABC\x40", ""},
     {"OnePaddingByteTooFew", "QQ=", "A", ""},
-    {"NothingBehindPadding", "QQ==QUJD", "A", ""},
-    {"NothingBehindOnePaddingByte", "QUI=QUJD", "AB", ""},
-    {"PaddingBehindAFullGroup", "QUJD=", "ABC", ""},
+    {"NothingAfterPadding", "QQ==QUJD", "A", ""},
+    {"NothingAfterOnePaddingByte", "QUI=QUJD", "AB", ""},
+    {"PaddingAfterAFullGroup", "QUJD=", "ABC", ""},
     {"PaddingAlone", "====", "", ""},
     {"PaddingInFront", "=QUJD", "", ""},
-    {"PaddingBehindOneSymbol", "Q===", "\x40", ""},
+    {"PaddingAfterOneSymbol", "Q===", "\x40", ""},
     // Skipped bytes count where the bytes of a group are counted.
     {"SkippedLineEndAsSymbols", "Q\r\nQ==", "A\0\0"sv, ""},
     {"SkippedBlankAsSymbol", "Q Q==", "A\0"sv, ""},
     {"BlanksBetweenSymbols", "Q U J D", "ABC", ""},
     {"TabInFront", "\tQUJD", "ABC", ""},
-    {"LineEndBehindAGroup", "QUJD\n", "ABC\0"sv, ""},
+    {"LineEndAfterAGroup", "QUJD\n", "ABC\0"sv, ""},
     {"ThreeBlanks", "   ", "\0\0"sv, ""},
     {"FourBlanks", "    ", "\0\0\0"sv, ""},
     {"BlankBeforePadding", "QQ ==", "A\0"sv, ""},
@@ -53,7 +53,7 @@ constexpr Payload kPayloads[] = {
     {"EightBitByte", "QUJ\xFF\x44", "ABC", "Bad base64 symbol: \xFF\n"},
     {"NulByte", "QUJ\0D"sv, "ABC", "Bad base64 symbol: \0\n"sv},
     {"VerticalTab", "QUJ\vD", "ABC", "Bad base64 symbol: \v\n"},
-    {"NothingBadBehindPadding", "QQ==*", "A", ""},
+    {"NothingBadAfterPadding", "QQ==*", "A", ""},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, Base64, testing::ValuesIn(kPayloads));
@@ -100,13 +100,13 @@ TEST(Base64Symbol, DoesNotMovePastPadding) {
   EXPECT_EQ(position, 1U);
 }
 
-TEST(Base64Symbol, MovesBehindWhatItSkips) {
+TEST(Base64Symbol, MovesAfterWhatItSkips) {
   size_t position = 0;
   EXPECT_EQ(base64_symbol(" \t\r\nB", position), 1U);
   EXPECT_EQ(position, 5U);
 }
 
-TEST(Base64Symbol, StopsAtPaddingBehindWhiteSpace) {
+TEST(Base64Symbol, StopsAtPaddingAfterWhiteSpace) {
   size_t position = 0;
   EXPECT_EQ(base64_symbol("  =B", position), 0U);
   EXPECT_EQ(position, 2U);

@@ -1,11 +1,11 @@
 #include "mime/charset.h"
 
-#include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "../named_row.h"
 #include "charset_calls.h"
 #include "iconv_spy.h"
 #include "support/base/ex_error.h"
@@ -14,17 +14,12 @@ using namespace std::string_view_literals;
 
 namespace {
 
-struct Conversion {
-  const char* name;
+struct Conversion : NamedRow {
   std::string_view text;
   const char* from;
   const char* to;
   std::string_view want;
 };
-
-void PrintTo(const Conversion& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class CharsetConversion : public testing::TestWithParam<Conversion> {};
 
@@ -52,18 +47,13 @@ constexpr Conversion kConversions[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, CharsetConversion, testing::ValuesIn(kConversions));
 
-struct Failure {
-  const char* name;
+struct Failure : NamedRow {
   std::string_view text;
   const char* from;
   const char* to;
   bool replace_invalid;
   const char* want;
 };
-
-void PrintTo(const Failure& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class CharsetFailure : public testing::TestWithParam<Failure> {};
 
@@ -188,14 +178,9 @@ TEST(Charset, KnowsWhichTextStaysAsItIs) {
 
 // Charset names come from messages, and some mean more to iconv than a charset. The result is up to
 // iconv; but there has to be one, and nothing beyond the text may be read.
-struct CharsetName {
-  const char* name;
+struct CharsetName : NamedRow {
   const char* charset;
 };
-
-void PrintTo(const CharsetName& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class HostileCharsetName : public testing::TestWithParam<CharsetName> {};
 

@@ -81,9 +81,9 @@ TEST(Converter, TellsHowFarAStepCame) {
 }
 
 TEST(Converter, TakesLittleTextAtOnceUnlessANameHasASuffix) {
-  EXPECT_EQ(Converter("UTF-8", "KOI8-R").MostInput(), 300U);
-  EXPECT_EQ(Converter("UTF-8", "KOI8-R//IGNORE").MostInput(), std::string::npos);
-  EXPECT_EQ(Converter("KOI8-R//", "UTF-8").MostInput(), std::string::npos);
+  EXPECT_EQ(Converter("UTF-8", "KOI8-R").MaxInput(), 300U);
+  EXPECT_EQ(Converter("UTF-8", "KOI8-R//IGNORE").MaxInput(), std::string::npos);
+  EXPECT_EQ(Converter("KOI8-R//", "UTF-8").MaxInput(), std::string::npos);
 }
 
 TEST(Converter, IsClosedOnce) {

@@ -1,28 +1,23 @@
 #include "mime/encoded_word.h"
 
-#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "../named_row.h"
 #include "support/base/ex_error.h"
 
 using namespace std::string_view_literals;
 
 namespace {
 
-struct Value {
-  const char* name;
+struct Value : NamedRow {
   std::string_view value;
   std::string_view want;
   std::string_view message;
 };
-
-void PrintTo(const Value& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class EncodedWord : public testing::TestWithParam<Value> {};
 
@@ -49,8 +44,8 @@ constexpr Value kValues[] = {
      "e",
      ""},
     {"LowerCaseEncodings", "=?utf-8?q?a?= =?utf-8?b?Yg==?=", "ab", ""},
-    {"WordBehindText", "Re: =?utf-8?q?x_y?=", "Re: x y", ""},
-    {"TextBehindWord", "=?utf-8?q?a?=  tail", "a  tail", ""},
+    {"WordAfterText", "Re: =?utf-8?q?x_y?=", "Re: x y", ""},
+    {"TextAfterWord", "=?utf-8?q?a?=  tail", "a  tail", ""},
     {"EmptyData", "=?utf-8?Q?\?=", "", ""},
     {"DataThatStartsWithAnEscape", "=?utf-8?Q?=41?=", "A", ""},
     {"WordInsideText", "x=?utf-8?Q?a?=", "x=?utf-8?Q?a?=", ""},
@@ -73,8 +68,8 @@ constexpr Value kValues[] = {
      "=?iso-8859-1?Q?=A4?= =?koi8-r?Q?=C1?=",
      "\xD0\xB0\xC3\xA4\xD0\xB1\xE2\x82\xAC\xC2\xA4\xD0\xB0", ""},
     {"BlankBeforeTextBetweenWordsKept", "=?utf-8?Q?a?= x =?utf-8?Q?b?=", "a x b", ""},
-    {"BlankBehindTextLikeTheEndOfAWordDropped", "a?= =?utf-8?Q?b?=", "a?=b", ""},
-    {"BlankBehindTheShortestEndDropped", "?= =?utf-8?Q?b?=", "?=b", ""},
+    {"BlankAfterTextLikeTheEndOfAWordDropped", "a?= =?utf-8?Q?b?=", "a?=b", ""},
+    {"BlankAfterTheShortestEndDropped", "?= =?utf-8?Q?b?=", "?=b", ""},
     {"BlankTooNearTheStartKept", "= =?utf-8?Q?b?=", "= b", ""},
     {"BlankBeforeALastByteKept", "=?utf-8?Q?a?= =", "a =", ""},
     {"BlankBeforeAnUnfinishedWordDropped", "=?utf-8?Q?a?= =?", "a=?",
@@ -108,15 +103,10 @@ constexpr Value kValues[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, EncodedWord, testing::ValuesIn(kValues));
 
-struct Failure {
-  const char* name;
+struct Failure : NamedRow {
   std::string_view value;
   const char* want;
 };
-
-void PrintTo(const Failure& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class EncodedWordFailure : public testing::TestWithParam<Failure> {};
 
@@ -131,7 +121,7 @@ TEST_P(EncodedWordFailure, IsThrownFor) {
 
 constexpr Failure kFailures[] = {
     {"UnknownCharset", "=?x-unknown?Q?abc?=", "Cannot convert from x-unknown to utf-8"},
-    {"UnknownCharsetBehindText",
+    {"UnknownCharsetAfterText",
      "Re: =?x-unknown?B?QUJD?=", "Cannot convert from x-unknown to utf-8"},
     {"UnknownCharsetOfNoData", "=?x-unknown?Q?\?=", "Cannot convert from x-unknown to utf-8"},
     {"UnknownCharsetInAnUnknownEncoding",
@@ -142,7 +132,7 @@ constexpr Failure kFailures[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, EncodedWordFailure, testing::ValuesIn(kFailures));
 
-TEST(EncodedWord, ThrowsForBlanksBehindALastWord) {
+TEST(EncodedWord, ThrowsForBlanksAfterALastWord) {
   EXPECT_THROW(rfc1522_decode("=?utf-8?Q?a?= "), std::out_of_range);
   EXPECT_THROW(rfc1522_decode("=?utf-8?Q?a?=\t  "), std::out_of_range);
   EXPECT_THROW(rfc1522_decode("what?= "), std::out_of_range);
@@ -163,7 +153,7 @@ TEST(DecodeTokens, PassesTheEmptyTokenInFrontOfBlanks) {
   EXPECT_EQ(decode_tokens(" ", in_brackets), "[] ");
 }
 
-TEST(DecodeTokens, PassesNothingBehindTheLastBlanks) {
+TEST(DecodeTokens, PassesNothingAfterTheLastBlanks) {
   EXPECT_EQ(decode_tokens("a  ", in_brackets), "[a]  ");
 }
 

@@ -1,12 +1,12 @@
 #include "mime/header_encode.h"
 
-#include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
 #include "../memory_file.h"
+#include "../named_row.h"
 
 using namespace std::string_view_literals;
 
@@ -39,15 +39,10 @@ TEST(NeedsQEncoding, KnowsEveryByte) {
   }
 }
 
-struct Text {
-  const char* name;
+struct Text : NamedRow {
   std::string_view text;
   std::string_view want;
 };
-
-void PrintTo(const Text& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class QEncode : public testing::TestWithParam<Text> {};
 
@@ -89,7 +84,7 @@ constexpr Text kHeaders[] = {
     {"LeadingBlankRightBeforeTheEncodedByte", " -", " =?utf-8?Q?=2D?="},
     {"OnlyOneLeadingBlankStaysOutside", "  x-y", " =?utf-8?Q?_x=2Dy?="},
     {"LeadingTabIsEncoded", "\tx", "=?utf-8?Q?=09x?="},
-    {"TabBehindALeadingBlankIsEncoded", " \tx", " =?utf-8?Q?=09x?="},
+    {"TabAfterALeadingBlankIsEncoded", " \tx", " =?utf-8?Q?=09x?="},
     {"LineEndsAreEncoded", "a\r\nBcc: x@y", "=?utf-8?Q?a=0D=0ABcc:_x@y?="},
     {"NulIsEncoded", "a\0b"sv, "=?utf-8?Q?a=00b?="},
     {"EncodedWordIsEncodedAgain", "=?utf-8?Q?a?=", "=?utf-8?Q?=3D=3Futf=2D8=3FQ=3Fa=3F=3D?="},

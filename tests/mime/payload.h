@@ -1,24 +1,20 @@
 #ifndef TESTS_MIME_PAYLOAD_H
 #define TESTS_MIME_PAYLOAD_H
 
-#include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "../named_row.h"
+
 /// A test case of a decoder of encoded words: a payload, the expected bytes, and the expected
 /// diagnostics on standard error.
-struct Payload {
-  const char* name;
+struct Payload : NamedRow {
   std::string_view payload;
   std::string_view want;
   std::string_view message;
 };
-
-inline void PrintTo(const Payload& row, std::ostream* out) {
-  *out << row.name;
-}
 
 inline void expect_decoded(const Payload& row, std::string (*decode)(std::string_view)) {
   testing::internal::CaptureStderr();

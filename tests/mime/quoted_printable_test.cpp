@@ -61,7 +61,7 @@ constexpr Payload kPayloads[] = {
     {"BlankAtTheEnd", "= ", "\0"sv, "Bad hex in quoted-printable string:  \n"},
     {"EightBitsInEscape", "=\xFF\xFE", "\0"sv, "Bad hex in quoted-printable string: \xFF\xFE\n"},
     {"LetterAndNul", "=Z\0x"sv, "\0x"sv, "Bad hex in quoted-printable string: Z\n"},
-    {"GoesOnBehindEveryBadEscape", "=XXa=YYb", "\0a\0b"sv,
+    {"GoesOnAfterEveryBadEscape", "=XXa=YYb", "\0a\0b"sv,
      "Bad hex in quoted-printable string: XX\nBad hex in quoted-printable string: YY\n"},
 };
 
@@ -97,7 +97,7 @@ TEST(QuotedPrintableStep, MarksTheEndOfThePayload) {
   EXPECT_EQ(position, -1);
 }
 
-TEST(QuotedPrintableStep, DoesNothingBehindTheEnd) {
+TEST(QuotedPrintableStep, DoesNothingAfterTheEnd) {
   std::string out;
   std::ptrdiff_t position = -1;
   qp_decode_step(out, "abc", position);

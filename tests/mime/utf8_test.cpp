@@ -1,33 +1,29 @@
 #include "mime/utf8.h"
 
 #include <cstddef>
-#include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "../named_row.h"
+
 using namespace std::string_view_literals;
 
 namespace {
 
-struct Text {
-  const char* name;
+struct Text : NamedRow {
   std::string_view text;
   size_t valid;
 };
-
-void PrintTo(const Text& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class Utf8Length : public testing::TestWithParam<Text> {};
 
 TEST_P(Utf8Length, EndsInFrontOf) {
   const Text& row = GetParam();
   EXPECT_EQ(utf8_length(row.text), row.valid);
-  const std::string behind_text = "eight letters and more " + std::string(row.text);
-  EXPECT_EQ(utf8_length(behind_text), row.valid + 23);
+  const std::string after_text = "eight letters and more " + std::string(row.text);
+  EXPECT_EQ(utf8_length(after_text), row.valid + 23);
 }
 
 constexpr Text kTexts[] = {
@@ -60,9 +56,9 @@ TEST_P(Utf8Length, EndsInFrontOfItWhereverItStandsInALongText) {
     for (size_t i = 0; i < 150; ++i) {
       const std::string text = front + std::string(row.text);
       EXPECT_EQ(utf8_length(text), front.size() + row.valid) << i << " times " << filling;
-      const std::string behind = std::string(100, 'z');
+      const std::string after = std::string(100, 'z');
       const bool valid = row.valid == row.text.size();
-      EXPECT_EQ(utf8_length(text + behind), front.size() + row.valid + (valid ? 100 : 0));
+      EXPECT_EQ(utf8_length(text + after), front.size() + row.valid + (valid ? 100 : 0));
       front += filling;
     }
   }
@@ -114,7 +110,7 @@ TEST(AsciiLength, EndsInFrontOfTheFirstOtherByteWhereverItStands) {
   for (size_t length = 0; length < 40; ++length) {
     const std::string ascii(length, 'a');
     EXPECT_EQ(ascii_length(ascii), length);
-    EXPECT_EQ(ascii_length(ascii + "\x80more text behind it"), length);
+    EXPECT_EQ(ascii_length(ascii + "\x80more text after it"), length);
   }
 }
 

@@ -1,12 +1,12 @@
 #include "mimelib/address.h"
 
 #include <memory>
-#include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "../named_row.h"
 #include "dw_strings.h"
 
 using namespace std::string_view_literals;
@@ -30,15 +30,10 @@ std::string entries_from(const DwAddress* entry) {
   return all;
 }
 
-struct List {
-  const char* name;
+struct List : NamedRow {
   std::string_view text;
   std::string_view want;
 };
-
-void PrintTo(const List& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class AddressListText : public testing::TestWithParam<List> {};
 
@@ -90,14 +85,14 @@ constexpr List kAddressLists[] = {
     {"DotBeforeQuotedLocalPartInAnglesDropped", "<.\"a\"@b>", "\"a\"@b\n"},
     {"DotAloneInAngles", "<.@b>, <.>, <.@.>, <.", "invalid\ninvalid\ninvalid\ninvalid\n"},
     {"CommaAndDotBeforeLocalPartInAnglesDropped", "<,. a@b", "a@b\n"},
-    {"DotBehindEmptyAngles", "<> ., b@c", "invalid\nb@c\n"},
+    {"DotAfterEmptyAngles", "<> ., b@c", "invalid\nb@c\n"},
     {"DotBeforeDomainKept", "<a@.b>, a@..b", "a@.b\na@..b\n"},
     {"DotInRoute", "<@.:a@b>", "a@b\n"},
     {"CommaInAngles", "<a@b, c@d>, e@f", "a@bcd\ne@f\n"},
     {"DomainLiteral", "joe@[1.2.3.4]", "joe@[1.2.3.4]\n"},
     {"LastDotKept", "a@b.c.", "a@b.c.\n"},
     {"GroupThenMailbox", "list: a@x, b@y;, c@z", "group\nc@z\n"},
-    {"TextBehindAGroup", "list: a@x; b@y, c@z", "group\nc@z\n"},
+    {"TextAfterAGroup", "list: a@x; b@y, c@z", "group\nc@z\n"},
     {"OpenGroup", "list: a@x, b@y", "group\n"},
     {"QuotedGroupName", "\"a, b\": c@d;", "group\n"},
     {"ColonInQuotesIsNoGroup", "\"a:b\" <c@d>", "c@d\n"},

@@ -41,8 +41,8 @@ constexpr Encoded kBase64[] = {
     {"PaddingTooEarly", "Q===\n\n", "", 0},
     {"PaddingBetween", "QU=D\n\n", "", 0},
     {"PaddingFirst", "=QUJD\n", "", 0},
-    {"NothingBehindPadding", "QQ==QUJD\n", "A", 0},
-    {"NothingBehindOnePaddingByte", "QUI=QUJD", "AB", 0},
+    {"NothingAfterPadding", "QQ==QUJD\n", "A", 0},
+    {"NothingAfterOnePaddingByte", "QUI=QUJD", "AB", 0},
     {"PaddingGroup", "QUJD====", "ABC", 0},
     // Texts of these lengths are too short for the room that the decoder asks for.
     {"OneByte", "Q", "\0"sv, -1},

@@ -1,25 +1,20 @@
 #ifndef TESTS_MIMELIB_ENCODED_H
 #define TESTS_MIMELIB_ENCODED_H
 
-#include <ostream>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "../named_row.h"
 #include "dw_strings.h"
 #include "mimelib/decode.h"
 
 /// A test case of a decoder of bodies: a text, the expected bytes, and the expected result code.
-struct Encoded {
-  const char* name;
+struct Encoded : NamedRow {
   std::string_view text;
   std::string_view want;
   int status;
 };
-
-inline void PrintTo(const Encoded& row, std::ostream* out) {
-  *out << row.name;
-}
 
 inline void expect_decoded(const Encoded& row, int (*decode)(const DwString&, DwString&)) {
   DwString out("replaced");

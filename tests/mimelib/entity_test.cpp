@@ -1,27 +1,22 @@
 #include "mimelib/entity.h"
 
-#include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "../named_row.h"
 #include "../parsed_message.h"
 
 using namespace std::string_view_literals;
 
 namespace {
 
-struct Entity {
-  const char* name;
+struct Entity : NamedRow {
   std::string_view text;
   std::string_view header;
   std::string_view body;
 };
-
-void PrintTo(const Entity& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class EntityText : public testing::TestWithParam<Entity> {};
 
@@ -43,8 +38,8 @@ constexpr Entity kEntities[] = {
     {"EmptyLinesInBody", "A: b\n\n\nbody\n\n", "A: b\n", "\nbody\n\n"},
     {"BodyWithoutLineEnd", "A: b\n\nbody", "A: b\n", "body"},
     {"CrLf", "A: b\r\nC: d\r\n\r\nbody\r\n", "A: b\r\nC: d\r\n", "body\r\n"},
-    {"CrLfBehindLf", "A: b\n\r\nbody\n", "A: b\n", "body\n"},
-    {"LfBehindCrLf", "A: b\r\n\nbody\n", "A: b\r\n", "body\n"},
+    {"CrLfAfterLf", "A: b\n\r\nbody\n", "A: b\n", "body\n"},
+    {"LfAfterCrLf", "A: b\r\n\nbody\n", "A: b\r\n", "body\n"},
     {"CrAloneIsNoLineEnd", "A: b\r\rbody\r", "A: b\r\rbody\r", ""},
     {"CrBeforeTextIsNoEmptyLine", "A: b\n\rC: d\n\nx\n", "A: b\n\rC: d\n", "x\n"},
     {"FoldedLines", "A: b\n c\n\td\n\nbody\n", "A: b\n c\n\td\n", "body\n"},
@@ -62,15 +57,10 @@ constexpr Entity kEntities[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, EntityText, testing::ValuesIn(kEntities));
 
-struct Body {
-  const char* name;
+struct Body : NamedRow {
   std::string_view text;
   std::string_view want;
 };
-
-void PrintTo(const Body& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class MultipartBody : public testing::TestWithParam<Body> {};
 
@@ -94,7 +84,7 @@ constexpr Body kBodies[] = {
     {"NoneWithoutDelimiter", "text\n--c\nA: b\n\nx\n--c--\n", ""},
     {"One", "--b\nA: b\n\none\n--b--\n", "[A: b\n\none]"},
     {"Two", "--b\n\none\n--b\n\ntwo\n--b--\n", "[\none][\ntwo]"},
-    {"TextAround", "before\n--b\n\none\n--b--\nbehind\n", "[\none]"},
+    {"TextAround", "before\n--b\n\none\n--b--\nafter\n", "[\none]"},
     {"CrLf", "\r\n--b\r\n\r\none\r\n--b\r\n\r\ntwo\r\n--b--\r\n", "[\r\none][\r\ntwo]"},
     {"LfBeforeCrLf", "--b\r\n\none\n--b--\n", "[\none]"},
     {"EmptyPart", "--b\n--b\n\ntwo\n--b--\n", "[][\ntwo]"},
@@ -108,26 +98,26 @@ constexpr Body kBodies[] = {
     {"OpenedAtTheEndWithoutLineEnd", "--b\n\none\n--b", "[\none]"},
     {"DelimiterAlone", "--b", ""},
     {"ClosingDelimiterOpens", "--b--\n\none\n--b--\n", "[\none]"},
-    {"NothingBehindTheClosingDelimiter", "--b\n\none\n--b--\n--b\n\ntwo\n--b--\n", "[\none]"},
-    {"BlanksBehindDelimiters", "--b \t\n\none\n--b-- \t\n", "[\none]"},
+    {"NothingAfterTheClosingDelimiter", "--b\n\none\n--b--\n--b\n\ntwo\n--b--\n", "[\none]"},
+    {"BlanksAfterDelimiters", "--b \t\n\none\n--b-- \t\n", "[\none]"},
     {"BlankBeforeDelimiter", " --b\n\none\n", ""},
-    {"TextBehindDelimiter", "--b x\n\none\n--b--x\n", ""},
+    {"TextAfterDelimiter", "--b x\n\none\n--b--x\n", ""},
     {"LongerBoundary", "--bb\n\none\n", ""},
     {"OtherCase", "--B\n\none\n", ""},
     {"OneHyphen", "-b\n\none\n", ""},
     {"DelimiterInALine", "x--b\n\none\n", ""},
-    {"OneHyphenCloses", "--b\n\none\n--b-\nbehind\n", "[\none]"},
+    {"OneHyphenCloses", "--b\n\none\n--b-\nafter\n", "[\none]"},
     {"ThreeHyphensClose", "--b\n\none\n--b---\n--b\n\ntwo\n--b--\n", "[\none]"},
-    {"OneHyphenAndBlanksClose", "--b\n\none\n--b- \t\r\nbehind\n", "[\none]"},
+    {"OneHyphenAndBlanksClose", "--b\n\none\n--b- \t\r\nafter\n", "[\none]"},
     {"OneHyphenClosesWithoutLineEnd", "--b\n\none\n--b-", "[\none]"},
     {"OneHyphenOpens", "--b-\n\none\n--b--\n", "[\none]"},
-    {"TextBehindHyphens", "--b\n\none\n--b-x\n--b--x\n--b-\0\n"sv,
+    {"TextAfterHyphens", "--b\n\none\n--b-x\n--b--x\n--b-\0\n"sv,
      "[\none\n--b-x\n--b--x\n--b-\0\n]"sv},
     {"BlankBeforeOrBetweenHyphens", "--b\n\none\n--b -\n--b\t--\n--b- -\n",
      "[\none\n--b -\n--b\t--\n--b- -\n]"},
     {"CrBeforeHyphens", "--b\n\none\n--b\r--\n", "[\none\n--b\r--\n]"},
     {"WrongNumberOfHyphensBefore", "--b\n\none\n-b--\n---b--\n", "[\none\n-b--\n---b--\n]"},
-    {"NulBehindDelimiter", "--b\0\n\none\n"sv, ""},
+    {"NulAfterDelimiter", "--b\0\n\none\n"sv, ""},
     {"NulInPart", "--b\n\n\0\n--b--\n"sv, "[\n\0]"sv},
     {"NestedMultipartWhole",
      "--b\nContent-Type: multipart/mixed; boundary=c\n\n--c\n\nx\n--c--\n--b\n\ntwo\n--b--\n",

@@ -1,28 +1,23 @@
 #include "mimelib/headers.h"
 
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
 #include <gtest/gtest.h>
 
+#include "../named_row.h"
 #include "dw_strings.h"
 
 using namespace std::string_view_literals;
 
 namespace {
 
-struct Header {
-  const char* name;
+struct Header : NamedRow {
   std::string_view text;
   bool has_subject;
   std::string_view subject;
 };
-
-void PrintTo(const Header& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class HeaderText : public testing::TestWithParam<Header> {};
 
@@ -36,13 +31,13 @@ constexpr Header kHeaders[] = {
     {"Empty", "", false, ""},
     {"OtherFieldsOnly", "From: a@b\nDate: today\n", false, ""},
     {"PlainField", "Subject: Hello\n", true, "Hello"},
-    {"NoBlankBehindColon", "Subject:Hello\n", true, "Hello"},
+    {"NoBlankAfterColon", "Subject:Hello\n", true, "Hello"},
     {"BlankBeforeColon", "Subject \t: Hello\n", true, "Hello"},
     {"OtherCase", "sUBJECT: Hello\n", true, "Hello"},
     {"EmptyBody", "Subject:\n", true, ""},
     {"BlankBody", "Subject: \t \n", true, ""},
     {"NoLineEnd", "From: a@b\nSubject: Hello", true, "Hello"},
-    {"NothingBehindColon", "Subject:", true, ""},
+    {"NothingAfterColon", "Subject:", true, ""},
     {"FirstOfTwo", "Subject: one\nSubject: two\n", true, "one"},
     {"FirstOfTwoIsEmpty", "Subject:\nSubject: two\n", true, ""},
     {"ColonsInBody", "Subject: a: b:c\n", true, "a: b:c"},

@@ -1,10 +1,11 @@
 #include "mimelib/lexer.h"
 
-#include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
+
+#include "../named_row.h"
 
 using namespace std::string_view_literals;
 
@@ -37,20 +38,15 @@ std::string tokens_of(std::string_view text, Lexer::Syntax syntax) {
     all += std::string(1, letter_of(token.kind)) + " " + std::string(token.text) + "\n";
   }
   EXPECT_EQ(lexer.position(), text.size());
-  EXPECT_EQ(lexer.Next().kind, Token::Kind::kEnd) << "behind the end";
+  EXPECT_EQ(lexer.Next().kind, Token::Kind::kEnd) << "after the end";
   return all;
 }
 
-struct Field {
-  const char* name;
+struct Field : NamedRow {
   Lexer::Syntax syntax;
   std::string_view text;
   std::string_view want;
 };
-
-void PrintTo(const Field& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class LexerField : public testing::TestWithParam<Field> {};
 
@@ -71,7 +67,7 @@ constexpr Field kFields[] = {
      "S <\nS >\nS @\nS ,\nS ;\nS :\nS \\\nS /\nS ]\nS ?\nS =\nS )\n"},
     {"MimeAtomWithDots", kMime, "a.b", "A a.b\n"},
     {"MimeBracketsAreALiteral", kMime, "a=[b; c]d", "A a\nS =\nD [b; c]\nA d\n"},
-    {"NothingBehindAnOpenMimeBracket", kMime, "a[b; c", "A a\n"},
+    {"NothingAfterAnOpenMimeBracket", kMime, "a[b; c", "A a\n"},
     {"AtomsAtWhiteSpace", kAddress, "a b\tc\r\n d", "A a\nA b\nA c\nA d\n"},
     {"AtomsAtControlCharacters", kAddress, "v\x01w\x0Fx\x11y\x1Fz", "A v\nA w\nA x\nA y\nA z\n"},
     {"AtomWithDle", kAddress, "a\x10z \x10", "A a\x10z\nA \x10\n"},
@@ -88,15 +84,15 @@ constexpr Field kFields[] = {
     {"QuotedLineEnd", kAddress, "\"a\r\n b\"", "Q \"a\r\n b\"\n"},
     {"QuotedNul", kAddress, "\"a\0b\""sv, "Q \"a\0b\"\n"sv},
     {"CommentInQuotesIsText", kAddress, "\"(a)\"", "Q \"(a)\"\n"},
-    {"NothingBehindAnOpenQuote", kAddress, "a \"b, c", "A a\n"},
-    {"NothingBehindAQuotedEnd", kAddress, "\"a\\", ""},
-    {"NothingBehindALastQuote", kAddress, "a\"", "A a\n"},
+    {"NothingAfterAnOpenQuote", kAddress, "a \"b, c", "A a\n"},
+    {"NothingAfterAQuotedEnd", kAddress, "\"a\\", ""},
+    {"NothingAfterALastQuote", kAddress, "a\"", "A a\n"},
 
     {"DomainLiteral", kAddress, "a@[IPv6:::1]b", "A a\nS @\nD [IPv6:::1]\nA b\n"},
     {"EmptyDomainLiteral", kAddress, "[]", "D []\n"},
     {"BracketInLiteral", kAddress, "[a[b]c", "D [a[b]\nA c\n"},
     {"QuotedBracketInLiteral", kAddress, R"([a\]b]c)", "D [a\\]b]\nA c\n"},
-    {"NothingBehindAnOpenLiteral", kAddress, "a [b, c", "A a\n"},
+    {"NothingAfterAnOpenLiteral", kAddress, "a [b, c", "A a\n"},
 
     {"CommentBetween", kAddress, "a(b)c", "A a\nA c\n"},
     {"CommentAlone", kMime, "(a)", ""},
@@ -107,9 +103,9 @@ constexpr Field kFields[] = {
     {"QuoteInCommentIsText", kAddress, "(\")a", "A a\n"},
     {"BracketInCommentIsText", kAddress, "([)a", "A a\n"},
     {"TwoComments", kMime, "(a) (b)c", "A c\n"},
-    {"NothingBehindAnOpenComment", kAddress, "a(b c", "A a\n"},
-    {"NothingBehindAHalfClosedComment", kAddress, "a((b)c", "A a\n"},
-    {"NothingBehindAQuotedEndOfComment", kAddress, "a(\\", "A a\n"},
+    {"NothingAfterAnOpenComment", kAddress, "a(b c", "A a\n"},
+    {"NothingAfterAHalfClosedComment", kAddress, "a((b)c", "A a\n"},
+    {"NothingAfterAQuotedEndOfComment", kAddress, "a(\\", "A a\n"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, LexerField, testing::ValuesIn(kFields));

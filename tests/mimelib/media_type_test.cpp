@@ -1,26 +1,21 @@
 #include "mimelib/media_type.h"
 
-#include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "../named_row.h"
 #include "dw_strings.h"
 
 using namespace std::string_view_literals;
 
 namespace {
 
-struct Code {
-  const char* name;
+struct Code : NamedRow {
   std::string_view text;
   int want;
 };
-
-void PrintTo(const Code& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class MediaTypeCode : public testing::TestWithParam<Code> {};
 
@@ -57,21 +52,16 @@ constexpr Code kTypes[] = {
     {"TypeInBracketsIsPassedOver", "[text]/plain", DwMime::kTypeUnknown},
     {"AllInBrackets", "[text/plain]", DwMime::kTypeNull},
     {"OpenBracketBefore", "[text/plain", DwMime::kTypeNull},
-    {"OpenBracketBehind", "text[/plain", DwMime::kTypeText},
+    {"OpenBracketAfter", "text[/plain", DwMime::kTypeText},
     {"OpenComment", "(text/plain", DwMime::kTypeNull},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, MediaTypeCode, testing::ValuesIn(kTypes));
 
-struct Parameters {
-  const char* name;
+struct Parameters : NamedRow {
   std::string_view text;
   std::string_view want;
 };
-
-void PrintTo(const Parameters& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class MediaTypeParameters : public testing::TestWithParam<Parameters> {};
 
@@ -86,8 +76,8 @@ TEST_P(MediaTypeParameters, AreFound) {
 
 constexpr Parameters kParameters[] = {
     {"NoneInNothing", "", ""},
-    {"NoneBehindAType", "text/plain", ""},
-    {"NoneBehindASemicolon", "text/plain;", ""},
+    {"NoneAfterAType", "text/plain", ""},
+    {"NoneAfterASemicolon", "text/plain;", ""},
     {"One", "text/plain; charset=utf-8", "charset=utf-8\n"},
     {"Two", "text/plain; charset=utf-8; format=flowed", "charset=utf-8\nformat=flowed\n"},
     {"CaseKept", "text/plain; CharSet=UTF-8", "CharSet=UTF-8\n"},
@@ -107,7 +97,7 @@ constexpr Parameters kParameters[] = {
     {"OpenBracketInName", "text/plain; a=b; cha[rset=utf-8; d=e", "a=b\n"},
     {"OpenBracketInValue", "text/plain; a=b; c=[d; e=f", "a=b\n"},
     {"ClosingBracketInValue", "text/plain; a=b]; c=d", "a=b\nc=d\n"},
-    {"BracketsBehindValue", "text/plain [x]; a=b [x]; c=d", "a=b\nc=d\n"},
+    {"BracketsAfterValue", "text/plain [x]; a=b [x]; c=d", "a=b\nc=d\n"},
     {"NoValue", "text/plain; charset", ""},
     {"EmptyValue", "text/plain; charset=", ""},
     {"NoName", "text/plain; =utf-8", ""},
@@ -117,7 +107,7 @@ constexpr Parameters kParameters[] = {
     {"CommaForSemicolon", "text/plain, charset=utf-8", ""},
     {"NoSubtype", "text; charset=utf-8", ""},
     {"NoSubtypeAndTwoParameters", "text; format=flowed; charset=utf-8", ""},
-    {"SlashBehindTheParameters", "text; a=b; c=d /e; f=g", "f=g\n"},
+    {"SlashAfterTheParameters", "text; a=b; c=d /e; f=g", "f=g\n"},
     {"EqualsSignTwice", "text/plain; a==b", "a=b\n"},
     {"BlankInValue", "text/plain; a=b c; d=e", "a=b\nd=e\n"},
     {"SlashInValue", "text/plain; a=b/c", "a=b\n"},
@@ -127,15 +117,10 @@ constexpr Parameters kParameters[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, MediaTypeParameters, testing::ValuesIn(kParameters));
 
-struct BoundaryOf {
-  const char* name;
+struct BoundaryOf : NamedRow {
   std::string_view text;
   std::string_view want;
 };
-
-void PrintTo(const BoundaryOf& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class MediaTypeBoundary : public testing::TestWithParam<BoundaryOf> {};
 
@@ -148,7 +133,7 @@ constexpr BoundaryOf kBoundaries[] = {
     {"Plain", "multipart/mixed; boundary=b", "b"},
     {"Quoted", "multipart/mixed; boundary=\"b b=\"", "b b="},
     {"OtherCase", "multipart/mixed; BOUNDARY=B", "B"},
-    {"BehindOthers", "multipart/mixed; charset=x; boundary=b", "b"},
+    {"AfterOthers", "multipart/mixed; charset=x; boundary=b", "b"},
     {"FirstOfTwo", "multipart/mixed; boundary=a; boundary=b", "a"},
     {"Empty", "multipart/mixed; boundary=\"\"", ""},
     {"LongerName", "multipart/mixed; boundaryx=b", ""},
@@ -188,11 +173,11 @@ constexpr Code kEncodings[] = {
     {"OtherCase", "Quoted-PRINTABLE", DwMime::kCteQuotedPrintable},
     {"OtherName", "x-uuencode", DwMime::kCteUnknown},
     {"HyphenInBase64", "base-64", DwMime::kCteUnknown},
-    {"CommentBehind", "base64 (c)", DwMime::kCteUnknown},
+    {"CommentAfter", "base64 (c)", DwMime::kCteUnknown},
     {"CommentBefore", "(c) base64", DwMime::kCteUnknown},
     {"Quoted", "\"base64\"", DwMime::kCteUnknown},
-    {"SemicolonBehind", "base64;", DwMime::kCteUnknown},
-    {"NulBehind", "base64\0"sv, DwMime::kCteUnknown},
+    {"SemicolonAfter", "base64;", DwMime::kCteUnknown},
+    {"NulAfter", "base64\0"sv, DwMime::kCteUnknown},
     {"TwoNames", "base64 base64", DwMime::kCteUnknown},
 };
 

@@ -1,12 +1,12 @@
 #include <fstream>
 #include <optional>
-#include <ostream>
 #include <string>
 
 #include <gtest/gtest.h>
 #include <mimelib/mimepp.h>
 #include <nlohmann/json.hpp>
 
+#include "../named_row.h"
 #include "../parsed_message.h"
 #include "../recorded_bytes.h"
 
@@ -127,15 +127,10 @@ const json& recorded_messages() {
   return kMessages;
 }
 
-struct Kind {
-  const char* name;
+struct Kind : NamedRow {
   const char* kind;
   int count;
 };
-
-void PrintTo(const Kind& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class RecordedMessages : public testing::TestWithParam<Kind> {};
 

@@ -42,7 +42,7 @@ constexpr Encoded kQuotedPrintable[] = {
     {"EightBitsAsSeven", "\xC3\xBC\xE1\n", "C<a\n", 0},
     {"EightBitWhiteSpaceAtTheEnd", "a\xA0\n", "a\n", 0},
     {"EightBitsInEscape", "=\xB4\xB1\n", "A\n", 0},
-    {"NothingBehindNul", "a\0b\n"sv, "a", 0},
+    {"NothingAfterNul", "a\0b\n"sv, "a", 0},
     {"SecondIsNoDigit", "a=4Gb\n", "a\x87\x62\n", -1},
     {"FirstIsNoDigit", "a=G4b\n",
      "at"
@@ -55,12 +55,12 @@ constexpr Encoded kQuotedPrintable[] = {
      "\xD4"
      "1\n",
      -1},
-    {"OneDigitAndEightBitsBehindIt", "=4\xC7\n", "\x87\n", -1},
+    {"OneDigitAndEightBitsAfterIt", "=4\xC7\n", "\x87\n", -1},
     {"OddEscapeInALineAfterOne", "=ZZ\n=4\n", "\xFA\n4\n", -1},
-    {"OddEscapeBehindASoftLineBreak", "=ZZ=\n=4 \n", "\xFA\x34\n", -1},
-    {"OddEscapeBehindASoftLineBreakWithBlanks", "=ZZ= \n=4 \n", "\xFA\x34\n", -1},
+    {"OddEscapeAfterASoftLineBreak", "=ZZ=\n=4 \n", "\xFA\x34\n", -1},
+    {"OddEscapeAfterASoftLineBreakWithBlanks", "=ZZ= \n=4 \n", "\xFA\x34\n", -1},
     {"SoftLineBreakWithEightBitBlank", "a= \xA0\nb\n", "ab\n", 0},
-    {"GoesOnBehindABadEscape", "=ZZ=41\n",
+    {"GoesOnAfterABadEscape", "=ZZ=41\n",
      "\xFA"
      "A\n",
      -1},
@@ -126,10 +126,10 @@ TEST(DecodeQuotedPrintable, DecodesWhatStandsAnywhereInALongLine) {
   for (const Piece& piece : kPieces) {
     for (size_t i = 0; i < 50; ++i) {
       const std::string front(i, 'a');
-      const std::string behind(50 - i, 'b');
+      const std::string after(50 - i, 'b');
       DwString out;
-      DwDecodeQuotedPrintable(string_of(front + std::string(piece.encoded) + behind), out);
-      EXPECT_EQ(bytes_of(out), front + std::string(piece.decoded) + behind) << piece.encoded;
+      DwDecodeQuotedPrintable(string_of(front + std::string(piece.encoded) + after), out);
+      EXPECT_EQ(bytes_of(out), front + std::string(piece.decoded) + after) << piece.encoded;
     }
   }
 }

@@ -1,13 +1,13 @@
 #include "support/idn.h"
 
 #include <dlfcn.h>
-#include <ostream>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <idna.h>
 
+#include "../named_row.h"
 #include "support/base/owned.h"
 
 namespace {
@@ -36,15 +36,10 @@ namespace {
 // 63 bytes, the longest label there can be.
 #define LONGEST_LABEL "abcdefghijklmnopqrstuvwxyz0123456789abcdefghijklmnopqrstuvwxyz0"
 
-struct Name {
-  const char* name;
+struct Name : NamedRow {
   const char* text;
   const char* want;
 };
-
-void PrintTo(const Name& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class IdnToAscii : public testing::TestWithParam<Name> {};
 
@@ -80,16 +75,11 @@ constexpr Name kNames[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, IdnToAscii, testing::ValuesIn(kNames));
 
-struct Refused {
-  const char* name;
+struct Refused : NamedRow {
   const char* text;
   int code;
   const char* message;
 };
-
-void PrintTo(const Refused& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class IdnRefuses : public testing::TestWithParam<Refused> {};
 
@@ -182,15 +172,10 @@ TEST(IdnDeathTest, EndsTheProcessWhereThereIsNoUtf8Form) {
               testing::HasSubstr("idn_toutf8_safe(xn--a.example) failed: ACE prefix not found\n"));
 }
 
-struct CodeText {
-  const char* name;
+struct CodeText : NamedRow {
   int code;
   const char* want;
 };
-
-void PrintTo(const CodeText& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class IdnStrerror : public testing::TestWithParam<CodeText> {};
 
@@ -210,9 +195,9 @@ constexpr CodeText kCodeTexts[] = {
     {"ContainsAcePrefix", 8, "ACE prefix found"},
     {"IconvError", 9, "Iconv error"},
     {"MallocError", 201, "Cannot allocate buffer"},
-    {"BehindTheSmallCodes", 10, "Unknown error"},
+    {"AfterTheSmallCodes", 10, "Unknown error"},
     {"BeforeTheLargeCode", 200, "Unknown error"},
-    {"BehindTheLargeCode", 202, "Unknown error"},
+    {"AfterTheLargeCode", 202, "Unknown error"},
     {"NegativeCode", -1, "Unknown error"},
 };
 

@@ -1,11 +1,11 @@
-#include "support/libidn.h"
-
 #include <cerrno>
 #include <dlfcn.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <idna.h>
+
+#include "support/libidn.h"
 
 namespace {
 

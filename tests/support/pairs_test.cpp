@@ -153,7 +153,7 @@ TEST(FindPair, ComparesTheWholeName) {
   EXPECT_EQ(find_pair("AB", table, 3), -1);
 }
 
-TEST(FindPair, OrdersEightBitBytesBehindAscii) {
+TEST(FindPair, OrdersEightBitBytesAfterAscii) {
   const NamedValue table[] = {{"z", ""}, {"\xC3\xBC", ""}};
   EXPECT_EQ(find_pair("\xC3\xBC", table, 2), 1);
   EXPECT_EQ(find_pair("z", table, 2), 0);

@@ -1,11 +1,11 @@
 #include "support/param_check.h"
 
-#include <ostream>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "../named_row.h"
 #include "support/get.h"
 
 namespace {
@@ -13,14 +13,9 @@ namespace {
 constexpr const char* kAssertion =
     R"(Assertion `param_val == NULL || strpbrk(param_val, "\\\"'") == NULL' failed.)";
 
-struct Key {
-  const char* name;
+struct Key : NamedRow {
   const char* key;
 };
-
-void PrintTo(const Key& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class ParamCheckDeathTest : public testing::TestWithParam<Key> {};
 
@@ -40,7 +35,7 @@ constexpr Key kKeys[] = {
     {"SingleQuote", "admin'email"},    {"DoubleQuote", "admin\"email"},
     {"Backslash", "admin\\email"},     {"QuoteAtTheStart", "'admin_email"},
     {"QuoteAtTheEnd", "admin_email'"}, {"QuoteAlone", "'"},
-    {"QuoteBehindUtf8", "\xC3\xBC'"},
+    {"QuoteAfterUtf8", "\xC3\xBC'"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, ParamCheckDeathTest, testing::ValuesIn(kKeys));
@@ -60,7 +55,7 @@ TEST(ParamCheck, AcceptsAnEmptyKeyAndNull) {
   kem::assert_plain_param(nullptr, "get", 1, "get_misc_param");
 }
 
-TEST(ParamCheck, LooksAtNothingBehindTheNul) {
+TEST(ParamCheck, LooksAtNothingAfterTheNul) {
   kem::assert_plain_param("admin_email\0'", "get", 1, "get_misc_param");
 }
 

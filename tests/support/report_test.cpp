@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <sys/resource.h>
@@ -11,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "../named_row.h"
 #include "support/base/owned.h"
 
 namespace {
@@ -46,17 +46,12 @@ Printed warning(const char* program, int error, const std::string& message) {
   });
 }
 
-struct Message {
-  const char* name;
+struct Message : NamedRow {
   const char* program;
   int error;
   const char* message;
   const char* want;
 };
-
-void PrintTo(const Message& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class Report : public testing::TestWithParam<Message> {};
 
@@ -82,7 +77,7 @@ constexpr Message kMessages[] = {
      "program: text\nSystem error 2: No such file or directory\n"},
     {"SystemErrorWithoutProgramName", nullptr, 13, "text",
      "text\nSystem error 13: Permission denied\n"},
-    {"SystemErrorBehindANewline", "program", 2, "Error: QMAIL_ROOT_D not defined\n",
+    {"SystemErrorAfterANewline", "program", 2, "Error: QMAIL_ROOT_D not defined\n",
      "program: Error: QMAIL_ROOT_D not defined\n\nSystem error 2: No such file or directory\n"},
     {"UnknownSystemError", nullptr, 12345, "text",
      "text\nSystem error 12345: Unknown error 12345\n"},
@@ -90,15 +85,10 @@ constexpr Message kMessages[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, Report, testing::ValuesIn(kMessages));
 
-struct Length {
-  const char* name;
+struct Length : NamedRow {
   size_t length;
   bool with_suffix;
 };
-
-void PrintTo(const Length& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class ReportLength : public testing::TestWithParam<Length> {};
 

@@ -2,13 +2,13 @@
 
 #include <cstdint>
 #include <cstring>
-#include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "../named_row.h"
 #include "support/base/owned.h"
 #include "support/mysql_owned.h"
 
@@ -22,16 +22,11 @@ using namespace std::string_view_literals;
 
 namespace {
 
-struct Trimmed {
-  const char* name;
+struct Trimmed : NamedRow {
   const char* text;
   const char* want;
   size_t leading;
 };
-
-void PrintTo(const Trimmed& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class StrTrim : public testing::TestWithParam<Trimmed> {};
 

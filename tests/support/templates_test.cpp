@@ -1,13 +1,14 @@
 #include "support/templates.h"
 
 #include <iterator>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <tuple>
 #include <utility>
 
 #include <gtest/gtest.h>
+
+#include "../named_row.h"
 
 namespace {
 
@@ -39,7 +40,7 @@ Outcome substitute(char open, char close, const char* text, int capacity, int op
       template_subst(open, close, kTable, kCount, text, buffer.data(), capacity, &outcome.result);
   EXPECT_EQ(output, buffer.data());
   EXPECT_EQ(outcome.result.options, options);
-  EXPECT_EQ(buffer.back(), kUntouched) << "the byte behind the buffer";
+  EXPECT_EQ(buffer.back(), kUntouched) << "the byte after the buffer";
   for (char& c : buffer) {
     if (c == '\0') c = '$';
   }
@@ -47,8 +48,7 @@ Outcome substitute(char open, char close, const char* text, int capacity, int op
   return outcome;
 }
 
-struct Template {
-  const char* name;
+struct Template : NamedRow {
   const char* text;
   int capacity;
   int options;
@@ -57,10 +57,6 @@ struct Template {
   int status;
   const char* bytes;
 };
-
-void PrintTo(const Template& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class TemplateSubst : public testing::TestWithParam<Template> {};
 
@@ -92,20 +88,20 @@ constexpr Template kDelimiters[] = {
     {"UnknownAloneDropped", "<nosuch>", 99, 0, 8, 0, 0, "$"},
     {"UnknownKept", "x<nosuch>y", 99, kKeep, 10, 10, 2, "x<nosuch>y$"},
     {"UnknownKeptBeforeKnown", "<nosuch><name>", 99, kKeep, 14, 13, 2, "<nosuch>value$"},
-    {"UnknownKeptBehindKnown", "<name><nosuch>", 99, kKeep, 14, 13, 2, "value<nosuch>$"},
+    {"UnknownKeptAfterKnown", "<name><nosuch>", 99, kKeep, 14, 13, 2, "value<nosuch>$"},
     {"OtherCaseIsUnknown", "<NAME>", 99, kKeep, 6, 6, 2, "<NAME>$"},
     {"BlankInNameIsUnknown", "< name>", 99, kKeep, 7, 7, 2, "< name>$"},
     {"LineEndInNameIsUnknown", "<a\n>", 99, 0, 4, 0, 0, "$"},
     {"PartOfANameIsUnknown", "<nam>", 99, 0, 5, 0, 0, "$"},
     {"NoName", "<>", 99, 0, 2, 2, 0, "<>$"},
     {"NoNameIsNotUnknown", "<>", 99, kKeep, 2, 2, 0, "<>$"},
-    {"PlaceholderBehindNoName", "<><name>", 99, 0, 8, 7, 0, "<>value$"},
+    {"PlaceholderAfterNoName", "<><name>", 99, 0, 8, 7, 0, "<>value$"},
     {"NameOfOneByte", "<a>", 99, 0, 3, 1, 0, "1$"},
     {"NameOf32Bytes", "<" N32 ">", 99, 0, 34, 2, 0, "32$"},
     {"NameOf33Bytes", "<" N32 "n>", 99, 0, 35, 35, 0, "<" N32 "n>$"},
     {"NameOf33BytesIsNotUnknown", "<" N32 "n>", 99, kKeep, 35, 35, 0, "<" N32 "n>$"},
     {"UnknownNameOf32Bytes", "<" X32 ">", 99, kKeep, 34, 34, 2, "<" X32 ">$"},
-    {"PlaceholderBehindNameOf33Bytes", "<" N32 "n><a>", 99, 0, 38, 36, 0, "<" N32 "n>1$"},
+    {"PlaceholderAfterNameOf33Bytes", "<" N32 "n><a>", 99, 0, 38, 36, 0, "<" N32 "n>1$"},
     {"OpenAlone", "<", 99, 0, 1, 1, 0, "<$"},
     {"CloseAlone", ">", 99, 0, 1, 1, 0, ">$"},
     {"NeverClosed", "<name", 99, kKeep, 5, 5, 0, "<name$"},
@@ -118,7 +114,7 @@ constexpr Template kDelimiters[] = {
     {"OpenIsTheName", "<<>", 99, kKeep, 3, 3, 2, "<<>$"},
     {"TextBetweenTwoOpens", "<text <name>", 99, 0, 12, 0, 0, "$"},
     {"SecondOpenWithin33Bytes", "<" X32 "<name>", 99, 0, 39, 39, 0, "<" X32 "<name>$"},
-    {"SecondOpenBehind33Bytes", "<" X32 "x<name>", 99, 0, 40, 39, 0, "<" X32 "xvalue$"},
+    {"SecondOpenAfter33Bytes", "<" X32 "x<name>", 99, 0, 40, 39, 0, "<" X32 "xvalue$"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Delimiters, TemplateSubst, testing::ValuesIn(kDelimiters));
@@ -146,18 +142,18 @@ constexpr Template kCapacities[] = {
     {"ValueFills", "<name>", 5, 0, 6, 5, 0, "value"},
     {"ValueFillsWithoutStop", "<name>", 5, kStop, 6, 5, 0, "value"},
     {"ValueAndNul", "<name>", 6, 0, 6, 5, 0, "value$"},
-    {"StopBehindText", "ab<name>c", 6, kStop, 2, 2, 1, "ab"},
-    {"CutValueBehindText", "ab<name>c", 6, 0, 8, 6, 0, "abvalu"},
-    {"NothingBehindACutValue", "<name><a>", 3, 0, 6, 3, 0, "val"},
-    {"StopBehindAValue", "<a><name><a>", 5, kStop, 3, 1, 1, "1"},
-    {"LastTextBehindAFullBuffer", "ab<name>c", 7, kStop, 8, 7, 0, "abvalue"},
+    {"StopAfterText", "ab<name>c", 6, kStop, 2, 2, 1, "ab"},
+    {"CutValueAfterText", "ab<name>c", 6, 0, 8, 6, 0, "abvalu"},
+    {"NothingAfterACutValue", "<name><a>", 3, 0, 6, 3, 0, "val"},
+    {"StopAfterAValue", "<a><name><a>", 5, kStop, 3, 1, 1, "1"},
+    {"LastTextAfterAFullBuffer", "ab<name>c", 7, kStop, 8, 7, 0, "abvalue"},
     {"LastTextWithoutRoomForItsNul", "<name>x", 6, 0, 7, 6, 0, "valuex"},
     {"LastTextWithItsNul", "<name>x", 7, 0, 7, 6, 0, "valuex$"},
     {"LastTextCut", "<name>xyz", 6, 0, 7, 6, 0, "valuex"},
     {"KeptPlaceholderCut", "x<nosuch>y", 4, kKeep, 4, 4, 2, "x<no"},
     {"KeptPlaceholderFills", "<nosuch><a>", 8, kKeep, 11, 8, 2, "<nosuch>"},
     {"KeptPlaceholderAndStop", "<nosuch><name>", 10, kKeep | kStop, 8, 8, 3, "<nosuch>"},
-    {"NoStatusOfPlaceholdersBehindTheEnd", "<name><nosuch>", 3, kKeep, 6, 3, 0, "val"},
+    {"NoStatusOfPlaceholdersAfterTheEnd", "<name><nosuch>", 3, kKeep, 6, 3, 0, "val"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Capacities, TemplateSubst, testing::ValuesIn(kCapacities));

@@ -44,7 +44,7 @@ def test_each_statement_failing_in_turn(panel, number, err, mails):
     busy_rule(panel)
     result = panel.run(message(), faults=f"mysql_real_query#{number}")
     assert result.status == 0
-    # A warning may carry a system error number behind it.
+    # A warning may carry a system error number after it.
     assert err in result.err or err.rstrip(b"\n") in result.err
     assert sent(panel) == mails and whole(panel)
     assert panel.temporary_files() == []
@@ -369,7 +369,7 @@ def test_signals_at_every_call(panel, number):
         assert result.status in (-number, 0), point
         assert panel.temporary_files() == [], point
         assert whole(panel), point
-    # All points that lie within the run end it; behind its last call nothing is sent any more.
+    # All points that lie within the run end it; after its last call nothing is sent any more.
     assert ends.count(-number) >= 20
     assert ends == sorted(ends)
 

@@ -30,7 +30,7 @@ def test_spools_the_input_and_one_newline(panel, text, expected):
     ("info@shop.example", b"info@shop.example"),
     ("-info@shop.example", b"info@shop.example"),
 ])
-def test_takes_the_recipient_behind_the_first_dash(panel, variable, expected):
+def test_takes_the_recipient_after_the_first_dash(panel, variable, expected):
     panel.rule()
     panel.run(message(), recipient=variable)
     assert panel.mails()[0].arguments[1] == expected
@@ -88,7 +88,7 @@ LATIN1 = "Grüße".encode("latin-1")
      "Привет"),
     (b"Content-Type: text/plain; charset=utf-8\n\na\xffb", "a?b"),
     (b"Content-Type: text/plain; charset=x-unknown\n\n" + "Grüße".encode(), "Grüße"),
-    (b"\nbefore\0behind", "before"),
+    (b"\nbefore\0after", "before"),
     (b"Content-Type: multipart/mixed; boundary=b\n\n--b\n\nfirst\n--b\n"
      b"Content-Type: text/html\n\nsecond\n--b--\n", "second"),
 ])
@@ -99,7 +99,7 @@ def test_matches_the_body_in_utf8(panel, text, key):
 
 
 @pytest.mark.parametrize("text, key", [
-    (b"\nbefore\0behind", "behind"),
+    (b"\nbefore\0after", "after"),
     (b"Content-Type: application/pdf\n\nsecret", "secret"),
     (b"Content-Type: multipart/mixed; boundary=b\n\n--b\n"
      b"Content-Type: multipart/alternative; boundary=c\n\n--c\nContent-Type: text/plain\n\n"

@@ -136,7 +136,7 @@ def test_names_from_even_when_the_sender_was_a_reply_to(panel):
 
 
 def test_ends_abnormally_on_an_escaping_exception(panel):
-    # The NUL ends the subject behind a blank, which the encoded-word decoder does not survive.
+    # The NUL ends the subject after a blank, which the encoded-word decoder does not survive.
     panel.rule()
     result = panel.run(b"From: a@b\nSubject: =?utf-8?Q?a?= \0\n\nbody\n")
     assert result.status == -6

@@ -1,21 +1,17 @@
 #include "autoresponder/engine/courtesy.h"
 
 #include <functional>
-#include <ostream>
 
 #include <gtest/gtest.h>
 
+#include "../../named_row.h"
+
 namespace {
 
-struct Row {
-  const char* name;
+struct Row : NamedRow {
   std::function<void(IncomingMessage&)> change;
   const char* want;
 };
-
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class ObjectionOfHeader : public testing::TestWithParam<Row> {};
 

@@ -1,21 +1,16 @@
 #include "autoresponder/engine/loop_guard.h"
 
-#include <ostream>
-
 #include <gtest/gtest.h>
+
+#include "../../named_row.h"
 
 namespace {
 
-struct Row {
-  const char* name;
+struct Row : NamedRow {
   const char* sender;
   const char* recipient;
   LoopGuard want;
 };
-
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class Guards : public testing::TestWithParam<Row> {};
 

@@ -1,10 +1,11 @@
 #include "autoresponder/intake/addresses.h"
 
-#include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
+
+#include "../../named_row.h"
 
 using namespace std::string_view_literals;
 
@@ -14,15 +15,10 @@ std::string address_or_none(const DwMailbox* mailbox) {
   return mailbox != nullptr ? mailbox_address(*mailbox) : "none";
 }
 
-struct List {
-  const char* name;
+struct List : NamedRow {
   std::string_view text;
   std::string_view want;
 };
-
-void PrintTo(const List& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class FirstListedMailbox : public testing::TestWithParam<List> {};
 
@@ -40,11 +36,11 @@ constexpr List kAddressLists[] = {
     {"QuotesKept", "\"john doe\"@example.com", "\"john doe\"@example.com"},
     {"RouteDropped", "<@a,@b:c@d>", "c@d"},
     {"CommentsDropped", "ann (A) @ (B) example.org", "ann@example.org"},
-    {"BehindAGroup", "list: a@x, b@y;, c@z", "c@z"},
-    {"BehindGroups", "g1:;, g2: a@x;, b@y", "b@y"},
+    {"AfterAGroup", "list: a@x, b@y;, c@z", "c@z"},
+    {"AfterGroups", "g1:;, g2: a@x;, b@y", "b@y"},
     {"NoneOfAGroup", "undisclosed-recipients:;", "none"},
     {"NoneOfAnOpenGroup", "list: a@x, b@y", "none"},
-    {"BehindAnInvalidOne", "<>, @b, c@d", "c@d"},
+    {"AfterAnInvalidOne", "<>, @b, c@d", "c@d"},
     {"NoneOfInvalidOnes", "<>, @b", "none"},
     {"WithoutDomain", "postmaster", "postmaster@"},
     {"MailerDaemon", "MAILER-DAEMON", "MAILER-DAEMON@"},
@@ -66,14 +62,14 @@ constexpr List kMailboxLists[] = {
     {"NoneOfNothing", "", "none"},
     {"TheOnlyOne", "\"Ann\" <ann@Example.ORG>", "ann@Example.ORG"},
     {"TheFirst", "a@b, c@d", "a@b"},
-    {"BehindAnInvalidOne", "<>, @b, c@d", "c@d"},
+    {"AfterAnInvalidOne", "<>, @b, c@d", "c@d"},
     {"NoneOfInvalidOnes", "<>, @b,", "none"},
     {"TextOfAGroup", "list: a@x;", "lista@x"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, FirstValidMailbox, testing::ValuesIn(kMailboxLists));
 
-TEST(FirstMailbox, IsFoundBehindManyOthers) {
+TEST(FirstMailbox, IsFoundAfterManyOthers) {
   std::string text;
   for (int i = 0; i < 100000; ++i) text += "g:;,<>,";
   text += "a@b";

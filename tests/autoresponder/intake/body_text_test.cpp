@@ -1,27 +1,22 @@
 #include "autoresponder/intake/body_text.h"
 
-#include <ostream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "../../named_row.h"
 #include "../../parsed_message.h"
 
 using namespace std::string_view_literals;
 
 namespace {
 
-struct Message {
-  const char* name;
+struct Message : NamedRow {
   std::string_view text;
   std::string_view charset;
   std::string_view body;
 };
-
-void PrintTo(const Message& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class TextPartOf : public testing::TestWithParam<Message> {};
 
@@ -60,11 +55,11 @@ constexpr Message kMessages[] = {
      MULTIPART "--b\nContent-Type: text/plain; charset=x\n\none\n"
                "--b\nContent-Type: text/html\n\ntwo\n--b--\n",
      "x", "one"},
-    {"TextBehindAnImage",
+    {"TextAfterAnImage",
      MULTIPART "--b\nContent-Type: image/png\n\none\n--b\nContent-Type: text/html\n\ntwo\n--b--\n",
      "US-ASCII", "two"},
     // A part without a type is passed over, though a message without one is text.
-    {"TextBehindAPartWithoutType",
+    {"TextAfterAPartWithoutType",
      MULTIPART "--b\n\none\n--b\nContent-Type: text/html; charset=x\n\ntwo\n--b--\n", "x", "two"},
     {"NoTextInPartsWithoutType", MULTIPART "--b\n\none\n--b--\n", "US-ASCII", ""},
     {"NoTextInANestedMultipart",
@@ -72,7 +67,7 @@ constexpr Message kMessages[] = {
                "--c\nContent-Type: text/plain; charset=x\n\none\n--c--\n"
                "--b\nContent-Type: image/png\n\ntwo\n--b--\n",
      "US-ASCII", ""},
-    {"TextBehindANestedMultipart",
+    {"TextAfterANestedMultipart",
      MULTIPART "--b\nContent-Type: multipart/alternative; boundary=c\n\n"
                "--c\nContent-Type: text/plain; charset=x\n\none\n--c--\n"
                "--b\nContent-Type: text/html; charset=y\n\ntwo\n--b--\n",
@@ -101,7 +96,7 @@ constexpr Message kMessages[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, TextPartOf, testing::ValuesIn(kMessages));
 
-TEST(TextPartOf, IsFoundBehindManyOthers) {
+TEST(TextPartOf, IsFoundAfterManyOthers) {
   std::string text = MULTIPART;
   for (int i = 0; i < 50000; ++i) text += "--b\nContent-Type: image/png\n\nx\n";
   const auto message = parsed(text + "--b\nContent-Type: text/plain; charset=x\n\nlast\n--b--\n");
@@ -110,15 +105,10 @@ TEST(TextPartOf, IsFoundBehindManyOthers) {
   EXPECT_EQ(bytes_of(part.body), "last");
 }
 
-struct Type {
-  const char* name;
+struct Type : NamedRow {
   std::string_view text;
   std::string_view want;
 };
-
-void PrintTo(const Type& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class CharsetOf : public testing::TestWithParam<Type> {};
 
@@ -132,7 +122,7 @@ constexpr Type kTypes[] = {
     {"CaseKept", "text/plain; ChArSeT=Utf-8", "Utf-8"},
     {"Quoted", "text/plain; charset=\"utf-8\"", "utf-8"},
     {"Empty", "text/plain; charset=\"\"", ""},
-    {"BehindOthers", "text/plain; format=flowed; charset=koi8-r", "koi8-r"},
+    {"AfterOthers", "text/plain; format=flowed; charset=koi8-r", "koi8-r"},
     {"FirstOfTwo", "text/plain; charset=a; charset=b", "a"},
     {"LongerName", "text/plain; charset*=utf-8''x; charsets=y", "US-ASCII"},
     {"OfAnyType", "image/png; charset=x", "x"},

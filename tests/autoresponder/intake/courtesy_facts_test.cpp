@@ -1,10 +1,11 @@
 #include "autoresponder/intake/courtesy_facts.h"
 
-#include <ostream>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "../../named_row.h"
 
 using namespace std::string_view_literals;
 using testing::ElementsAre;
@@ -24,15 +25,10 @@ std::string words_for(const CourtesyFacts& facts) {
   return words;
 }
 
-struct Row {
-  const char* name;
+struct Row : NamedRow {
   std::string_view header;
   std::string_view want;
 };
-
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class CourtesyFactsOf : public testing::TestWithParam<Row> {};
 
@@ -160,16 +156,11 @@ TEST(GatherCourtesyFacts, KeepsABoundedNumberOfAddressees) {
   EXPECT_EQ(gather_courtesy_facts(header + "\nCc: c@d\n").addressees.size(), 10000U);
 }
 
-struct Thread {
-  const char* name;
+struct Thread : NamedRow {
   const char* header;
   const char* message_id;
   std::vector<std::string> references;
 };
-
-void PrintTo(const Thread& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class ThreadOf : public testing::TestWithParam<Thread> {};
 

@@ -19,7 +19,8 @@ TEST(Extraction, GivesAWellFormedRecordOfEachRecordedMessage) {
     const std::string text = message + "\n";
     IncomingMessage record;
     try {
-      const auto result = extract(string_of(text), std::nullopt, {all_repairs(false), true}, record);
+      const auto result =
+          extract(string_of(text), std::nullopt, {all_repairs(false), true}, record);
       if (result.outcome != Extraction::kDone) continue;
     } catch (const std::out_of_range&) {
       continue;

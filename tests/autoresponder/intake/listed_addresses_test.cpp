@@ -1,10 +1,9 @@
 #include "autoresponder/intake/listed_addresses.h"
 
-#include <ostream>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "../../named_row.h"
 #include "autoresponder/message/courtesy_facts.h"
 
 using namespace std::string_view_literals;
@@ -19,15 +18,10 @@ std::vector<std::string> addresses_of(std::string_view list, size_t most = 100) 
   return addresses;
 }
 
-struct Row {
-  const char* name;
+struct Row : NamedRow {
   std::string_view list;
   std::string_view want;  // with a blank after each
 };
-
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class ListedAddresses : public testing::TestWithParam<Row> {};
 

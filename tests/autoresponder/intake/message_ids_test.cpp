@@ -1,10 +1,9 @@
 #include "autoresponder/intake/message_ids.h"
 
-#include <ostream>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "../../named_row.h"
 #include "autoresponder/message/courtesy_facts.h"
 
 using namespace std::string_view_literals;
@@ -13,15 +12,10 @@ using testing::IsEmpty;
 
 namespace {
 
-struct Row {
-  const char* name;
+struct Row : NamedRow {
   std::string_view body;
   std::string_view want;
 };
-
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class MessageIds : public testing::TestWithParam<Row> {};
 

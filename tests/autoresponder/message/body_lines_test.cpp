@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <memory>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -10,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "../../named_row.h"
 #include "autoresponder/message/incoming_message.h"
 
 using namespace std::string_view_literals;
@@ -53,16 +53,11 @@ TEST(BodyLines, KeepTheMemoryOfTheirText) {
   EXPECT_TRUE(watched.expired());
 }
 
-struct Key {
-  const char* name;
+struct Key : NamedRow {
   std::string_view text;
   std::string_view key;
   size_t want;
 };
-
-void PrintTo(const Key& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class BodyLinesKey : public testing::TestWithParam<Key> {};
 
@@ -75,20 +70,20 @@ constexpr Key kKeys[] = {
     {"PartOfALine", "one\ntwo\n", "w", 2},
     {"LastLineWithoutNewline", "one\ntwo", "two", 2},
     {"InTwoLines", "one\ntwo\nanother two", "two", 2},
-    {"BehindEmptyLines", "\n\n\nkey", "key", 4},
+    {"AfterEmptyLines", "\n\n\nkey", "key", 4},
     {"Nowhere", "one\ntwo\n", "three", 0},
     {"OtherCase", "one\n", "One", 0},
     {"AcrossLines", "one\ntwo\n", "onetwo", 0},
     {"WithTheNewlineBetween", "one\ntwo\n", "one\ntwo", 0},
-    {"WithTheNewlineBehind", "one\n", "one\n", 0},
+    {"WithTheNewlineAfter", "one\n", "one\n", 0},
     {"NewlineAlone", "one\n", "\n", 0},
     {"EmptyInText", "one\n", "", 1},
     {"EmptyInOneEmptyLine", "", "", 1},
     {"LongerThanTheText", "one", "one two", 0},
     {"CrAtTheEndOfALine", "one\r\n", "one\r", 1},
-    {"BehindANul", "a\0key"sv, "key", 1},
+    {"AfterANul", "a\0key"sv, "key", 1},
     {"WithNul", "a\0b"sv, "a\0b"sv, 1},
-    {"WithAnotherByteBehindNul", "a\0b"sv, "a\0c"sv, 0},
+    {"WithAnotherByteAfterNul", "a\0b"sv, "a\0c"sv, 0},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, BodyLinesKey, testing::ValuesIn(kKeys));

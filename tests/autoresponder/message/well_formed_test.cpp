@@ -1,23 +1,19 @@
 #include "autoresponder/message/well_formed.h"
 
-#include <ostream>
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "../../named_row.h"
 
 using namespace std::string_view_literals;
 
 namespace {
 
-struct Text {
-  const char* name;
+struct Text : NamedRow {
   std::string_view text;
   bool want;
 };
-
-void PrintTo(const Text& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class MailboxAddress : public testing::TestWithParam<Text> {};
 
@@ -101,15 +97,10 @@ IncomingMessage record() {
   return message;
 }
 
-struct Change {
-  const char* name;
+struct Change : NamedRow {
   void (*make)(IncomingMessage& record);
   bool want;
 };
-
-void PrintTo(const Change& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class Record : public testing::TestWithParam<Change> {};
 

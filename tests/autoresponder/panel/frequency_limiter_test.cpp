@@ -1,25 +1,21 @@
 #include "autoresponder/panel/frequency_limiter.h"
 
 #include <optional>
-#include <ostream>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "../../named_row.h"
+
 namespace {
 
-struct Row {
-  const char* name;
+struct Row : NamedRow {
   std::optional<const char*> replies_today;
   int senders;
   const char* ans_freq;
   const char* mem_limit;
   LimiterStep want;
 };
-
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class Step : public testing::TestWithParam<Row> {};
 
@@ -42,7 +38,7 @@ const Row kRows[] = {
     {"EnoughReplies", "10", 1, "10", "1000", LimiterStep::kRefuse},
     {"MoreThanEnough", "11", 1, "10", "1000", LimiterStep::kRefuse},
     {"CountThatIsNoNumber", "x", 1, "1", "1000", LimiterStep::kCountUp},
-    {"CountWithMoreBehindIt", "3x", 1, "3", "1000", LimiterStep::kRefuse},
+    {"CountWithMoreAfterIt", "3x", 1, "3", "1000", LimiterStep::kRefuse},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, Step, testing::ValuesIn(kRows));
@@ -52,16 +48,11 @@ TEST(NeverReplies, WhenTheNumberIsNotAboveZero) {
   for (const char* number : {"1", "10", " 2", "+3", "4x"}) EXPECT_FALSE(never_replies(number));
 }
 
-struct CutRow {
-  const char* name;
+struct CutRow : NamedRow {
   const char* text;
   size_t most;
   const char* want;
 };
-
-void PrintTo(const CutRow& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class FirstCharacters : public testing::TestWithParam<CutRow> {};
 

@@ -2,13 +2,13 @@
 
 #include <memory>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "../../named_row.h"
 #include "autoresponder/message/body_lines.h"
 
 namespace {
@@ -119,18 +119,13 @@ TEST(Rule, IsSwitchedOffByFalseAlone) {
   EXPECT_TRUE(active_with("0"));
 }
 
-struct Trigger {
-  const char* name;
+struct Trigger : NamedRow {
   const char* key_where;
   const char* keystr;
   const char* subject;
   std::optional<std::string> body;
   bool fires;
 };
-
-void PrintTo(const Trigger& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class RuleTrigger : public testing::TestWithParam<Trigger> {};
 

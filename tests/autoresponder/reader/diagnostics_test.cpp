@@ -1,10 +1,9 @@
 #include "autoresponder/reader/diagnostics.h"
 
-#include <ostream>
-
 #include <gtest/gtest.h>
 
 #include "../../memory_file.h"
+#include "../../named_row.h"
 #include "../../transferred_bytes.h"
 #include "autoresponder/reader/reader_failure.h"
 
@@ -20,14 +19,9 @@ std::string relayed(std::string_view text) {
   return written.Text();
 }
 
-struct Line {
-  const char* name;
+struct Line : NamedRow {
   const char* text;
 };
-
-void PrintTo(const Line& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class DiagnosticsRelayed : public testing::TestWithParam<Line> {};
 

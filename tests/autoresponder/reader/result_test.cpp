@@ -1,12 +1,12 @@
 #include "autoresponder/reader/result.h"
 
 #include <cstring>
-#include <ostream>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
 
 #include "../../memory_file.h"
+#include "../../named_row.h"
 #include "../../transferred_bytes.h"
 #include "autoresponder/reader/diagnostics.h"
 #include "autoresponder/reader/reader_failure.h"
@@ -112,14 +112,9 @@ TEST(ReaderResult, ThrowsWhatTheExtractionThrew) {
   }
 }
 
-struct Refused {
-  const char* name;
+struct Refused : NamedRow {
   Result result;
 };
-
-void PrintTo(const Refused& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class ReaderResultRefused : public testing::TestWithParam<Refused> {};
 

@@ -48,7 +48,9 @@ class PipeStream : public testing::Test {
   std::string Content(const char* name) const { return contents_of(Path(name)); }
 
   // A command that stores its input in the file "out".
-  ShellCommand Store() const { return ShellCommand(Purpose::kNotify, {}).Text("cat > ").Quoted(Path("out")); }
+  ShellCommand Store() const {
+    return ShellCommand(Purpose::kNotify, {}).Text("cat > ").Quoted(Path("out"));
+  }
 
  private:
   ScratchDirectory directory_;
@@ -108,8 +110,9 @@ TEST_F(PipeStream, LosesWhatWasNotFlushed) {
 
 TEST_F(PipeStream, WaitsForTheEndOfTheCommand) {
   {
-    opipestream out(
-        ShellCommand(Purpose::kNotify, {}).Text("cat > /dev/null; sleep 0.1; echo done > ").Quoted(Path("out")));
+    opipestream out(ShellCommand(Purpose::kNotify, {})
+                        .Text("cat > /dev/null; sleep 0.1; echo done > ")
+                        .Quoted(Path("out")));
     out << "text" << std::endl;
   }
   EXPECT_EQ(Content("out"), "done\n");

@@ -1,7 +1,6 @@
 #include "autoresponder/reply/reply_text.h"
 
 #include <cstdlib>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <sys/mman.h>
@@ -11,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "../../memory_file.h"
+#include "../../named_row.h"
 
 using namespace std::string_view_literals;
 
@@ -44,16 +44,11 @@ TEST(DrawBoundary, UsesEveryLetter) {
   }
 }
 
-struct Subject {
-  const char* name;
+struct Subject : NamedRow {
   const char* subject_template;
   std::string_view incoming;
   std::string_view want;
 };
-
-void PrintTo(const Subject& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class ReplySubject : public testing::TestWithParam<Subject> {};
 

@@ -1,9 +1,9 @@
 #include <optional>
-#include <ostream>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "../../named_row.h"
 #include "autoresponder/reply/shell.h"
 
 namespace {
@@ -90,15 +90,10 @@ TEST(RepairedShellCommand, TakesLinesOfItsOwn) {
   EXPECT_FALSE(command.refused());
 }
 
-struct AddressRow {
-  const char* name;
+struct AddressRow : NamedRow {
   const char* address;
   bool is_refused;
 };
-
-void PrintTo(const AddressRow& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class AddressInACommand : public testing::TestWithParam<AddressRow> {};
 
@@ -122,17 +117,12 @@ constexpr AddressRow kAddressRows[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, AddressInACommand, testing::ValuesIn(kAddressRows));
 
-struct Single {
-  const char* name;
+struct Single : NamedRow {
   bool Repairs::*repair;
   const char* value;
   const char* line;
   std::optional<NotRun> refused;
 };
-
-void PrintTo(const Single& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class SingleRepair : public testing::TestWithParam<Single> {};
 
@@ -142,7 +132,8 @@ TEST_P(SingleRepair, ChangesNothingElse) {
   ShellCommand command(Purpose::kReply, repairs);
   command.Address(GetParam().value);
   EXPECT_EQ(command.line(), GetParam().line);
-  const auto refused = command.refused() ? std::make_optional(command.refused()->why) : std::nullopt;
+  const auto refused =
+      command.refused() ? std::make_optional(command.refused()->why) : std::nullopt;
   EXPECT_EQ(refused, GetParam().refused);
 }
 

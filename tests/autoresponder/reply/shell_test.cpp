@@ -3,12 +3,12 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
-#include <ostream>
 #include <string>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
+#include "../../named_row.h"
 #include "../../scratch_directory.h"
 #include "support/base/owned.h"
 
@@ -16,14 +16,9 @@ namespace {
 
 constexpr Repairs kRepairs = all_repairs(true);
 
-struct Use {
-  const char* name;
+struct Use : NamedRow {
   Purpose purpose;
 };
-
-void PrintTo(const Use& row, std::ostream* out) {
-  *out << row.name;
-}
 
 // With a directory of its own, into which commands write.
 class HandToShell : public testing::TestWithParam<Use> {
@@ -32,9 +27,7 @@ class HandToShell : public testing::TestWithParam<Use> {
 
   std::string Content(const char* name) const { return contents_of(Path(name)); }
 
-  static ShellCommand Command(const Repairs& repairs = {}) {
-    return {GetParam().purpose, repairs};
-  }
+  static ShellCommand Command(const Repairs& repairs = {}) { return {GetParam().purpose, repairs}; }
 
   // A command that writes `value` into the file "out".
   ShellCommand WriteValue(const std::string& value) const {
@@ -102,12 +95,12 @@ TEST_P(HandToShell, GivesAnEscapedQuoteToTheCommand) {
 TEST_P(HandToShell, RunsNothingOfARefusedCommand) {
   ShellCommand command = Command();
   command.Text("touch ").Quoted(Path("before")).Text("; echo ").Quoted("it's").Text("; touch ");
-  command.Quoted(Path("behind"));
+  command.Quoted(Path("after"));
   testing::internal::CaptureStderr();
   Run(command);
   testing::internal::GetCapturedStderr();
   EXPECT_FALSE(std::filesystem::exists(Path("before")));
-  EXPECT_FALSE(std::filesystem::exists(Path("behind")));
+  EXPECT_FALSE(std::filesystem::exists(Path("after")));
 }
 
 TEST_P(HandToShell, NamesTheFirstValueThatItRefuses) {

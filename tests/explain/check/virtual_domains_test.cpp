@@ -1,20 +1,15 @@
 #include "explain/check/virtual_domains.h"
 
-#include <ostream>
-
 #include <gtest/gtest.h>
+
+#include "../../named_row.h"
 
 namespace {
 
-struct Row {
-  const char* name;
+struct Row : NamedRow {
   const char* domain;
   const char* prefix;  // null: no line decides
 };
-
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.name;
-}
 
 class VirtualDomains : public testing::TestWithParam<Row> {};
 

@@ -1,4 +1,4 @@
-#include "explain/check/table_definition.h"
+#include "autoresponder/panel/table_definition.h"
 
 #include <ostream>
 

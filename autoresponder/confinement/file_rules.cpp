@@ -1,4 +1,4 @@
-#include "autoresponder/reader/file_rules.h"
+#include "autoresponder/confinement/file_rules.h"
 
 #include <cstdint>
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-#include "autoresponder/reader/system_call_filter.h"
+#include "autoresponder/confinement/system_call_filter.h"
 
 #include <cerrno>
 #include <cstddef>

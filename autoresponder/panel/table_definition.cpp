@@ -1,18 +1,14 @@
-#include "explain/check/table_definition.h"
+#include "autoresponder/panel/table_definition.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <sstream>
+#include <utility>
 
+#include "autoresponder/message/letter_case.h"
 #include "support/base/joined.h"
 
 namespace {
-
-std::string lower(std::string text) {
-  for (char& c : text) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
-  return text;
-}
 
 // The word after `words`, up to a blank or a comma; empty if they do not occur.
 std::string word_after(const std::string& text, const std::string& words) {
@@ -34,7 +30,7 @@ size_t end_of_name(const std::string& line) {
 
 ColumnDefinition read_column(const std::string& definition) {
   ColumnDefinition column;
-  column.text = lower(definition);
+  column.text = lower_case(definition);
   const size_t end = column.text.find_first_of(" (,");
   column.type = column.text.substr(0, end);
   const bool has_size = end != std::string::npos && column.text[end] == '(';
@@ -60,9 +56,9 @@ TableDefinition parse_table_definition(const std::string& statement) {
   for (std::string line; std::getline(lines, line);) {
     const size_t name_end = end_of_name(line);
     if (name_end != std::string::npos) {
-      table[lower(line.substr(3, name_end - 3))] = read_column(line.substr(name_end + 2));
+      table[lower_case(line.substr(3, name_end - 3))] = read_column(line.substr(name_end + 2));
     } else if (line.rfind(") ", 0) == 0) {
-      charset = lower(word_after(line, "CHARSET="));
+      charset = lower_case(word_after(line, "CHARSET="));
     }
   }
   for (auto& [name, column] : table) {
@@ -71,9 +67,13 @@ TableDefinition parse_table_definition(const std::string& statement) {
   return table;
 }
 
-TableDefinition read_table_definition(const char* table, PanelDatabase& database) {
+std::string definition_of(Rows rows) {
   enum { kName, kStatement };
+  const Row row = rows.Next();
+  return row != nullptr ? text_or(row[kStatement], "") : "";
+}
+
+TableDefinition read_table_definition(const char* table, PanelDatabase& database) {
   auto rows = database.TryQuery(joined({"show create table `", table, "`"}));
-  const Row row = rows ? rows->Next() : nullptr;
-  return row != nullptr ? parse_table_definition(text_or(row[kStatement], "")) : TableDefinition{};
+  return rows ? parse_table_definition(definition_of(*std::move(rows))) : TableDefinition{};
 }

@@ -1,4 +1,4 @@
-#include "autoresponder/reader/system_call_filter.h"
+#include "autoresponder/confinement/system_call_filter.h"
 
 #include <cerrno>
 #include <cstddef>
@@ -6,12 +6,13 @@
 #include <fcntl.h>
 #include <linux/audit.h>
 #include <linux/seccomp.h>
-#include <ostream>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 
 #include <gtest/gtest.h>
+
+#include "../../named_row.h"
 
 namespace {
 
@@ -60,16 +61,11 @@ enum Verdict : uint32_t {
   kEnded = SECCOMP_RET_KILL_PROCESS,
 };
 
-struct Call {
-  const char* name;
+struct Call : NamedRow {
   int number;
   uint64_t arguments[4];
   Verdict want;
 };
-
-void PrintTo(const Call& row, std::ostream* out) {
-  *out << row.name;
-}
 
 constexpr uint64_t kHigh = uint64_t{1} << 32;
 constexpr uint64_t kRead = PROT_READ;

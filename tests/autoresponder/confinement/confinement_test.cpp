@@ -1,4 +1,4 @@
-#include "autoresponder/reader/confinement.h"
+#include "autoresponder/confinement/confinement.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "autoresponder/reader/confinement.h"
+#include "autoresponder/confinement/confinement.h"
 
 #include <csignal>
 #include <cstdio>
@@ -15,8 +15,8 @@
 #define RUNNING_ON_VALGRIND 0
 #endif
 
-#include "autoresponder/reader/file_rules.h"
-#include "autoresponder/reader/system_call_filter.h"
+#include "autoresponder/confinement/file_rules.h"
+#include "autoresponder/confinement/system_call_filter.h"
 #include "support/base/descriptors.h"
 #include "support/base/owned.h"
 #include "support/base/signals.h"
@@ -72,8 +72,8 @@ bool drop_capabilities() {
 }
 
 // Each reader is another user, so that not even two of them can reach one another. No system gives
-// out these numbers. Where they do not exist, as in some containers, "nobody" has to do. Of what is
-// refused the rest is done all the same.
+// out these numbers. Where they do not exist, as in some containers, "nobody" has to do. If one
+// step fails, the others still run.
 bool drop_identity() {
   constexpr uid_t kFirstReader = 0xB0000000;
   constexpr uid_t kNobody = 65534;

@@ -1,5 +1,5 @@
-#ifndef EXPLAIN_CHECK_TABLE_DEFINITION_H
-#define EXPLAIN_CHECK_TABLE_DEFINITION_H
+#ifndef AUTORESPONDER_PANEL_TABLE_DEFINITION_H
+#define AUTORESPONDER_PANEL_TABLE_DEFINITION_H
 
 #include <initializer_list>
 #include <map>
@@ -10,7 +10,7 @@
 /// A column as "show create table" writes it.
 struct ColumnDefinition {
   std::string type;     ///< without its size, such as "varchar"
-  long size = 0;        ///< what is in brackets after the type: a text's longest length; 0 for none
+  long size = 0;        ///< what is in brackets after the type: a text's maximum length; 0 for none
   std::string text;     ///< all of the definition, in lower case
   std::string charset;  ///< of its texts; empty if it has none
 
@@ -25,6 +25,9 @@ using TableDefinition = std::map<std::string, ColumnDefinition>;
 /// Reads what "show create table" answers. A text of another form, such as a view's, has no
 /// columns.
 TableDefinition parse_table_definition(const std::string& statement);
+
+/// The statement in the answer to "show create table"; empty without an answer.
+std::string definition_of(Rows rows);
 
 /// Asks the server for the definition of `table`. Without columns if that fails.
 TableDefinition read_table_definition(const char* table, PanelDatabase& database);

@@ -1,0 +1,13 @@
+#ifndef TESTS_NAMED_ROW_H
+#define TESTS_NAMED_ROW_H
+
+#include <ostream>
+
+/// A row of a table of tests, whose name shows in the failure.
+struct NamedRow {
+  const char* name;
+
+  friend std::ostream& operator<<(std::ostream& out, const NamedRow& row) { return out << row.name; }
+};
+
+#endif
