@@ -7,7 +7,9 @@
 struct NamedRow {
   const char* name;
 
-  friend std::ostream& operator<<(std::ostream& out, const NamedRow& row) { return out << row.name; }
+  friend std::ostream& operator<<(std::ostream& out, const NamedRow& row) {
+    return out << row.name;
+  }
 };
 
 #endif
