@@ -1,42 +1,42 @@
 #include "explain/check_report.h"
 
+#include <algorithm>
+#include <iterator>
 #include <ostream>
 #include <string>
 
 #include "explain/check/check.h"
 #include "explain/json_text.h"
 #include "explain/printable.h"
-#include "support/base/joined.h"
 
 namespace {
 
 struct SeverityWords {
-  const char* code;    // for programs
-  const char* text;    // for people
-  const char* colour;  // a terminal's number for it
+  Severity severity;
+  Colour colour;
+  const char* code;  // for programs
+  const char* text;  // for people
+};
+
+constexpr SeverityWords kWords[] = {
+    {Severity::kError, Colour::kRed, "error", "error"},
+    {Severity::kWarning, Colour::kYellow, "warning", "warning"},
+    {Severity::kUnseen, Colour::kYellow, "unseen", "not seen"},
+    {Severity::kAdvice, Colour::kBold, "advice", "advice"},
 };
 
 const SeverityWords& words_for(Severity severity) {
-  static constexpr SeverityWords kWords[] = {
-      {"error", "error", "31"},
-      {"warning", "warning", "33"},
-      {"unseen", "not seen", "33"},
-      {"advice", "advice", "1"},
-  };
-  return kWords[static_cast<size_t>(severity)];
-}
-
-std::string heading(Severity severity, const TextStyle& style) {
-  const SeverityWords& words = words_for(severity);
-  if (!style.in_colour) return words.text;
-  return joined({"\033[", words.colour, "m", words.text, "\033[0m"});
+  return *std::find_if(
+      std::begin(kWords), std::end(kWords),
+      [severity](const SeverityWords& words) { return words.severity == severity; });
 }
 
 }  // namespace
 
 void write_check_text(std::ostream& out, const Findings& findings, const TextStyle& style) {
   for (const Finding& finding : findings) {
-    out << heading(finding.severity, style) << ": " << printable(finding.text) << '\n';
+    const SeverityWords& words = words_for(finding.severity);
+    out << coloured(words.colour, words.text, style) << ": " << printable(finding.text) << '\n';
   }
   if (findings.empty()) out << "This server is set up right.\n";
 }

@@ -4,7 +4,7 @@
 #include <iosfwd>
 
 #include "explain/check/finding.h"
-#include "explain/text_report.h"
+#include "explain/text_style.h"
 
 /// Writes the findings for people, one line each. Values from the server are made safe for a
 /// terminal.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fmt/format.h>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
@@ -35,7 +36,8 @@ MessageBuffer load_message(const std::string& file_name) {
   }
   if (!in.eof()) {
     const std::string name = file_name == "-" ? "standard input" : file_name;
-    throw CannotTell(Reason::kMessageUnreadable, "Unable to read " + name + ": " + strerror(errno));
+    throw CannotTell(Reason::kMessageUnreadable,
+                     fmt::format("Unable to read {}: {}", name, strerror(errno)));
   }
   *message.RoomFor(1) = '\n';
   message.Add(1);
@@ -145,7 +147,7 @@ Reason examine_panel(const Options& options, Explanation& explanation) {
   if (!explanation.panel.mailbox) return Reason::kMailboxNotFound;
   examine_rules(database, options, explanation);
   if (options.rule && explanation.rules.empty()) {
-    throw CannotTell(Reason::kNoSuchRule, "The mailbox has no rule " + *options.rule);
+    throw CannotTell(Reason::kNoSuchRule, fmt::format("The mailbox has no rule {}", *options.rule));
   }
   const Reason reason = reason_of(explanation.rules);
   explanation.objection = objection_of(explanation.rules);

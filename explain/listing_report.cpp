@@ -1,63 +1,54 @@
 #include "explain/listing_report.h"
 
-#include <iomanip>
 #include <ostream>
 
 #include "explain/json_text.h"
 #include "explain/printable.h"
 #include "explain/wording.h"
-#include "support/base/joined.h"
 
 namespace {
 
-std::string in_style(const char* code, const std::string& text, const TextStyle& style) {
-  return style.in_colour ? joined({"\033[", code, "m", text, "\033[0m"}) : text;
-}
-
-// Begins a line with the name of a topic.
-std::ostream& line(std::ostream& out, const char* topic) {
-  return out << "  " << std::left << std::setw(12) << topic;
-}
-
 void write_trigger(std::ostream& out, const ResponderRule& rule) {
   const TriggerPlace place = trigger_place(rule);
-  line(out, "trigger");
+  begin_line(out, "trigger");
   if (place != TriggerPlace::kNowhere) out << '"' << printable(rule.keystr) << "\" in ";
   out << words_for(place).text << '\n';
 }
 
 void write_limits(std::ostream& out, const ResponderRule& rule) {
-  line(out, "limits") << "replies to a sender each day: " << printable(rule.ans_freq)
-                      << ", senders remembered: " << printable(rule.mem_limit) << '\n';
+  begin_line(out, "limits") << "replies to a sender each day: " << printable(rule.ans_freq)
+                            << ", senders remembered: " << printable(rule.mem_limit) << '\n';
 }
 
 void write_reply(std::ostream& out, const ResponderRule& rule) {
-  line(out, "subject");
+  begin_line(out, "subject");
   if (*rule.subject == '\0') {
     out << "\"Re: \" and the message's\n";
   } else {
     out << '"' << printable(rule.subject) << "\"\n";
   }
-  if (*rule.reply_to != '\0') line(out, "reply to") << printable(rule.reply_to) << '\n';
-  line(out, "text") << printable(rule.content_type) << ", " << printable(rule.charset) << '\n';
+  if (*rule.reply_to != '\0') begin_line(out, "reply to") << printable(rule.reply_to) << '\n';
+  begin_line(out, "text") << printable(rule.content_type) << ", " << printable(rule.charset)
+                          << '\n';
 }
 
 void write_attachments(std::ostream& out, const AttachmentList& attachments,
                        const TextStyle& style) {
   for (const Attachment& file : attachments.found) {
-    line(out, "attachment") << printable(file.name) << ", " << file.size << " bytes\n";
+    begin_line(out, "attachment") << printable(file.name) << ", " << file.size << " bytes\n";
   }
   for (const std::string& name : attachments.missing) {
-    line(out, "attachment") << printable(name) << ", " << in_style("33", "missing", style) << '\n';
+    begin_line(out, "attachment") << printable(name) << ", "
+                                  << coloured(Colour::kYellow, "missing", style) << '\n';
   }
 }
 
 void write_answered(std::ostream& out, const std::vector<AnsweredSender>& senders) {
-  line(out, "today");
+  begin_line(out, "today");
   if (senders.empty()) out << "answered nobody\n";
   const char* topic = nullptr;
   for (const AnsweredSender& sender : senders) {
-    if (topic != nullptr) line(out, topic);
+    if (topic != nullptr) begin_line(out, topic);
     topic = "";
     out << printable(sender.address) << ", replies: " << printable(sender.replies) << ", since "
         << printable(sender.time_resp) << '\n';
@@ -66,15 +57,15 @@ void write_answered(std::ostream& out, const std::vector<AnsweredSender>& sender
 
 void write_rule(std::ostream& out, const ListedRule& listed, const TextStyle& style) {
   const ResponderRule& rule = listed.rule;
-  const std::string title = "Rule " + printable(rule.id);
-  const std::string state =
-      is_active(rule) ? in_style("32", "is on", style) : in_style("31", "is off", style);
-  out << '\n' << in_style("1", title, style) << ' ' << state << '\n';
+  const std::string title = fmt::format("Rule {}", printable(rule.id));
+  const std::string state = is_active(rule) ? coloured(Colour::kGreen, "is on", style)
+                                            : coloured(Colour::kRed, "is off", style);
+  out << '\n' << coloured(Colour::kBold, title, style) << ' ' << state << '\n';
   write_trigger(out, rule);
   write_limits(out, rule);
   write_reply(out, rule);
   for (const std::string& address : listed.forwarding) {
-    line(out, "forward to") << printable(address) << '\n';
+    begin_line(out, "forward to") << printable(address) << '\n';
   }
   write_attachments(out, listed.attachments, style);
   write_answered(out, listed.answered);
@@ -123,7 +114,7 @@ Json rule_json(const ListedRule& listed) {
 void write_listing_text(std::ostream& out, const Listing& listing, const TextStyle& style) {
   if (listing.mailbox) {
     const MailboxRef& mailbox = listing.mailbox->mailbox;
-    out << in_style("1", "Mailbox", style) << ' ' << printable(mailbox.mail_name) << '@'
+    out << coloured(Colour::kBold, "Mailbox", style) << ' ' << printable(mailbox.mail_name) << '@'
         << printable(mailbox.domain_name) << ", id " << printable(mailbox.id) << ", found "
         << words_for(listing.mailbox->lookup).text << '\n';
     if (listing.rules.empty() && listing.trouble.empty()) out << "  has no rules\n";

@@ -1,16 +1,12 @@
 #include "explain/text_report.h"
 
-#include <iomanip>
 #include <ostream>
 #include <sstream>
 
 #include "explain/printable.h"
 #include "explain/wording.h"
-#include "support/base/joined.h"
 
 namespace {
-
-enum class Colour { kNone = 0, kBold = 1, kRed = 31, kGreen = 32, kYellow = 33 };
 
 class Report {
  public:
@@ -23,11 +19,10 @@ class Report {
   void Switches(const Explanation& explanation);
 
  private:
-  // Begins a line with the name of a topic.
-  std::ostream& Line(const char* topic) {
-    return out_ << "  " << std::left << std::setw(12) << topic;
+  std::ostream& Line(const char* topic) { return begin_line(out_, topic); }
+  std::string Coloured(Colour colour, const std::string& text) const {
+    return coloured(colour, text, style_);
   }
-  std::string Coloured(Colour colour, const std::string& text) const;
   void Trigger(const ResponderRule& rule, const TriggerMatch& trigger);
   void Limiter(const ResponderRule& rule, const LimiterFacts& limiter);
   void Attachments(const AnswerFacts& facts);
@@ -45,7 +40,7 @@ const char* words(Enumeration value) {
 }
 
 std::string quoted(const std::string& text) {
-  return joined({"\"", printable(text), "\""});
+  return fmt::format("\"{}\"", printable(text));
 }
 
 std::string after_colon(const std::string& text) {
@@ -62,11 +57,6 @@ std::string trimmed(const std::string& text) {
 void write_indented(std::ostream& out, const std::string& text, const char* indent) {
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) out << indent << printable_lines(line) << '\n';
-}
-
-std::string Report::Coloured(Colour colour, const std::string& text) const {
-  if (!style_.in_colour) return text;
-  return "\033[" + std::to_string(static_cast<int>(colour)) + "m" + text + "\033[0m";
 }
 
 void Report::Message(const Explanation& explanation) {
@@ -162,7 +152,7 @@ void Report::Changes(const std::vector<const Repair*>& repairs) {
 void Report::Rule(const RuleExplanation& facts) {
   const Colour colour = is_reply(facts.outcome) ? Colour::kGreen : Colour::kRed;
   out_ << '\n'
-       << Coloured(Colour::kBold, joined({"Rule ", printable(facts.rule.id)})) << ' '
+       << Coloured(Colour::kBold, fmt::format("Rule {}", printable(facts.rule.id))) << ' '
        << Coloured(colour, words_for(facts).text + after_colon(facts.answer.objection)) << '\n';
   if (facts.trigger) Trigger(facts.rule, *facts.trigger);
   const AnswerFacts& answer = facts.answer;

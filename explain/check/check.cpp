@@ -23,7 +23,7 @@ void run(const Check& check, Inspection& inspection) {
   try {
     check.look(inspection);
   } catch (const PanelFailure& failure) {
-    inspection.Error("database_unusable", std::string("A query failed: ") + failure.what());
+    inspection.Error("database_unusable", "A query failed: {}", failure.what());
   }
 }
 

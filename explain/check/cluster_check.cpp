@@ -1,6 +1,5 @@
 #include "explain/check/checks.h"
 #include "explain/check/server_error.h"
-#include "support/base/joined.h"
 
 namespace {
 
@@ -53,19 +52,20 @@ void check_tables_of_node(Inspection& inspection) {
   while (const Row row = rows.Next()) {
     const std::string engine = text_or(row[kEngine], "");
     if (std::string(text_or(row[kKeyColumns], "")) == "0") append_name(without_key, row[kName]);
-    if (engine != "InnoDB") append_name(other_engine, joined({row[kName], " (", engine, ")"}));
+    if (engine != "InnoDB") append_name(other_engine, fmt::format("{} ({})", row[kName], engine));
   }
   if (!without_key.empty()) {
     inspection.Warning(
         "cluster_key_missing",
-        "Without a primary key, so that the nodes may not agree which row is changed: " +
-            without_key + ". Add keys as schema/cluster.sql does.");
+        "Without a primary key, so that the nodes may not agree which row is changed: {}. Add keys "
+        "as schema/cluster.sql does.",
+        without_key);
   }
   if (!other_engine.empty()) {
     inspection.Warning("cluster_engine",
                        "Not of the engine InnoDB, so that their rows stay on the node that writes "
-                       "them: " +
-                           other_engine + ". Give each table the engine InnoDB.");
+                       "them: {}. Give each table the engine InnoDB.",
+                       other_engine);
   }
 }
 
@@ -85,15 +85,12 @@ void check_isolation(Inspection& inspection) {
       "where variable_name in ('tx_isolation', 'transaction_isolation')";
   const std::string isolation = value_of(kIsolation, *inspection.database);
   if (isolation == "REPEATABLE-READ" || isolation == "SERIALIZABLE") return;
-  inspection.Warning("cluster_isolation",
-                     "Transactions are isolated by " + isolation +
-                         ": replies to a sender at once, on both nodes, may not be counted. Set "
-                         "transaction_isolation to REPEATABLE-READ, the default.");
+  inspection.Warning(
+      "cluster_isolation",
+      "Transactions are isolated by {}: replies to a sender at once, on both nodes, "
+      "may not be counted. Set transaction_isolation to REPEATABLE-READ, the default.",
+      isolation);
 }
-
-constexpr const char* kFirstReplies =
-    ": when both nodes answer a sender for the first time at once, each counts for itself, and the "
-    "sender may get more replies than a rule allows. ";
 
 // The right to see a trigger is not needed: without it the server refuses to show one that exists,
 // and says of others that they do not.
@@ -109,7 +106,10 @@ bool has_trigger(PanelDatabase& database) {
 // Without repairs no limit holds anyway.
 void warn_of_turns(const std::string& what, const char* remedy, Inspection& inspection) {
   if (!inspection.switches.repairs.turns) return;
-  inspection.Warning("cluster_turns_missing", what + kFirstReplies + remedy);
+  inspection.Warning("cluster_turns_missing",
+                     "{}: when both nodes answer a sender for the first time at once, each counts "
+                     "for itself, and the sender may get more replies than a rule allows. {}",
+                     what, remedy);
 }
 
 // The trigger writes a row of resp_freq_turn with each first reply, with the rights of who made it.

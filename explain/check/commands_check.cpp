@@ -22,14 +22,15 @@ void check_sendmail(Inspection& inspection) {
   if (!state && is_hidden_from_us(errno)) {
     inspection.Unseen(path, words_of(errno));
   } else if (!can_be_started(path)) {
-    inspection.Error("sendmail_missing", path +
-                                             " is missing or cannot be started: no mail leaves. "
-                                             "Correct QMAIL_ROOT_D, or install the mail server.");
+    inspection.Error("sendmail_missing",
+                     "{} is missing or cannot be started: no mail leaves. Correct QMAIL_ROOT_D, or "
+                     "install the mail server.",
+                     path);
   } else if (others_may_write(*state)) {
-    inspection.Error("sendmail_writable", path + " may be written by others than root (owner " +
-                                              std::to_string(state->st_uid) + ", " +
-                                              mode_of(*state) +
-                                              "), and root starts it: they can become root.");
+    inspection.Error("sendmail_writable",
+                     "{} may be written by others than root (owner {}, {}), and root starts it: "
+                     "they can become root.",
+                     path, state->st_uid, mode_of(*state));
   }
 }
 
@@ -38,17 +39,17 @@ void check_command(const std::string& name, const std::string& package, Inspecti
     if (can_be_started(directory + "/" + name)) return;
   }
   inspection.Error(name == "sed" ? "sed_missing" : "uuencode_missing",
-                   name +
-                       " is missing or cannot be started: attachments arrive empty. Install "
-                       "the package " +
-                       package + ".");
+                   "{} is missing or cannot be started: attachments arrive empty. Install the "
+                   "package {}.",
+                   name, package);
 }
 
 void check_libidn(Inspection& inspection) {
   const char* const trouble = kem::libidn.Trouble();
   if (trouble == nullptr) return;
-  inspection.Error("libidn_missing", std::string("libidn cannot be loaded: ") + trouble +
-                                         ". No rule replies. Install the package libidn12.");
+  inspection.Error("libidn_missing",
+                   "libidn cannot be loaded: {}. No rule replies. Install the package libidn12.",
+                   trouble);
 }
 
 }  // namespace

@@ -21,10 +21,10 @@ constexpr Key kKeys[] = {KEM_CONF_KEYS(KEM_KEY)};
 void check_writers(const std::string& path, Inspection& inspection) {
   const auto state = state_of(path);
   if (!state || !others_may_write(*state)) return;
-  inspection.Error("conf_writable", path + " may be written by others than root (owner " +
-                                        std::to_string(state->st_uid) + ", " + mode_of(*state) +
-                                        "): they can become root. Give it to root, mode 0" +
-                                        (S_ISDIR(state->st_mode) ? "755." : "644."));
+  inspection.Error("conf_writable",
+                   "{} may be written by others than root (owner {}, {}): they can become root. "
+                   "Give it to root, mode {}.",
+                   path, state->st_uid, mode_of(*state), S_ISDIR(state->st_mode) ? "0755" : "0644");
 }
 
 // Whether the file can be read; otherwise all keys would be told to be missing.
@@ -34,8 +34,8 @@ bool is_readable(Inspection& inspection) {
   if (is_hidden_from_us(errno)) {
     inspection.Unseen(path, words_of(errno));
   } else {
-    inspection.Error("conf_unreadable", path + " cannot be read: " + words_of(errno) +
-                                            ". No run gets past its start.");
+    inspection.Error("conf_unreadable", "{} cannot be read: {}. No run gets past its start.", path,
+                     words_of(errno));
   }
   return false;
 }
@@ -50,16 +50,17 @@ void check_keys(Inspection& inspection) {
     if (!is_defined) missing += std::string(missing.empty() ? "" : ", ") + key.name;
   }
   if (missing.empty()) return;
-  inspection.Error("conf_key_missing", std::string(kConfFile) + " does not define " + missing +
-                                           ". Every key is required: no run gets past its start.");
+  inspection.Error("conf_key_missing",
+                   "{} does not define {}. Every key is required: no run gets past its start.",
+                   kConfFile, missing);
 }
 
 void check_switch(const char* key, Inspection& inspection) {
   const char* const value = conf_lookup(key);
   const std::string_view word = value != nullptr ? value : "off";
   if (word == "on" || word == "off") return;
-  inspection.Warning("switch_unknown", std::string(key) + " in " + kConfFile + " is \"" + value +
-                                           "\", which counts as off. Write on or off.");
+  inspection.Warning("switch_unknown", "{} in {} is \"{}\", which counts as off. Write on or off.",
+                     key, kConfFile, value);
 }
 
 std::string text_of(const char* value) {

@@ -16,10 +16,10 @@ void check_mode(Inspection& inspection) {
   if (!state) return;
   const bool is_exposed = state->st_uid != 0 || (state->st_mode & (S_IRWXG | S_IRWXO)) != 0;
   if (!is_exposed) return;
-  inspection.Error("password_exposed", kPath + " is open to others than root (owner " +
-                                           std::to_string(state->st_uid) + ", " + mode_of(*state) +
-                                           "): they can become root. chown root:root " + kPath +
-                                           " && chmod 600 " + kPath);
+  inspection.Error("password_exposed",
+                   "{0} is open to others than root (owner {1}, {2}): they can become root. "
+                   "chown root:root {0} && chmod 600 {0}",
+                   kPath, state->st_uid, mode_of(*state));
 }
 
 // The longest password that is read whole.
@@ -37,17 +37,17 @@ bool check_password(Inspection& inspection) {
   }
   const int error = errno;
   if (!std::getline(file, line)) {
-    inspection.Error(
-        "password_unreadable",
-        kPath + (file.is_open() && error == 0 ? " is empty." : ": " + words_of(error) + ".") +
-            " Its first line has to be the password of the "
-            "database user admin.");
+    const bool is_empty = file.is_open() && error == 0;
+    inspection.Error("password_unreadable",
+                     "{}{}. Its first line has to be the password of the database user admin.",
+                     kPath, is_empty ? " is empty" : ": " + words_of(error));
     return false;
   }
   if (line.size() > kMaxLength) {
     inspection.Error("password_too_long",
-                     "The password in " + kPath + " is longer than " + std::to_string(kMaxLength) +
-                         " bytes, and the rest is not read. Choose a shorter one.");
+                     "The password in {} is longer than {} bytes, and the rest is not read. Choose "
+                     "a shorter one.",
+                     kPath, kMaxLength);
   }
   return true;
 }
@@ -56,7 +56,7 @@ bool check_password(Inspection& inspection) {
 bool can_connect(Inspection& inspection) {
   char error[4096] = "";
   if (OwnedConnection(db_open(error, sizeof error))) return true;
-  inspection.Error("database_unusable", std::string("No run can use the database: ") + error);
+  inspection.Error("database_unusable", "No run can use the database: {}", error);
   return false;
 }
 
@@ -68,6 +68,6 @@ void check_connection(Inspection& inspection) {
     inspection.database.emplace();
     inspection.database->ForbidWrites();
   } catch (const PanelFailure& failure) {
-    inspection.Error("database_unusable", failure.what());
+    inspection.Error("database_unusable", "{}", failure.what());
   }
 }

@@ -56,16 +56,15 @@ void check_prefix(const VirtualDomain& line, const Deliveries& deliveries, Inspe
   const bool has_rules =
       std::any_of(deliveries.domains.begin(), deliveries.domains.end(),
                   [&](const auto& domain) { return line_for(deliveries, domain) == &line; });
-  const std::string text =
-      "The prefix \"" + line.prefix + "\" of " +
-      (line.domain.empty() ? "all domains" : line.domain) +
-      " in control/virtualdomains holds \"-\": every message would end with \"Mailname not "
-      "found\". "
-      "Choose another prefix, with a line of its own in users/assign (operators.md).";
+  constexpr char kText[] =
+      "The prefix \"{}\" of {} in control/virtualdomains holds \"-\": every message would end with "
+      "\"Mailname not found\". Choose another prefix, with a line of its own in users/assign "
+      "(operators.md).";
+  const std::string domain = line.domain.empty() ? "all domains" : line.domain;
   if (has_rules) {
-    inspection.Error("prefix_with_dash", text);
+    inspection.Error("prefix_with_dash", kText, line.prefix, domain);
   } else {
-    inspection.Warning("prefix_with_dash", text);
+    inspection.Warning("prefix_with_dash", kText, line.prefix, domain);
   }
 }
 
@@ -78,19 +77,21 @@ void check_domain(const std::string& domain, const Deliveries& deliveries,
   const VirtualDomain* const line = line_for(deliveries, domain);
   if (line == nullptr || line->prefix.empty()) {
     inspection.Warning("domain_not_delivered",
-                       "The domain " + domain +
-                           " has rules, but control/virtualdomains has no prefix for it, and "
-                           "control/locals does not name it: its mail is not delivered here.");
+                       "The domain {} has rules, but control/virtualdomains has no prefix for it, "
+                       "and control/locals does not name it: its mail is not delivered here.",
+                       domain);
     return;
   }
   if (const auto user = users.Find(line->prefix)) {
     groups[user->group].push_back(domain);
     return;
   }
-  inspection.Warning("prefix_without_user",
-                     "Nobody is the user of the prefix \"" + line->prefix + "\" of " + domain +
-                         ": neither users/assign nor the system has one, so its mail goes to the "
-                         "alias user. Add a line to users/assign and run qmail-newu.");
+  inspection.Warning(
+      "prefix_without_user",
+      "Nobody is the user of the prefix \"{}\" of {}: neither users/assign nor the "
+      "system has one, so its mail goes to the alias user. Add a line to users/assign "
+      "and run qmail-newu.",
+      line->prefix, domain);
 }
 
 // A delivery can start the program only if its primary group is the program's.
@@ -98,13 +99,12 @@ void check_group(unsigned group, const std::vector<std::string>& domains, Inspec
   for (const std::string& path : installed_programs(inspection)) {
     const auto state = state_of(path);
     if (!state || state->st_gid == 0 || state->st_gid == group) continue;
-    inspection.Error(
-        "delivery_group",
-        "Mail to " + domains[0] +
-            (domains.size() > 1 ? " and " + std::to_string(domains.size() - 1) + " more" : "") +
-            " is delivered with the primary group " + std::to_string(group) + ", and " + path +
-            " belongs to group " + std::to_string(state->st_gid) +
-            ": these deliveries cannot start it.");
+    const size_t others = domains.size() - 1;
+    inspection.Error("delivery_group",
+                     "Mail to {}{} is delivered with the primary group {}, and {} belongs to group "
+                     "{}: these deliveries cannot start it.",
+                     domains[0], others > 0 ? fmt::format(" and {} more", others) : "", group, path,
+                     state->st_gid);
   }
 }
 
@@ -114,8 +114,9 @@ void check_compiled(Inspection& inspection) {
   if (!assign) return;
   const auto compiled = state_of(inspection.qmail_root + "/users/cdb");
   if (compiled && compiled->st_mtime >= assign->st_mtime) return;
-  inspection.Error("users_not_compiled", inspection.qmail_root + "/users/assign is newer than " +
-                                             "users/cdb, which qmail reads: run qmail-newu.");
+  inspection.Error("users_not_compiled",
+                   "{}/users/assign is newer than users/cdb, which qmail reads: run qmail-newu.",
+                   inspection.qmail_root);
 }
 
 // An address without a prefix must not hold a "-" either.
@@ -128,10 +129,10 @@ void check_local_names(const Deliveries& deliveries, Inspection& inspection) {
     const std::string domain = text_or(row[kDomain], "");
     if (!is_local(deliveries, domain)) continue;
     inspection.Error("local_name_with_dash",
-                     "Mail to " + name + "@" + domain +
-                         " is delivered without a prefix, because control/locals names the domain: "
-                         "every message would end with \"Mailname not found\". Move the domain to "
-                         "control/virtualdomains.");
+                     "Mail to {}@{} is delivered without a prefix, because control/locals names "
+                     "the domain: every message would end with \"Mailname not found\". Move the "
+                     "domain to control/virtualdomains.",
+                     name, domain);
   }
 }
 

@@ -1,6 +1,5 @@
 #include "autoresponder/panel/table_definition.h"
 #include "explain/check/checks.h"
-#include "support/base/joined.h"
 
 namespace {
 
@@ -34,8 +33,9 @@ constexpr Index kIndexes[] = {
 // to a comparison.
 bool has_index(const Index& index, PanelDatabase& database) {
   auto rows = database.TryQuery(
-      joined({"show index from `", index.table, "` where Seq_in_index=1 and Column_name='",
-              index.column, "' and Index_type in ('BTREE', 'HASH') and Comment=''"}));
+      fmt::format("show index from `{}` where Seq_in_index=1 and Column_name='{}' and "
+                  "Index_type in ('BTREE', 'HASH') and Comment=''",
+                  index.table, index.column));
   return !rows || rows->Next() != nullptr;
 }
 
@@ -48,11 +48,11 @@ bool is_in_table(const Index& index, PanelDatabase& database) {
 void check_index(const Index& index, Inspection& inspection) {
   PanelDatabase& database = *inspection.database;
   if (!is_in_table(index, database) || has_index(index, database)) return;
-  constexpr const char* kWhy =
-      ": the more rows of other mailboxes there are, the more of them a run may read. ";
-  inspection.Warning("index_missing",
-                     joined({"No index begins with ", index.table, ".", index.column, kWhy,
-                             "alter table ", index.table, " add ", index.definition}));
+  inspection.Warning(
+      "index_missing",
+      "No index begins with {0}.{1}: the more rows of other mailboxes there are, the "
+      "more of them a run may read. alter table {0} add {2}",
+      index.table, index.column, index.definition);
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
 #ifndef EXPLAIN_CHECK_INSPECTION_H
 #define EXPLAIN_CHECK_INSPECTION_H
 
+#include <fmt/format.h>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "autoresponder/message/switches.h"
 #include "autoresponder/panel/panel_database.h"
@@ -22,17 +22,27 @@ struct Inspection {
 
   std::optional<PanelDatabase> database;  ///< nothing if there is no connection
 
-  void Error(const char* code, std::string text) {
-    findings.push_back({Severity::kError, code, std::move(text)});
+  /// Each adds a finding with the text that `format`, a literal, makes of the `values`.
+  template <size_t kSize, typename... Values>
+  void Error(const char* code, const char (&format)[kSize], const Values&... values) {
+    Add(Severity::kError, code, format, values...);
   }
-  void Warning(const char* code, std::string text) {
-    findings.push_back({Severity::kWarning, code, std::move(text)});
+  template <size_t kSize, typename... Values>
+  void Warning(const char* code, const char (&format)[kSize], const Values&... values) {
+    Add(Severity::kWarning, code, format, values...);
+  }
+  template <size_t kSize, typename... Values>
+  void Advice(const char* code, const char (&format)[kSize], const Values&... values) {
+    Add(Severity::kAdvice, code, format, values...);
   }
   void Unseen(const std::string& what, const std::string& why) {
-    findings.push_back({Severity::kUnseen, "not_seen", what + " could not be looked at: " + why});
+    Add(Severity::kUnseen, "not_seen", "{} could not be looked at: {}", what, why);
   }
-  void Advice(const char* code, std::string text) {
-    findings.push_back({Severity::kAdvice, code, std::move(text)});
+
+ private:
+  template <typename... Values>
+  void Add(Severity severity, const char* code, const char* format, const Values&... values) {
+    findings.push_back({severity, code, fmt::format(fmt::runtime(format), values...)});
   }
 };
 

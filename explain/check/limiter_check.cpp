@@ -3,7 +3,6 @@
 #include "autoresponder/panel/table_definition.h"
 #include "explain/check/checks.h"
 #include "explain/check/server_error.h"
-#include "support/base/joined.h"
 
 namespace {
 
@@ -35,21 +34,22 @@ void check_other_columns(const TableDefinition& table, Inspection& inspection) {
                                  column.Has("auto_increment") || column.Has("generated always");
     if (is_known(name) || may_be_left_out || !is_strict(*inspection.database)) continue;
     inspection.Error("limiter_refused",
-                     "resp_freq." + name +
-                         " has no default, and the server is strict: it refuses what the limiter "
-                         "writes, and no rule replies. Give the column a default.");
+                     "resp_freq.{} has no default, and the server is strict: it refuses what the "
+                     "limiter writes, and no rule replies. Give the column a default.",
+                     name);
   }
 }
 
 // The server checks the rights when it prepares a statement. It is never executed.
 void check_right(const char* statement, Inspection& inspection) {
   try {
-    inspection.database->Query(joined({"prepare never_executed from '", statement, "'"}), "");
+    inspection.database->Query(fmt::format("prepare never_executed from '{}'", statement), "");
   } catch (const PanelFailure& failure) {
     if (failure.error() != kTableDenied && failure.error() != kColumnDenied) return;
-    inspection.Error("right_missing", std::string("The limiter cannot count: ") + failure.what() +
-                                          ". grant select, insert, update, delete on "
-                                          "kem.resp_freq to admin@localhost");
+    inspection.Error("right_missing",
+                     "The limiter cannot count: {}. grant select, insert, update, delete on "
+                     "kem.resp_freq to admin@localhost",
+                     failure.what());
   }
 }
 
@@ -77,9 +77,10 @@ void check_ids(const TableDefinition& rules, const TableDefinition& limiter,
   const auto reference = limiter.find("rn_id");
   if (id == rules.end() || reference == limiter.end()) return;
   if (rank_of(reference->second) >= rank_of(id->second)) return;
-  inspection.Warning("column_type", "resp_freq.rn_id is of type " + reference->second.type +
-                                        " and mail_resp.id of type " + id->second.type +
-                                        ": rules with large ids are not limited.");
+  inspection.Warning("column_type",
+                     "resp_freq.rn_id is of type {} and mail_resp.id of type {}: rules with large "
+                     "ids are not limited.",
+                     reference->second.type, id->second.type);
 }
 
 // Repairs lock the rule's row, which only some engines can.
@@ -90,11 +91,11 @@ void check_engine(Inspection& inspection) {
   const Row row = rows.Next();
   const std::string engine = row != nullptr ? text_or(row[kEngine], "") : "InnoDB";
   if (engine == "InnoDB") return;
-  inspection.Warning(
-      "limiter_engine",
-      "mail_resp is of the engine " + engine +
-          ", which locks no rows: deliveries at the same time may get more replies "
-          "than a rule allows, also with repairs. alter table mail_resp engine=InnoDB");
+  inspection.Warning("limiter_engine",
+                     "mail_resp is of the engine {}, which locks no rows: deliveries at the same "
+                     "time may get more replies than a rule allows, also with repairs. alter table "
+                     "mail_resp engine=InnoDB",
+                     engine);
 }
 
 }  // namespace

@@ -27,9 +27,10 @@ void check_room(Inspection& inspection) {
   if (free < kMebibyte || has_no_files_left) {
     inspection.Error("tmp_full", "/tmp is full: no reply leaves. Make room.");
   } else if (free < 64 * kMebibyte) {
-    inspection.Warning("tmp_small", "/tmp has only " + std::to_string(free / kMebibyte) +
-                                        " MiB left: large messages and attachments do not fit. "
-                                        "Make room.");
+    inspection.Warning("tmp_small",
+                       "/tmp has only {} MiB left: large messages and attachments do not fit. Make "
+                       "room.",
+                       free / kMebibyte);
   }
 }
 
@@ -47,10 +48,9 @@ void check_left_files(Inspection& inspection) {
   }
   if (old == 0) return;
   inspection.Advice("tmp_left_files",
-                    "/tmp has files of runs that were killed or aborted, older "
-                    "than two days: " +
-                        std::to_string(old) +
-                        ". Nothing removes them here: operators.md says how.");
+                    "/tmp has files of runs that were killed or aborted, older than two days: {}. "
+                    "Nothing removes them here: operators.md says how.",
+                    old);
 }
 
 void check_tmp(Inspection& inspection) {
@@ -61,9 +61,10 @@ void check_tmp(Inspection& inspection) {
   }
   const bool is_open = (state->st_mode & (S_IWGRP | S_IWOTH)) != 0;
   if (is_open && (state->st_mode & S_ISVTX) == 0) {
-    inspection.Error("tmp_not_sticky", "/tmp is not sticky (" + mode_of(*state) +
-                                           "): everybody can replace a run's files. chmod 1777 "
-                                           "/tmp");
+    inspection.Error(
+        "tmp_not_sticky",
+        "/tmp is not sticky ({}): everybody can replace a run's files. chmod 1777 /tmp",
+        mode_of(*state));
   }
   check_room(inspection);
   check_left_files(inspection);
@@ -83,13 +84,14 @@ void check_store(Inspection& inspection) {
   if (!state && is_hidden_from_us(errno)) {
     inspection.Unseen(path, words_of(errno));
   } else if (!state || !S_ISDIR(state->st_mode)) {
-    inspection.Error("store_missing", path +
-                                          " is no directory: every attachment is missing. Correct "
-                                          "QMAIL_MAILNAMES_D.");
+    inspection.Error("store_missing",
+                     "{} is no directory: every attachment is missing. Correct QMAIL_MAILNAMES_D.",
+                     path);
   } else if ((state->st_mode & S_IWOTH) != 0) {
     inspection.Error("store_writable",
-                     path + " may be written by everybody (" + mode_of(*state) +
-                         "): a link there sends any file of the system. chmod o-w " + path);
+                     "{0} may be written by everybody ({1}): a link there sends any file of the "
+                     "system. chmod o-w {0}",
+                     path, mode_of(*state));
   }
 }
 
@@ -97,15 +99,15 @@ void check_qmail_root(Inspection& inspection) {
   const auto state = state_of(inspection.qmail_root);
   if (!state && is_hidden_from_us(errno)) return;
   if (state && S_ISDIR(state->st_mode)) return;
-  inspection.Error("qmail_root_missing",
-                   inspection.qmail_root + " is no directory. Correct QMAIL_ROOT_D.");
+  inspection.Error("qmail_root_missing", "{} is no directory. Correct QMAIL_ROOT_D.",
+                   inspection.qmail_root);
 }
 
 void tell_of_no_limit(const std::string& why, Inspection& inspection) {
   inspection.Warning("no_size_limit",
-                     why +
-                         ", so there is no limit: a stranger's large message takes as much "
-                         "memory as it likes. Write a number of bytes into it.");
+                     "{}, so there is no limit: a stranger's large message takes as much memory as "
+                     "it likes. Write a number of bytes into it.",
+                     why);
 }
 
 // `word`: the first one of the file, which is read up to its first character that is no digit.
@@ -115,14 +117,15 @@ void check_limit(const std::string& path, const std::string& word, Inspection& i
   const long long limit = atoll(word.c_str());
   if (limit <= 0) return tell_of_no_limit(path + " holds \"" + word + "\"", inspection);
   if (limit > INT_MAX) {
-    inspection.Warning("size_limit_too_large", path + " holds " + word + ", which is more than " +
-                                                   std::to_string(INT_MAX) +
-                                                   " and not understood. Write a smaller one.");
+    inspection.Warning(
+        "size_limit_too_large",
+        "{} holds {}, which is more than {} and not understood. Write a smaller one.", path, word,
+        INT_MAX);
   } else if (!is_number || limit < kSmall) {
     inspection.Warning("size_limit_unlikely",
-                       path + " holds \"" + word + "\", which means " + std::to_string(limit) +
-                           " bytes: larger messages are refused, and larger replies replaced by a "
-                           "notice. Write the number of bytes.");
+                       "{} holds \"{}\", which means {} bytes: larger messages are refused, and "
+                       "larger replies replaced by a notice. Write the number of bytes.",
+                       path, word, limit);
   }
 }
 

@@ -13,39 +13,42 @@ void check_mount(const std::string& path, Inspection& inspection) {
   struct statvfs mount {};
   if (statvfs(path.c_str(), &mount) != 0) return;
   if ((mount.f_flag & ST_NOSUID) != 0) {
-    inspection.Error("program_nosuid", path +
-                                           " is on a file system that is mounted nosuid: it does "
-                                           "not get root's rights there. Mount it without nosuid.");
+    inspection.Error("program_nosuid",
+                     "{} is on a file system that is mounted nosuid: it does not get root's rights "
+                     "there. Mount it without nosuid.",
+                     path);
   }
   if ((mount.f_flag & ST_NOEXEC) != 0) {
-    inspection.Error("program_noexec", path +
-                                           " is on a file system that is mounted noexec: nobody "
-                                           "can start it. Mount it without noexec.");
+    inspection.Error("program_noexec",
+                     "{} is on a file system that is mounted noexec: nobody can start it. Mount it "
+                     "without noexec.",
+                     path);
   }
 }
 
 void check_writers(const std::string& path, const struct stat& state, Inspection& inspection) {
   if ((state.st_mode & (S_IWGRP | S_IWOTH)) == 0) return;
-  inspection.Error("program_writable", path + " may be written by others than root (" +
-                                           mode_of(state) + "): chmod 4750 " + path);
+  inspection.Error("program_writable",
+                   "{0} may be written by others than root ({1}): chmod 4750 {0}", path,
+                   mode_of(state));
 }
 
 void check_rights(const std::string& path, const struct stat& state, Inspection& inspection) {
   if (state.st_uid != 0) {
-    inspection.Error("program_owner", path + " belongs to user " + std::to_string(state.st_uid) +
-                                          " and not to root: chown root " + path +
-                                          " && chmod 4750 " + path);
+    inspection.Error("program_owner",
+                     "{0} belongs to user {1} and not to root: chown root {0} && chmod 4750 {0}",
+                     path, state.st_uid);
   }
   if ((state.st_mode & S_ISUID) == 0) {
     inspection.Error("program_not_setuid",
-                     path + " is not setuid (" + mode_of(state) +
-                         "): deliveries cannot read the password. chmod 4750 " + path);
+                     "{0} is not setuid ({1}): deliveries cannot read the password. chmod 4750 {0}",
+                     path, mode_of(state));
   }
   if ((state.st_mode & S_IXOTH) != 0) {
-    inspection.Error("program_open", path + " may be started by everybody (" + mode_of(state) +
-                                         "), who can then send mail in any mailbox's name: "
-                                         "chmod 4750 " +
-                                         path);
+    inspection.Error("program_open",
+                     "{0} may be started by everybody ({1}), who can then send mail in any "
+                     "mailbox's name: chmod 4750 {0}",
+                     path, mode_of(state));
   }
 }
 
@@ -53,11 +56,9 @@ void check_group(const std::string& path, const struct stat& state, Inspection& 
   const bool is_closed = state.st_gid == 0 || (state.st_mode & S_IXGRP) == 0;
   if (!is_closed || (state.st_mode & S_IXOTH) != 0) return;
   inspection.Error("program_closed",
-                   path + " can be started by root only (group " + std::to_string(state.st_gid) +
-                       ", " + mode_of(state) +
-                       "). Give it to the deliveries' primary group: dpkg-statoverride --update "
-                       "--add root GROUP 4750 " +
-                       path);
+                   "{0} can be started by root only (group {1}, {2}). Give it to the deliveries' "
+                   "primary group: dpkg-statoverride --update --add root GROUP 4750 {0}",
+                   path, state.st_gid, mode_of(state));
 }
 
 void check_file(const std::string& path, const struct stat& state, Inspection& inspection) {
@@ -88,5 +89,5 @@ void check_program(Inspection& inspection) {
     if (state) check_file(path, *state, inspection);
     is_found = is_found || is_hidden || state;
   }
-  if (!is_found) inspection.Error("program_missing", "There is no " + places + ": install it.");
+  if (!is_found) inspection.Error("program_missing", "There is no {}: install it.", places);
 }

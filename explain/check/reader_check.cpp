@@ -30,11 +30,11 @@ void report_missing(Inspection& inspection) {
                         "only root can change the user");
       continue;
     }
-    inspection.Warning(
-        "reader_unconfined",
-        std::string("The process that reads messages works without ") + words(missing) +
-            ", which this system does not let it have: a flaw in a parser gives more "
-            "than it should. Use a newer kernel, or give the container the right.");
+    inspection.Warning("reader_unconfined",
+                       "The process that reads messages works without {}, which this system does "
+                       "not let it have: a flaw in a parser gives more than it should. Use a newer "
+                       "kernel, or give the container the right.",
+                       words(missing));
   }
 }
 

@@ -3,7 +3,6 @@
 #include "autoresponder/panel/table_definition.h"
 #include "explain/check/checks.h"
 #include "explain/check/server_error.h"
-#include "support/base/joined.h"
 
 namespace {
 
@@ -66,11 +65,11 @@ constexpr Column kColumns[] = {
 };
 
 std::string name_of(const Column& column) {
-  return joined({column.table, ".", column.name});
+  return fmt::format("{}.{}", column.table, column.name);
 }
 
 std::string problem_of_number(const ColumnDefinition& column) {
-  if (!column.IsInteger()) return joined({"is of type ", column.type, " and no whole number"});
+  if (!column.IsInteger()) return fmt::format("is of type {} and no whole number", column.type);
   return column.type == "tinyint" ? "is of type tinyint, which larger numbers do not fit into" : "";
 }
 
@@ -79,25 +78,25 @@ std::string problem_of_text(const ColumnDefinition& column, long least) {
       column.Is({"text", "mediumtext", "longtext", "blob", "mediumblob", "longblob"});
   const bool is_small = column.Is({"tinytext", "tinyblob"});
   const bool is_sized = column.Is({"char", "varchar", "binary", "varbinary"});
-  if (!is_any_size && !is_small && !is_sized) return joined({"is of type ", column.type});
+  if (!is_any_size && !is_small && !is_sized) return fmt::format("is of type {}", column.type);
   const long size = is_small ? 255 : column.size;
   if (!is_any_size && size < least) {
-    return joined({"holds no more than ", std::to_string(size), " characters"});
+    return fmt::format("holds no more than {} characters", size);
   }
   const bool has_charset = column.type.find('b') == std::string::npos;  // no blob, not binary
   const bool is_complete =
       column.charset.empty() || column.charset == "binary" || column.charset.rfind("ut", 0) == 0;
   return has_charset && !is_complete
-             ? joined({"has the character set ", column.charset, ", which lacks most characters"})
+             ? fmt::format("has the character set {}, which lacks most characters", column.charset)
              : "";
 }
 
 std::string problem_of_word(const Column& use, const ColumnDefinition& column) {
-  if (column.IsInteger()) return joined({"is a number, not one of ", use.words});
+  if (column.IsInteger()) return fmt::format("is a number, not one of {}", use.words);
   if (column.type != "enum") return "";
   std::string words = use.words;
   for (char* word = strtok(words.data(), " "); word != nullptr; word = strtok(nullptr, " ")) {
-    if (!column.Has(word)) return joined({"does not know the word ", word});
+    if (!column.Has(word)) return fmt::format("does not know the word {}", word);
   }
   return "";
 }
@@ -129,8 +128,8 @@ void check_types(const char* name, const TableDefinition& table, Inspection& ins
     if (strcmp(use.table, name) != 0 || column == table.end()) continue;
     const std::string problem = problem_of(use, column->second);
     if (problem.empty()) continue;
-    inspection.Warning("column_type", name_of(use) + " " + problem +
-                                          ": compare the table with schema/tables.sql.");
+    inspection.Warning("column_type", "{} {}: compare the table with schema/tables.sql.",
+                       name_of(use), problem);
   }
 }
 
@@ -152,11 +151,11 @@ const char* code_of(unsigned error) {
 bool check_column(const Column& column, Inspection& inspection) {
   try {
     inspection.database->Query(
-        joined({"select `", column.name, "` from `", column.table, "` limit 0"}), "");
+        fmt::format("select `{}` from `{}` limit 0", column.name, column.table), "");
     return true;
   } catch (const PanelFailure& failure) {
-    inspection.Error(code_of(failure.error()),
-                     "A run cannot read " + name_of(column) + ": " + failure.what() + ".");
+    inspection.Error(code_of(failure.error()), "A run cannot read {}: {}.", name_of(column),
+                     failure.what());
     return failure.error() == kUnknownColumn || failure.error() == kColumnDenied;
   }
 }
@@ -180,7 +179,8 @@ void check_tables(Inspection& inspection) {
     last = column.table;
     if (!check_columns(last, inspection)) continue;
     const TableDefinition table = read_table_definition(last, *inspection.database);
-    if (table.empty()) inspection.Unseen(joined({"The types of the columns of ", last}), kNoTypes);
+    if (table.empty())
+      inspection.Unseen(fmt::format("The types of the columns of {}", last), kNoTypes);
     check_types(last, table, inspection);
   }
 }

@@ -62,9 +62,8 @@ bool check_kind(const Kind& kind, Inspection& inspection) {
     const std::string danger = kind.danger(value);
     if (danger.empty()) continue;
     is_found = true;
-    inspection.Error(kind.code, std::string(kind.what) + " \"" + value + "\" of rule " +
-                                    text_or(row[kRule], "NULL") + " " + danger +
-                                    ". Correct it in the panel.");
+    inspection.Error(kind.code, "{} \"{}\" of rule {} {}. Correct it in the panel.", kind.what,
+                     value, text_or(row[kRule], "NULL"), danger);
   }
   return is_found;
 }
@@ -82,12 +81,10 @@ void check_length(const AttachedFiles& attached, Inspection& inspection) {
   const Repairs& repairs = inspection.switches.repairs;
   if (!is_too_long(attachment_command(attached.files, draw_boundary(), reply, repairs))) return;
   inspection.Error("too_many_attachments",
-                   "Rule " + attached.rule + " has so many attachments (" +
-                       std::to_string(attached.files.size()) +
-                       ") that the command for them is too long to be started: its replies leave "
-                       "without any" +
-                       (repairs.whole_attachments ? " or, with repairs, not at all" : "") +
-                       ". Pack them into an archive.");
+                   "Rule {} has so many attachments ({}) that the command for them is too long to "
+                   "be started: its replies leave without any{}. Pack them into an archive.",
+                   attached.rule, attached.files.size(),
+                   repairs.whole_attachments ? " or, with repairs, not at all" : "");
 }
 
 // Few attachments with the longest names are not too many.

@@ -35,15 +35,13 @@ Function next(const char* name) {
   return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
-// KEM_FAULTS as it was at first: the process that reads the message forgets its environment.
+// KEM_FAULTS as it was at first: the process that reads the message forgets its environment, and
+// the earliest calls, before main, have none yet.
 const char* all_faults() {
   static char faults[4096];
-  static const bool is_set = [] {
-    const char* const value = getenv("KEM_FAULTS");
-    if (value != nullptr) snprintf(faults, sizeof faults, "%s", value);
-    return value != nullptr;
-  }();
-  return is_set ? faults : nullptr;
+  const char* const value = *faults == '\0' ? getenv("KEM_FAULTS") : nullptr;
+  if (value != nullptr) snprintf(faults, sizeof faults, "%s", value);
+  return faults;
 }
 
 // The text after `name` and its separator in KEM_FAULTS, or null; "" for a name without a text.

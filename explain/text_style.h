@@ -1,0 +1,30 @@
+#ifndef EXPLAIN_TEXT_STYLE_H
+#define EXPLAIN_TEXT_STYLE_H
+
+#include <fmt/format.h>
+#include <iomanip>
+#include <ostream>
+#include <string>
+
+/// How a report is written.
+struct TextStyle {
+  bool show_reply = false;  ///< whether to include the whole text of each reply
+  bool on_terminal = true;  ///< whether to make replies safe for a terminal
+  bool in_colour = true;
+};
+
+/// A terminal's number for it.
+enum class Colour { kBold = 1, kRed = 31, kGreen = 32, kYellow = 33 };
+
+/// `text` in the colour, if the style has colours.
+inline std::string coloured(Colour colour, const std::string& text, const TextStyle& style) {
+  if (!style.in_colour) return text;
+  return fmt::format("\033[{}m{}\033[0m", static_cast<int>(colour), text);
+}
+
+/// Begins a line of a report with the name of a topic.
+inline std::ostream& begin_line(std::ostream& out, const char* topic) {
+  return out << "  " << std::left << std::setw(12) << topic;
+}
+
+#endif
