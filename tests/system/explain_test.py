@@ -11,7 +11,8 @@ from pathlib import Path
 import pytest
 
 import panel as sandbox
-from conftest import CHECKOUT, COMMANDS, EXPLAIN, OPTIMISED, Result, message, wait_until
+from conftest import (CHECKOUT, COMMANDS, EXPLAIN, OPTIMISED, SANITIZED, Result, message,
+                      wait_until)
 
 
 def test_tells_the_whole_decision(panel):
@@ -713,6 +714,7 @@ def test_is_described_in_its_help(panel):
     assert len(re.findall(r"^ +--", shown, re.MULTILINE)) == 8
 
 
+@pytest.mark.skipif(SANITIZED, reason="the sanitizers need it themselves")
 def test_tells_of_a_reply_without_proc(panel):
     """The reply is built in memory, whose name is there."""
     panel.rule()
