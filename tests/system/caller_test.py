@@ -250,7 +250,8 @@ def test_nothing_of_its_environment_reaches_the_reader(panel, program):
     feeder.start()
     reader = []
     wait_until(lambda: reader.extend(children(process.pid)) or reader)
-    wait_until(lambda: "\nSeccomp:\t2\n" in Path(f"/proc/{reader[0]}/status").read_text())
+    wait_until(lambda: "\nNoNewPrivs:\t1\n" in Path(f"/proc/{reader[0]}/status").read_text())
+    time.sleep(0.1)
     os.kill(int(reader[0]), signal.SIGSTOP)
     memory = b"".join(memory_of(reader[0]))
     os.kill(int(reader[0]), signal.SIGKILL)
