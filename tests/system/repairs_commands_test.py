@@ -330,12 +330,17 @@ def test_encodes_the_file_that_it_measured(repaired):
     assert files_of(repaired.mails()[0]) == [("list.txt", b"measured")]
 
 
-def test_takes_more_files_than_one_digit_counts(repaired):
-    names = [f"file{number}.txt" for number in range(50)]
-    rule = repaired.rule()
+def attach_many(panel, count):
+    """A rule with so many files; returns their names, which are their contents too."""
+    names = [f"file{number}.txt" for number in range(count)]
     for name in names:
         (sandbox.store() / name).write_text(name)
-    repaired.name_attachments(rule, *names)
+    panel.name_attachments(panel.rule(), *names)
+    return names
+
+
+def test_takes_more_files_than_one_digit_counts(repaired):
+    names = attach_many(repaired, 50)
     result = repaired.run(message())
     assert result.err == b""
     assert files_of(repaired.mails()[0]) == [(name, name.encode()) for name in names]
@@ -389,11 +394,7 @@ def test_does_not_send_a_reply_whose_file_was_not_encoded_whole(repaired, script
 
 
 def test_does_not_send_a_reply_with_more_files_than_a_command_can_name(repaired):
-    names = [f"file{number}.txt" for number in range(450)]
-    rule = repaired.rule()
-    for name in names:
-        (sandbox.store() / name).write_text(name)
-    repaired.name_attachments(rule, *names)
+    attach_many(repaired, 450)
     repaired.rule(text="The next rule answers.")
     result = repaired.run(message())
     assert result.err.decode().splitlines()[-1].startswith(NOT_WHOLE)
