@@ -24,7 +24,7 @@ RESET = sandbox.HOME / "reset"
 COMMANDS = {
     "floor": [TOOLS / "floor", SCRIPT],
     "program": [PROGRAM],
-    "static": [BUILD / "static" / "autoresponder" / "autoresponder"],  # its client library
+    "static": [ROOT / "build-static-client" / "autoresponder" / "autoresponder"],
     "ground": [TOOLS / "ground", SCRIPT],
 }
 ENVIRONMENT = {"PATH": "/usr/bin:/bin", "RECIPIENT": RECIPIENT}

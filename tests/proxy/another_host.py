@@ -2,7 +2,7 @@
 
 The other host is a network namespace, reached by a pair of virtual network cards. The mail server's
 address is 192.0.2.1 and the database server's 192.0.2.10, as in docs/scaling.md. Only for use inside
-`sandbox/enter unshare --net --pid`.
+`sandbox/enter --net --pid`.
 """
 
 import re
@@ -43,8 +43,7 @@ class Network:
         own = Path("/proc/self/ns/net").readlink()
         other = Path(f"/proc/{self.host.pid}/ns/net")
         wait_until(lambda: other.readlink() != own, "another network")
-        commands(f"""ip link set lo up
-                     ip link add mail type veth peer name database netns {self.host.pid}
+        commands(f"""ip link add mail type veth peer name database netns {self.host.pid}
                      ip address add {MAIL_SERVER}/24 dev mail
                      ip link set mail up""")
         for line in ("ip link set lo up", f"ip address add {HOST}/24 dev database",

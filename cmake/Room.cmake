@@ -1,0 +1,30 @@
+# room(NAME [HEADERS_ONLY] [LINKS target...] [PRIVATE_LINKS target...])
+#
+# A library of the calling folder's sources, except main.cpp; of its headers alone where it has none.
+# A target sees the headers of its own folder and of the folders it links, and of no other: each folder
+# gets an include root of its own in the build tree, so that an #include against the direction of the
+# architecture does not compile. The target all_verify_interface_header_sets compiles each header alone.
+function(room name)
+  cmake_parse_arguments(ARG "HEADERS_ONLY" "" "LINKS;PRIVATE_LINKS" ${ARGN})
+  file(RELATIVE_PATH directory ${CMAKE_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+  set(include_root ${CMAKE_BINARY_DIR}/include/${name})
+  get_filename_component(above ${include_root}/${directory} DIRECTORY)
+  file(MAKE_DIRECTORY ${above})
+  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${include_root}/${directory} SYMBOLIC)
+  file(GLOB headers CONFIGURE_DEPENDS ${include_root}/${directory}/*.h)
+  file(GLOB sources CONFIGURE_DEPENDS *.cpp)
+  list(REMOVE_ITEM sources ${CMAKE_CURRENT_SOURCE_DIR}/main.cpp)
+  if(sources AND NOT ARG_HEADERS_ONLY)
+    add_library(${name} STATIC ${sources})
+    set(scope PUBLIC)
+  else()
+    add_library(${name} INTERFACE)
+    set(scope INTERFACE)
+  endif()
+  target_sources(${name} ${scope} FILE_SET HEADERS BASE_DIRS ${include_root} FILES ${headers})
+  target_link_libraries(${name} ${scope} ${ARG_LINKS})
+  if(ARG_PRIVATE_LINKS)
+    target_link_libraries(${name} PRIVATE ${ARG_PRIVATE_LINKS})
+  endif()
+  set_target_properties(${name} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
+endfunction()
