@@ -69,7 +69,7 @@ std::string without_stale_errors(const std::string& diagnostics) {
 }
 
 // Ends the redirection of the outputs; returns what the functions of the run wrote meanwhile.
-std::string release(Work& work) {
+std::string end_holding(Work& work) {
   const std::string diagnostics = work.held->Release();
   work.held.reset();
   return without_stale_errors(diagnostics);
@@ -93,14 +93,14 @@ void report(const Explanation& explanation, const Options& options) {
 int tell_of_message(Work& work) {
   Explanation& explanation = work.explanation;
   examine(work.options, explanation);
-  explanation.diagnostics = release(work);
+  explanation.diagnostics = end_holding(work);
   report(explanation, work.options);
   return static_cast<int>(explanation.verdict);
 }
 
 int tell_of_server(Work& work) {
   const Findings findings = check_server();
-  release(work);  // the findings say the same
+  end_holding(work);  // the findings say the same
   const auto write = work.options.json ? write_check_json : write_check_text;
   write(std::cout, findings, style_of(work.options));
   return is_set_up_right(findings) ? 0 : 1;
@@ -110,7 +110,7 @@ int tell_of_mailbox(Work& work) {
   Listing listing;
   listing.address = *work.options.list;
   list(listing);
-  listing.diagnostics = release(work);
+  listing.diagnostics = end_holding(work);
   report_trouble(listing.diagnostics, listing.trouble);
   const auto write = work.options.json ? write_listing_json : write_listing_text;
   write(std::cout, listing, style_of(work.options));
@@ -125,7 +125,7 @@ void report_unfinished(int /*status*/, void* argument) {
   if (work.is_done) return;
   if (work.held) {
     work.explanation.reason = Reason::kLibraryGivesUp;
-    work.explanation.diagnostics = release(work);
+    work.explanation.diagnostics = end_holding(work);
     report(work.explanation, work.options);
   }
   _exit(static_cast<int>(Verdict::kUnknown));

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "autoresponder/intake/addresses.h"
+#include "autoresponder/intake/automatic_mail.h"
 #include "autoresponder/intake/body_text.h"
-#include "autoresponder/intake/courtesy_facts.h"
 #include "autoresponder/message/body_lines.h"
 #include "mime/charset.h"
 #include "mime/encoded_word.h"

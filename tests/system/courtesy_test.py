@@ -38,7 +38,7 @@ def test_answers_another_return_path(courteous):
     assert objection(courteous, text_with("Return-Path: <otto@customer.example> (not <>)")) is None
 
 
-# 2. to 6. Fields of the header; tests/autoresponder/intake/courtesy_facts_test.cpp has their forms.
+# 2. to 6. Fields of the header; tests/autoresponder/intake/automatic_mail_test.cpp has their forms.
 
 @pytest.mark.parametrize("field, reason", [
     ("Auto-Submitted: auto-generated; owner-email=\"a@b\"", "Auto-Submitted"),

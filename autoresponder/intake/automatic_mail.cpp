@@ -1,4 +1,4 @@
-#include "autoresponder/intake/courtesy_facts.h"
+#include "autoresponder/intake/automatic_mail.h"
 
 #include <algorithm>
 #include <initializer_list>
