@@ -1,6 +1,6 @@
 // The functions of the database's client library that the program calls. The library is not linked:
-// the first call loads it, and its TLS. So a run that is refused earlier does not pay for them, and
-// the process that reads a stranger's message has neither in its memory.
+// the first call loads it and its TLS library. So a run that ends earlier does not load them, and
+// the reader, which parses hostile input, has neither in its memory.
 
 #include <cerrno>
 #include <dlfcn.h>
@@ -16,8 +16,8 @@ namespace {
 
 kem::LateLibrary client("the database's client library", CLIENT_FILE, RTLD_LAZY | RTLD_GLOBAL);
 
-// Most symbols to look up are those of the TLS itself, which are found faster in it than after all
-// else. AddressSanitizer does not allow that.
+// RTLD_DEEPBIND: most symbols that the TLS library refers to are its own, and are found faster if
+// the loader searches it first. AddressSanitizer does not allow this flag.
 void load_tls() {
 #if defined(CRYPTO_FILE) && !defined(__SANITIZE_ADDRESS__)
   const int saved_errno = errno;
@@ -26,7 +26,7 @@ void load_tls() {
 #endif
 }
 
-// The library's function of that name and type; the one in this file is hidden.
+// The library's function `name`. The symbols of this file are hidden, so this does not find them.
 template <class Function>
 Function* find(Function* /*of_this_file*/, const char* name) {
   [[maybe_unused]] static const bool has_tls = (load_tls(), true);

@@ -20,8 +20,8 @@ struct Answer {
   AnswerFacts& facts;
 };
 
-// Kept: rows without any address start the command too. The repair of forwarding starts nothing for
-// nobody.
+// Kept: the command runs even if no row holds an address. The repair of forwarding does not run it;
+// nor does the repair of options if it removes all addresses.
 void forward_message(const Answer& a, const std::string& spool_path) {
   auto addresses = forwarding_addresses(a.database, a.rule.id);
   if (!addresses) return;
@@ -50,8 +50,10 @@ AttachedFiles collect_attachments(const Answer& a) {
   return files;
 }
 
-// Kept: a reply whose attachments are cut or missing is sent. The repair of whole attachments does
-// not send it; the result is false then.
+// Appends the attachments; false if the reply must not be sent.
+//
+// Kept: it is sent even with cut or missing attachments. The repair of whole attachments does not
+// send it.
 bool append(const Answer& a, const AttachedFiles& files, const std::string& boundary,
             const ResponseFile& reply) {
   const int64_t size = reply.Size() + appended_size(a.facts.attachments.found, boundary);
@@ -60,10 +62,10 @@ bool append(const Answer& a, const AttachedFiles& files, const std::string& boun
          (succeeded && reply.Size() == size && are_unchanged(files));
 }
 
-// Replaces a reply that exceeds the mail server's limit by a short notice.
+// Replaces a reply that exceeds the mail server's limit by a short notice; false to send neither.
 //
-// Kept: what the disk took of the notice is sent. The repair of whole notices does not send it; the
-// result is false then.
+// Kept: a notice that could be written only in part is sent in part. The repair of whole notices
+// does not send it.
 bool limit_size(const Answer& a, ResponseFile& reply) {
   ReplyFacts facts{reply.Size(), size_limit(), false, reply_subject(a.rule, a.message)};
   facts.is_replaced = exceeds(facts.size, facts.limit);
@@ -77,7 +79,7 @@ bool limit_size(const Answer& a, ResponseFile& reply) {
   return true;
 }
 
-// Builds the reply; returns why it cannot be sent, if it cannot.
+// Builds the reply; sets `from`, its From. Returns why it cannot be sent; nothing if it can.
 std::optional<Unsent> build_reply(const Answer& a, ResponseFile& reply, const std::string& boundary,
                                   std::string& from) {
   const AttachedFiles files = collect_attachments(a);
@@ -113,8 +115,8 @@ void send_reply(const Answer& a) {
 void answer(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
             const Delivery& delivery, Effects& effects, AnswerFacts& facts) {
   const Repairs& repairs = delivery.switches.repairs;
-  // Kept: control characters in a rule's texts reach the header, so that its owner can add lines to
-  // it. The repair of lines replaces them by blanks.
+  // Kept: control characters in a rule's texts reach the header, and can add lines to it. The
+  // repair of lines replaces them by blanks.
   const RuleInOneLine in_one_line(rule);
   const ResponderRule& answering = repairs.lines ? in_one_line.rule() : rule;
   const Answer a{database,          answering, mailbox, delivery.message,

@@ -21,7 +21,7 @@
 struct Delivery {
   const IncomingMessage& message;
   const Switches& switches;
-  std::string spool_path;  ///< of the file that holds the message
+  std::string spool_path;  ///< the path of the spool file
 };
 
 /// A reply that is ready to be sent.
@@ -32,46 +32,48 @@ struct ReplyFacts {
   SubjectText subject;       ///< of the reply, or of the notice
 };
 
-/// Why a reply is not sent although nothing forbids it.
+/// Why a reply that is allowed is not sent.
 enum class Unsent {
   kUnwritable,   ///< its text, or the notice that replaces it, could not be written
   kNotWhole,     ///< its attachments could not be appended completely
-  kFileReplaced  ///< the name of its file leads nowhere, or to another file
+  kFileReplaced  ///< its file was removed, or replaced by another one
 };
 
-/// What was found out and decided for one answer. What was not reached is empty.
+/// What was found out and decided for one answer. Members for steps not reached are empty.
 struct AnswerFacts {
   std::optional<LimiterFacts> limiter;
   std::optional<std::string> forwarding;  ///< the addresses, as in the command line
-  std::string objection;                  ///< of courtesy, which forbids the reply
+  std::string objection;                  ///< why courtesy forbids the reply; empty if it does not
   AttachmentList attachments;
   std::optional<Notification> notification;  ///< about missing attachments
   std::optional<ReplyFacts> reply;
   std::optional<Unsent> unsent;
-  std::string reply_path;  ///< of the reply's file
+  std::string reply_path;  ///< the path of the response file
 };
 
-/// What an answer does besides finding out. An exception from any of these ends the answer.
+/// The side effects of an answer: a run has them, an explanation only records them. An exception
+/// from any of these functions ends the answer.
 class Effects {
  public:
   virtual ~Effects() = default;
 
-  /// Asks the limiter whether the rule may send the sender one more reply today, and may count it.
+  /// Asks the limiter whether the rule may reply to the sender once more today; a run counts that.
   virtual LimiterFacts AskLimiter(PanelDatabase& database, const ResponderRule& rule) = 0;
 
-  /// Creates the file for the reply.
+  /// Creates the response file.
   virtual ResponseFile CreateResponseFile() = 0;
 
-  /// The ASCII form of the mailbox's address; throws or ends the process if there is none.
+  /// The ASCII form (RFC 3490) of the mailbox's address, which is in UTF-8. Throws or ends the
+  /// process if there is none.
   virtual std::string AsciiForm(const std::string& address) = 0;
 
-  /// Runs the command, or notes it; false if it failed and that matters.
+  /// Runs or records the command. The result counts only for kAttach: whether it succeeded.
   virtual bool Run(const ShellCommand& command) = 0;
 };
 
 /// Lets a rule that fires answer the message: asks the limiter, forwards, and builds and sends the
-/// reply unless courtesy is on and forbids it. Fills `facts`, also as far as it comes if a failing
-/// query throws `PanelFailure`.
+/// reply unless courtesy is on and forbids it. Fills `facts` step by step, so that they are usable
+/// even if a failing query throws `PanelFailure`.
 void answer(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
             const Delivery& delivery, Effects& effects, AnswerFacts& facts);
 

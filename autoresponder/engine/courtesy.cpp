@@ -14,7 +14,7 @@ bool has_null_sender(const IncomingMessage& message) {
          message.courtesy.has_null_return_path;
 }
 
-// The envelope sender; that of the header if the mail server has told none.
+// The envelope sender, or the Return-Path if the mail server did not tell it.
 const std::string& envelope_sender(const IncomingMessage& message) {
   return message.envelope_sender ? *message.envelope_sender : message.courtesy.return_path;
 }

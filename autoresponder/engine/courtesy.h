@@ -7,15 +7,15 @@
 #include "autoresponder/panel/mailbox.h"
 #include "autoresponder/panel/panel_database.h"
 
-/// Why a courteous responder sends no reply to the message, as a short phrase that never changes,
-/// such as "List-Id"; the first reason of several. Empty if a reply may leave.
+/// Why courtesy forbids a reply to the message: a short phrase that never changes, such as
+/// "List-Id", for the first reason of several. Empty if a reply may be sent.
 ///
 /// Needs the message's `courtesy` facts. Asks the panel for the mailbox's names only if the message
 /// itself gives no reason; throws `PanelFailure` if a query fails.
 std::string courtesy_objection(PanelDatabase& database, const MailboxRef& mailbox,
                                const IncomingMessage& message);
 
-/// The part of it that needs no panel.
+/// Like `courtesy_objection`, but only for the reasons that the message itself gives.
 std::string courtesy_objection_of_header(const IncomingMessage& message);
 
 #endif

@@ -4,7 +4,7 @@
 
 namespace {
 
-// Kept: these three spellings, as substrings of the whole address, and no others.
+// Kept: only these three spellings, anywhere in the address.
 bool is_mailer_daemon(const std::string& sender) {
   for (const char* name : {"MAILER-DAEMON", "mailer-daemon", "DrWEB-DAEMON"}) {
     if (sender.find(name) != std::string::npos) return true;
@@ -20,7 +20,7 @@ LoopGuard loop_guard(const IncomingMessage& message) {
   return LoopGuard::kPassed;
 }
 
-// Kept: "equial", and the texts name From even if the sender was taken from Reply-To.
+// Kept: the misspelling "equial"; and the texts say From even if the sender is from Reply-To.
 const char* loop_guard_diagnostic(LoopGuard guard) {
   switch (guard) {
     case LoopGuard::kSenderIsRecipient:

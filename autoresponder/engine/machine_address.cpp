@@ -13,11 +13,11 @@ constexpr std::string_view kPrograms[] = {
     "listproc",      "majordomo",     "mailman",      "sympa",
 };
 
-// RFC 2142, 6, and what list servers have made of it.
+// The addresses of a list's managers: RFC 2142, 6, and other common forms.
 constexpr std::string_view kListSuffixes[] = {"-owner", "-request"};
 constexpr std::string_view kListPrefix = "owner-";
 
-// "No reply" in the ways that are in use, between hyphens.
+// Common spellings of "no reply", as `between_hyphens` writes them.
 constexpr std::string_view kNoReply[] = {
     "-noreply-",        "-no-reply-",  "-donotreply-", "-do-not-reply-", "-donot-reply-",
     "-do-not-respond-", "-dontreply-", "-dont-reply-", "-noreplies-",    "-no-replies-",
@@ -33,7 +33,7 @@ bool ends_with(std::string_view text, std::string_view end) {
   return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-// In lower case, without quotes and detail.
+// In lower case, without quotes, backslashes, and "+" and what follows it.
 std::string local_part_of(std::string_view address) {
   std::string local_part = lower_case(address.substr(0, address.rfind('@')));
   const auto is_quote = [](char c) { return c == '"' || c == '\\'; };
@@ -43,7 +43,7 @@ std::string local_part_of(std::string_view address) {
   return local_part.substr(0, plus);
 }
 
-// The words of a local part, with hyphens between and around them, and without a number at its end.
+// The local part without a number at its end, with hyphens between and around its words.
 std::string between_hyphens(const std::string& local_part) {
   const size_t end = local_part.find_last_not_of("0123456789");
   std::string words = "-" + local_part.substr(0, end + 1) + "-";

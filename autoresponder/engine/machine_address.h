@@ -3,9 +3,9 @@
 
 #include <string_view>
 
-/// Whether an address by its local part, in any case, belongs to a program and not to a person:
-/// mail servers, list servers and their owner- and -request addresses, bounces, and those that say
-/// that they take no reply. "+" and what follows it do not count. False for an empty address.
+/// Whether the local part of an address, in any case, is that of a program and not of a person: a
+/// mail server, a list server, a list's `owner-`, `-owner` or `-request` address, bounces, or "no
+/// reply". "+" and what follows it do not count. False for an empty address.
 bool is_machine_address(std::string_view address);
 
 #endif

@@ -12,20 +12,21 @@
 /// The mailbox of a message's recipient, and its rules.
 struct MailboxRules {
   std::optional<FoundMailbox> mailbox;  ///< nothing if there is none
-  std::optional<Rows> rows;             ///< own the texts that the rules point to
+  std::optional<Rows> rows;             ///< own the texts of `rules`
   std::vector<ResponderRule> rules;
   std::vector<TriggerMatch> triggers;  ///< one for each rule
 };
 
-/// Finds the mailbox and its rules, and looks for their triggers in the message. Fills `found`,
-/// also as far as it comes if a failing query throws `PanelFailure`. `recipient`: escaped.
+/// Finds the mailbox and its rules, and looks for their triggers in the message. Fills `found` step
+/// by step, so that it is usable even after a `PanelFailure` (a query failed) or a `ReaderFailure`
+/// (the body cannot be read). `recipient`: the message's.
 void find_rules(PanelDatabase& database, const IncomingMessage& message, EscapedRecipient recipient,
                 MailboxRules& found);
 
-/// Finds the recipient's mailbox and answers the message by each of its rules that fires. Returns
-/// after the last rule, or after reporting on standard error that there is no such mailbox. What
-/// keeps a reply from being sent is reported too. Throws `PanelFailure` if a query fails or the
-/// panel cannot be reached.
+/// Finds the recipient's mailbox and answers the message by each of its rules that fires. Reports
+/// on standard error that there is no such mailbox, or why a reply is not sent. Throws
+/// `PanelFailure` if a query fails or the panel cannot be reached, and `ReaderFailure` if the body
+/// cannot be read.
 void run_responder(const Delivery& delivery, Effects& effects);
 
 #endif

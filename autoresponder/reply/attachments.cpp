@@ -21,8 +21,7 @@ constexpr const char* kPartHeaders =
     "Content-Transfer-Encoding: base64\n"
     "Content-Disposition: attachment;\n\tfilename=\"";
 
-// What uuencode makes of `size` bytes, without its first and last line: lines of 45 bytes, each
-// three bytes as four.
+// The size of the output of `uuencode -m` for `size` bytes, without its first and last line.
 size_t encoded_size(size_t size) {
   constexpr size_t kLine = 45;
   const size_t last = size % kLine;
@@ -30,7 +29,7 @@ size_t encoded_size(size_t size) {
   return size / kLine * line(kLine) + (last > 0 ? line(last) : 0);
 }
 
-// The name by which the command opens the file.
+// The path by which the command opens the file.
 std::string source_of(const Attachment& attachment, ShellCommand& /*command*/) {
   return attachment.path;
 }
@@ -41,9 +40,9 @@ std::string source_of(const OpenedAttachment& attachment, ShellCommand& command)
 
 // Adds the command that encodes one file, without the first and last line of uuencode.
 //
-// Kept: a step that fails leaves what it has written, and the next ones follow. The repair of whole
-// attachments lets the first one that fails end the whole command (`set -e`); a shell does not see
-// by itself that the beginning of a pipeline has failed.
+// Kept: after a step that fails, the next ones run. With the repair of whole attachments it ends
+// the whole command: by `set -e`, and if uuencode fails by `kill $$`, because `set -e` looks only
+// at the last command of a pipeline.
 template <class File>
 void add_encoding(ShellCommand& command, const File& file, const Repairs& repairs) {
   const bool ends = repairs.whole_attachments;
@@ -59,7 +58,7 @@ template <class File>
 void add_steps(ShellCommand& command, const File& file, const std::string& boundary,
                const ResponseFile& reply, const Repairs& repairs) {
   const std::string header_name = header_encode(file.name);
-  // Kept: `echo` reads backslashes in a name. Their repair hands the name over as it is.
+  // Kept: `echo` interprets backslashes in a name. The repair of backslashes uses `printf`.
   command.Text(repairs.backslashes ? "printf '%s\\n' " : "echo ");
   command.QuotedLines({"--", boundary, "\n", kPartHeaders, header_name, "\"\n"});
   command.Text(" >>").Text(reply.path()).Text(" ; ");
@@ -76,16 +75,16 @@ WriterLimits limits_for(const std::vector<Attachment>& found, const ResponseFile
   return limits;
 }
 
-// Whether reading the file comes to an end: a pipe may block, a device may be endless. Directories
-// are read as empty.
+// Whether reading the file comes to an end: a pipe may block, a device may be endless. A directory
+// counts as an empty file.
 bool has_an_end(const struct stat& status) {
   return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
 }
 
 // Nothing if the file counts as missing.
 //
-// Kept: whatever is reached by the name counts as a file, also through links and outside of the
-// store. The repair of the store does not: see `open_below`.
+// Kept: whatever the name leads to counts as a file, also through links and outside the store. The
+// repair of the store uses `look_in_store` instead.
 std::optional<Attachment> look_for(const std::string& name, const MailboxRef& mailbox) {
   const std::string path = path_in_store(name, mailbox);
   struct stat status {};

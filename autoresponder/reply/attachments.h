@@ -21,7 +21,7 @@ struct Attachment {
   int64_t size;  ///< bytes
 };
 
-/// A file that is open since it was found.
+/// A file that was opened when it was found.
 struct OpenedAttachment : Attachment {
   std::shared_ptr<const OpenAttachment> file;  ///< never null
 };
@@ -32,7 +32,7 @@ using AttachedFiles = std::variant<std::vector<Attachment>, std::vector<OpenedAt
 /// The attachments of a rule.
 struct AttachmentList {
   std::vector<Attachment> found;
-  std::vector<std::string> missing;  ///< the names of files that do not exist
+  std::vector<std::string> missing;  ///< names of files that were not found
 };
 
 /// The path of the file `name` of the mailbox's store.
@@ -42,26 +42,26 @@ std::string path_in_store(const std::string& name, const MailboxRef& mailbox);
 std::shared_ptr<const OpenAttachment> open_in_store(const std::string& name,
                                                     const MailboxRef& mailbox);
 
-/// Looks for a rule's attachments in the mailbox's store, notes them in `list` and returns those
+/// Looks for a rule's attachments in the mailbox's store, adds them to `list` and returns those
 /// that were found. Pipes, devices and sockets, which could be read without end, are reported on
-/// standard error and replaced by an empty file; with the repair of the store what is no plain file
-/// below the store, reached without symbolic links, is missing. Throws `PanelFailure` if a query
+/// standard error and replaced by an empty file. With the repair of the store all but plain files
+/// in the store, reached without symbolic links, are missing. Throws `PanelFailure` if a query
 /// fails.
 AttachedFiles find_attachments(PanelDatabase& database, const char* rule_id,
                                const MailboxRef& mailbox, const Repairs& repairs,
                                AttachmentList& list);
 
-/// The command that appends the files, one at least, to the response file as MIME parts, and after
-/// them the closing boundary. With the repair of whole attachments it fails unless it has appended
-/// everything. Its limits are more than the files need in base64: they stop a file that grows
+/// The command that appends the files (at least one) to the response file as MIME parts, and then
+/// the closing boundary. With the repair of whole attachments it fails unless it has appended
+/// everything. Its limits exceed what the files need in base64: they stop a file that grows
 /// meanwhile, or was replaced by an endless one, from filling the disk or blocking the delivery.
 ShellCommand attachment_command(const AttachedFiles& files, const std::string& boundary,
                                 const ResponseFile& reply, const Repairs& repairs);
 
-/// How many bytes that command appends if nothing fails.
+/// How many bytes `attachment_command` appends if nothing fails.
 int64_t appended_size(const std::vector<Attachment>& found, const std::string& boundary);
 
-/// Whether none of the files that are open has changed since it was found.
+/// Whether no open file has changed since it was found. Files known only by path are not checked.
 bool are_unchanged(const AttachedFiles& files);
 
 #endif

@@ -2,7 +2,7 @@
 
 namespace {
 
-// One message id in each line: each is short enough for that, but not two of them.
+// One message id a line: two of kMaxMessageId bytes would exceed the limit on a line.
 std::string references_field(const CourtesyFacts& message) {
   std::string body;
   for (const std::string& id : message.references) body += (body.empty() ? "" : "\n\t") + id;

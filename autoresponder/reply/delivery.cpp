@@ -36,7 +36,7 @@ SubjectText notice_subject(const IncomingMessage& message) {
   return {"Re: ", message.subject};
 }
 
-// Kept: "on you request", the empty CC, and no To and MIME headers.
+// Kept: "on you request", the empty CC, and that there are no To and MIME headers.
 bool replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
                        const IncomingMessage& message, std::string_view more_fields) {
   OwnedFile notice = reply.Rewrite();

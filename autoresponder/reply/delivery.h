@@ -27,7 +27,7 @@ bool replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
                        const IncomingMessage& message, std::string_view more_fields);
 
 /// The command that sends the reply to the incoming message's sender by sendmail. `from`: the
-/// envelope sender: the mailbox's address in its ASCII form, or empty for none.
+/// envelope sender in ASCII; empty for a null one.
 ShellCommand delivery_command(const std::string& from, const IncomingMessage& message,
                               const ResponseFile& reply, const Repairs& repairs);
 

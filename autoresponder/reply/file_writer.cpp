@@ -25,12 +25,12 @@ void limit_file_size(uint64_t bytes) {
   if (getrlimit(RLIMIT_FSIZE, &now) == 0) size.rlim_cur = std::min(size.rlim_cur, now.rlim_cur);
   size.rlim_max = size.rlim_cur;
   setrlimit(RLIMIT_FSIZE, &size);
-  const rlimit none{0, 0};  // the signal for exceeding the limit dumps core
+  const rlimit none{0, 0};  // exceeding the limit raises SIGXFSZ, which dumps core
   setrlimit(RLIMIT_CORE, &none);
 }
 
 [[noreturn]] void be_writer(const std::function<bool()>& write, const WriterLimits& limits) {
-  setsid();  // without a terminal, which may stop background processes that write to it
+  setsid();  // its own process group, and no terminal that could stop a background process
   forget_signal_handlers();
   limit_file_size(limits.file_size);
   _exit(write() ? 0 : 1);
@@ -70,8 +70,8 @@ class ChildSignal {
   sigset_t before_{};
 };
 
-// Waits for the end of the process, at most for `time`. It stays to be waited for, so that its
-// number cannot become another one's.
+// Waits for the end of the process, at most for `time`. Leaves it a zombie, so that its number is
+// not reused.
 WriterEnd end_of(pid_t writer, const ChildSignal& child, std::chrono::seconds time) {
   const auto end = std::chrono::steady_clock::now() + time;
   for (;;) {
@@ -91,7 +91,7 @@ WriterEnd end_of(pid_t writer, const ChildSignal& child, std::chrono::seconds ti
 void end_file_writer() {
   const pid_t group = writer_group;
   if (group == 0) return;
-  kill(group, SIGKILL);  // it may not have a group of its own yet
+  kill(group, SIGKILL);  // the process may not have called setsid yet
   kill(-group, SIGKILL);
   while (waitpid(group, nullptr, 0) < 0 && errno == EINTR) {
   }
@@ -101,10 +101,10 @@ void end_file_writer() {
 
 WriterEnd run_file_writer(const std::function<bool()>& write, const WriterLimits& limits) {
   const ChildSignal child;
-  prctl(PR_SET_CHILD_SUBREAPER, 1);  // to inherit its orphans, so that we can wait for them
+  prctl(PR_SET_CHILD_SUBREAPER, 1);  // to inherit the writer's orphans and wait for them
   const pid_t writer = start_writer(write, limits);
   const WriterEnd end = writer < 0 ? WriterEnd::kFailed : end_of(writer, child, limits.time);
-  end_file_writer();  // also what a shell that was killed has left
+  end_file_writer();  // with what a killed shell left running
   writer_group = 0;
   prctl(PR_SET_CHILD_SUBREAPER, 0);
   return end;

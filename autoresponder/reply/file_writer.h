@@ -20,7 +20,7 @@ enum class WriterEnd {
 };
 
 /// Calls `write`, which returns whether it succeeded, in a child process with a process group of
-/// its own, and waits for it.
+/// its own, waits for it, and kills what it left running.
 ///
 /// For commands that write to a temporary file by its name. A signal that ends the run has to kill
 /// their process group first (`end_file_writer`); otherwise it could recreate the removed file.

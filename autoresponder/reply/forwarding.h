@@ -11,24 +11,24 @@
 #include "autoresponder/panel/panel_database.h"
 #include "autoresponder/reply/shell.h"
 
-/// The forwarding addresses of a rule, as the rows have them, each with one or more addresses; NULL
-/// as nothing. Throws `PanelFailure` if the query fails.
+/// The rows of a rule's forwarding addresses, each with one or more addresses; nothing for NULL.
+/// Throws `PanelFailure` if the query fails.
 std::vector<std::optional<std::string>> forwarding_rows(PanelDatabase& database,
                                                         const char* rule_id);
 
-/// The forwarding addresses of a rule: a blank, then each address with a blank after it. Nothing if
-/// the rule has no addresses. Throws `PanelFailure` if the query fails.
+/// The forwarding addresses of a rule: a blank, then each row with a blank after it. Nothing if the
+/// rule has no rows. Throws `PanelFailure` if the query fails.
 std::optional<std::string> forwarding_addresses(PanelDatabase& database, const char* rule_id);
 
-/// Whether the shell takes the byte as it is in forwarding addresses, which have no quotes. Bytes
-/// of UTF-8 are plain.
+/// Whether the byte is harmless in forwarding addresses, which the shell reads without quotes:
+/// letters, digits, some signs, blanks, which separate addresses, and all bytes from 0x80 on.
 bool is_plain_for_shell(char byte);
 
-/// The single addresses in `addresses`, in the form of `forwarding_addresses`: views into it, split
-/// at blanks.
+/// Splits `addresses`, a result of `forwarding_addresses`, at blanks and tabs. The result has views
+/// into it.
 std::vector<std::string_view> addresses_of(std::string_view addresses);
 
-/// `addresses`, in the form of `forwarding_addresses`, without those that sendmail would read as
+/// `addresses`, a result of `forwarding_addresses`, without those that sendmail would read as
 /// options, which are reported on standard error. For the repair of options.
 std::string without_options(const std::string& addresses);
 
@@ -37,8 +37,8 @@ std::string without_options(const std::string& addresses);
 /// the file with the message.
 ///
 /// Kept: the addresses are not quoted, so that one row may hold several, separated by blanks. The
-/// shell would read any syntax in them: what writes them into the database has to check them. The
-/// repair of forwarding splits them at blanks and quotes each.
+/// shell interprets them: who writes them into the database has to check them. The repair of
+/// forwarding splits them at blanks and quotes each.
 ShellCommand forwarding_command(const IncomingMessage& message, const std::string& addresses,
                                 const std::string& spool_path, const Repairs& repairs);
 

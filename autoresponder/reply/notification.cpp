@@ -13,11 +13,11 @@ namespace {
 
 constexpr const char* kLastResortSender = "root@localhost";
 
-// The columns that the query for the owner selects.
+// The columns of the query for the owner.
 enum Column { kEmail, kPersonalName, kLogin };
 
-// A notification to the domain's owner, without a sender. Nothing if the owner has no address, or
-// is unknown, which is reported.
+// A notification to the domain's owner, its sender still empty. Nothing if the owner has no
+// address; also, after a report, if the query fails or finds nobody.
 std::optional<Notification> find_owner(PanelDatabase& database, const std::string& domain) {
   EscapedText escaped = escape_without_connection(domain);
   if (!escaped) return std::nullopt;

@@ -17,8 +17,8 @@ struct Notification {
   std::string owner_name;
 };
 
-/// Addresses a notification to the client who owns the message's recipient domain. Returns nothing
-/// if the owner has no e-mail address, or is unknown, which is reported on standard error.
+/// Addresses a notification to the owner of the recipient's domain. Returns nothing if the owner
+/// has no e-mail address; also, after a report on standard error, if the owner cannot be found.
 std::optional<Notification> address_notification(PanelDatabase& database,
                                                  const IncomingMessage& message);
 
@@ -31,7 +31,7 @@ ShellCommand notification_command(const Notification& notification, const char* 
                                   const std::vector<std::string>& missing,
                                   const Switches& switches);
 
-/// Runs such a command. Failures are reported on standard error and do not end the run.
+/// Runs a `notification_command`. Reports on standard error if it is refused or cannot be started.
 void send_notification(const ShellCommand& command);
 
 #endif

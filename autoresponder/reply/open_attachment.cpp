@@ -12,7 +12,7 @@ bool is_plain_name(const std::string& name) {
   return !is_directory && name.find('/') == std::string::npos;
 }
 
-// Opening a pipe must not wait for its writer.
+// O_NONBLOCK: opening a pipe must not wait for its writer.
 constexpr int kFile = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
 constexpr int kDirectory = O_PATH | O_CLOEXEC | O_NOFOLLOW | O_DIRECTORY;
 
@@ -36,7 +36,8 @@ bool OpenAttachment::IsUnchanged() const {
          now.tv_nsec == changed_.tv_nsec;
 }
 
-// Step by step, each without following a link: nobody can put a link between two steps.
+// Opens each step relative to the one before, without following links: a directory that is replaced
+// by a link meanwhile leads nowhere else.
 std::shared_ptr<const OpenAttachment> open_below(const std::string& root,
                                                  std::initializer_list<std::string> steps) {
   if (!std::all_of(steps.begin(), steps.end(), is_plain_name)) return nullptr;

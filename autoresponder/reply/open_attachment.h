@@ -9,8 +9,8 @@
 
 #include "support/base/owned.h"
 
-/// An attachment that is open for reading, so that the file that was measured is the one that is
-/// encoded, whatever is under its name by then.
+/// An attachment that is open for reading: the file that was measured is the one that is encoded,
+/// even if its name leads to another one by then.
 class OpenAttachment {
  public:
   /// Owns `descriptor`, an open plain file of `size` bytes, last modified at `changed`.
@@ -28,10 +28,10 @@ class OpenAttachment {
   timespec changed_;
 };
 
-/// Opens the plain file at the end of `steps`, which lead from the directory `root` downwards, one
-/// name each. Null where it cannot be opened, where a step is no plain name (empty, ".", "..", with
-/// a "/"), and where a directory or the file is a symbolic link or anything other than a directory
-/// or a plain file. `root` itself may be or hold links.
+/// Opens a plain file below the directory `root`. `steps`: the names of the directories on the way
+/// and of the file, at least one name. Null if the file cannot be opened or is no plain file, if a
+/// name is empty, ".", ".." or has a "/", or if one is a symbolic link. Only `root` may lead
+/// through links.
 std::shared_ptr<const OpenAttachment> open_below(const std::string& root,
                                                  std::initializer_list<std::string> steps);
 

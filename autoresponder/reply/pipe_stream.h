@@ -12,7 +12,7 @@ struct PipeCloseStrategy {
   static void Close(FILE* handle) { pclose(handle); }
 };
 
-/// Makes a stream one for writing.
+/// The mode of a stream that is written to.
 class OutputStreamStrategy {
  protected:
   std::ios_base::openmode mode_ = std::ios_base::out;
@@ -49,15 +49,14 @@ class basic_handlestream : public std::ostream, private StreamStrategy {
   HandleBuffer buffer_;
 };
 
-/// A stream into the standard input of a shell command. End each line with `std::endl`: only
-/// flushed output reaches the command. The destructor waits for the command's end.
+/// A stream into the standard input of a shell command. Only flushed output reaches the command.
+/// The destructor waits for the command's end.
 class opipestream : public basic_handlestream<PipeCloseStrategy, OutputStreamStrategy> {
  public:
-  /// Starts `command`, which is to notify. If there is no pipe to it, the stream is in the state
-  /// `fail()`.
+  /// Starts `command`, which is for kNotify. If that fails, `fail()` is true.
   explicit opipestream(const ShellCommand& command);
 
-  /// Whether the command was refused because a value holds a single quote; that has been reported.
+  /// Whether the command was refused because of a value in it; that has been reported.
   bool refused() const { return refused_; }
 
  private:

@@ -20,8 +20,8 @@ SubjectText reply_subject(const ResponderRule& rule, const IncomingMessage& mess
 
 /// Writes the header and the text part of the reply. `from`: the mailbox's address in its ASCII
 /// form. `boundary`: delimits the parts of a reply with attachments, which have to be appended
-/// afterwards; empty for a reply without attachments. `more_fields`: lines for its header, written
-/// before the fields of MIME; may be empty. False if not everything could be written.
+/// afterwards; empty for a reply without attachments. `more_fields`: lines for its header, may be
+/// empty. False if not everything could be written.
 bool write_reply_text(ResponseFile& reply, const ResponderRule& rule,
                       const IncomingMessage& message, std::string_view from,
                       std::string_view boundary, std::string_view more_fields);

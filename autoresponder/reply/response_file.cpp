@@ -10,8 +10,8 @@
 ResponseFile::ResponseFile(int descriptor, std::string path, bool is_in_memory)
     : path_(std::move(path)), descriptor_(descriptor), is_in_memory_(is_in_memory) {}
 
-// If the file could not be created before, its name is predictable: whatever another user put there
-// is neither followed nor used.
+// If the file could not be created before, others may know its name: whatever they put there is
+// removed, and never opened.
 OwnedFile ResponseFile::Rewrite() {
   if (!descriptor_.IsOpen()) {
     unlink(path_.c_str());

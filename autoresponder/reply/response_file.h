@@ -10,7 +10,7 @@
 class ResponseFile {
  public:
   /// Owns `descriptor`, which is below 0 if the file could not be created; `Rewrite` tries again
-  /// then. `is_in_memory`: whether the path is no name that anybody could give to another file.
+  /// then. `is_in_memory`: the file is in no directory, and `path` always leads to it.
   ResponseFile(int descriptor, std::string path, bool is_in_memory = false);
 
   const std::string& path() const { return path_; }
@@ -24,7 +24,7 @@ class ResponseFile {
   /// Whether commands that open the file by its name get this file.
   bool IsNamed() const;
 
-  /// Removes the file from its directory. Does nothing for a file that has no name, such as memory.
+  /// Removes the file from its directory. Does nothing for a file in memory.
   void Remove() const;
 
  private:

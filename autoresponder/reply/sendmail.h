@@ -18,7 +18,7 @@ inline bool is_option(std::string_view address) {
   return !address.empty() && address.front() == '-';
 }
 
-/// Reports on standard error that nothing is mailed to such an address.
+/// Reports on standard error that nothing is mailed to `address`, because it is an option.
 inline void report_option(std::string_view address) {
   diagnose({"autoresponder: refused to mail to an option: ", in_one_line(std::string(address))});
 }

@@ -15,8 +15,8 @@
 
 namespace {
 
-// The first number under which a command inherits a file. Always the same numbers, so that the
-// command line does not depend on what else is open; above those that the shell uses itself.
+// The first descriptor number under which a command inherits a file. Fixed, so that the command
+// line does not depend on what else is open; above the numbers that the shell uses itself.
 constexpr int kFirstInherited = 32;
 
 }  // namespace
@@ -30,8 +30,8 @@ void ShellCommand::Refuse(NotRun why, std::string_view value) {
   if (!refused_) refused_ = {why, std::string(value)};
 }
 
-// Kept: a value with a single quote refuses its command. The repair of quotes writes it so that the
-// shell reads it as it is: '\'' leaves the quotes, adds an escaped one, and begins quotes anew.
+// Kept: a command with a single quote in a value is refused. The repair of quotes writes '\'' for
+// it: this ends the quotes, adds an escaped one, and begins new ones.
 void ShellCommand::Add(std::string_view value) {
   if (!repairs_.quotes) {
     if (value.find('\'') != std::string_view::npos) Refuse(NotRun::kQuote, value);
@@ -78,8 +78,8 @@ bool is_too_long(const ShellCommand& command) {
 
 namespace {
 
-// Gives the descriptors the numbers under which a command inherits them; false if that fails. They
-// are first copied above all these numbers, so that none is replaced before it was copied itself.
+// Gives the descriptors the numbers under which a command inherits them; false if that fails. First
+// copies all of them above these numbers, so that none is replaced before it is copied.
 bool pass_on(const std::vector<int>& descriptors) {
   const int end = kFirstInherited + static_cast<int>(descriptors.size());
   std::vector<int> copies;
@@ -95,7 +95,7 @@ bool run(const std::string& line) {
   return system(line.c_str()) == 0;
 }
 
-// Writes what is in the file `held` to standard output, as far as somebody takes it.
+// Copies the file `held` to standard output; gives up if nobody reads that.
 void write_to_standard_output(const OwnedDescriptor& held) {
   constexpr int kPatience = 60000;  // milliseconds
   char block[PIPE_BUF];
@@ -107,8 +107,8 @@ void write_to_standard_output(const OwnedDescriptor& held) {
   }
 }
 
-// Whether the command ended in time, with exit status 0. It writes to a temporary file; its
-// standard output is held until it has ended, so that nobody can kill it by closing the other end.
+// Whether the command, which writes to a temporary file, ended in time with exit status 0. Its
+// standard output is held in memory until then: if it wrote to ours, SIGPIPE could kill it.
 bool run_as_writer(const ShellCommand& command) {
   const OwnedDescriptor output(memfd_create("output", MFD_CLOEXEC));
   const WriterEnd end = run_file_writer(

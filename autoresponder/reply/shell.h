@@ -34,29 +34,29 @@ struct RefusedValue {
   std::string value;
 };
 
-/// Builds a shell command line from texts, whose syntax the shell reads, and values in single
-/// quotes, in which it reads none.
+/// Builds a shell command line from texts, which the shell interprets, and values in single quotes,
+/// which it does not.
 class ShellCommand {
  public:
   ShellCommand(Purpose purpose, const Repairs& repairs) : purpose_(purpose), repairs_(repairs) {}
 
-  /// Adds `text` unchanged; the shell reads its syntax.
+  /// Adds `text` unchanged; the shell interprets it.
   ShellCommand& Text(std::string_view text);
 
-  /// Adds the concatenated values in single quotes. A single quote in a value refuses the command
-  /// later, or is escaped by the repair of quotes. The repair of newlines refuses a newline.
+  /// Adds the concatenated values in single quotes. The command is refused if a value holds a
+  /// single quote (the repair of quotes escapes it) or, with the repair of newlines, a newline.
   ShellCommand& Quoted(std::initializer_list<std::string_view> values);
   ShellCommand& Quoted(std::string_view value) { return Quoted({value}); }
 
-  /// Like `Quoted`, for lines that this program has put together: they may hold newlines.
+  /// Like `Quoted`, for lines that this program wrote: newlines are never refused.
   ShellCommand& QuotedLines(std::initializer_list<std::string_view> values);
 
-  /// Like `Quoted`, for an address where sendmail looks for options. The repair of options refuses
-  /// an address that begins with "-".
+  /// Like `Quoted`, for an address in an argument where sendmail looks for options. With the repair
+  /// of options the command is refused if the address begins with "-".
   ShellCommand& Address(std::string_view address);
 
-  /// Lets the command inherit `descriptor`, which has to stay open until it was run, and returns
-  /// the name by which it can open the file. Only for kAttach.
+  /// Lets the command inherit `descriptor`, which must stay open until the command has run, and
+  /// returns the path by which it can open the file. Only for kAttach.
   std::string Inherit(int descriptor);
 
   /// What the command reads from its standard input. Only for kNotify.
@@ -66,7 +66,7 @@ class ShellCommand {
 
   Purpose purpose() const { return purpose_; }
   const std::string& line() const { return line_; }
-  /// The first value that forbids to run the command; nothing if none does.
+  /// The first value because of which the command is refused; nothing if there is none.
   const std::optional<RefusedValue>& refused() const { return refused_; }
   /// The descriptors to inherit.
   const std::vector<int>& inherited() const { return inherited_; }
@@ -82,20 +82,21 @@ class ShellCommand {
   std::vector<int> inherited_;
 };
 
-/// Whether the system does not start the command, because it exceeds the kernel's limit on one
+/// Whether the system cannot start the command because the line exceeds the kernel's limit on one
 /// argument: 32 pages, with its NUL.
 bool is_too_long(const ShellCommand& command);
 
+/// What became of a command.
 struct ShellOutcome {
   bool refused = false;
-  FILE* pipe = nullptr;    ///< of kNotify: into the command's standard input; null if it failed. To
-                           ///< be closed with `pclose`
+  FILE* pipe = nullptr;    ///< of kNotify: to the command's standard input, null if it failed; the
+                           ///< caller closes it with `pclose`
   bool succeeded = false;  ///< of kAttach: the command ended in time, with exit status 0
 };
 
-/// Runs a command, and waits for its end but for one of kNotify, which is only started. The only
-/// place that starts a shell. A refused command is reported on standard error instead, and so is
-/// one that is killed because its time is over. The exit status is not reported.
+/// Runs a command and waits for its end; one for kNotify is only started. A command that is
+/// refused, or killed because its time is over, is reported on standard error; a failed one is not.
+/// No other function starts a shell.
 ShellOutcome hand_to_shell(const ShellCommand& command);
 
 #endif

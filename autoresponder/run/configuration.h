@@ -3,13 +3,12 @@
 
 #include "autoresponder/message/switches.h"
 
-/// The switches of the panel's configuration file: AUTORESPONDER_REPAIRS and
-/// AUTORESPONDER_COURTESY, each "on" or "off". An absent one is off; another value is reported on
-/// standard error and counts as off.
+/// The switches AUTORESPONDER_REPAIRS and AUTORESPONDER_COURTESY of the panel's configuration file,
+/// each "on" or "off". An absent one is off; another value is reported on standard error and counts
+/// as off.
 Switches read_switches();
 
-/// Keeps the configuration out of the processes that this one forks from now on: in their memory
-/// its values are overwritten.
+/// From now on `fork` overwrites the configuration's values in the child's memory.
 void hide_configuration();
 
 #endif

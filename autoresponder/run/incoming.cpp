@@ -11,7 +11,7 @@
 const char* delivery_address() {
   const char* const variable = getenv("RECIPIENT");
   if (variable == nullptr) return nullptr;
-  // Kept: only the first "-" counts, even where the prefix itself holds one.
+  // Kept: the address begins after the first "-", even if the prefix itself holds one.
   const char* const dash = strchr(variable, '-');
   return dash != nullptr ? dash + 1 : variable;
 }

@@ -25,8 +25,8 @@ namespace {
 
 constexpr const char* kSafePath = "/usr/bin:/bin:/usr/sbin:/sbin";
 
-// Whether writing to the descriptor cannot work: its reader has gone, or it is open only for
-// reading. In a setuid program the C library opens those that the caller closed so.
+// Whether nothing can be written to the descriptor: its reader has gone, or it is open only for
+// reading. That is how the C library of a setuid program opens an output that the caller closed.
 bool is_broken_output(int descriptor) {
   pollfd output{descriptor, POLLOUT, 0};
   poll(&output, 1, 0);
@@ -34,7 +34,7 @@ bool is_broken_output(int descriptor) {
   return has_no_reader || (fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY;
 }
 
-// A command that writes to a broken one would be killed.
+// A broken output becomes /dev/null: a command that writes to a pipe without a reader is killed.
 void open_standard_descriptors() {
   int null = 0;
   while (null >= 0 && null <= STDERR_FILENO) null = open("/dev/null", O_RDWR);
@@ -44,20 +44,20 @@ void open_standard_descriptors() {
   if (null > STDERR_FILENO) close(null);
 }
 
-// Asked before the identity changes: the answer stays the same for the whole run.
+// Whether another user started this setuid program. First call: before the identity changes.
 bool started_by_another_user() {
   static const bool answer = getuid() != geteuid() || getgid() != getegid();
   return answer;
 }
 
-// What the mail server tells of the delivery.
+// The environment variables by which the mail server describes the delivery.
 constexpr const char* kDeliveryVariables[] = {"RECIPIENT", "SENDER"};
 
 void reset_environment() {
   const char* values[std::size(kDeliveryVariables)];
   std::transform(std::begin(kDeliveryVariables), std::end(kDeliveryVariables), values, getenv);
   char** const callers = environ;
-  clearenv();  // leaves the texts where they are
+  clearenv();  // drops only the pointers
   setenv("PATH", kSafePath, 1);
   for (size_t i = 0; i < std::size(values); ++i) {
     if (values[i] != nullptr) setenv(kDeliveryVariables[i], values[i], 1);
@@ -95,14 +95,14 @@ void raise_limit(const MinimumLimit& limit) {
   setrlimit(limit.resource, &now);
 }
 
-// A command that crashed would write a core file with the run's data as root.
+// No core files: a command that crashes would write the run's data into one, as root.
 void reset_limits() {
   const rlimit none{0, 0};
   setrlimit(RLIMIT_CORE, &none);
   for (const MinimumLimit& limit : kMinimumLimits) raise_limit(limit);
 }
 
-// How late the kernel may wake a process outlives exec. This is its default, in nanoseconds.
+// The caller's timer slack survives exec; this is the kernel's default, in nanoseconds.
 void wake_in_time() {
   constexpr unsigned long kDefaultSlack = 50000;
   prctl(PR_SET_TIMERSLACK, kDefaultSlack);
@@ -119,7 +119,7 @@ void leave_caller() {
   umask(022);
 }
 
-// Timers outlive exec.
+// The caller's timers survive exec; their signals would end the run.
 void stop_timers() {
   const itimerval none{};
   for (const auto timer : {ITIMER_REAL, ITIMER_VIRTUAL, ITIMER_PROF}) {
@@ -127,9 +127,9 @@ void stop_timers() {
   }
 }
 
-// A signal that the caller ignored still does nothing here, with two exceptions. An ignored SIGCHLD
-// would hide that a command has ended. And where a background process reads its terminal, an
-// ignored SIGTTIN would come again for ever.
+// Gives a signal that the caller ignored an empty handler, or its default action in two cases:
+// while SIGCHLD is ignored, nobody learns how a command ended; and a handled SIGTTIN or SIGTTOU
+// restarts the read or write of the terminal that raises it again, for ever.
 void reset_signal(int signal) {
   struct sigaction action {};
   if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_IGN) return;
@@ -146,7 +146,7 @@ void reset_signals() {
   sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-// By itself the C library stops giving large blocks back once the first was freed.
+// A fixed threshold: glibc raises its own when a large block is freed, and then keeps such blocks.
 void give_large_blocks_back() {
   mallopt(M_MMAP_THRESHOLD, 256 << 10);
 }

@@ -4,28 +4,27 @@
 /// Makes the process fit for a run, whoever started it and however:
 ///
 /// - memory of large texts goes back to the system when it is freed;
-/// - the three standard descriptors are open, so that no file of ours gets the number of one, and
-///   standard output and standard error can be written to, if only to /dev/null;
+/// - the three standard descriptors are open, so that no file of ours gets one of their numbers; a
+///   standard output or error that cannot be written to becomes /dev/null;
 /// - no signal is blocked and no timer runs; a signal that the caller ignored does nothing to the
-///   run, but commands start with its default action;
-/// - a command that ends before it has read what we write, and a limit on the size of files, do not
-///   end the run;
-/// - started setuid by another user: only the three standard descriptors stay open; nothing of that
-///   user's environment is left but RECIPIENT and SENDER, PATH is a fixed one, the working
-///   directory is /, the umask 022, there are no supplementary groups, no core files and no late
-///   timers; and no limit on stack, file size, processor time or descriptors is so low that
-///   commands crash. Where such a limit cannot be raised the process ends with status 1. Limits on
-///   memory below 1 GiB are raised as far as they can be.
+///   run (SIGTTIN and SIGTTOU stop it), but commands start with its default action;
+/// - SIGPIPE and SIGXFSZ do not end the run: the write fails;
+/// - started setuid by another user: only the three standard descriptors stay open; the environment
+///   is RECIPIENT, SENDER and a fixed PATH; the working directory is /, the umask 022; there are no
+///   supplementary groups and no core files, and the timer slack is the default; file size and
+///   processor time are unlimited, the stack may grow to 8 MiB at least, and 64 descriptors at
+///   least may be open. If such a limit cannot be raised the process ends with status 1. Limits on
+///   memory below 1 GiB are raised as far as possible.
 ///
 /// Call once, before anything else. Leaves `errno` as it was.
 void prepare_process();
 
-/// Raises the limit on descriptors as far as it can be. With the repair of the store each
-/// attachment takes one until its reply is complete.
+/// Raises the limit on descriptors as far as possible. With the repair of the store each attachment
+/// keeps one open until its reply is complete.
 void allow_many_descriptors();
 
-/// Started setuid by another user, takes RECIPIENT and SENDER from the environment too: commands
-/// need no text of the caller's choice. Call when they have been read.
+/// In a run started setuid by another user, removes RECIPIENT and SENDER from the environment too:
+/// commands inherit no text of the caller's choice. Call after reading them.
 void forget_delivery();
 
 #endif

@@ -18,7 +18,7 @@
 
 namespace {
 
-// Where that is not allowed, the run continues as the calling user.
+// If that is not allowed, the run continues as the calling user.
 void become_root() {
   [[maybe_unused]] const int user = setuid(0);
   [[maybe_unused]] const int group = setgid(0);

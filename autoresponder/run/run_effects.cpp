@@ -17,8 +17,8 @@ std::string RunEffects::AsciiForm(const std::string& address) {
   return idn_toascii_string(address.c_str());
 }
 
-// Kept: what the disk took of the message is forwarded. The repair of whole copies forwards all of
-// it or nothing.
+// Kept: a message that could be spooled only in part is forwarded in part. The repair of whole
+// copies does not forward it.
 bool RunEffects::CanForward() const {
   if (repairs_.whole_copies && !spool_.IsWhole()) {
     diagnose({"autoresponder: not forwarded, because the message is not whole in ", spool_.path()});
@@ -32,7 +32,7 @@ bool RunEffects::CanForward() const {
 }
 
 bool RunEffects::Run(const ShellCommand& command) {
-  forget_reader();  // it has hung up; commands must not find it
+  forget_reader();  // it has answered; none of it may be left when commands run
   if (command.purpose() == Purpose::kForward && !CanForward()) return false;
   if (command.purpose() == Purpose::kNotify) {
     send_notification(command);

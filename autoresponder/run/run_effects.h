@@ -4,10 +4,10 @@
 #include "autoresponder/engine/answer.h"
 #include "autoresponder/run/spool.h"
 
-/// What a run's answers do: everything.
+/// The effects of a run: counts replies, creates files and runs commands.
 class RunEffects : public Effects {
  public:
-  /// All of them outlive the effects.
+  /// The parameters must outlive the effects.
   RunEffects(const IncomingMessage& message, const SpoolFile& spool, const Repairs& repairs)
       : message_(message), spool_(spool), repairs_(repairs) {}
 

@@ -9,13 +9,13 @@ namespace {
 
 constexpr size_t kBlock = size_t{64} << 10;
 
-// The caller may have made standard input one that does not wait.
+// Standard input may be non-blocking.
 void wait_for_input() {
   pollfd input{STDIN_FILENO, POLLIN, 0};
   poll(&input, 1, -1);
 }
 
-// Waits for more and takes what there is of it, at most a block; 0 at the end.
+// Reads up to kBlock bytes, and waits for the first; 0 at the end and after an error.
 size_t read_block(char* block) {
   for (;;) {
     const ssize_t length = read(STDIN_FILENO, block, kBlock);

@@ -10,7 +10,7 @@
 /// The file that holds the incoming message for forwarding.
 class SpoolFile {
  public:
-  /// Owns `descriptor`; below 0 where the file could not be created.
+  /// Owns `descriptor`, which is below 0 if the file could not be created.
   SpoolFile(int descriptor, std::string path);
 
   bool IsOpen() const { return descriptor_.IsOpen(); }
@@ -20,7 +20,7 @@ class SpoolFile {
   /// Whether everything could be written.
   bool IsWhole() const { return !failed_; }
 
-  /// Appends `length` bytes. Once something could not be written, no more is.
+  /// Appends `length` bytes. After a failure nothing more is written.
   void Write(const char* bytes, size_t length);
 
  private:
@@ -29,8 +29,8 @@ class SpoolFile {
   bool failed_ = false;
 };
 
-/// Copies standard input to `spool` and returns it. Kept: both are the input and one newline,
-/// whether it ends in one or not. Where standard input cannot be read, that is its end.
+/// Copies standard input to `spool` and returns it. An error while reading counts as the end. Kept:
+/// one newline is added to both, also if the input ends in one. Throws `std::bad_alloc`.
 MessageBuffer spool_standard_input(SpoolFile& spool);
 
 #endif

@@ -10,14 +10,13 @@
 #define SPOOL_TEMPLATE "/tmp/kem-autoresponder-XXXXXX"
 #define RESPONSE_TEMPLATE "/tmp/kem-response-uu-XXXXXX"
 
-// The names of the two files: a template until the file is created, its name from then on.
-// Process-wide, because the end of the run removes both, whatever the run was doing.
+// The names of the two files; templates until the files are created. Process-wide, because a signal
+// handler removes the files.
 char spool_file_path[] = SPOOL_TEMPLATE;
 char response_file_path[] = RESPONSE_TEMPLATE;
 
 namespace {
 
-// Commands that the run starts have no business with the file's descriptor.
 int create(char* name) {
   const int descriptor = mkstemp(name);
   if (descriptor >= 0) fcntl(descriptor, F_SETFD, FD_CLOEXEC);

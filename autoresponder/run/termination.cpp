@@ -13,8 +13,8 @@
 
 namespace {
 
-// Whether the signal may be sent to a process, ends one that does not expect it, and is no sign of
-// a defect in it.
+// Whether the signal by default ends a process, without being the sign of a crash such as SIGSEGV.
+// SIGPIPE and SIGXFSZ are left out: the run survives them.
 bool is_termination(int signal) {
   constexpr int kNamed[] = {SIGTERM, SIGINT,  SIGHUP,  SIGQUIT, SIGALRM, SIGVTALRM, SIGPROF,
                             SIGUSR1, SIGUSR2, SIGXCPU, SIGIO,   SIGPWR,  SIGSTKFLT};
@@ -29,10 +29,10 @@ void for_each_termination(const Visit& visit) {
   }
 }
 
-// The signal ends the process, unless that is the first one of a namespace of processes, which the
-// kernel keeps from dying by its own signals.
+// Dies by the signal. Process 1 of a PID namespace (a container) cannot: it exits with the status
+// that a shell gives for a killed command.
 [[noreturn]] void die_by(int signal) {
-  constexpr int kFirstStatus = 128;  // as a shell gives it
+  constexpr int kFirstStatus = 128;
   ::signal(signal, SIG_DFL);
   raise(signal);
   sigset_t only;
@@ -42,7 +42,7 @@ void for_each_termination(const Visit& visit) {
   _exit(kFirstStatus + signal);
 }
 
-// After a fatal report of the library.
+// At exit: fatal reports of the panel's library call `exit`.
 void end_run() {
   forget_reader();
   remove_temporary_files();

@@ -1,13 +1,13 @@
 #ifndef AUTORESPONDER_RUN_TERMINATION_H
 #define AUTORESPONDER_RUN_TERMINATION_H
 
-/// From here on the process leaves no temporary file, whether a fatal report of the library or a
-/// signal that may be sent to it ends it. Exit status and signal stay what they were. While a
-/// command runs through `system`, SIGINT and SIGQUIT go to the command only. A signal that the
-/// caller had ignored stays ignored. A process that aborts keeps its files.
+/// From now on the temporary files are also removed when a fatal report of the panel's library or a
+/// signal such as SIGTERM ends the process; its exit status or signal stays the same. Exception:
+/// during `system()`, SIGINT and SIGQUIT go to the command only. A signal that the caller ignored
+/// stays ignored. A process that aborts keeps its files.
 void remove_files_on_termination();
 
-/// For a program that makes no temporary files: such a signal ends its child processes, and then
+/// For a program without temporary files: a signal such as SIGTERM ends its child processes, then
 /// the process.
 void end_children_on_termination();
 
