@@ -141,8 +141,7 @@ void examine_courtesy(PanelDatabase& database, Explanation& explanation) {
 
 Reason examine_panel(const Options& options, Explanation& explanation) {
   EscapedRecipient recipient = escape_recipient(explanation.message);
-  PanelDatabase database;
-  database.ForbidWrites();
+  PanelDatabase database = PanelDatabase::ReadOnly();
   find_rules(database, explanation.message, std::move(recipient), explanation.panel);
   if (!explanation.panel.mailbox) return Reason::kMailboxNotFound;
   examine_rules(database, options, explanation);

@@ -43,8 +43,7 @@ void list(Listing& listing) {
   message.SetRecipient(listing.address);
   try {
     EscapedRecipient recipient = escape_recipient(message);
-    PanelDatabase database;
-    database.ForbidWrites();
+    PanelDatabase database = PanelDatabase::ReadOnly();
     listing.mailbox = find_mailbox(database, message, std::move(recipient));
     if (listing.mailbox) list_rules(database, switches, listing);
   } catch (const PanelFailure& failure) {

@@ -4,7 +4,6 @@
 #include <exception>
 #include <iostream>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <unistd.h>
 
@@ -50,29 +49,11 @@ TextStyle style_of(const Options& options) {
   return {options.show_reply, on_terminal, on_terminal && wants_colour()};
 }
 
-bool is_of_client_library(const std::string& line) {
-  return line.find("Unable to connect to Quern Database: ") != std::string::npos ||
-         line.find(": DB error (") != std::string::npos;
-}
-
-// The client library explains its failures itself. What it leaves in errno, such as that its socket
-// had nothing to read yet, is not the reason, but reports append it as a "System error".
-std::string without_stale_errors(const std::string& diagnostics) {
-  std::istringstream lines(diagnostics);
-  std::string result;
-  std::string before;
-  for (std::string line; std::getline(lines, line); before = line) {
-    const bool is_stale = is_of_client_library(before) && line.rfind("System error ", 0) == 0;
-    if (!is_stale) result += line + "\n";
-  }
-  return result;
-}
-
 // Ends the redirection of the outputs; returns what the functions of the run wrote meanwhile.
 std::string end_holding(Work& work) {
   const std::string diagnostics = work.held->Release();
   work.held.reset();
-  return without_stale_errors(diagnostics);
+  return diagnostics;
 }
 
 // Writes to standard error what the functions of the run wrote there, and what prevented an answer.

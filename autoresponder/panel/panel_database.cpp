@@ -1,5 +1,6 @@
 #include "autoresponder/panel/panel_database.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <nss.h>
@@ -10,7 +11,7 @@
 #endif
 
 #include "support/base/signals.h"
-#include "support/database.h"
+#include "support/report.h"
 #include "support/strings.h"
 
 namespace {
@@ -31,16 +32,29 @@ void prepare_client_library() {
   mysql_library_init(0, nullptr, nullptr);
 }
 
-st_mysql* connect_to_panel() {
-  prepare_client_library();
-  return db_connect();
+// As `db_connect`, but the client library explains its failures itself: what it leaves in errno,
+// such as that its socket had nothing to read yet, is not the reason.
+MYSQL* connect_without_errno() {
+  char error[4097] = "";
+  MYSQL* const connection = db_open(error, sizeof error);
+  errno = 0;
+  if (connection == nullptr) report_error(0, 0, "%s", error);
+  return connection;
 }
 
 }  // namespace
 
-PanelDatabase::PanelDatabase() : connection_(connect_to_panel()) {
+PanelDatabase::PanelDatabase(MYSQL* (*connect)()) {
+  prepare_client_library();
+  connection_.reset(connect());
   survive_failing_writes();
   if (!connection_) Fail("autoresponder: Unable to connect to the mysql database ");
+}
+
+PanelDatabase PanelDatabase::ReadOnly() {
+  PanelDatabase database(connect_without_errno);
+  database.TryQuery("set session transaction read only");
+  return database;
 }
 
 bool PanelDatabase::Send(const std::string& statement) {

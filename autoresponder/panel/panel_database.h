@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "support/base/owned.h"
+#include "support/database.h"
 #include "support/mysql_owned.h"
 
 /// Thrown if the connection or a statement fails, which ends the run. `what` is the diagnostic, one
@@ -66,8 +67,13 @@ class Rows {
 /// The connection to the panel's database. A run has only one.
 class PanelDatabase {
  public:
-  /// Connects; throws `PanelFailure` if that fails.
-  PanelDatabase();
+  /// Connects as the panel's library does; throws `PanelFailure` if that fails.
+  PanelDatabase() : PanelDatabase(db_connect) {}
+
+  /// For a reader of the panel's data: connects, without a system error in the library's report,
+  /// and lets the server refuse any write. Older servers do not know how. Unlike a transaction it
+  /// makes nobody wait. Throws `PanelFailure` if the connection fails.
+  static PanelDatabase ReadOnly();
 
   /// Runs a query. Returns nothing if it failed; `error()` says why.
   std::optional<Rows> TryQuery(const std::string& query);
@@ -82,10 +88,6 @@ class PanelDatabase {
 
   /// Runs a statement that returns no rows. Throws `PanelFailure` if it fails.
   void Execute(const std::string& statement);
-
-  /// Lets the server refuse any write from now on. Older servers do not know how. Unlike a
-  /// transaction it makes nobody wait.
-  void ForbidWrites() { TryQuery("set session transaction read only"); }
 
   /// Throws what a statement throws that the server refuses with these words and this error number.
   [[noreturn]] static void Refuse(const char* words, unsigned error);
@@ -106,6 +108,8 @@ class PanelDatabase {
 
  private:
   static constexpr const char* kExecDiagnostic = "autoresponder: Unable to exec query :";
+
+  explicit PanelDatabase(MYSQL* (*connect)());
 
   bool Send(const std::string& statement);
   [[noreturn]] void Fail(const std::string& diagnostic);

@@ -65,8 +65,7 @@ bool can_connect(Inspection& inspection) {
 void check_connection(Inspection& inspection) {
   if (!check_password(inspection) || !can_connect(inspection)) return;
   try {
-    inspection.database.emplace();
-    inspection.database->ForbidWrites();
+    inspection.database = PanelDatabase::ReadOnly();
   } catch (const PanelFailure& failure) {
     inspection.Error("database_unusable", "{}", failure.what());
   }
