@@ -45,7 +45,7 @@ rlim_t memory_in_use() {
 #endif
 }
 
-// The program and the C library, and the converters that are loaded.
+// Address space for the program, the C library, and the converters that are loaded.
 constexpr rlim_t kLibraries = 16 * kMebibyte;
 
 // For the connection, and for the few files that are open while a converter is loaded.
@@ -55,7 +55,7 @@ void set_limits(size_t size) {
   const rlim_t memory = memory_in_use() + memory_limit(size);
   limit(RLIMIT_DATA, memory);
 #ifndef __SANITIZE_ADDRESS__
-  // Also of memory that the first limit does not count.
+  // Includes memory that RLIMIT_DATA does not count.
   limit(RLIMIT_AS, memory + kLibraries);
 #endif
   limit(RLIMIT_CPU, processor_limit(size));
@@ -64,15 +64,15 @@ void set_limits(size_t size) {
   limit(RLIMIT_CORE, 0);
 }
 
-// Also where the user stays root.
+// Needed if the process stays root.
 bool drop_capabilities() {
   __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
   const __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};
   return syscall(SYS_capset, &header, none) == 0;
 }
 
-// Each reader is another user, so that not even two of them can reach one another. No system gives
-// out these numbers. Where they do not exist, as in some containers, "nobody" has to do. If one
+// Makes each reader another user, so that two of them cannot reach each other. No system assigns
+// these numbers. If they are not mapped, as in some containers, the reader becomes "nobody". If one
 // step fails, the others still run.
 bool drop_identity() {
   constexpr uid_t kFirstReader = 0xB0000000;
@@ -85,7 +85,7 @@ bool drop_identity() {
   return !has_groups && !has_group && !has_user && !has_capabilities;
 }
 
-// Changing the user forgets that the process has to die with its parent, so this comes after it.
+// Call after `drop_identity`: changing the user resets PR_SET_PDEATHSIG.
 bool refuse_privileges(pid_t parent) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   // A parent in another namespace of processes has the number 0 here.
@@ -93,8 +93,8 @@ bool refuse_privileges(pid_t parent) {
   return prctl(PR_SET_DUMPABLE, 0) == 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
 }
 
-// The run's handlers must not act here; what is ignored there, because the caller ignored it, is
-// ignored here, too. But the limit on processor time works by a signal.
+// The run's handlers must not act in this process. Signals that the caller ignored stay ignored,
+// except SIGXCPU: the limit on processor time needs it.
 void forget_handlers_of_the_run() {
   forget_signal_handlers(ignore_signal);
   signal(SIGXCPU, SIG_DFL);
@@ -102,7 +102,7 @@ void forget_handlers_of_the_run() {
 
 void keep_descriptors(int channel) {
   dup2(channel, STDIN_FILENO);
-#ifdef __SANITIZE_ADDRESS__  // which reports there
+#ifdef __SANITIZE_ADDRESS__  // it reports on standard error
   close(STDOUT_FILENO);
   close_descriptors(STDERR_FILENO + 1);
 #else

@@ -9,14 +9,15 @@
 
 namespace {
 
-// The kernel's interface (Landlock), whose headers are older here than some of its versions.
+// The kernel's interface (Landlock). Numbers, because some versions of it are newer than the
+// headers.
 constexpr long kCreateRuleset = 444;
 constexpr long kAddRule = 445;
 constexpr long kRestrictSelf = 446;
 constexpr unsigned kAskVersion = 1;
 constexpr int kPathBeneath = 1;
 constexpr uint64_t kReadFile = 1 << 2;
-constexpr uint64_t kReadDirectory = 1 << 3;  // where the converters have no cache of their names
+constexpr uint64_t kReadDirectory = 1 << 3;  // needed without gconv-modules.cache
 
 struct Ruleset {
   uint64_t file_access;
@@ -29,7 +30,7 @@ struct [[gnu::packed]] PathRule {
   int32_t directory;
 };
 
-// All accesses that the version of the interface can take away.
+// All access that this version of the interface can restrict.
 Ruleset everything(long version) {
   Ruleset all{(1 << 13) - 1, 0, 0};
   if (version >= 2) all.file_access |= 1 << 13;  // to link and rename into other directories
@@ -54,8 +55,8 @@ bool allow_reading(const OwnedDescriptor& ruleset, const char* directory) {
   return true;
 }
 
-// Where the C library keeps its converters: in a directory for this kind of processor, as in
-// Debian, or in one for all.
+// Where the C library keeps its converters: a directory for this kind of processor, as in Debian,
+// or one for all.
 constexpr const char* kConverters[] = {"/usr/lib/" LIBRARY_ARCHITECTURE "/gconv",
                                        "/usr/lib64/gconv", "/usr/lib/gconv"};
 

@@ -33,7 +33,7 @@ using system_calls::Rule;
 
 constexpr size_t kRuleCount = std::size(kRules);
 
-// The filter is made by the compiler: a run has no time for it.
+// Built at compile time, because that would take too long in each run.
 class Program {
  public:
   constexpr Program() {
@@ -77,8 +77,8 @@ class Program {
     Add(BPF_JMP | how | BPF_K, value, if_true, if_false);
   }
 
-  // A search by halves: the kernel runs the filter for each call there is when it is set up, so a
-  // list of comparisons would make each run noticeably slower. `first`: sorted by their calls.
+  // Binary search: the kernel runs a filter for every system call when it is installed, so a linear
+  // list would make each run noticeably slower. `first`: sorted by their calls.
   constexpr void Search(const Rule* first, size_t count) {
     const size_t start = size_++;
     if (first->call == first[count - 1].call) {
@@ -96,7 +96,7 @@ class Program {
     Search(first + half, count - half);
   }
 
-  // A comparison before statements that were added already.
+  // Writes a comparison to `place`, which was left free before statements that were added since.
   constexpr void Branch(size_t place, int how, uint32_t value, size_t if_true, size_t if_false) {
     const size_t end = size_;
     size_ = place;
@@ -109,7 +109,7 @@ class Program {
     return condition.kind == Condition::kIsSize ? 4 : 2;
   }
 
-  // Allows the call if it has conditions and all hold; otherwise goes on after that.
+  // Allows the call if the rule has conditions and all hold; otherwise goes on after itself.
   constexpr void Alternative(const Rule& rule) {
     if (rule.conditions[0].kind == Condition::kNone) return;
     const size_t after_second = 1;
@@ -119,9 +119,9 @@ class Program {
     Return(kAllow);
   }
 
-  // Skips `others` statements after its own unless the condition holds.
+  // Unless the condition holds, skips the `others` statements after these.
   constexpr void Require(const Condition& condition, size_t others) {
-    // The lower half of an argument comes first on the processors that we know.
+    // The lower half of an argument comes first on the supported processors.
     const size_t lower = offsetof(seccomp_data, args) + condition.argument * sizeof(uint64_t);
     switch (condition.kind) {
       case Condition::kNone:
@@ -151,7 +151,7 @@ class Program {
   static constexpr size_t kMaxStatements = 6 + 10 * kRuleCount;
   sock_filter statements_[kMaxStatements] = {};
   size_t size_ = 0;
-  size_t own_pid_ = 0;
+  size_t own_pid_ = 0;  // the statement that compares with the process's number
 };
 
 constexpr Program kProgram;

@@ -10,7 +10,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-/// Which system calls the reader may make. Included by the filter alone.
+/// The system calls that the reader may make. Included by the filter alone.
 namespace system_calls {
 
 inline constexpr uint32_t kEnd = SECCOMP_RET_KILL_PROCESS;
@@ -31,7 +31,7 @@ constexpr Condition equals(size_t argument, uint32_t value) {
   return {Condition::kEquals, argument, value};
 }
 
-/// It has none of these bits.
+/// The lower half of the argument has none of these bits.
 constexpr Condition lacks(size_t argument, uint32_t bits) {
   return {Condition::kLacks, argument, bits};
 }
@@ -46,8 +46,8 @@ constexpr Condition is_size(size_t argument) {
   return {Condition::kIsSize, argument, 0};
 }
 
-/// What is done at a call, unless all conditions of a rule hold: then it is allowed. A call may
-/// have several rules.
+/// A call is allowed if all conditions of one of its rules hold; otherwise `action` is taken, which
+/// is the same in all rules of a call. Without conditions it is always taken.
 struct Rule {
   uint32_t call;
   uint32_t action;
@@ -63,11 +63,12 @@ constexpr Rule only_if(uint32_t call, Condition first, Condition second = {}) {
   return {call, kRefuse, {first, second}};
 }
 
-/// Ends the process: an intruder makes it.
+/// Ends the process: only an intruder makes this call.
 constexpr Rule end_at(uint32_t call) {
   return {call, kEnd, {}};
 }
 
+/// Allowed if the condition holds; otherwise ends the process.
 constexpr Rule end_unless(uint32_t call, Condition condition) {
   return {call, kEnd, {condition}};
 }
@@ -75,9 +76,9 @@ constexpr Rule end_unless(uint32_t call, Condition condition) {
 inline constexpr uint32_t kWriting =
     O_WRONLY | O_RDWR | O_CREAT | O_TRUNC | O_APPEND | (O_TMPFILE & ~O_DIRECTORY);
 
-/// In any order. All other calls are refused.
+/// In any order. Calls without a rule are refused.
 inline constexpr Rule kRules[] = {
-    // What memory, the C library's loading of converters, and an abort need.
+    // Needed for memory, for loading converters, and to abort.
     allow(__NR_read),
     allow(__NR_pread64),
     allow(__NR_close),
@@ -104,15 +105,15 @@ inline constexpr Rule kRules[] = {
     only_if(__NR_fcntl, equals(1, F_GETFL)),
     only_if(__NR_openat, lacks(2, kWriting)),
     end_unless(__NR_tgkill, is_own_pid(0)),
-    // Nothing that was written may be run: only files are, as they are. And nothing is shared,
-    // because of a shared page there could be one mapping to write to and another one to run.
+    // Only unchanged files may be executed, no memory that was written to. Nothing is shared: a
+    // page mapped twice could be written in one mapping and executed in the other.
     only_if(__NR_mmap, lacks(2, PROT_EXEC), lacks(3, MAP_SHARED)),
     only_if(__NR_mmap, lacks(2, PROT_WRITE), lacks(3, MAP_SHARED | MAP_ANONYMOUS)),
     only_if(__NR_mprotect, lacks(2, PROT_EXEC)),
-    // Of size 0 it would make a second mapping of the same pages; and whoever may choose the place
-    // can take a page table for each page.
+    // An old size of 0 would map the same pages once more. A fixed address could cost a page table
+    // for each page.
     only_if(__NR_mremap, is_size(1), lacks(3, ~uint32_t{MREMAP_MAYMOVE})),
-// What nobody calls here but an intruder.
+// Calls that only an intruder makes.
 #ifdef __NR_fork
     end_at(__NR_fork),
     end_at(__NR_vfork),

@@ -14,7 +14,7 @@
 
 namespace {
 
-// Whether one of the words, which blanks, commas and semicolons separate, is one of `wanted`.
+// Whether one of the words in `body`, which blanks, commas and semicolons separate, is in `wanted`.
 bool has_word(std::string_view body, std::initializer_list<std::string_view> wanted) {
   FieldReader reader(body);
   for (reader.SkipBlanks(); !reader.IsAtEnd(); reader.SkipBlanks()) {

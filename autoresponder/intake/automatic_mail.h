@@ -5,10 +5,10 @@
 
 #include "autoresponder/message/courtesy_facts.h"
 
-/// What the header of a message says about whether it may be answered. `header`: its text, any
-/// bytes. Names of fields and words in them count in any case; of repeated fields any counts, but
-/// of Message-ID, References and In-Reply-To the first. Takes time linear in the header, and no
-/// memory in proportion to it.
+/// Reads from a header whether the message may be answered automatically. `header`: its text, any
+/// bytes. Names of fields and the words in them match in any case. Repeated fields all count, but
+/// only the first Message-ID, References and In-Reply-To. Takes linear time; the size of the result
+/// is bounded.
 CourtesyFacts gather_courtesy_facts(std::string_view header);
 
 #endif

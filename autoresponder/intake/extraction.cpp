@@ -15,7 +15,7 @@
 
 namespace {
 
-// What the message itself says, before any charset was converted.
+// What the message contains, in its own charsets.
 struct RawMessage {
   SenderField sender_field = SenderField::kNone;
   std::string sender;
@@ -82,16 +82,17 @@ Extraction take_apart(const DwString& message_text, const std::optional<std::str
   return Extraction::kDone;
 }
 
-// Kept: the charset in these messages is the body's, also where a word of the subject fails.
+// Kept: names the charset of the body, even if a word of the subject could not be converted.
 void warn_unconverted(const char* what, const std::string& charset) {
   diagnose({"Could not convert message ", what, " text from ", charset, " to UTF-8."});
 }
 
-// A body in UTF-8, while it is not much larger than it was before. It has room from the start, so
-// that it is not moved as it grows; room that is not written takes no memory.
+// Keeps a body converted to UTF-8 while it is at most about twice as large as before. The capacity
+// is reserved at once, so that the text is not moved as it grows; pages that are not written take
+// no memory.
 class ConvertedBody {
  public:
-  // `length`: of the body before.
+  // `length`: of the body before, in bytes.
   explicit ConvertedBody(size_t length) { text_.reserve(2 * length + kFree); }
 
   void Append(std::string_view piece) {
@@ -113,14 +114,14 @@ class ConvertedBody {
   bool is_kept_ = true;
 };
 
-// The text of the message's text part, as long as its bytes are needed.
+// The decoded bytes of the text part, and what keeps them in memory.
 struct BodyBytes {
   std::string_view text;
   std::shared_ptr<const void> owner;
 };
 
-// It shares its bytes with the message of `message_length` bytes, unless it would keep a far larger
-// message in memory.
+// The bytes may be shared with the whole message, of `message_length` bytes. They are copied if
+// they would keep a much larger message in memory.
 BodyBytes take_body(TextPart& part, size_t message_length) {
   const auto bytes = std::make_shared<const DwString>(std::move(part.body));
   const std::string_view text = up_to_nul(*bytes);
@@ -129,8 +130,8 @@ BodyBytes take_body(TextPart& part, size_t message_length) {
   return {*copy, copy};
 }
 
-// Most bodies are converted once. One that more than doubles is converted once to know that it can
-// be, and again when it is searched.
+// A body that more than doubles is not kept in UTF-8: the first conversion shows that it does not
+// fail, and each search converts it again.
 BodyLines convert_lines(BodyBytes& body, const std::string& charset) {
   ConvertedBody converted(body.text.size());
   convert_charset_in_pieces(body.text, charset, "UTF-8", true,
@@ -153,8 +154,8 @@ BodyLines lines_of(BodyBytes body, const std::string& charset) {
   }
 }
 
-// Kept: a subject that ends in "?=", a blank and a NUL throws what nobody catches, and the run
-// aborts. The repair of the subject counts it as one that cannot be converted.
+// Kept: for a subject that ends in "?=", a blank and a NUL the decoder throws what nobody catches,
+// and the run aborts. With the repair `subject` it counts as one that cannot be converted.
 std::string subject_in_utf8(const RawMessage& raw, const Switches& switches) {
   try {
     return rfc1522_decode(raw.subject);
@@ -174,7 +175,7 @@ ExtractionResult extract(DwString message_text, const std::optional<std::string>
   const Extraction outcome = take_apart(message_text, delivered_to, switches, raw);
   if (outcome != Extraction::kDone) return {outcome, raw.sender_field, std::move(raw.sender)};
   BodyBytes body = take_body(raw.text, message_text.length());
-  message_text = DwString();  // what was decoded is all that is needed from here on
+  message_text = DwString();  // only what was decoded is needed from here on
   record.body_lines = std::make_unique<BodyLines>(lines_of(std::move(body), raw.text.charset));
   record.sender = std::move(raw.sender);
   record.SetRecipient(std::move(raw.recipient));

@@ -18,7 +18,7 @@ std::string_view trimmed(std::string_view text) {
 
 }  // namespace
 
-// A line, and those that continue it (RFC 5322, 2.2.3).
+// Takes a line, and the lines that continue it (RFC 5322, 2.2.3).
 std::string_view HeaderFields::TakeLines() {
   size_t end = rest_.find('\n');
   while (end != npos && end + 1 < rest_.size() && is_blank(rest_[end + 1])) {

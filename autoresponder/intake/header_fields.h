@@ -9,14 +9,14 @@ struct HeaderField {
   std::string_view body;  ///< without white space around it; folded as in the message
 };
 
-/// Walks the fields of a header in their order, also repeated ones, and any that the message
-/// library has no accessor for. Reads each byte once.
+/// Walks through all fields of a header in their order, repeated ones too, in linear time. The
+/// message library has no accessor for some of them.
 class HeaderFields {
  public:
-  /// `header`: its text, which has to outlive this object and the fields.
+  /// `header` must outlive this object and the fields.
   explicit HeaderFields(std::string_view header) : rest_(header) {}
 
-  /// Whether there is one more field, which `field` is then. Lines without a colon are skipped.
+  /// Sets `field` to the next field; false if there is none. Lines without a colon are skipped.
   bool Next(HeaderField& field);
 
  private:

@@ -7,10 +7,11 @@
 
 namespace {
 
-// The address of one entry while its tokens are read.
+// Finds the address in one entry of a list from its tokens.
 class Entry {
  public:
-  // A word that follows another one without a dot begins anew: what was before it was a name.
+  // A word right after another one: the words before it were a name; or they already were an
+  // address, and this word is no part of it.
   void AddWord(std::string_view word) {
     if (is_complete_) return;
     if (follows_word_ && HasLocalPart()) {
@@ -29,7 +30,7 @@ class Entry {
     follows_word_ = false;
   }
 
-  // An address in angle brackets counts, whatever precedes it.
+  // An address in angle brackets replaces whatever precedes it.
   void Open() {
     if (had_brackets_) return;
     had_brackets_ = is_in_brackets_ = true;
@@ -50,7 +51,7 @@ class Entry {
   // Whether a comma belongs to a route (RFC 5322, 4.4).
   bool IsInRoute() const { return is_in_brackets_ && !text_.empty() && text_[0] == '@'; }
 
-  // The address, without what `text_` has reserved; empty if there is none.
+  // The address, copied so that no spare capacity is kept; empty if there is none.
   std::string Address() const {
     const bool is_usable = HasLocalPart() && text_.size() <= kMaxListedAddress;
     return is_usable ? text_ : std::string();
@@ -68,7 +69,7 @@ class Entry {
     is_complete_ = false;
   }
 
-  // Keeps a byte too many of one that is too long, so that it is known to be.
+  // Keeps one byte more than the maximum, so that `Address` can tell that it was exceeded.
   void Add(std::string_view text) { text_ += text.substr(0, kMaxListedAddress + 1 - text_.size()); }
 
   std::string text_;

@@ -7,8 +7,8 @@
 #include <vector>
 
 /// The message ids (`is_message_id`) in the body of a Message-ID, In-Reply-To or References field,
-/// in their order and with their angle brackets; others are skipped, and so are comments and
-/// phrases. Of more than `max_count` the first is kept, and the last ones. `max_count`: 2 or more.
+/// in their order and with their angle brackets; everything else is skipped. If there are more than
+/// `max_count` (2 or more), the first one and the last ones are returned.
 std::vector<std::string> message_ids(std::string_view body, size_t max_count);
 
 #endif

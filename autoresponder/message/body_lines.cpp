@@ -11,26 +11,26 @@ size_t newlines(std::string_view text) {
   return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-// A search for several keys in a text of which one piece after another becomes known.
+// Searches for several keys in a text that arrives in pieces.
 class PiecewiseSearch {
  public:
-  // `keys`: not empty, without newlines.
+  // `keys`: none of them is empty or has a newline. Must outlive this object.
   explicit PiecewiseSearch(const std::vector<std::string_view>& keys)
       : keys_(keys), lines_(keys.size(), 0) {
     for (const std::string_view key : keys_) max_key_ = std::max(max_key_, key.size());
     for (size_t i = 0; i < keys_.size(); ++i) missing_.push_back(i);
   }
 
-  // Looks at one more piece; false when all keys were found.
+  // Takes one more piece; false when all keys were found.
   bool LookAt(std::string_view piece) {
     window_ += piece;
-    // As much new text as the longest key has, so that it is not looked for in little text again
-    // and again.
+    // Waits for at least as much new text as the longest key has, so that the part that is kept is
+    // not searched again for little new text.
     if (window_.size() >= max_key_ + std::max(kWindow, max_key_)) Search();
     return !missing_.empty();
   }
 
-  // For each key the number of the first line with it, or 0, when there are no more pieces.
+  // Call after the last piece. For each key the number of the first line with it, or 0.
   std::vector<size_t> Lines() {
     Search();
     return std::move(lines_);
@@ -39,7 +39,7 @@ class PiecewiseSearch {
  private:
   static constexpr size_t kWindow = size_t{64} << 10;
 
-  // Keeps of the window what may be the start of a key.
+  // Searches the window, and keeps of it only what may be the start of a key.
   void Search() {
     const auto is_found = [this](size_t i) { return Find(i); };
     missing_.erase(std::remove_if(missing_.begin(), missing_.end(), is_found), missing_.end());
@@ -57,7 +57,7 @@ class PiecewiseSearch {
 
   const std::vector<std::string_view>& keys_;
   std::vector<size_t> lines_;
-  std::vector<size_t> missing_;  // the numbers of the keys that were not found yet
+  std::vector<size_t> missing_;  // indices of the keys that were not found yet
   size_t max_key_ = 1;
   std::string window_;
   size_t newlines_before_ = 0;
@@ -110,7 +110,7 @@ std::vector<size_t> BodyLines::FindEach(const std::vector<std::string_view>& key
   return lines;
 }
 
-// The text is converted once, however many keys there are.
+// Converts the text once for all keys.
 std::vector<size_t> BodyLines::FindTogether(const std::vector<std::string_view>& keys) const {
   if (keys.empty()) return {};
   PiecewiseSearch search(keys);

@@ -10,20 +10,20 @@
 #include "autoresponder/message/body.h"
 #include "mime/charset.h"
 
-/// The lines of a text, without their newlines. They are not cut out of it, so that a body of a
-/// hundred million empty lines takes no more memory than its bytes. The text is in UTF-8, or in
-/// another charset, from which it is then converted anew whenever it is searched: for texts that
-/// are far larger in UTF-8.
+/// The lines of a text, without their newlines. The text stays in one piece, so that a hundred
+/// million empty lines take no more memory than their bytes. It is in UTF-8; a text that is far
+/// larger in UTF-8 is in its own charset, and is converted whenever it is searched.
 class BodyLines : public Body {
  public:
-  /// The lines of `text`, in UTF-8: one more than it has newlines.
+  /// `text`: UTF-8; it has one line more than newlines.
   explicit BodyLines(std::string text);
-  /// The lines of `text`, which is in memory that `owner` keeps.
+  /// `text`: UTF-8, in memory that `owner` keeps.
   BodyLines(std::string_view text, std::shared_ptr<const void> owner);
-  /// The lines of a text that `convert_charset` takes from `charset` to UTF-8 without a failure.
+  /// `text`: in `charset`, from which `convert_charset` can convert it to UTF-8 without an
+  /// exception.
   BodyLines(std::string_view text, std::shared_ptr<const void> owner, std::string charset);
 
-  /// The number of the first line with `key`, in time linear in the text.
+  /// The number of the first line with `key` (UTF-8), or 0, in time linear in the text.
   size_t FirstWith(std::string_view key);
   std::vector<size_t> FirstWith(const std::vector<std::string_view>& keys) override;
 

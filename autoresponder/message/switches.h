@@ -1,23 +1,23 @@
 #ifndef AUTORESPONDER_MESSAGE_SWITCHES_H
 #define AUTORESPONDER_MESSAGE_SWITCHES_H
 
-/// Defects and holes that nobody wants for their own sake, each closed where its member is true.
-/// All are off unless the configuration switches them on, because other parts of the panel rely on
-/// every oddity. docs/operators.md describes them in this order.
+/// Defects and security holes, each closed if its member is true. All are off unless the
+/// configuration switches them on, because other parts of the panel may rely on any oddity.
+/// docs/operators.md describes them in this order.
 struct Repairs {
   bool quotes = false;             ///< a quote in a value of a command is escaped
   bool backslashes = false;        ///< a backslash in the name of an attachment stays as it is
   bool newlines = false;           ///< a newline in a value refuses a command
-  bool forwarding = false;         ///< the shell reads no syntax in forwarding addresses
-  bool options = false;            ///< nothing is mailed to what sendmail reads as an option
-  bool store = false;              ///< only plain files of the store are attached
+  bool forwarding = false;         ///< forwarding addresses are quoted for the shell
+  bool options = false;            ///< nothing is mailed to an address that begins with "-"
+  bool store = false;              ///< only plain files of the attachment store are attached
   bool lines = false;              ///< control characters in header texts become blanks
   bool notification = false;       ///< the notification's Reply-To has a line end
-  bool whole_copies = false;       ///< a message that /tmp did not take whole is not forwarded
-  bool whole_attachments = false;  ///< a reply whose attachments are not whole is not sent
-  bool whole_notices = false;      ///< a notice that /tmp did not take whole is not sent
-  bool subject = false;            ///< no end of a subject aborts the run
-  bool turns = false;              ///< deliveries at the same time count one after another
+  bool whole_copies = false;       ///< a message is not forwarded if /tmp was full
+  bool whole_attachments = false;  ///< a reply is not sent if its attachments are not complete
+  bool whole_notices = false;      ///< a notice is not sent if /tmp was full
+  bool subject = false;            ///< no subject aborts the run
+  bool turns = false;              ///< concurrent deliveries ask the limiter one after another
   bool long_senders = false;       ///< a sender longer than the limiter's column is found again
 };
 
@@ -27,7 +27,7 @@ struct Repair {
   bool Repairs::*member;
 };
 
-/// All of them, in their order.
+/// All repairs, in their order.
 constexpr Repair kRepairs[] = {
     {"quotes", &Repairs::quotes},
     {"backslashes", &Repairs::backslashes},
@@ -52,10 +52,10 @@ constexpr Repairs all_repairs(bool on) {
   return repairs;
 }
 
-/// What the administrator wants to be other than it always was.
+/// What the configuration switches on.
 struct Switches {
   Repairs repairs;
-  bool courtesy = false;  ///< automatic mail gets no reply, and replies say what they are
+  bool courtesy = false;  ///< automatic mail gets no reply, and replies are marked
 };
 
 /// Whether any repair is on.

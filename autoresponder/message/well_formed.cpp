@@ -7,15 +7,16 @@ namespace {
 
 constexpr auto npos = std::string_view::npos;
 
-// A byte of a word: no control character but DLE and DEL, and none of the specials.
+// A byte of a word, as the message library splits words: no control character but DLE and DEL, no
+// blank, and none of the specials.
 bool is_word_byte(char c) {
   constexpr char kDle = '\x10';
   const bool separates = static_cast<unsigned char>(c) <= ' ' && c != kDle;
   return !separates && std::string_view("()<>@,;:\\\".[]").find(c) == npos;
 }
 
-// Where the quoted string or literal at the start of `text` ends, after its `close`; npos if it
-// does not.
+// The size of the quoted string or literal at the start of `text`, with its `close`; npos if it is
+// not closed.
 size_t end_of_enclosed(std::string_view text, char close) {
   for (size_t i = 1; i < text.size(); ++i) {
     if (text[i] == close) return i + 1;
@@ -25,7 +26,7 @@ size_t end_of_enclosed(std::string_view text, char close) {
 }
 
 // How many bytes at the start of `text` are words, dots, and texts enclosed by `open` and `close`;
-// npos if the last of these does not end.
+// npos if the last of these is not closed.
 size_t end_of_words(std::string_view text, char open, char close) {
   size_t end = 0;
   while (end < text.size()) {
@@ -46,7 +47,7 @@ bool has_line_end(std::string_view text) {
   return text.find_first_of("\r\n") != npos;
 }
 
-// A line may end within a literal, where the next one continues it.
+// Whether each line feed is part of a fold, which a literal may contain.
 bool is_folded(std::string_view domain) {
   for (size_t at = domain.find('\n'); at != npos; at = domain.find('\n', at + 1)) {
     const char next = at + 1 < domain.size() ? domain[at + 1] : '\0';
@@ -111,7 +112,7 @@ bool is_well_formed(const CourtesyFacts& facts, size_t message_size) {
 bool is_mailbox_address(std::string_view address) {
   if (has_nul(address)) return false;
   const size_t at = end_of_words(address, '"', '"');
-  if (at == npos) return !has_line_end(address);  // cut off within quotes
+  if (at == npos) return !has_line_end(address);  // a NUL cut it off within quotes
   const std::string_view local_part = address.substr(0, at);
   if (local_part.empty() || at == address.size() || address[at] != '@') return false;
   const std::string_view domain = address.substr(at + 1);

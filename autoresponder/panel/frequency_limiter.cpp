@@ -18,14 +18,14 @@ namespace {
 constexpr const char* kOfEarlierDay = "(TO_DAYS(NOW())-TO_DAYS(time_resp))>0";
 constexpr const char* kOfToday = " and ((TO_DAYS(NOW())-TO_DAYS(time_resp))>0) is not true";
 
-// The longest sender that the limiter's column takes.
+// How long a sender the column `email` of `resp_freq` can hold.
 struct ColumnWidth {
   size_t max_size;     ///< in characters
-  bool is_of_unicode;  ///< otherwise each byte that we send may count as a character
+  bool is_of_unicode;  ///< otherwise a byte may count as a character
 };
 
-// Read from the table's definition, because the server writes a temporary file to answer the same
-// question about its information_schema.
+// Read from the table's definition: for a query of information_schema the server would write a
+// temporary file.
 ColumnWidth width_of_senders(PanelDatabase& database) {
   const TableDefinition table =
       parse_table_definition(definition_of(database.Query("show create table resp_freq")));
@@ -50,7 +50,7 @@ class Memory {
         counts_(mode == LimiterMode::kCount),
         is_in_turn_(repairs.turns) {}
 
-  // Static, because it is the rule's first statement: the sender is escaped only after it.
+  // Static, because it is called before the sender is cut and escaped.
   static void ForgetEarlierDays(PanelDatabase& database, const ResponderRule& rule) {
     database.Execute(
         joined({"delete from resp_freq where rn_id=", rule.id, " and ", kOfEarlierDay}));
@@ -77,7 +77,7 @@ class Memory {
 
   // Deletes the rows with the oldest time stamp; with kLook returns their senders instead.
   //
-  // Kept: all rows that share this time stamp are deleted, and only once, however many there are.
+  // Kept: deletes all rows that share this time stamp, and only once, even if too many rows remain.
   std::vector<std::string> EvictOldest() const {
     const std::string oldest = OldestTime();
     Write(joined({"delete from resp_freq", of_rule_, " and time_resp='", oldest, "'"}));
@@ -115,7 +115,8 @@ class Memory {
                        "'", OfWhichDays()}));
   }
 
-  // Kept: without the repair of turns a result that breaks off counts as one without rows.
+  // Kept: without the repair `turns` an error while rows are received counts as a result without
+  // rows.
   Rows Ask(const std::string& query) const {
     return is_in_turn_ ? database_.QueryWhole(query) : database_.Query(query);
   }
@@ -187,7 +188,7 @@ std::string_view first_bytes(std::string_view text, size_t max_size) {
 
 namespace {
 
-// The sender as the column takes it, if it is too long for that.
+// The sender, cut to the width of the column; nothing if it fits.
 std::optional<std::string> cut_sender(PanelDatabase& database, const std::string& sender) {
   const ColumnWidth width = width_of_senders(database);
   const std::string_view cut = width.is_of_unicode ? first_characters(sender, width.max_size)
@@ -196,7 +197,7 @@ std::optional<std::string> cut_sender(PanelDatabase& database, const std::string
   return std::string(cut);
 }
 
-// Carries out what was decided.
+// Carries out `facts.step`.
 void write(const Memory& memory, LimiterFacts& facts) {
   if (facts.step == LimiterStep::kCountUp) {
     memory.CountUp(*facts.replies_today);
@@ -219,15 +220,14 @@ LimiterFacts decide(PanelDatabase& database, const IncomingMessage& message,
   facts.replies_today = memory.RepliesToday();
   facts.step = limiter_step(facts.replies_today, facts.senders, rule.ans_freq, rule.mem_limit);
   if (!allows_reply(facts)) return facts;
-  // Without libidn the reply cannot be built. The process then ends before anything is counted or
-  // sent, because with its status the mail server delivers the message again.
+  // The reply needs libidn. If it cannot be loaded, the process ends here, before anything is
+  // counted or sent: after status 1 the mail server delivers the message again.
   kem::libidn.Load();
   write(memory, facts);
   return facts;
 }
 
-// Whether the server has given up a transaction because of another one at the same time, so that it
-// may be repeated.
+// Whether a concurrent transaction made this one fail, so that it may be repeated.
 bool is_conflict(const PanelFailure& failure) {
   constexpr unsigned kRecordChanged = 1020;
   constexpr unsigned kLockWaitTimeout = 1205;
@@ -236,9 +236,9 @@ bool is_conflict(const PanelFailure& failure) {
   return error == kRecordChanged || error == kLockWaitTimeout || error == kDeadlock;
 }
 
-// Locks the rule's row first, so that the runs of one rule follow one another. The rows of earlier
-// days go before that: a deletion that finds none locks the gap in which other rules have theirs,
-// and in a transaction it would keep it until their insertions and ours wait for one another.
+// Locks the rule's row, so that the runs of one rule take turns. Rows of earlier days are deleted
+// before the transaction: a deletion that finds no row locks the gap where rows of other rules may
+// be inserted, and if runs of several rules kept such locks, their insertions would deadlock.
 LimiterFacts decide_in_transaction(PanelDatabase& database, const IncomingMessage& message,
                                    const ResponderRule& rule, const Repairs& repairs) {
   Memory::ForgetEarlierDays(database, rule);
@@ -249,7 +249,7 @@ LimiterFacts decide_in_transaction(PanelDatabase& database, const IncomingMessag
   return facts;
 }
 
-// Lets runs that are in one another's way begin again at different times.
+// The process id spreads runs that conflicted, so that they do not conflict again.
 void pause_before(int attempt) {
   constexpr int kMaxFactor = 10;
   const auto spread = static_cast<unsigned>(getpid()) % 16;
@@ -257,8 +257,8 @@ void pause_before(int attempt) {
                               std::min(attempt, kMaxFactor));
 }
 
-// Repeats the transaction after a conflict. A server that has nothing but conflicts is given up as
-// one that is silent would be: after some two minutes.
+// Repeats the transaction after a conflict, for a minute. The last attempt may wait for a lock for
+// nearly another one: then we have waited about as long as for a server that is silent.
 LimiterFacts decide_alone(PanelDatabase& database, const IncomingMessage& message,
                           const ResponderRule& rule, const Repairs& repairs) {
   constexpr int kMaxAttempts = 20;

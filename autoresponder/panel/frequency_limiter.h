@@ -24,7 +24,7 @@ struct LimiterFacts {
   int senders = 0;                           ///< how many rows the rule has
   std::optional<std::string> replies_today;  ///< to this sender, in decimal; nothing without a row
   std::optional<LimiterStep> step;           ///< nothing for a rule that never replies
-  bool is_too_long = false;          ///< with kLook: whether the sender is longer than its column
+  bool is_too_long = false;          ///< longer than the column; set with kLook or `long_senders`
   std::vector<std::string> evicted;  ///< with kLook: the senders whose rows would be deleted
 };
 
@@ -38,16 +38,15 @@ bool never_replies(const char* ans_freq);
 
 /// Decides what the limiter does for a sender. Not for rules that never reply.
 ///
-/// `replies_today`: the column `num` of the sender's row, "0" where it is NULL; nothing for a
-/// sender without a row. `senders`: how many rows the rule has. The limits are decimal texts; a
-/// text that is no number counts as 0.
+/// `replies_today` and `senders`: as in `LimiterFacts`; the column `num` counts as "0" if it is
+/// NULL. The limits are decimal texts; a text that is no number counts as 0.
 LimiterStep limiter_step(const std::optional<std::string>& replies_today, int senders,
                          const char* ans_freq, const char* mem_limit);
 
-/// The error number of a strict server for a sender that is longer than the column.
+/// The error number with which a strict server refuses a sender that is longer than the column.
 constexpr unsigned kDataTooLong = 1406;
 
-/// The query for the senders whom a rule has answered today: the columns `email`, `num` and
+/// The query for the senders to whom a rule replied today: the columns `email`, `num` and
 /// `time_resp`, the earliest first.
 std::string answered_today_query(const std::string& rule_id);
 
@@ -65,19 +64,20 @@ enum class LimiterMode {
 /// are deleted before a new one is inserted. Both are decimal texts; a text that is no number
 /// counts as 0. Throws `PanelFailure` if a statement fails.
 ///
-/// Kept: runs at the same time may count two replies as one. The repair of turns lets the limiter
-/// hold: one transaction locks the rule's row, and is repeated after a conflict. Kept: a sender
-/// that is longer than the column is stored cut and not found again. The repair of long senders
-/// cuts it wherever it is used.
+/// Kept: without the repair `turns` concurrent runs may count two replies as one; with it each run
+/// counts in a transaction that locks the rule's row, and repeats it after a conflict. Kept:
+/// without the repair `long_senders` a sender that is longer than the column is stored cut and
+/// never found again; with it the sender is cut for the lookup too.
 LimiterFacts check_reply_frequency(PanelDatabase& database, const IncomingMessage& message,
                                    const ResponderRule& rule, LimiterMode mode,
                                    const Repairs& repairs);
 
-/// `text` up to its first `max_count` characters in UTF-8; a byte that begins no character belongs
-/// to the one before it.
+/// The first `max_count` characters of `text` (UTF-8). A continuation byte (10______) always
+/// belongs to the character before it.
 std::string_view first_characters(std::string_view text, size_t max_count);
 
-/// The start of `text` (UTF-8) with at most `max_size` bytes, without a part of a character.
+/// The longest prefix of `text` (UTF-8) of at most `max_size` bytes that does not split a
+/// character.
 std::string_view first_bytes(std::string_view text, size_t max_size);
 
 #endif

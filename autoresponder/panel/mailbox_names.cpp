@@ -13,7 +13,7 @@ std::string_view local_part_of(std::string_view address) {
   return address.substr(0, address.rfind('@'));
 }
 
-// Without the dot that may end it.
+// Without a trailing dot.
 std::string_view domain_of(std::string_view address) {
   const size_t at = address.rfind('@');
   std::string_view domain = at == std::string_view::npos ? "" : address.substr(at + 1);
@@ -26,8 +26,9 @@ bool is_ascii(const std::string& text) {
                      [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-// Adds a domain of the panel in its ASCII form and in UTF-8, as far as it has both. So a domain of
-// a message is compared as it is: libidn, in a process with rights, gets no text of a stranger.
+// Adds a domain in its ASCII and its UTF-8 form, if it has both. `domain`: of the panel or of the
+// delivery. Domains from the message are then compared unconverted: this process has rights, and
+// libidn must not get a stranger's text in it.
 void add_domain(std::set<std::string>& domains, std::string_view domain) {
   const std::string lower = lower_case(domain);
   const bool has_utf8_form = lower.find("xn--") != std::string::npos;

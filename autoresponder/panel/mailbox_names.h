@@ -12,12 +12,12 @@
 /// of the domain that take mail; and the address that a message was delivered to, which led to it.
 class MailboxNames {
  public:
-  /// Asks the panel. `delivered_to`: an address of the mailbox. Throws `PanelFailure` if a query
-  /// fails.
+  /// Reads the names from the database. `delivered_to`: the address of the delivery. Throws
+  /// `PanelFailure` if a query fails.
   MailboxNames(PanelDatabase& database, const MailboxRef& mailbox, std::string_view delivered_to);
 
-  /// Whether `address` is one of them. A-Z count in any case, and a domain is the same in UTF-8, as
-  /// libidn writes it, and in its ASCII form.
+  /// Whether `address` is one of them. A-Z match in any case. A domain matches in its ASCII form,
+  /// and in UTF-8 as libidn writes it.
   bool Include(std::string_view address) const;
 
  private:

@@ -16,18 +16,18 @@
 
 namespace {
 
-// Initialises the client library without most of what it does at its start, which a connection over
-// a local socket never uses. Done here and not in the panel's library: other programs may use TLS
-// and name services for something of their own, and the system's configuration governs that.
+// Initialises the client library, without what a connection over a local socket never uses. Not
+// done in the panel's library: other programs that link it may use TLS and name services
+// themselves, as the system configures them.
 void prepare_client_library() {
 #ifdef CLIENT_LIBRARY_USES_OPENSSL
-  // The first call decides, so before the client library's own. No configuration is read, which
-  // could name modules to load into a setuid process, and at the exit nothing is freed. A
-  // connection that used TLS would still work.
+  // Only the first call of this function counts, so it precedes the client library's own. Reads no
+  // configuration, which could load modules into a setuid process, and frees nothing at exit. TLS
+  // would still work.
   OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_ATEXIT, nullptr);
 #endif
-  // The client library looks up its default TCP port, which a socket does not need. It is looked up
-  // in /etc/services alone: nscd is not asked, no module is searched for and loaded.
+  // The client library looks up its TCP port, which a local socket does not need. This restricts
+  // the lookup to /etc/services: nscd is not asked, and no module is loaded.
   __nss_configure_lookup("services", "files");
   mysql_library_init(0, nullptr, nullptr);
 }
@@ -99,7 +99,7 @@ EscapedText PanelDatabase::ForServer(const std::string& text, EscapedText escape
 }
 
 EscapedText escape_without_connection(const std::string& text) {
-  prepare_client_library();  // otherwise there is no character set to escape in
+  prepare_client_library();  // sets the character set that escaping needs
   const size_t length = strlen(text.c_str());
   EscapedText escaped(static_cast<char*>(malloc(2 * length + 1)));
   if (escaped) mysql_escape_string(escaped.text_.get(), text.c_str(), length);

@@ -10,8 +10,7 @@
 #include "support/database.h"
 #include "support/mysql_owned.h"
 
-/// Thrown if the connection or a statement fails, which ends the run. `what` is the diagnostic, one
-/// line.
+/// Thrown if the connection or a statement fails; ends the run. `what` is the diagnostic, one line.
 class PanelFailure : public std::runtime_error {
  public:
   /// `error`: the client library's error number, 0 if there is no connection.
@@ -82,21 +81,22 @@ class PanelDatabase {
   /// message.
   Rows Query(const std::string& query, const char* diagnostic = kExecDiagnostic);
 
-  /// Like `Query`; a result that breaks off fails too. Within a transaction the server finds some
-  /// conflicts only while it sends rows.
+  /// Like `Query`, but throws also if an error occurs while rows are received: in a transaction the
+  /// server finds some conflicts only then.
   Rows QueryWhole(const std::string& query);
 
   /// Runs a statement that returns no rows. Throws `PanelFailure` if it fails.
   void Execute(const std::string& statement);
 
-  /// Throws what a statement throws that the server refuses with these words and this error number.
+  /// Throws the `PanelFailure` of a statement that the server refuses with this message and error
+  /// number.
   [[noreturn]] static void Refuse(const char* words, unsigned error);
 
-  /// Escapes `text` up to its first NUL.
+  /// Escapes `text` up to its first NUL, as the server expects it.
   EscapedText Escape(const std::string& text);
 
   /// Returns `escaped`, which was made from `text` without a connection, if it is right for this
-  /// server; otherwise escapes `text` again. In the server's mode NO_BACKSLASH_ESCAPES a backslash
+  /// server; otherwise escapes `text` again: in the server's mode NO_BACKSLASH_ESCAPES a backslash
   /// is a plain character, and a quote after it would end the literal.
   EscapedText ForServer(const std::string& text, EscapedText escaped);
 

@@ -9,8 +9,8 @@
 #include "autoresponder/panel/panel_database.h"
 
 /// One autoresponder rule: NUL-terminated texts, or the defaults below for columns that are NULL.
-/// Views into the row: rules that do not fire are skipped without copying. Valid as long as the
-/// rows. Numbers are kept as texts, and read by `atoi` where they are used.
+/// Views into the row, valid as long as the rows, so that rules that do not fire are skipped
+/// without copying. Numbers are kept as texts, and read by `atoi` where they are used.
 struct ResponderRule {
   const char* id = "0";
   const char* keystr = "";                  ///< the trigger
@@ -29,11 +29,11 @@ struct ResponderRule {
   explicit ResponderRule(Row row);
 };
 
-/// A rule whose texts for header fields (`reply_to`, `charset`, `content_type`) have blanks for
+/// A rule in whose texts for header fields (`reply_to`, `charset`, `content_type`) blanks replace
 /// control characters, so that none of them adds a line to a header.
 class RuleInOneLine {
  public:
-  /// The other texts are still those of `rule`.
+  /// The other texts remain views into the row of `rule`.
   explicit RuleInOneLine(const ResponderRule& rule);
   RuleInOneLine(const RuleInOneLine&) = delete;
   RuleInOneLine& operator=(const RuleInOneLine&) = delete;
@@ -59,16 +59,17 @@ bool is_active(const ResponderRule& rule);
 /// Where a rule looks for its trigger.
 enum class TriggerPlace { kNowhere, kSubject, kBody };
 
+/// The place that `key_where` names.
 TriggerPlace trigger_place(const ResponderRule& rule);
 
 /// Where a rule's trigger was found.
 struct TriggerMatch {
-  bool fires;   ///< always where the rule has no trigger; never where the rule is off
-  size_t line;  ///< of the body, from 1 on; 0 where the rule does not look there or did not find it
+  bool fires;   ///< without a trigger always; if the rule is off never
+  size_t line;  ///< of the body, from 1; 0 if the rule does not search the body, or in vain
 };
 
-/// For each rule whether its trigger occurs, byte for byte, in the subject or within one line of
-/// the body. Asks the body once.
+/// For each rule, whether its trigger occurs, byte for byte, in the subject or within one line of
+/// the body. The body can be asked only once (`Body::FirstWith`).
 std::vector<TriggerMatch> find_triggers(const std::vector<ResponderRule>& rules,
                                         const IncomingMessage& message);
 

@@ -18,8 +18,8 @@ std::string word_after(const std::string& text, const std::string& words) {
   return text.substr(start, text.find_first_of(" ,", start) - start);
 }
 
-// Where the name of the column ends that the line defines. In the mode ANSI_QUOTES the server
-// writes other quotes.
+// Where the column's name ends in a line that defines a column; npos for other lines. In the mode
+// ANSI_QUOTES the server writes other quotes.
 size_t end_of_name(const std::string& line) {
   for (const char quote : {'`', '"'}) {
     const bool is_column = line.size() > 3 && line[0] == ' ' && line[1] == ' ' && line[2] == quote;

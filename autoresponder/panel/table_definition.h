@@ -22,14 +22,14 @@ struct ColumnDefinition {
 /// The columns of a table, by their names.
 using TableDefinition = std::map<std::string, ColumnDefinition>;
 
-/// Reads what "show create table" answers. A text of another form, such as a view's, has no
+/// Parses the answer to "show create table". A text of another form, such as a view's, gives no
 /// columns.
 TableDefinition parse_table_definition(const std::string& statement);
 
 /// The statement in the answer to "show create table"; empty without an answer.
 std::string definition_of(Rows rows);
 
-/// Asks the server for the definition of `table`. Without columns if that fails.
+/// Asks the server for the definition of `table`; no columns if that fails.
 TableDefinition read_table_definition(const char* table, PanelDatabase& database);
 
 #endif

@@ -1,3 +1,4 @@
+// The wire between child and parent: diagnostics.
 #include "autoresponder/reader/diagnostics.h"
 
 #include <algorithm>
@@ -19,7 +20,7 @@ ssize_t send_text(void* sender, const char* bytes, size_t length) {
   return static_cast<ssize_t>(length);
 }
 
-// How a line of the intake begins, and how many bytes can follow.
+// How a diagnostic of the intake begins, and how many bytes may follow.
 struct Form {
   std::string_view start;
   size_t max_rest = std::string_view::npos;
@@ -44,7 +45,7 @@ bool is_of_form(std::string_view line, const Form& form) {
          line.size() - form.start.size() <= form.max_rest;
 }
 
-// Most comes of bytes that are no symbols of base64: a line of 21 bytes for each.
+// The worst case is base64 with invalid symbols: each gives a line of 21 bytes.
 constexpr uint64_t kMaxPerByte = 24;
 constexpr uint64_t kMaxWithoutBytes = 256;
 constexpr uint64_t kMaxLinesWithoutBytes = 8;
@@ -54,7 +55,7 @@ constexpr uint64_t kMaxLinesWithoutBytes = 8;
 bool send_standard_error(Sender& sender) {
   FILE* const stream = fopencookie(&sender, "w", {nullptr, send_text, nullptr, nullptr});
   if (stream == nullptr) return false;
-  stderr = stream;  // a variable in the GNU C library
+  stderr = stream;  // the GNU C library allows that
   return true;
 }
 
@@ -63,7 +64,7 @@ DiagnosticsRelay::DiagnosticsRelay(size_t message_size)
       lines_left_(kMaxLinesWithoutBytes + message_size),
       max_line_(kMaxWithoutBytes + message_size) {}
 
-// A token or a charset that was folded in the message goes on in a line that begins with a blank,
+// A diagnostic may quote folded text of the message: it continues in lines that begin with a blank,
 // or ends in an empty line.
 bool DiagnosticsRelay::CanBeOfIntake(std::string_view line) {
   const bool continues = line.empty() || line[0] == ' ' || line[0] == '\t';

@@ -1,3 +1,4 @@
+// The parent's side fills this buffer; the child has a copy of it.
 #ifndef AUTORESPONDER_READER_MESSAGE_BUFFER_H
 #define AUTORESPONDER_READER_MESSAGE_BUFFER_H
 
@@ -6,15 +7,15 @@
 
 #include "support/base/growing_bytes.h"
 
-/// Whether texts of this class can take memory over: `Text::Adopt(bytes, length)`, where the memory
-/// is from `malloc` and a NUL follows the bytes.
+/// Whether `Text` can take over memory, by `Text::Adopt(bytes, length)`: memory from `malloc`, in
+/// which a NUL follows the bytes.
 template <class Text, class = void>
 struct CanAdopt : std::false_type {};
 template <class Text>
 struct CanAdopt<Text, std::void_t<decltype(Text::Adopt(nullptr, size_t{0}))>> : std::true_type {};
 
-/// The incoming message while it is read: blocks are read straight into their final place, and a
-/// large message is not copied. Running out of memory throws `std::bad_alloc`.
+/// The incoming message while it is read: blocks are read straight into their final place, and the
+/// buffer grows without copying a large message. Running out of memory throws `std::bad_alloc`.
 class MessageBuffer : private GrowingBytes {
  public:
   MessageBuffer() : GrowingBytes(kFirstRoom) {}
@@ -23,8 +24,8 @@ class MessageBuffer : private GrowingBytes {
   using GrowingBytes::RoomFor;
   using GrowingBytes::size;
 
-  /// The message as a text that takes the memory over, or as a copy if texts of this class cannot
-  /// do that. The buffer is empty afterwards.
+  /// The message as a `Text` that takes over the memory, or a copy if `Text` cannot. The buffer is
+  /// empty afterwards.
   template <class Text>
   Text Take() {
     *RoomFor(1) = '\0';
@@ -38,7 +39,7 @@ class MessageBuffer : private GrowingBytes {
   }
 
  private:
-  // So large that the system gives it pages of their own, which it can move without copying them.
+  // So large that `malloc` maps it separately: growing then moves pages instead of copying.
   static constexpr size_t kFirstRoom = size_t{256} << 10;
 };
 

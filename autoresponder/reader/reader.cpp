@@ -1,3 +1,4 @@
+// The parent's side: what the run calls.
 #include "autoresponder/reader/reader.h"
 
 #include <memory>
@@ -15,15 +16,15 @@ namespace {
 
 using Seconds = std::chrono::seconds;
 
-// For all that the reader does for one message. Generous, because a busy machine is no reason to
-// give up; a reader that computes without an end meets its limit on processor time first.
+// How long the run waits for the child, all answers together. Generous, because the machine may be
+// busy: a child that computes without an end meets its limit on processor time first.
 Seconds time_to_read(size_t size) {
   constexpr Seconds kMin{120};
   constexpr size_t kBytesASecond = size_t{16} << 10;
   return kMin + Seconds(size / kBytesASecond);
 }
 
-// In one piece, because a system call for each of a thousand keys takes longer than the search.
+// In one buffer, because a system call for each of a thousand keys takes longer than the search.
 std::string joined_question(const std::vector<std::string_view>& keys) {
   std::string question;
   Sender([&question](const char* bytes, size_t length) {
@@ -32,13 +33,13 @@ std::string joined_question(const std::vector<std::string_view>& keys) {
   return question;
 }
 
-// The body of a message, which a reader keeps.
+// The body of a message, kept by the child.
 class KeptBody : public Body {
  public:
   KeptBody(std::unique_ptr<ReaderProcess> reader, size_t message_size)
       : reader_(std::move(reader)), max_text_(kMaxGrowth * message_size) {}
 
-  // In questions that fit into the reader's memory beside the body.
+  // Asks several questions if one would not fit into the child's memory beside the body.
   std::vector<size_t> FirstWith(const std::vector<std::string_view>& keys) override {
     constexpr size_t kMaxQuestion = size_t{1} << 20;
     std::vector<size_t> lines;
@@ -75,7 +76,7 @@ class KeptBody : public Body {
   size_t max_text_;  // bytes of the body in UTF-8
 };
 
-// Here the message ends with this function: only the reader keeps it.
+// Frees the message in this process; the child keeps its copy.
 std::unique_ptr<ReaderProcess> start_reader(MessageBuffer message, const Assignment& assignment) {
   return std::make_unique<ReaderProcess>(
       [&](int channel, ConfinementSet /*reached*/) {

@@ -1,10 +1,11 @@
+// The parent's side: the exceptions. In the child they only end the process.
 #ifndef AUTORESPONDER_READER_READER_FAILURE_H
 #define AUTORESPONDER_READER_READER_FAILURE_H
 
 #include <exception>
 
-/// Thrown where the reader of a message does not give what it has to: because it died, takes too
-/// long, or answers in another form.
+/// Thrown if the child died, takes too long, or sends what the intake cannot produce, or if there
+/// is no memory for what it sends.
 class ReaderFailure : public std::exception {
  public:
   const char* what() const noexcept override {
@@ -12,7 +13,7 @@ class ReaderFailure : public std::exception {
   }
 };
 
-/// Where the system does not let a reader be started, whatever the message is.
+/// Thrown if no child can be started, whatever the message is.
 class ReaderNotStarted : public ReaderFailure {};
 
 #endif

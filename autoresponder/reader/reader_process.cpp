@@ -1,3 +1,4 @@
+// The parent's side: the child process and the connection to it.
 #include "autoresponder/reader/reader_process.h"
 
 #include <algorithm>
@@ -15,11 +16,11 @@
 
 namespace {
 
-// The reader; 0 for none. Process-wide, because a signal handler reads it.
+// The child's process number; 0 for none. Global, because signal handlers read it.
 std::atomic<pid_t> reader{0};
 static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler reads it");
 
-// No exit handler of the parent must run here.
+// Ends by `_exit`: no exit handler of the parent must run in the child.
 [[noreturn]] void be_reader(const ReaderProcess::Work& work, int channel, size_t size,
                             ConfinementSet wanted, pid_t parent) {
   try {
@@ -124,7 +125,7 @@ void end_reader() {
 
 void forget_reader() {
   if (reader == 0) return;
-  const SignalBlock block;  // the number must not be used once the process was waited for
+  const SignalBlock block;  // a handler must not kill by a number that is free again
   end_reader();
   reader = 0;
 }

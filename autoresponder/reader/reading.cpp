@@ -1,3 +1,4 @@
+// The child's side: takes the message and answers the parent.
 #include "autoresponder/reader/reading.h"
 
 #include <cstdint>
@@ -24,7 +25,7 @@ extern "C" {
 
 namespace {
 
-// In a build that counts covered lines the reader's counts are written before anybody ends it.
+// In a build that counts covered lines: writes the counts, before the parent kills this process.
 void write_counters() {
 #ifdef READER_WRITES_COUNTERS
   __gcov_dump();
@@ -40,7 +41,7 @@ void read_all(int channel, char* bytes, size_t length) {
   }
 }
 
-// The keys of a question, which has them as a `Sender` sends texts. Not copied: they may be large.
+// The keys of a question, as `Sender::Texts` wrote them. Views, because keys may be large.
 std::vector<std::string_view> keys_in(std::string_view question) {
   Receiver numbers([&question](char* bytes, size_t length) {
     question.copy(bytes, length);
@@ -55,7 +56,7 @@ std::vector<std::string_view> keys_in(std::string_view question) {
   return keys;
 }
 
-// Until the parent hangs up or ends this process.
+// Ends only by the exception when the parent hangs up, or when the parent kills this process.
 [[noreturn]] void answer_searches(int channel, FILE* out, Body& body) {
   Receiver questions([channel](char* bytes, size_t length) { read_all(channel, bytes, length); });
   Sender sender([out](const char* bytes, size_t length) { fwrite(bytes, 1, length, out); });
@@ -66,12 +67,13 @@ std::vector<std::string_view> keys_in(std::string_view question) {
   }
 }
 
-// The run's exception passes through this process as a value.
+// Sends the result, or what the extraction threw if that must end the run. Returns whether the body
+// can be searched.
 bool send_extraction(FILE* out, MessageBuffer& message, bool has_delivery, const Switches& switches,
                      IncomingMessage& record) {
   Sender sender([out](const char* bytes, size_t length) { fwrite(bytes, 1, length, out); });
   if (!send_standard_error(sender)) return false;
-  // The parent knows the address of the delivery.
+  // An empty one will do: the parent has the address.
   const auto delivered_to = has_delivery ? std::make_optional(std::string()) : std::nullopt;
   DwInitialize();
   bool goes_on = false;

@@ -1,3 +1,4 @@
+// The wire between child and parent: the result.
 #include "autoresponder/reader/result.h"
 
 #include <algorithm>
@@ -10,13 +11,13 @@
 
 namespace {
 
-// The first number of a result, so that what is no result at all is recognised as such.
+// Precedes a result, so that nothing else is taken for one.
 constexpr uint64_t kResult = 0x52657375'6C743031;
 
-// What an extraction came to: one of its outcomes, or the exception.
+// Sent in place of an outcome if the extraction threw `std::out_of_range`.
 constexpr uint64_t kAborted = static_cast<uint64_t>(Extraction::kNoRecipient) + 1;
 
-// The size of the longest text of an exception, in bytes.
+// Maximum size of an exception's text, in bytes.
 constexpr size_t kMaxReason = 256;
 
 void require(bool condition) {
@@ -99,7 +100,7 @@ void send_abort(Sender& sender, const std::string& what) {
   sender.Text(what);
 }
 
-// With the repair of the subject no extraction aborts.
+// With the repair `subject` no extraction throws `std::out_of_range`, so kAborted is refused.
 ExtractionResult receive_result(Receiver& receiver, const Assignment& assignment,
                                 IncomingMessage& record) {
   receive_diagnostics(receiver, assignment.message_size);

@@ -1,3 +1,4 @@
+// The wire between child and parent: the result.
 #ifndef AUTORESPONDER_READER_RESULT_H
 #define AUTORESPONDER_READER_RESULT_H
 
@@ -9,22 +10,23 @@
 #include "autoresponder/message/switches.h"
 #include "autoresponder/reader/transfer.h"
 
-/// Sends the result of an extraction; the texts of `record` are gone afterwards.
+/// Sends the result of an extraction. The texts of `record` are lost.
 void send_result(Sender& sender, const ExtractionResult& result, IncomingMessage& record);
 
-/// Tells the run that the extraction threw what ends a run. `what`: its text.
+/// Tells the parent that the extraction threw `std::out_of_range`; `receive_result` throws it
+/// again. `what`: its text.
 void send_abort(Sender& sender, const std::string& what);
 
-/// What the run knows of the message without reading it.
+/// What the parent knows of the message without reading it.
 struct Assignment {
   size_t message_size;       ///< bytes
   const char* delivered_to;  ///< the address of the delivery, NUL-terminated; null if there is none
   Switches switches;
 };
 
-/// Takes over what one of the two above sent, and fills `record` from it but for its body. Writes
-/// the diagnostics that precede it to standard error. The address of the delivery counts as the
-/// recipient whatever the reader says. Throws `std::out_of_range` if the extraction did, and
+/// Receives what `send_result` or `send_abort` sent, and fills `record` except for its body. Writes
+/// the diagnostics that come first to standard error. The recipient is `delivered_to` if there is
+/// one, whatever the child sent. Throws `std::out_of_range` if the extraction did, and
 /// `ReaderFailure` for anything that no extraction of a message of this size gives.
 ExtractionResult receive_result(Receiver& receiver, const Assignment& assignment,
                                 IncomingMessage& record);

@@ -1,3 +1,4 @@
+// The wire between child and parent: numbers and texts.
 #include "autoresponder/reader/transfer.h"
 
 #include <algorithm>
@@ -11,7 +12,7 @@ namespace {
 
 constexpr size_t kBlock = size_t{1} << 20;
 
-// Gives back the pages that lie within the bytes.
+// Gives the pages that lie within the bytes back to the system.
 void give_back(char* bytes, size_t length) {
   static const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
   const auto start = reinterpret_cast<uintptr_t>(bytes);
@@ -20,8 +21,8 @@ void give_back(char* bytes, size_t length) {
   if (first < end) madvise(bytes + (first - start), end - first, MADV_DONTNEED);
 }
 
-// The room takes no memory until it is written to. Where the system does not give it all the same,
-// the text cannot be taken over.
+// Reserved memory costs nothing until it is written. If the system refuses it nevertheless, the
+// text cannot be received.
 std::string with_room_for(uint64_t length) {
   try {
     std::string text;

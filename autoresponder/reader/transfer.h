@@ -1,3 +1,4 @@
+// The wire between child and parent: numbers and texts.
 #ifndef AUTORESPONDER_READER_TRANSFER_H
 #define AUTORESPONDER_READER_TRANSFER_H
 
@@ -13,7 +14,8 @@ using ByteSink = std::function<void(const char* bytes, size_t length)>;
 /// Fills `bytes` with the next `length` bytes, or throws.
 using ByteSource = std::function<void(char* bytes, size_t length)>;
 
-/// Hands values over to another process, as bytes.
+/// Sends values to another process. A number is 8 bytes, little-endian; a text is its size as a
+/// number, and its bytes; texts are their count as a number, and each text.
 class Sender {
  public:
   explicit Sender(ByteSink sink) : sink_(std::move(sink)) {}
@@ -21,16 +23,16 @@ class Sender {
   void Number(uint64_t number);
   void Text(std::string_view text);
   void Texts(const std::vector<std::string_view>& texts);
-  /// A text that nobody needs afterwards: the memory of a large one goes back to the system while
-  /// it is sent, and its bytes become NULs.
+  /// Sends a text that is not needed afterwards: memory of a large one goes back to the system
+  /// while it is sent, and its bytes there become NULs.
   void LastUseOf(std::string& text);
 
  private:
   ByteSink sink_;
 };
 
-/// Takes over values that `Sender` handed over, from a process that may have been made to send
-/// anything: what exceeds its bounds throws `ReaderFailure`.
+/// Receives what a `Sender` sent. That process may be hostile: what exceeds its bound throws
+/// `ReaderFailure`.
 class Receiver {
  public:
   explicit Receiver(ByteSource source) : source_(std::move(source)) {}
@@ -39,7 +41,7 @@ class Receiver {
   uint64_t Number(uint64_t max);
   /// A text of at most `max_length` bytes.
   std::string Text(uint64_t max_length);
-  /// At most `max_count` texts, with `max_length` bytes together.
+  /// At most `max_count` texts, of at most `max_length` bytes together.
   std::vector<std::string> Texts(uint64_t max_count, uint64_t max_length);
 
  private:

@@ -21,13 +21,13 @@
 namespace {
 
 size_t allocated = 0;
-size_t most_allocated = 0;
+size_t max_allocated = 0;
 
 void* allocate(size_t size) {
   void* const memory = malloc(size);
   if (memory == nullptr) abort();
   allocated += malloc_usable_size(memory);
-  most_allocated = std::max(most_allocated, allocated);
+  max_allocated = std::max(max_allocated, allocated);
   return memory;
 }
 
@@ -68,9 +68,9 @@ namespace {
 
 constexpr size_t kMaxLength = 20000;
 // No character of these charsets takes more bytes in UTF-8, for each byte that it takes in them.
-constexpr size_t kMostGrowth = 16;
+constexpr size_t kMaxGrowth = 16;
 // Two pieces of the result, the result, and what is small.
-constexpr size_t kMemoryTimes = 2 * kMostGrowth + 4;
+constexpr size_t kMemoryTimes = 2 * kMaxGrowth + 4;
 constexpr size_t kFewBytes = 20000;
 // Many times what it takes under the sanitizers.
 constexpr double kSecondsPerByte = 0.0001;
@@ -91,12 +91,12 @@ double seconds() {
 template <class Work>
 void require_proportion(size_t size, Work work) {
   const size_t allocated_before = allocated;
-  most_allocated = allocated;
+  max_allocated = allocated;
   const double start = seconds();
   work();
   require(seconds() - start <= kSecondsPerByte * static_cast<double>(size) + kFewSeconds,
           "time grows with the text");
-  require(most_allocated - allocated_before <= kMemoryTimes * size + kFewBytes,
+  require(max_allocated - allocated_before <= kMemoryTimes * size + kFewBytes,
           "memory grows with the text");
 }
 
@@ -113,7 +113,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   require_proportion(text.size() + charset.size(), [&] {
     try {
       const std::string converted = convert_charset(text, charset, "UTF-8", true);
-      require(converted.size() <= kMostGrowth * text.size(), "a text grows so far and no further");
+      require(converted.size() <= kMaxGrowth * text.size(), "a text grows so far and no further");
     } catch (const quern::ExError&) {
     }
   });

@@ -16,7 +16,7 @@
 namespace {
 
 constexpr size_t kMaxNameLength = 32;
-constexpr size_t kMostPairs = 64;
+constexpr size_t kMaxPairs = 64;
 constexpr char kGuard = '#';
 
 using Table = std::map<std::string, std::string>;
@@ -44,7 +44,7 @@ Template read(Input& input) {
   const bool raw = delimiters % 8 == 7;
   made.open = raw ? static_cast<char>(input.Byte()) : kDelimiters[delimiters % 4][0];
   made.close = raw ? static_cast<char>(input.Byte()) : kDelimiters[delimiters % 4][1];
-  while (!input.IsAtEnd() && made.table.size() < kMostPairs) {
+  while (!input.IsAtEnd() && made.table.size() < kMaxPairs) {
     const std::string name = input.UpTo('\0');
     if (name.empty()) break;
     made.table[name] = input.UpTo('\0');
