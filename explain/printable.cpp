@@ -15,8 +15,8 @@ struct Range {
   char32_t last;
 };
 
-// Characters that steer a terminal, turn the direction of a line, or are not seen at all, so that a
-// text with them looks like another one.
+// Characters that control a terminal, change the direction of a line, or are invisible, so that
+// different texts look alike.
 constexpr Range kUnprintable[] = {
     {0x0000, 0x001F},    // C0 controls
     {0x007F, 0x009F},    // delete, C1 controls
@@ -50,7 +50,7 @@ bool is_printable(char32_t character) {
   });
 }
 
-// How many bytes the character has whose first byte this is, in well-formed UTF-8.
+// The length in bytes of the well-formed UTF-8 character that begins with `first`.
 size_t length_of(char first) {
   const auto byte = static_cast<uint8_t>(first);
   if (byte < 0x80) return 1;
