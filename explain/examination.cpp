@@ -44,7 +44,7 @@ MessageBuffer load_message(const std::string& file_name) {
   return message;
 }
 
-// The recipient's address from the option or the environment; null if To has to be used.
+// The recipient's address from the option or the environment; null if the run would use To.
 const char* find_delivery(const Options& options, Explanation& explanation) {
   if (options.recipient) {
     explanation.recipient_source = RecipientSource::kOption;
@@ -63,13 +63,13 @@ Reason reason_of(LoopGuard guard) {
   return guard == LoopGuard::kMailerDaemon ? Reason::kMailerDaemon : Reason::kSenderIsRecipient;
 }
 
-// Why the run would not look for rules for the message; nothing if it would.
+// Why the run would end before it looks for rules; nothing if it would look.
 std::optional<Reason> examine_message(const Options& options, Explanation& explanation) {
   MessageBuffer text = load_message(options.message_file);
   const char* const delivered_to = find_delivery(options, explanation);
   try {
     Switches switches = explanation.switches;
-    switches.courtesy = true;  // for what it would change
+    switches.courtesy = true;  // reads what `examine_courtesy` needs
     const auto result = read_message(std::move(text), delivered_to, switches, explanation.message);
     explanation.message.envelope_sender = delivery_sender();
     explanation.sender_field = result.sender_field;
@@ -127,7 +127,8 @@ std::string objection_of(const std::vector<RuleExplanation>& rules) {
   return "";
 }
 
-// What courtesy would change if it were on. A query for that which fails is none of the run's.
+// What courtesy would change if it were on. If its query fails that is unknown: the run does not
+// send this query.
 void examine_courtesy(PanelDatabase& database, Explanation& explanation) {
   try {
     explanation.objection =

@@ -21,13 +21,13 @@ enum class Reason {
   kNoSender,
   kNoRecipient,
   kRunAborts,
-  kReaderFails,  ///< the process that takes the message apart died, or took too long
+  kReaderFails,  ///< the process that parses the message did not start, died or took too long
   kSenderIsRecipient,
   kMailerDaemon,
   kMailboxNotFound,
   kNoRules,
   kNoRuleReplies,
-  kCourtesy,        ///< no rule replies, and courtesy forbids the reply of one at least
+  kCourtesy,        ///< no rule replies, at least one because courtesy forbids it
   kStatementFails,  ///< the database refused a statement before any rule was reached
   kNoSuchRule,
   kMessageUnreadable,
@@ -87,15 +87,15 @@ struct RuleExplanation {
   ResponderRule rule;
   RuleOutcome outcome = RuleOutcome::kNotReached;
   std::string trouble;  ///< the diagnostic, if a statement fails or the outcome is unknown
-  std::optional<TriggerMatch> trigger;  ///< of a rule that is on
+  std::optional<TriggerMatch> trigger;  ///< nothing for a rule that is off
   AnswerFacts answer;
   MailText mail;
   std::vector<CommandFacts> commands;       ///< in the order in which they would run
-  bool is_sender_too_long = false;          ///< whether that is why a statement fails
-  std::vector<const Repair*> with_repairs;  ///< that would change something, if they are off
+  bool is_sender_too_long = false;          ///< whether a too long sender makes a statement fail
+  std::vector<const Repair*> with_repairs;  ///< those that are off and would change something
 };
 
-/// Everything that was found out about one message. What was not reached is empty.
+/// What was found out about one message. What the run would not reach is empty.
 struct Explanation {
   Verdict verdict = Verdict::kUnknown;
   Reason reason = Reason::kDatabaseFails;
@@ -104,8 +104,8 @@ struct Explanation {
   Switches switches;
   /// What courtesy would change. Nothing if it is on, no rule replies, or that is unknown.
   std::optional<CourtesyChange> with_courtesy;
-  std::string objection;  ///< why courtesy forbids a reply, or would if it were on; or empty
-  std::vector<const Repair*> with_repairs;  ///< that would change something for all rules, if off
+  std::string objection;  ///< why courtesy forbids a reply, or would if it were on; empty if not
+  std::vector<const Repair*> with_repairs;  ///< off, and would change something for all rules
   IncomingMessage message;
   SenderField sender_field = SenderField::kNone;
   RecipientSource recipient_source = RecipientSource::kTo;

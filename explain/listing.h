@@ -11,7 +11,7 @@
 struct AnsweredSender {
   std::string address;
   std::string replies;    ///< how many today, in decimal
-  std::string time_resp;  ///< when the limiter's row was made, by the server's clock
+  std::string time_resp;  ///< when the limiter's row was inserted, by the server's clock
 };
 
 /// What the panel has of one rule.
@@ -28,12 +28,12 @@ struct Listing {
   std::optional<FoundMailbox> mailbox;
   std::optional<Rows> rows;  ///< own the texts that the rules point to
   std::vector<ListedRule> rules;
-  std::string trouble;      ///< why this is not all; empty if it is
+  std::string trouble;      ///< why the listing is incomplete; empty if it is not
   std::string diagnostics;  ///< what was written to standard error
 };
 
-/// Fills `listing`, which holds the address already. Only reads. A fatal error in the library ends
-/// the process.
+/// Fills `listing`, whose `address` is already set. Only reads the configuration, the database and
+/// the attachment store. A fatal error in the panel's library ends the process.
 void list(Listing& listing);
 
 #endif

@@ -30,7 +30,7 @@ struct Work {
   bool is_done = false;
 };
 
-// NO_COLOR is what people set who want none (https://no-color.org).
+// Whether the user has not switched colours off: by NO_COLOR (https://no-color.org) or TERM=dumb.
 bool wants_colour() {
   const char* const no_colour = getenv("NO_COLOR");
   const char* const terminal = getenv("TERM");
@@ -38,7 +38,7 @@ bool wants_colour() {
   return (no_colour == nullptr || *no_colour == '\0') && !is_dumb;
 }
 
-// A diagnostic of the run says already who speaks.
+// Diagnostics of the run already begin with a program's name.
 std::string without_prefix(const std::string& trouble) {
   const std::string prefix = "autoresponder: ";
   return trouble.rfind(prefix, 0) == 0 ? trouble.substr(prefix.size()) : trouble;
@@ -49,14 +49,14 @@ TextStyle style_of(const Options& options) {
   return {options.show_reply, on_terminal, on_terminal && wants_colour()};
 }
 
-// Ends the redirection of the outputs; returns what the functions of the run wrote meanwhile.
+// Ends the redirection of the outputs; returns the diagnostics that were written meanwhile.
 std::string end_holding(Work& work) {
   const std::string diagnostics = work.held->Release();
   work.held.reset();
   return diagnostics;
 }
 
-// Writes to standard error what the functions of the run wrote there, and what prevented an answer.
+// Writes the run's diagnostics, and what prevented an answer, to standard error.
 void report_trouble(const std::string& diagnostics, const std::string& trouble) {
   std::cerr << printable_lines(diagnostics);
   if (trouble.empty()) return;
@@ -81,7 +81,7 @@ int tell_of_message(Work& work) {
 
 int tell_of_server(Work& work) {
   const Findings findings = check_server();
-  end_holding(work);  // the findings say the same
+  end_holding(work);  // its diagnostics only repeat the findings
   const auto write = work.options.json ? write_check_json : write_check_text;
   write(std::cout, findings, style_of(work.options));
   return is_set_up_right(findings) ? 0 : 1;
@@ -99,8 +99,8 @@ int tell_of_mailbox(Work& work) {
   return listing.mailbox ? 0 : 1;
 }
 
-// Called at exit. The library ends the process with exit(1) after a fatal error, which would read
-// as "no reply"; this turns it into status 2.
+// Called at exit. The panel's library ends the process by exit(1) after a fatal error, which would
+// read as "no reply"; this turns it into status 2.
 void report_unfinished(int /*status*/, void* argument) {
   Work& work = *static_cast<Work*>(argument);
   if (work.is_done) return;
@@ -135,7 +135,7 @@ int tell(Work& work) {
   work.held.emplace();
   const int status = answer_question(work);
   std::cout.flush();
-  // Whoever reads the first lines only, as `head` does, has the answer all the same.
+  // A reader such as `head` may close the pipe early: that is no failure.
   if (std::cout.good() || errno == EPIPE) return status;
   std::cerr << "autoresponder-explain: Unable to write the answer\n";
   return static_cast<int>(Verdict::kUnknown);

@@ -39,7 +39,7 @@ void declare(CLI::App& app, Options& options) {
   app.footer(kFooter);
 }
 
-// Refuses --check and --list together, and with what is about a message.
+// Refuses --check together with --list, and either with what is about a message.
 void refuse_two_questions(const CLI::App& app) {
   size_t others = 0;
   for (const char* const option : {"MESSAGE", "--recipient", "--rule", "--show-reply"}) {
@@ -53,9 +53,9 @@ void refuse_two_questions(const CLI::App& app) {
   }
 }
 
-// In the parser's order, which is from the last to the first. An empty value is given as an
-// argument of its own: after "--recipient=" the parser would take the next argument for it, and a
-// script whose variable is not set would get an answer about something else.
+// The arguments in the parser's order, the last one first. "--option=" is split into the option and
+// an empty argument. Otherwise the parser would take the next argument as its value, and a script
+// whose variable is empty would get an answer to another question.
 std::vector<std::string> arguments(int argc, char** argv) {
   std::vector<std::string> result;
   for (int i = argc - 1; i > 0; --i) {

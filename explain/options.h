@@ -12,9 +12,9 @@ enum class Question { kMessage, kCheck, kList };
 struct Options {
   std::string message_file = "-";        ///< "-" for standard input
   std::optional<std::string> recipient;  ///< the address itself, without a prefix
-  std::optional<std::string> rule;       ///< the id of the only rule to explain; all without it
+  std::optional<std::string> rule;       ///< the id of the only rule to explain; nothing for all
   bool check = false;                    ///< whether to look at the server instead of a message
-  std::optional<std::string> list;       ///< the address whose rules are listed instead
+  std::optional<std::string> list;       ///< the address whose rules to list instead
   bool json = false;
   bool show_reply = false;
 
@@ -25,7 +25,7 @@ struct Options {
 };
 
 /// Parses the command line. Returns an exit status if the program has to end: after --help and
-/// --version, and after an error. The text for the user has been printed then.
+/// --version, which have printed their text, and after reporting an error.
 std::variant<Options, int> parse_command_line(int argc, char** argv);
 
 #endif

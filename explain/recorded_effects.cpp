@@ -20,7 +20,7 @@ std::optional<NotRun> reason_against(const ShellCommand& command) {
 
 }  // namespace
 
-// The command as the run would start it: with the name of its temporary file for the reply.
+// The command line as in the run: with the name of the run's response file instead of ours.
 std::string RecordedEffects::LineOfRun(std::string line) const {
   const std::string name = memory_.File(response_template()).path();
   for (size_t at = 0; (at = line.find(name, at)) != std::string::npos; at += name.size()) {

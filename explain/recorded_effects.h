@@ -21,8 +21,8 @@ class CannotTell : public std::runtime_error {
 /// Thrown if the recipient's address has no ASCII form, which would end the run.
 class NotAscii : public std::exception {};
 
-/// What an explanation's answers do: nothing that lasts. The limiter only reads, the reply is built
-/// in memory, and no command runs but the one that appends the attachments to it.
+/// Effects that change nothing lasting: the limiter only reads, the reply is built in memory, and
+/// the only command that runs is the one that appends the attachments to it.
 class RecordedEffects : public Effects {
  public:
   RecordedEffects(const IncomingMessage& message, const Repairs& repairs)
@@ -33,10 +33,10 @@ class RecordedEffects : public Effects {
   std::string AsciiForm(const std::string& address) override;
   bool Run(const ShellCommand& command) override;
 
-  /// The commands of the answer, in their order.
+  /// The commands of the answer, in the order in which they would run.
   const std::vector<CommandFacts>& commands() const { return commands_; }
 
-  /// The mail as it was built; `is_whole`: whether with all of its text.
+  /// The mail as it was built; `is_whole`: whether to include its whole text.
   MailText Mail(bool is_whole) const;
 
  private:

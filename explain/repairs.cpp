@@ -17,7 +17,7 @@ bool has_newline(std::string_view value) {
   return value.find('\n') != std::string_view::npos;
 }
 
-// Looks at one rule without repairs.
+// For one rule and each repair: would the repair change something, if it were on?
 class Changes {
  public:
   Changes(const Explanation& explanation, const RuleExplanation& facts)
@@ -75,7 +75,7 @@ class Changes {
   bool NotificationField() const { return facts_.notification && *rule_.reply_to != '\0'; }
 
  private:
-  // Not where courtesy forbids it.
+  // False if courtesy forbids the reply.
   bool IsReplyBuilt() const { return facts_.objection.empty(); }
 
   const IncomingMessage& message_;

@@ -6,11 +6,11 @@
 
 #include "explain/explanation.h"
 
-/// The repair of that name, one of `kRepairs`.
+/// The repair with this code, which has to be one in `kRepairs`.
 const Repair* repair_named(std::string_view code);
 
-/// The repairs that are off and would change something for a rule. The message and the mailbox are
-/// already in `explanation`.
+/// The repairs that are off and would change something for a rule. `explanation` already holds the
+/// message and the mailbox.
 std::vector<const Repair*> repairs_with_effect(const Explanation& explanation,
                                                const RuleExplanation& facts);
 

@@ -6,8 +6,8 @@
 
 ReplyInMemory::ReplyInMemory() : descriptor_(memfd_create("reply", 0)) {}
 
-// The name "/proc/self/fd/N" also works in commands: they inherit the descriptor. Extra slashes pad
-// it.
+// The name "/proc/self/fd/N" also works in commands, which inherit the descriptor. Extra slashes
+// pad it.
 ResponseFile ReplyInMemory::File(const std::string& replaced) const {
   const std::string number = std::to_string(descriptor_.number());
   const std::string directory = "/proc/self/fd";

@@ -8,7 +8,7 @@
 
 /// A file in memory that replaces the response file, so that the run's own functions and commands
 /// can build the reply without a file on disk. This process and the commands that it starts can
-/// open it by a name. Nothing of it remains when the process ends, even by a signal.
+/// open it by name. Nothing of it remains after the process, even if a signal ends it.
 class ReplyInMemory {
  public:
   ReplyInMemory();

@@ -25,7 +25,7 @@ RuleOutcome outcome_of_answer(const RuleExplanation& facts) {
   return outcome_of_reply(facts);
 }
 
-// Asks what the run would do, and keeps what it finds also if a statement fails.
+// Finds out what the run would do, and keeps what was found even if a statement fails.
 void examine_answer(PanelDatabase& database, const Explanation& explanation, bool whole_reply,
                     RuleExplanation& facts) {
   RecordedEffects effects(explanation.message, explanation.switches.repairs);

@@ -9,11 +9,11 @@
 bool is_refusal(const PanelFailure& failure);
 
 /// Fills `facts`, which already holds the rule and its trigger, with what the run would do for it.
-/// `explanation` already holds the mailbox, the message and the switches. `whole_reply`: whether
-/// also with the whole text of the reply.
+/// `explanation` already holds the mailbox, the message and the switches. `whole_reply`: whether to
+/// keep the reply's whole text too. Throws `PanelFailure` if the connection fails.
 ///
-/// Examine all rules of the mailbox in their order: each reply takes the next boundary of the run's
-/// sequence of random numbers.
+/// Call it for all rules of the mailbox in their order: each reply takes its boundary from the
+/// run's sequence of random numbers.
 void examine_rule(PanelDatabase& database, const Explanation& explanation, bool whole_reply,
                   RuleExplanation& facts);
 

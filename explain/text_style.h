@@ -9,11 +9,11 @@
 /// How a report is written.
 struct TextStyle {
   bool show_reply = false;  ///< whether to include the whole text of each reply
-  bool on_terminal = true;  ///< whether to make replies safe for a terminal
+  bool on_terminal = true;  ///< whether to escape what is unsafe on a terminal
   bool in_colour = true;
 };
 
-/// A terminal's number for it.
+/// The values are the terminal's codes.
 enum class Colour { kBold = 1, kRed = 31, kGreen = 32, kYellow = 33 };
 
 /// `text` in the colour, if the style has colours.

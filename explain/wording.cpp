@@ -45,7 +45,7 @@ Words words_of(RuleOutcome outcome) {
   return pick(kEntries, outcome);
 }
 
-// Of a reply whose command is not run.
+// For a reply whose command is not run.
 Words words_of_lost_reply(NotRun reason) {
   static constexpr Entry<NotRun> kEntries[] = {
       {NotRun::kQuote, "quote_in_command",

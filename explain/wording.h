@@ -11,7 +11,7 @@ struct Words {
 
 Words words_for(Verdict verdict);
 Words words_for(Reason reason);
-/// Of the rule's outcome.
+/// The words for the rule's outcome.
 Words words_for(const RuleExplanation& rule);
 Words words_for(SenderField field);
 Words words_for(RecipientSource source);
@@ -23,7 +23,7 @@ Words words_for(Purpose purpose);
 Words words_for(NotRun reason);
 Words words_for(CourtesyChange change);
 
-/// What the repair would change, for people; empty for one whose effect no message shows before.
+/// What the repair would change, for people; empty if no message shows its effect beforehand.
 const char* effect_of(const Repair& repair);
 
 #endif

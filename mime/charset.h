@@ -11,7 +11,7 @@
 /// more than 256 bytes counts as unknown. With `replace_invalid` every byte that iconv rejects
 /// becomes "?".
 ///
-/// Throws `quern::ExError` when iconv does not know a name, when the text ends inside a multi-byte
+/// Throws `quern::ExError` if iconv does not know a name, if the text ends inside a multi-byte
 /// sequence, and, without `replace_invalid`, at the first invalid byte. Kept: no closing shift
 /// sequence is written for a target charset that has one.
 std::string convert_charset(std::string_view text, const std::string& from_charset,

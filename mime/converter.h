@@ -7,10 +7,10 @@
 
 #include <iconv.h>
 
-/// The length in bytes of the longest name that counts as a charset.
+/// The maximum length of a charset name, in bytes. A longer one counts as unknown.
 constexpr size_t kMaxCharsetName = 256;
 
-/// One open conversion of the iconv interface.
+/// An open conversion of iconv.
 class Converter {
  public:
   /// Opens a conversion between two charsets, named by any bytes up to the first NUL. A name longer
@@ -31,8 +31,8 @@ class Converter {
     std::string_view output;  ///< the converted text, a view into the buffer
   };
 
-  /// The most input for one step, in bytes. Small enough that the output fits into the buffer even
-  /// at twelve bytes for each, because some converters of this C library hang on a full buffer.
+  /// The maximum input of one step, in bytes. Its output fits into the buffer even at twelve bytes
+  /// for each, because some converters of this C library hang on a full buffer.
   ///
   /// Kept: unlimited for a name with a suffix such as "//IGNORE", because what iconv then does with
   /// invalid bytes depends on where a step ends.

@@ -8,8 +8,8 @@ namespace {
 
 // Decodes the two bytes at `position`, which follow a "=", and moves `position` past them.
 //
-// Kept: they are read by `strtoul`, which skips blanks before a digit, ends at a byte that is no
-// digit, and gives 0 without a digit.
+// Kept: `strtoul` reads them. It skips white space, takes a sign, ends at a byte that is no digit,
+// and gives 0 without a digit.
 char escaped_byte(std::string_view payload, std::ptrdiff_t& position) {
   char digits[3] = "";
   for (int i = 0; i < 2 && static_cast<size_t>(position) < payload.size(); ++i) {

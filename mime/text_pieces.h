@@ -7,7 +7,7 @@
 #include <string_view>
 
 /// A text that is built by appending and may become large. It is held in pieces that are not moved:
-/// a growing string would be in memory twice each time it is reallocated.
+/// reallocating one growing string would need memory for two copies.
 class TextPieces {
  public:
   /// Appends a copy of `text`.
@@ -18,7 +18,7 @@ class TextPieces {
   /// The length of the whole text in bytes.
   size_t size() const { return size_; }
 
-  /// Returns the whole text and leaves this one empty. Frees each piece as soon as it was copied.
+  /// Returns the whole text and becomes empty. Frees each piece as soon as it was copied.
   std::string Take();
 
  private:

@@ -13,7 +13,7 @@ constexpr uint8_t kThreeBytes = 0b1110'0000;  // 1110____, the first of three
 constexpr uint8_t kFourBytes = 0b1111'0000;   // 11110___, the first of four
 constexpr uint8_t kLastTail = 0b1011'1111;    // 10111111
 
-// First bytes that bound the second byte more closely, and the bounds (RFC 3629, 4).
+// First bytes after which fewer second bytes are valid, and the bounds (RFC 3629, 4).
 constexpr uint8_t kFirstOfLongTriple = 0b1110'0000;  // 11100000 100_____ fits into two bytes
 constexpr uint8_t kTripleFrom = 0b1010'0000;         // 11100000 101_____ does not
 constexpr uint8_t kFirstOfSurrogate = 0b1110'1101;   // 11101101 100_____ is below the surrogates

@@ -15,13 +15,13 @@ using Kind = Token::Kind;
 struct Entry {
   size_t start = 0;
   size_t end = 0;
-  size_t resume = 0;  // after the comma that ends it
+  size_t resume = 0;  // where the search for the next entry starts
   bool is_group = false;
 };
 
 enum class Place { kTop, kAngle, kGroup };
 
-// What the next token of a list is part of. Only a comma at the top ends an entry: after a group's
+// What the token after `token` is part of. Only a comma at the top ends an entry: after a group's
 // ";" or after a ">" the entry goes on.
 Place place_after(Place place, const Token& token, bool with_groups) {
   switch (place) {
@@ -36,8 +36,8 @@ Place place_after(Place place, const Token& token, bool with_groups) {
   return place;
 }
 
-// The first entry at or after `position`. Entries without a token are skipped. Without an entry the
-// result's end is 0.
+// The first entry at or after `position`; its end is 0 if there is none. Entries without a token
+// are skipped.
 Entry find_entry(std::string_view list, bool with_groups, size_t position) {
   Lexer lexer(list, Lexer::Syntax::kAddress, position);
   Entry entry;
@@ -56,7 +56,7 @@ Entry find_entry(std::string_view list, bool with_groups, size_t position) {
   return entry;
 }
 
-// Moves `lexer`, which is after a "<", to the local part: to the first word, or past a route
+// Returns `lexer`, which is after a "<", moved to the local part: the first word, or past a route
 // ("@a,@b:"). Other tokens before them, such as a dot, are dropped.
 Lexer in_angles(Lexer lexer) {
   for (;;) {
@@ -69,7 +69,7 @@ Lexer in_angles(Lexer lexer) {
   return lexer;
 }
 
-// A lexer at the local part. That is in "<...>", unless an "@" precedes the first "<".
+// A lexer at the local part, which is in "<...>" unless an "@" precedes the first "<".
 Lexer at_local_part(std::string_view text) {
   const Lexer start(text, Lexer::Syntax::kAddress);
   Lexer lexer = start;

@@ -27,7 +27,7 @@ class DwAddress : public DwMessageComponent {
  private:
   DwAddressSequence* sequence_;
   size_t resume_;
-  mutable DwAddress* next_ = nullptr;  // made after this entry, so deleted after it
+  mutable DwAddress* next_ = nullptr;  // made later, so also deleted later
 };
 
 /// A group. Its members are not parsed.

@@ -24,7 +24,7 @@ constexpr std::array<uint8_t, 256> kValues = make_values();
 constexpr size_t kGroup = 4;
 using Group = std::array<uint8_t, kGroup>;
 
-// Reads the next four characters of the alphabet or "="; false when the text ends before.
+// Reads the next four characters of the alphabet or "="; false if the text ends before.
 bool read_group(std::string_view text, size_t& position, Group& group) {
   size_t count = 0;
   while (count < kGroup && position < text.size()) {
@@ -34,14 +34,14 @@ bool read_group(std::string_view text, size_t& position, Group& group) {
   return count == kGroup;
 }
 
-// How many bytes a group gives; 0 when it has a "=" anywhere but at its end.
+// How many bytes a group gives; 0 if it has a "=" anywhere but at its end.
 size_t bytes_of(const Group& group) {
   if (group[0] == kFill || group[1] == kFill) return 0;
   if (group[2] == kFill) return group[3] == kFill ? 1 : 0;
   return group[3] == kFill ? 2 : 3;
 }
 
-// Writes the three bytes of a group, also when fewer of them count.
+// Writes the three bytes of a group, even if fewer of them count.
 void write_group(const Group& group, char* out) {
   const unsigned bits = (group[0] & 63U) << 18 |  // aaaaaa__ ________ ________
                         (group[1] & 63U) << 12 |  // ______bb bbbb____ ________

@@ -8,16 +8,14 @@
 /// gives one or two bytes if only its last one or two characters are "=", otherwise none; an
 /// incomplete group gives none.
 ///
-/// Kept: a text of 1, 2 or 5 bytes gives as many NULs.
-///
-/// Returns 0, or -1 with these NULs.
+/// Returns 0. Kept: for a text of 1, 2 or 5 bytes returns -1, with as many NULs in `out`.
 int DwDecodeBase64(const DwString& in, DwString& out);
 
 /// Replaces `out` by the decoded quoted-printable text `in` (RFC 2045, 6.7), which ends at its
-/// first NUL. Line ends become "\n"; white space before them is dropped.
+/// first NUL. Line ends become "\n"; unencoded white space before them and at the end is dropped.
 ///
 /// Kept: plain bytes lose their highest bit. "=" and any two bytes decode to one byte, hexadecimal
-/// digits or not. Where only one byte follows "=" in a line, the "=" is dropped and the byte stays.
+/// digits or not. If only one byte follows "=" in a line, the "=" is dropped and the byte stays.
 ///
 /// Returns 0, or -1 if a "=" was followed by neither two hexadecimal digits nor a line end.
 int DwDecodeQuotedPrintable(const DwString& in, DwString& out);

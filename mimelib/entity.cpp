@@ -61,7 +61,7 @@ bool read_delimiter(std::string_view text, std::string_view boundary, size_t& le
   return line_end > 0 || blanks_end == text.size();
 }
 
-// The first delimiter at or after `from`, the start of a line. Without one its start is npos.
+// The first delimiter at or after `from`, the start of a line; its start is npos if there is none.
 Delimiter find_delimiter(std::string_view text, std::string_view boundary, size_t from) {
   for (size_t line = from; line < text.size();) {
     size_t length = 0;

@@ -17,8 +17,8 @@ class DwBody : public DwMessageComponent {
   DwBody(const DwString& body, bool is_multipart, DwString boundary);
   ~DwBody() override;
 
-  /// The first part, or null: what follows the first delimiter line. Kept: that may be a closing
-  /// one. Owned by the body.
+  /// The first part: what follows the first delimiter line, even (kept) a closing one. Null if
+  /// there is none; owned by the body.
   DwBodyPart* FirstBodyPart();
 
  private:
@@ -32,7 +32,7 @@ class DwBody : public DwMessageComponent {
 };
 
 /// Header and body (RFC 822, 3.1). The header ends at an empty line, or before a line that has no
-/// colon and does not continue a folded one. A last line without a line end is part of the header.
+/// colon and does not continue a folded one. A last line without a line end always belongs to it.
 class DwEntity : public DwMessageComponent {
  public:
   explicit DwEntity(const DwString& entity);
@@ -41,8 +41,8 @@ class DwEntity : public DwMessageComponent {
   DwHeaders& Headers() { return *headers_; }
   DwBody& Body() { return *body_; }
 
-  /// Splits the text into header and body, which are empty before. Call it once for a new message;
-  /// a body part is parsed already.
+  /// Splits the text into header and body, which are empty until then. Call it once for a new
+  /// message; a body part is already parsed.
   void Parse();
 
  private:
@@ -62,13 +62,13 @@ class DwBodyPart : public DwEntity {
  private:
   DwBody* owner_;
   size_t resume_;
-  mutable DwBodyPart* next_ = nullptr;  // made after this part, so deleted after it
+  mutable DwBodyPart* next_ = nullptr;  // made later, so also deleted later
 };
 
 /// A whole message.
 class DwMessage : public DwEntity {
  public:
-  /// Returns a new message of `text`, owned by the caller, who has to call `Parse` first. `parent`
+  /// Returns a new message of `text`, owned by the caller, who has to call `Parse` next. `parent`
   /// is not used.
   static DwMessage* NewMessage(const DwString& text, DwMessageComponent* parent);
 

@@ -9,13 +9,13 @@
 #include "mimelib/component.h"
 #include "mimelib/media_type.h"
 
-/// The header of a message or body part. Names of fields are compared without regard to case; of
+/// The header of a message or body part. Field names are compared without regard to case; of
 /// several fields with one name the first counts.
 class DwHeaders : public DwMessageComponent {
  public:
   explicit DwHeaders(const DwString& header);
 
-  /// Whether there is such a field, also an empty one.
+  /// Whether there is such a field, even an empty one.
   bool HasReplyTo() const { return Has(kReplyTo); }
   bool HasFrom() const { return Has(kFrom); }
   bool HasTo() const { return Has(kTo); }
@@ -24,8 +24,8 @@ class DwHeaders : public DwMessageComponent {
   bool HasContentType() const { return Has(kContentType); }
   bool HasContentTransferEncoding() const { return Has(kContentTransferEncoding); }
 
-  /// The body of the field, owned by the header. A missing field is made, an empty one, but
-  /// `Has...` stays false.
+  /// The body of the field, owned by the header. A missing field gets an empty body, and `Has...`
+  /// stays false.
   DwAddressList& ReplyTo() { return Field(reply_to_, kReplyTo); }
   DwMailboxList& From() { return Field(from_, kFrom); }
   DwAddressList& To() { return Field(to_, kTo); }

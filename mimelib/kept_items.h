@@ -11,7 +11,7 @@
 template <class Item>
 class KeptItems {
  public:
-  /// Takes ownership of the next element. If there are too many then, the oldest is deleted.
+  /// Takes ownership of the next element, and deletes the oldest if there are too many. Returns it.
   Item* Add(std::unique_ptr<Item> item) {
     if (items_.size() < kKept) items_.emplace_back();
     std::unique_ptr<Item>& place = items_[next_];
@@ -21,7 +21,7 @@ class KeptItems {
   }
 
  private:
-  // The newest one, and the sixteen before it that mimepp.h promises.
+  // The newest element, and the sixteen before it that mimepp.h promises.
   static constexpr size_t kKept = 17;
 
   std::vector<std::unique_ptr<Item>> items_;  // a ring; empty for the many lists that nobody walks

@@ -9,7 +9,7 @@ struct Token {
   enum class Kind {
     kEnd,            ///< no more tokens, or a quote, bracket or parenthesis that is never closed
     kSpecial,        ///< one byte of punctuation
-    kAtom,           ///< a run of bytes that are no specials and do not separate
+    kAtom,           ///< a run of bytes that are neither specials nor separators
     kQuoted,         ///< a quoted string, with its quotes and backslashes
     kDomainLiteral,  ///< text in square brackets, with the brackets. Kept: also in MIME fields
   };

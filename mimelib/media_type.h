@@ -28,7 +28,7 @@ class DwParameter {
   DwString value_;
   DwMediaType* owner_;
   size_t resume_;
-  mutable DwParameter* next_ = nullptr;  // made after this one, so deleted after it
+  mutable DwParameter* next_ = nullptr;  // made later, so also deleted later
 };
 
 /// The body of a Content-Type field (RFC 2045, 5.1). Type, "/", subtype, and then ";", name, "="

@@ -6,7 +6,7 @@
 /// All objects of a message share one buffer with its text. Lists (addresses, parameters, body
 /// parts) are parsed while they are walked: each `Next` parses one element. So time is linear in
 /// the size of any message, and memory does not depend on the number of elements. An element is
-/// valid until sixteen later ones of its list were asked for, and at most as long as the message.
+/// valid until sixteen later ones of its list were requested, and at most as long as the message.
 
 #include "mimelib/address.h"
 #include "mimelib/codes.h"
@@ -17,7 +17,7 @@
 #include "mimelib/media_type.h"
 #include "mimelib/string.h"
 
-/// Prepares the library. Ours needs no preparation.
+/// Does nothing: this library needs no preparation.
 inline void DwInitialize() {}
 
 #endif

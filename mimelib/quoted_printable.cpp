@@ -19,7 +19,7 @@ bool is_white_space(char c) {
   return c == '\n' || c == '\r' || c == ' ' || c == '\t';
 }
 
-// Negative, and still so when it is joined with the other digit of an escape.
+// Negative, and keeps an escape negative that it is combined into.
 constexpr int kNoDigit = -1;
 using Digits = std::array<int, 256>;
 
@@ -39,7 +39,7 @@ constexpr Digits make_digits(int weight) {
 constexpr Digits kLowDigits = make_digits(1);    // 0000dddd
 constexpr Digits kHighDigits = make_digits(16);  // dddd0000
 
-// The byte that "=" and the two bytes after it encode; negative when these are no two digits.
+// The byte that "=" and the two bytes after it encode; negative unless both are digits.
 int escaped_byte(const char* equals_sign) {
   return kHighDigits[static_cast<unsigned char>(equals_sign[1])] |
          kLowDigits[static_cast<unsigned char>(equals_sign[2])];
@@ -83,7 +83,7 @@ class Decoder {
   bool valid() const { return valid_; }
 
  private:
-  // Copies the bytes before the next "=" or line end; false when there is none.
+  // Copies the bytes before the next "=" or line end; false if there is none.
   bool CopyPlain(Position& at) const {
     for (; at.in < End(); *at.out++ = seven_bits(*at.in++)) {
       if (seven_bits(*at.in) == '=' || *at.in == '\n') return true;
@@ -91,7 +91,7 @@ class Decoder {
     return false;
   }
 
-  // Decodes a run of escapes with two digits each; false when there is none.
+  // Decodes a run of escapes with two digits each; false if there is none.
   bool DecodeEscapes(Position& at) const {
     const char* const before = at.in;
     while (at.in < escapes_end_ && *at.in == '=') {
@@ -103,7 +103,7 @@ class Decoder {
     return at.in != before;
   }
 
-  // At a "=" that no two digits follow, or that has its highest bit set.
+  // Decodes a "=" that is not followed by two digits, or that has its highest bit set.
   Position DecodeOddEscape(Position at) {
     ++at.in;
     if (at.in < End() && *at.in == '\n') {
@@ -131,8 +131,8 @@ class Decoder {
     return seven_bits(c);
   }
 
-  // Sets the end of the line, with and without its trailing white space. Looks for them once in a
-  // line, so that one full of odd escapes takes linear time.
+  // Finds the end of the line, with and without its trailing white space. Searches once in a line,
+  // so that a line full of odd escapes takes linear time.
   void FindLineEnd(const char* from) {
     if (line_end_ != nullptr) return;
     const void* const found = memchr(from, '\n', static_cast<size_t>(End() - from));
@@ -143,7 +143,7 @@ class Decoder {
 
   const char* End() const { return text_.data() + text_.size(); }
 
-  // From here on fewer than `length` bytes are left.
+  // The first position with fewer than `length` bytes left.
   const char* EndFor(size_t length) const {
     return text_.data() + (text_.size() < length ? 0 : text_.size() - length + 1);
   }

@@ -17,8 +17,8 @@ char certificates_dir[4096];
 
 namespace {
 
-// The whole file as a sequence of NUL-terminated lines; built once, never freed, because every
-// value that was handed out points into it.
+// The whole file as a sequence of NUL-terminated lines; built once and never freed, because all
+// returned values point into it.
 char* image = nullptr;
 size_t image_length = 0;
 
@@ -26,7 +26,7 @@ void read_image() {
   const OwnedFile file(fopen(kConfFile, "r"));
   struct stat status {};
   if (!file || fstat(fileno(file.get()), &status) != 0) return;
-  setvbuf(file.get(), nullptr, _IONBF, 0);  // no copy stays in a buffer
+  setvbuf(file.get(), nullptr, _IONBF, 0);  // leaves no copy in a buffer
   const size_t size = static_cast<size_t>(status.st_size);
   char* const text = static_cast<char*>(malloc(size + 2));
   if (text == nullptr) return;

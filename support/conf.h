@@ -48,9 +48,9 @@ KEM_CONF_KEYS(KEM_DECLARE_CONF_VALUE)
 /// The panel's certificates directory, set by `load_conf_paths`; NUL-terminated, cut at 4095 bytes.
 extern char certificates_dir[4096];
 
-/// The value of `key` (both NUL-terminated), or null when the file cannot be read or has no line
-/// with the key and white space after it. The file is read once; after a failed read the next call
-/// tries again. The result lives as long as the process and must not be freed.
+/// The value of `key` (both NUL-terminated), or null if the file cannot be read or has no line with
+/// the key and white space after it. The file is read once; after a failed read the next call tries
+/// again. The result lives as long as the process and must not be freed.
 const char* conf_lookup(const char* key);
 
 /// Like `conf_lookup`, but a null or empty value ends the process with status 1 and

@@ -13,8 +13,8 @@ void cut_conf_lines(char* text, size_t length);
 /// points into the text.
 const char* find_conf_value(const char* text, size_t length, const char* key);
 
-/// Overwrites the image of the configuration file and all that was made of it. For a child process
-/// that must not know it: the values are empty texts from then on.
+/// Overwrites the image of the configuration file and all that was made of it, for a child process
+/// that must not know it. All values are empty texts from then on.
 void wipe_conf();
 
 }  // namespace kem

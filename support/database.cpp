@@ -52,8 +52,8 @@ int fail(MYSQL* connection, char* error, size_t error_size, const char* context)
   return -1;
 }
 
-// A server that accepts and then says nothing, or a table that stays locked, must not hold its
-// caller for ever: the mail server has few deliveries at a time, and none would be left.
+// A server that stops answering, or a table that stays locked, must not hold a run for ever: the
+// mail server allows few deliveries at a time, and such runs would take them all.
 void limit_silence(MYSQL* connection) {
   constexpr unsigned kSeconds = 120;
   for (const mysql_option option :
@@ -62,7 +62,7 @@ void limit_silence(MYSQL* connection) {
   }
 }
 
-// The first line of the password file; false when there is no file or no line.
+// The first line of the password file; false if there is no file or no line.
 bool read_first_line(FILE* file, char* line, size_t size) {
   if (file == nullptr || fgets(line, static_cast<int>(size), file) == nullptr) return false;
   const size_t length = strlen(line);

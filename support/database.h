@@ -8,16 +8,17 @@ struct st_mysql;
 /// The file whose first line is the password of the database user "admin".
 constexpr const char* kAdminPasswordFile = "/etc/kem/.kem.shadow";
 
-/// Which character set the sessions of this process use: -1 not known yet, 0 "SET NAMES binary" (or
-/// a server without character sets), 1 "SET NAMES utf8". Set by `db_set_charset` once it has made
-/// its choice, also where the server then refuses the "SET NAMES".
+/// The character set of this process's sessions: -1 not known yet, 0 "SET NAMES binary" (or a
+/// server without character sets), 1 "SET NAMES utf8". Set by `db_set_charset` once it has chosen,
+/// even if the server then refuses the "SET NAMES".
 extern int db_utf8_mode;
 
 /// The current value of `db_utf8_mode`.
 int db_get_utf8_mode();
 
-/// `db_utf8_mode`. Where it is not known yet, a connection is opened first, and closed. A failure
-/// is reported as a warning; the result is then -1, unless only the "SET NAMES" failed.
+/// Returns `db_utf8_mode`. If that is not known yet, opens and closes a connection first, which
+/// sets it. A failure is reported as a warning; the result is then -1, unless only the "SET NAMES"
+/// failed.
 int db_probe_utf8_mode();
 
 /// Reads the first line of kAdminPasswordFile, without its newline and at most `password_size` - 1
@@ -28,9 +29,9 @@ int read_admin_password(char* password, size_t password_size, char* error, size_
 /// process-wide buffer. A file that cannot be opened or read ends the process with status 1.
 const char* read_admin_password_file();
 
-/// A new connection to the database "kem" on the local host, owned by the caller, who closes it
-/// with `mysql_close`; or null with a message in `error`. A server that is silent for 120 seconds
-/// is given up, now and in every later call on the connection.
+/// A new connection to the database "kem" on the local host, to be closed by the caller with
+/// `mysql_close`; or null with a message in `error`. This and every later call on the connection
+/// fail once the server has been silent for 120 seconds.
 st_mysql* db_real_connect(char* error, size_t error_size);
 
 /// Chooses the session's character set by the server's version and the panel's setting
@@ -45,14 +46,13 @@ void db_error_text(st_mysql* connection, char* error, size_t error_size, const c
 /// `error`.
 st_mysql* db_open(char* error, size_t error_size);
 
-/// Like `db_open`, but a failure is reported as a warning; the result is then null.
+/// Like `db_open`, but reports a failure as a warning and then returns null.
 st_mysql* db_connect();
 
 /// Runs `query` and returns column `column` of its first row, as a NUL-terminated text of at most
-/// 4095 bytes in a process-wide buffer that the next call overwrites: an empty text when there is
-/// no row, the row has no such column, or the column is NULL; null (after a warning) when the query
-/// failed or there is no connection. With a null `connection` the routine opens one of its own and
-/// closes it.
+/// 4095 bytes in a process-wide buffer that the next call overwrites: an empty text if there is no
+/// row, the row has no such column, or the column is NULL; null (after a warning) if the query
+/// failed or there is no connection. With a null `connection` opens one for the call.
 const char* query_value(const char* query, st_mysql* connection, unsigned column);
 
 /// `query_value` of column 0, in the same buffer.

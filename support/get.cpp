@@ -16,7 +16,7 @@ using namespace kem;
 
 namespace {
 
-// Aborts on a key that would leave its quotes.
+// Aborts the process on a key that would end its quotes in the statement.
 #define CHECK_KEYS(...) assert_plain_params({__VA_ARGS__}, "get", __LINE__, __func__)
 
 // Kept: only the first four letters count.
@@ -24,14 +24,14 @@ bool begins_with_true(const char* value) {
   return value != nullptr && strncmp(value, "true", strlen("true")) == 0;
 }
 
-// Whether the query has any row; -1 after the complaint.
+// 1 if the query has a row, 0 if it has none, -1 after a complaint.
 int has_rows(MYSQL* connection, const Statement& statement, const Complaint& complaint) {
   if (!send_statement(connection, statement, complaint)) return -1;
   const OwnedResult rows(mysql_store_result(connection));
   return next_row(rows) != nullptr ? 1 : 0;
 }
 
-// A column of the row whose `key_column` is `key`, in `result` of kResultSize bytes.
+// Reads a column of the first row whose `key_column` is `key` into `result` of kResultSize bytes.
 const char* read_table_value(char* result, const char* key, const char* table,
                              const char* key_column, const char* value_column, MYSQL* connection) {
   const Statement statement("select %s from %s where %s='%s'", value_column, table, key_column,
@@ -177,7 +177,7 @@ bool is_frontpage_on(const char* domain_name, bool ssl, st_mysql* connection) {
 
 const char* get_client_email(const char* domain_id, st_mysql* connection) {
   constexpr size_t kBound = 4096;
-  static char result[kBound + 1];  // its last byte stays NUL, whatever the bound lets in
+  static char result[kBound + 1];  // with the NUL
   CHECK_KEYS(domain_id);
   const LookupSession session(connection, kConnectTextB);
   if (!session) return nullptr;
@@ -216,7 +216,7 @@ const char* get_dom_id(const char* domain_name, st_mysql* connection, bool quiet
   CHECK_KEYS(domain_name);
   const OwnedText ascii(idn_toascii(key_text(domain_name)));
   if (!ascii) report_error(1, 0, "idn_toascii() failed: %s", idn_strerror(idn_last_error));
-  CHECK_KEYS(ascii.get());  // a full-width quote has become a plain one
+  CHECK_KEYS(ascii.get());  // libidn turns a full-width quote into a plain one
   const LookupSession session(connection, kConnectTextB);
   if (!session) return nullptr;
   const Statement statement("select id from domains where name='%s'", ascii.get());

@@ -7,7 +7,7 @@
 /// which must not be null. Without memory the process ends with status 1 and "Allocation failed".
 ///
 /// The conversions load the shared library of libidn (Debian package `libidn12`) when the first of
-/// them is called; `idn_strerror` does without. Where it cannot be loaded, the process ends with
+/// them is called; `idn_strerror` does without. If it cannot be loaded, the process ends with
 /// status 1 and "Unable to load libidn: %s", the loader's message. Texts that are ASCII already
 /// need it too; an address without "@" and a URL without a host do not.
 
@@ -15,18 +15,18 @@
 extern int idn_last_error;
 
 /// The ASCII form of `text` (ToASCII on every label), in a new string that the caller frees with
-/// `free`. Null when it has none; `idn_last_error` says why.
+/// `free`. Null if it has none; `idn_last_error` says why.
 char* idn_toascii(const char* text);
 
 /// `text` with its ASCII labels in Unicode, in a new string that the caller frees with `free`.
-/// Labels that cannot be converted stay as they are, and `idn_last_error` says why; null only where
-/// libidn gives nothing at all.
+/// Labels that cannot be converted stay as they are, and `idn_last_error` says why. Null only if
+/// libidn returns nothing.
 char* idn_toutf8(const char* text);
 
-/// Like `idn_toascii`, but where that returns null the process ends with status 1.
+/// Like `idn_toascii`, but ends the process with status 1 instead of returning null.
 char* idn_toascii_safe(const char* text);
 
-/// Like `idn_toutf8`, but where that returns null the process ends with status 1.
+/// Like `idn_toutf8`, but ends the process with status 1 instead of returning null.
 char* idn_toutf8_safe(const char* text);
 
 /// `idn_toascii_safe` as a string.
@@ -41,12 +41,12 @@ std::string idn_toutf8_string(const char* text);
 char* idn_email_toascii(const char* address);
 
 /// Like `idn_email_toascii`, but an address without "@" ends the process with status 1. Kept: the
-/// message gives the error of the last failed conversion, "Success" where none has failed.
+/// message gives the error of the last failed conversion, "Success" if none has failed.
 char* idn_email_toascii_safe(const char* address);
 
 /// A URL ([ftp://|http://|https://][user@]host[:port][/path]) with its host in ASCII form, in a
-/// process-wide buffer that the next call overwrites, cut at 4095 bytes. Null, after a warning,
-/// when it has no host or the host has no ASCII form. The URL may be an earlier result.
+/// process-wide buffer that the next call overwrites, cut at 4095 bytes. Null, after a warning, if
+/// it has no host or the host has no ASCII form. The URL may be an earlier result.
 const char* idn_url_toascii(const char* url);
 
 /// The text of a libidn return code, which is static; "Unknown error" for an unknown code.

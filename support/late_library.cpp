@@ -7,7 +7,7 @@
 
 namespace kem {
 
-// dlerror() already explains it: without errno the report adds no second explanation.
+// dlerror() already explains it: suppress the errno suffix of the report.
 void LateLibrary::End() const {
   errno = 0;
   report_error(1, 0, "Unable to load %s: %s", name_, dlerror());
@@ -15,7 +15,7 @@ void LateLibrary::End() const {
 
 void LateLibrary::Load() {
   if (library_ != nullptr) return;
-  const int saved_errno = errno;  // the search for the file sets it, also when it succeeds
+  const int saved_errno = errno;  // dlopen() sets it even if it succeeds
   library_ = dlopen(file_, flags_);
   if (library_ == nullptr) End();
   errno = saved_errno;

@@ -4,10 +4,10 @@
 namespace kem {
 
 /// A shared library that is not linked but loaded by the first call that needs it, because
-/// resolving its symbols takes longer than the rest of a program's start, and most runs do without
+/// resolving its symbols takes longer than the rest of a program's start, and most runs do not need
 /// it.
 ///
-/// Preloaded and linked functions come first, as they would if the library were linked. Where the
+/// Preloaded and linked functions come first, as they would if the library were linked. If the
 /// library or a function of it cannot be loaded, the process ends with status 1 and "Unable to load
 /// %s: %s", its name and the loader's message. `errno` stays as it was.
 class LateLibrary {

@@ -5,8 +5,8 @@
 
 namespace kem {
 
-/// libidn, which is loaded late. Load it before an action that must not be repeated, if a
-/// conversion may follow it.
+/// libidn, loaded when first needed. If a conversion may follow an action that must not be
+/// repeated, load it before that action.
 extern LateLibrary libidn;
 
 }  // namespace kem

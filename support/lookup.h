@@ -8,7 +8,7 @@
 
 namespace kem {
 
-// What the readers and writers of settings share.
+// Shared by the readers and writers of settings.
 
 /// The size of a buffer for a result, with its NUL.
 constexpr size_t kResultSize = 4096;
@@ -31,25 +31,25 @@ class Statement {
   char text_[4096];
 };
 
-// What the routines say when they cannot connect.
+// Reported by the routines if they cannot connect.
 constexpr const char* kConnectTextA = "Unable to connect to mysql database\n";
 constexpr const char* kConnectTextB = "Unable to connect to the mysql database\n";
 /// Kept: `get_dns_zone_id` says this too.
 constexpr const char* kConnectTextC = "get_ip_address: Unable to connect to the mysql database";
 constexpr const char* kConnectTextD = "Unable to connect to mysql database";
 
-/// What a routine says when its statement fails.
+/// What a routine reports if its statement fails.
 struct Complaint {
   const char* format;                   ///< for printf; takes the key, if any, and the error
   std::optional<const char*> key = {};  ///< empty if the format takes the error alone; may be null
   int status = 0;                       ///< 0 for a warning; any other ends the process
 };
 
-/// Reports `reason`, and ends the process where the complaint says so.
+/// Reports the complaint with `reason` as the error; ends the process if its status is not 0.
 void complain(const Complaint& complaint, const char* reason);
 
-/// The connection of one call: the caller's or, where that is null, a new one that this object
-/// closes. A failure to connect is reported with `connect_text` and `status`.
+/// The connection of one call: the caller's or, if that is null, a new one that this object closes.
+/// A failure to connect is reported with `connect_text` and `status`.
 class LookupSession {
  public:
   LookupSession(MYSQL* given, const char* connect_text, int status = 0);
@@ -62,18 +62,18 @@ class LookupSession {
   MYSQL* handle_;
 };
 
-/// Sends a statement; false, after the complaint, where it fails.
+/// Sends a statement; false, after the complaint, if it fails.
 bool send_statement(MYSQL* connection, const Statement& statement, const Complaint& complaint);
 
-/// Sends a NUL-terminated statement of any length; false, after the complaint, where it fails.
+/// Sends a NUL-terminated statement of any length; false, after the complaint, if it fails.
 bool send_text(MYSQL* connection, const char* statement, const Complaint& complaint);
 
-/// The first column of the first row of the last query, valid as long as `result`, which takes over
-/// the rows; null where there is no row or the column is NULL.
+/// The first column of the first row of the last query; null if there is no row or the column is
+/// NULL. Valid as long as `result`, which takes over the rows.
 const char* first_value(MYSQL* connection, OwnedResult& result);
 
-/// Copies the value that `statement` asks for, or an empty text where there is none, into `result`
-/// of kResultSize bytes and returns it; null after a report that the statement or the connection
+/// Copies the value that `statement` asks for, or an empty text if there is none, into `result` of
+/// kResultSize bytes and returns it; null after reporting that the statement or the connection
 /// failed.
 const char* read_value(char* result, const Statement& statement, MYSQL* given,
                        const char* connect_text, const Complaint& complaint);

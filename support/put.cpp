@@ -10,7 +10,7 @@ using namespace kem;
 
 namespace {
 
-// Aborts on a key that would leave its quotes.
+// Aborts the process on a key that would end its quotes in the statement.
 #define CHECK_KEYS(...) assert_plain_params({__VA_ARGS__}, "put", __LINE__, __func__)
 
 int write(MYSQL* connection, const Statement& statement, const Complaint& complaint) {

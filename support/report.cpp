@@ -13,8 +13,8 @@ namespace {
 
 constexpr size_t kFirstBuffer = 4096;
 
-// The message in a buffer that is grown when the first one is too small; `size` is the buffer's
-// size afterwards. A buffer that cannot grow keeps the message cut at its end.
+// The message in a buffer that grows if the first one is too small; `size` is set to the buffer's
+// size. If the buffer cannot grow, the message is cut.
 OwnedText format_message(const char* format, va_list arguments, size_t& size) {
   OwnedText message(static_cast<char*>(malloc(kFirstBuffer)));
   if (!message) return message;

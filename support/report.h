@@ -7,15 +7,15 @@
 /// Set once at start, before anything is reported; not owned.
 extern const char* prog_name;
 
-/// Reports trouble in one message on standard error and again on standard output, each time after
-/// the base name of `prog_name` and ": ".
+/// Writes a message to standard error and again to standard output, each time after the base name
+/// of `prog_name` and ": ".
 ///
 /// `status`: 0 for a warning, after which the call returns; with any other the process exits.
-/// `flag`: accepted from every caller and without effect.
-/// `format`: a printf format for a message of any length. A newline is added where it ends in none.
+/// `flag`: ignored.
+/// `format`: a printf format for a message of any length. A newline is added if it ends in none.
 ///
-/// When `errno` is set at the call, whatever set it, "\nSystem error %d: %s" follows the message,
-/// but only if both fit into a buffer of 4096 bytes.
+/// If `errno` is not 0 at the call, for whatever reason, "\nSystem error %d: %s" follows the
+/// message, but only if both fit into a buffer of 4096 bytes.
 void report_error(int status, int flag, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
 

@@ -19,7 +19,7 @@ bool is_space(char c) {
   return isspace(static_cast<unsigned char>(c)) != 0;
 }
 
-// What follows the key; null where there is no text or no key in it.
+// What follows the key; null if there is no text or no key in it.
 const char* after(const char* text, const char* key) {
   const char* const found = text != nullptr ? strstr(text, key) : nullptr;
   return found != nullptr ? found + strlen(key) : nullptr;
@@ -43,7 +43,7 @@ class BoundedText {
     return true;
   }
 
-  // How many bytes it takes with its NUL.
+  // Ends the text with a NUL; returns its size with the NUL.
   size_t Finish() {
     buffer_[length_] = '\0';
     return length_ + 1;
@@ -161,7 +161,6 @@ void* xrealloc(void* memory, size_t size) {
   return resized;
 }
 
-// Kept: every call seeds the generator with the time in seconds.
 int random_below(int n) {
   srand(static_cast<unsigned>(time(nullptr)));
   constexpr double kDraws = 2147483648.0;

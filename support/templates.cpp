@@ -38,7 +38,7 @@ class Filler {
     result_->written = static_cast<int>(written_);
   }
 
-  // The literal stretch before a placeholder; false when it had to be cut.
+  // Writes the literal text before a placeholder; false if it had to be cut.
   bool Literal(const char* text, size_t length) {
     if (!Fits(length)) {
       Count(Fill(text, length));
@@ -48,7 +48,7 @@ class Filler {
     return true;
   }
 
-  // The value of a placeholder of `consumed` bytes; false when the substitution ends here.
+  // Writes the value of a placeholder of `consumed` bytes; false if the substitution ends here.
   bool Value(const char* value, size_t consumed) {
     const size_t length = strlen(value);
     if (Fits(length)) {
@@ -83,10 +83,10 @@ class Filler {
   SubstResult* result_;
 };
 
-// What begins at an opening delimiter: a placeholder with its name, or `length` bytes of literal.
+// What begins at an opening delimiter: a placeholder and its name, or `length` bytes of literal.
 struct Candidate {
   bool is_placeholder;
-  size_t length;  // with the opening delimiter, and the closing one where there is one
+  size_t length;  // with the opening delimiter, and the closing one if there is one
   char name[kMaxNameLength + 1];
 };
 
@@ -129,8 +129,8 @@ void substitute(char open, char close, const NamedValue* table, int count, const
 
 }  // namespace
 
-// Quicksort on the middle element. Only the smaller half is sorted by recursion, which so stays
-// shallow on any input.
+// Quicksort on the middle element. Recurses into the smaller part only, so the depth stays
+// logarithmic on any input.
 void sort_pairs(NamedValue* table, int count) {
   while (count > 1) {
     const char* const pivot = table[count / 2].name;

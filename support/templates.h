@@ -38,14 +38,13 @@ int find_pair(const char* name, const NamedValue* table, int count);
 /// Fills the template `text` (NUL-terminated bytes, or null) into `output`.
 ///
 /// A placeholder is `open`, a name of 1 to 32 bytes, `close`. `table` is sorted by name and has
-/// `count` pairs. At most `capacity` bytes are written, and `output` must have one more: where
-/// the text was cut the routine writes no NUL and the caller ends the text at `result->written`.
-/// A literal stretch before a placeholder and a value may fill the capacity whole; the last stretch
-/// of the template is cut unless its NUL fits as well.
+/// `count` pairs. At most `capacity` bytes are written, and `output` must have one more: a text
+/// that is cut, stopped or fills the capacity gets no NUL, and the caller ends it at
+/// `result->written`.
 ///
 /// Returns `output`. With a null or empty template, a capacity of 0 or less, a null output or a
-/// count of 0 the output is empty and all counts are 0. A null table and one with a negative count
-/// know no name.
+/// count of 0 the output is empty and all counts are 0. A null table or a negative count knows no
+/// name.
 char* template_subst(char open, char close, const NamedValue* table, int count, const char* text,
                      char* output, int capacity, SubstResult* result);
 

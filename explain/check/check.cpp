@@ -11,7 +11,7 @@ struct Check {
   bool needs_database = false;
 };
 
-// In their order. A new check is one line here.
+// In the order in which they run. A new check is one line here.
 constexpr Check kChecks[] = {
     {check_configuration}, {check_program},       {check_commands},     {check_reader},
     {check_places},        {check_connection},    {check_tables, true}, {check_indexes, true},

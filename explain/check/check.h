@@ -3,8 +3,8 @@
 
 #include "explain/check/finding.h"
 
-/// Looks whether this server is set up right, and changes nothing. Returns what it found, the worst
-/// first.
+/// Checks whether this server is set up right, and changes nothing. Returns what it found, the
+/// worst first.
 Findings check_server();
 
 /// Whether nothing was found but advice.

@@ -33,7 +33,7 @@ void check_indexes(Inspection& inspection);
 /// What the limiter needs to write its own table: defaults, types and rights.
 void check_limiter(Inspection& inspection);
 
-/// What the database needs to be a node of a MariaDB Galera cluster. Finds nothing on other
+/// What the database needs if it is a node of a MariaDB Galera cluster. Finds nothing on other
 /// servers.
 void check_cluster(Inspection& inspection);
 

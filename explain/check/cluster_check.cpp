@@ -3,21 +3,21 @@
 
 namespace {
 
-// The first column of the first row; empty without one, or if the server does not know what is
-// asked for.
+// The first column of the first row; empty if there is no row or the query fails, as it does for a
+// variable that the server does not have.
 std::string value_of(const char* query, PanelDatabase& database) {
   auto rows = database.TryQuery(query);
   const Row row = rows ? rows->Next() : nullptr;
   return row != nullptr ? text_or(*row, "") : "";
 }
 
-// A server that replicates, but has no library for it, works as a single one.
+// Without a replication library (wsrep_provider) a server works alone, even with wsrep_on.
 bool is_node(PanelDatabase& database) {
   return value_of("select @@wsrep_on=1 and @@wsrep_provider not in ('', 'none')", database) == "1";
 }
 
-// A node that has lost the others refuses all statements, and so the connection, unless
-// wsrep_dirty_reads lets it answer reads.
+// A node that has lost the others refuses all statements, so that not even the connection can be
+// set up, unless wsrep_dirty_reads lets it answer reads.
 void check_readiness(Inspection& inspection) {
   constexpr const char* kReady =
       "select variable_value from information_schema.global_status "
@@ -29,8 +29,8 @@ void check_readiness(Inspection& inspection) {
                    "says how it comes back.");
 }
 
-// The tables that a run uses, those of schema/cluster.sql included: name, engine, and 0 without a
-// primary key. A view has neither engine nor key.
+// Name, engine and number of primary key columns of the tables that a run uses, including the one
+// of schema/cluster.sql. A view, which has neither engine nor key, is left out.
 constexpr const char* kTables =
     "select t.table_name, t.engine, count(s.index_name) from information_schema.tables t "
     "left join information_schema.statistics s on s.table_schema=t.table_schema "
@@ -77,9 +77,9 @@ void check_snapshots(Inspection& inspection) {
                      "does; a server that does not know it has to be upgraded.");
 }
 
-// At a lower isolation replies at the same time go uncounted: docs/scaling.md has the numbers.
+// At a lower isolation level concurrent replies go uncounted; docs/scaling.md has the numbers.
 void check_isolation(Inspection& inspection) {
-  // Its name depends on the server's version.
+  // The variable's name depends on the server's version.
   constexpr const char* kIsolation =
       "select variable_value from information_schema.session_variables "
       "where variable_name in ('tx_isolation', 'transaction_isolation')";
@@ -92,8 +92,8 @@ void check_isolation(Inspection& inspection) {
       isolation);
 }
 
-// The right to see a trigger is not needed: without it the server refuses to show one that exists,
-// and says of others that they do not.
+// Works without the right to see triggers: the server then refuses to show one that exists, and
+// still says if there is none.
 bool has_trigger(PanelDatabase& database) {
   try {
     database.Query("show create trigger resp_freq_takes_its_turn", "");
@@ -103,7 +103,7 @@ bool has_trigger(PanelDatabase& database) {
   return true;
 }
 
-// Without repairs no limit holds anyway.
+// Says nothing without repairs: then no limit holds anyway.
 void warn_of_turns(const std::string& what, const char* remedy, Inspection& inspection) {
   if (!inspection.switches.repairs.turns) return;
   inspection.Warning("cluster_turns_missing",
@@ -112,7 +112,8 @@ void warn_of_turns(const std::string& what, const char* remedy, Inspection& insp
                      what, remedy);
 }
 
-// The trigger writes a row of resp_freq_turn with each first reply, with the rights of who made it.
+// The trigger writes to resp_freq_turn at each first reply, with the rights of the trigger's
+// creator. So if we may not read the table, the trigger can still work.
 void check_turn_rows(Inspection& inspection) {
   try {
     Rows rows =

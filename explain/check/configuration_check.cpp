@@ -27,7 +27,7 @@ void check_writers(const std::string& path, Inspection& inspection) {
                    path, state->st_uid, mode_of(*state), S_ISDIR(state->st_mode) ? "0755" : "0644");
 }
 
-// Whether the file can be read; otherwise all keys would be told to be missing.
+// Whether the file can be read. If not, check_keys would report every key as missing.
 bool is_readable(Inspection& inspection) {
   const std::string path = kConfFile;
   if (access(kConfFile, R_OK) == 0) return true;
@@ -40,7 +40,7 @@ bool is_readable(Inspection& inspection) {
   return false;
 }
 
-// Sets the library's values as far as the file has them.
+// Sets the panel library's values for the keys in the file, and reports those that are missing.
 void check_keys(Inspection& inspection) {
   std::string missing;
   for (const Key& key : kKeys) {

@@ -22,7 +22,7 @@ void check_mode(Inspection& inspection) {
                    kPath, state->st_uid, mode_of(*state));
 }
 
-// The longest password that is read whole.
+// The maximum length of a password, in bytes: a run reads no more.
 constexpr size_t kMaxLength = 99;
 
 // Whether the file has a password that a run can use.

@@ -16,7 +16,7 @@ constexpr const char* kDomainsWithRules =
     "r.mn_id=m.id union select distinct a.name from domainaliases a, domains d, mail m, mail_resp "
     "r where a.dom_id=d.id and m.dom_id=d.id and r.mn_id=m.id and a.mail='true'";
 
-// Names and aliases with a "-" of the mailboxes that have rules.
+// The names and aliases with a "-" of mailboxes that have rules.
 constexpr const char* kNamesWithDash =
     "select m.mail_name, d.name from mail m, domains d, mail_resp r where m.dom_id=d.id and "
     "r.mn_id=m.id and m.mail_name like '%-%' union select a.alias, d.name from mail_aliases a, "
@@ -37,20 +37,20 @@ struct Deliveries {
   std::set<std::string> domains;  // with rules
 };
 
-// Whether control/locals names the domain, which counts before control/virtualdomains.
+// Whether control/locals names the domain. It takes precedence over control/virtualdomains.
 bool is_local(const Deliveries& deliveries, const std::string& domain) {
   return std::any_of(
       deliveries.locals.begin(), deliveries.locals.end(),
       [&](const std::string& local) { return strcasecmp(local.c_str(), domain.c_str()) == 0; });
 }
 
-// The line that decides about mail to the domain; null if none does.
+// The line that decides where mail to the domain goes; null if none does.
 const VirtualDomain* line_for(const Deliveries& deliveries, const std::string& domain) {
   if (is_local(deliveries, domain)) return nullptr;
   return find_virtual_domain(deliveries.virtual_domains, domain);
 }
 
-// A run takes what follows the first "-" for the address.
+// A run takes what follows the first "-" of RECIPIENT for the address.
 void check_prefix(const VirtualDomain& line, const Deliveries& deliveries, Inspection& inspection) {
   if (line.prefix.find('-') == std::string::npos) return;
   const bool has_rules =
@@ -68,7 +68,7 @@ void check_prefix(const VirtualDomain& line, const Deliveries& deliveries, Inspe
   }
 }
 
-// The domains with rules for which there is a user, by the user's group.
+// The domains that have rules and a prefix with a user, by that user's group.
 using Groups = std::map<unsigned, std::vector<std::string>>;
 
 void check_domain(const std::string& domain, const Deliveries& deliveries,
@@ -94,7 +94,8 @@ void check_domain(const std::string& domain, const Deliveries& deliveries,
       line->prefix, domain);
 }
 
-// A delivery can start the program only if its primary group is the program's.
+// A delivery can start the program only if its primary group is the program's. A program of root's
+// group is a finding of check_program.
 void check_group(unsigned group, const std::vector<std::string>& domains, Inspection& inspection) {
   for (const std::string& path : installed_programs(inspection)) {
     const auto state = state_of(path);
@@ -119,7 +120,7 @@ void check_compiled(Inspection& inspection) {
                    inspection.qmail_root);
 }
 
-// An address without a prefix must not hold a "-" either.
+// Local domains have no prefix, so an address there must not hold a "-" either.
 void check_local_names(const Deliveries& deliveries, Inspection& inspection) {
   enum { kName, kDomain };
   auto rows = inspection.database ? inspection.database->TryQuery(kNamesWithDash) : std::nullopt;

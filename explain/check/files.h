@@ -8,7 +8,7 @@
 
 #include "explain/check/inspection.h"
 
-/// The state of the file `path`; nothing if it cannot be asked, which `errno` explains.
+/// The state of the file `path`; nothing if `stat` fails, with the reason in `errno`.
 std::optional<struct stat> state_of(const std::string& path);
 
 /// Whether somebody other than root may write to it.
@@ -17,15 +17,15 @@ bool others_may_write(const struct stat& state);
 /// "mode 4750" and the like.
 std::string mode_of(const struct stat& state);
 
-/// What the system says of the error number `error`.
+/// The system's message for the error number `error`.
 std::string words_of(int error);
 
-/// Whether `error` says that this user may not look, and root might.
+/// Whether `error` means that root could look, and this user may not.
 bool is_hidden_from_us(int error);
 
-/// The lines of the file `path` as qmail reads its control files: without white space at their
-/// ends, without empty lines and comments. Nothing without the file; a file that cannot be read is
-/// added to the findings.
+/// The lines of the file `path` as qmail reads its control files: without trailing white space,
+/// empty lines and comments. Nothing if there is no such file; one that cannot be read is added to
+/// the findings.
 std::optional<std::vector<std::string>> control_lines(const std::string& path,
                                                       Inspection& inspection);
 

@@ -6,7 +6,7 @@
 
 /// How bad a finding is, the worst first.
 enum class Severity {
-  kError,    ///< no reply leaves, or somebody gets more than they should
+  kError,    ///< no reply leaves, or somebody gets what they must not have
   kWarning,  ///< works, but not for every message
   kUnseen,   ///< something could not be looked at
   kAdvice,   ///< nothing is wrong, but something could be better
@@ -15,7 +15,7 @@ enum class Severity {
 struct Finding {
   Severity severity;
   const char* code;  ///< for programs; never changes
-  std::string text;  ///< for people: what is wrong and what to do. Any bytes: not safe to print
+  std::string text;  ///< for people: what is wrong and what to do; any bytes, unsafe on a terminal
 };
 
 using Findings = std::vector<Finding>;

@@ -3,8 +3,8 @@
 
 namespace {
 
-// An index that a statement of a run needs, or of its switches: its first column, and what makes
-// one where none is: a plain key, which can always be added.
+// An index that a run's statements need, with any switches: its table and first column, and the
+// definition to add if there is none, a plain key, which can always be added.
 struct Index {
   const char* table;
   const char* column;
@@ -29,8 +29,8 @@ constexpr Index kIndexes[] = {
     {"resp_attach", "rn_id", "key (rn_id)"},
 };
 
-// Whether the server has such an index. A full-text index, or one that is disabled, is of no use
-// to a comparison.
+// Whether the server has such an index, or does not tell. A full-text or disabled index does not
+// help a comparison.
 bool has_index(const Index& index, PanelDatabase& database) {
   auto rows = database.TryQuery(
       fmt::format("show index from `{}` where Seq_in_index=1 and Column_name='{}' and "
@@ -39,7 +39,8 @@ bool has_index(const Index& index, PanelDatabase& database) {
   return !rows || rows->Next() != nullptr;
 }
 
-// A view has no indexes of its own. A table or column that is missing is reported by check_tables.
+// False for a view, which has no indexes of its own, and for a table or column that is missing,
+// which check_tables reports.
 bool is_in_table(const Index& index, PanelDatabase& database) {
   const TableDefinition table = read_table_definition(index.table, database);
   return table.find(index.column) != table.end();

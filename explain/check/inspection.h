@@ -9,12 +9,12 @@
 #include "autoresponder/panel/panel_database.h"
 #include "explain/check/finding.h"
 
-/// What the checks of one server know and found. Each check adds its findings; the earlier ones
-/// fill in what the later ones need.
+/// What the checks know and have found. Each check adds its findings; the earlier ones fill in what
+/// the later ones need.
 struct Inspection {
   Findings findings;
 
-  // Values of kem.conf, empty where it has none.
+  // Values of kem.conf; empty if it has none.
   std::string product_root;
   std::string qmail_root;
   std::string mail_names;
@@ -22,7 +22,7 @@ struct Inspection {
 
   std::optional<PanelDatabase> database;  ///< nothing if there is no connection
 
-  /// Each adds a finding with the text that `format`, a literal, makes of the `values`.
+  /// Each adds a finding, whose text fmt makes of the literal `format` and the `values`.
   template <size_t kSize, typename... Values>
   void Error(const char* code, const char (&format)[kSize], const Values&... values) {
     Add(Severity::kError, code, format, values...);

@@ -6,7 +6,7 @@
 
 namespace {
 
-// The limiter inserts rows without a time, and forgets those of earlier days by it.
+// The limiter leaves `time_resp` to its default, and deletes the rows of earlier days by it.
 void check_time(const ColumnDefinition& column, Inspection& inspection) {
   const bool is_time = column.Is({"timestamp", "datetime"});
   const bool is_filled = column.Has("default current_timestamp") || column.Has("default now()");
@@ -27,7 +27,7 @@ bool is_strict(PanelDatabase& database) {
   return row != nullptr && strcmp(text_or(*row, "0"), "0") != 0;
 }
 
-// A strict server refuses a row that has no value for such a column.
+// A strict server refuses the limiter's rows if another column needs a value.
 void check_other_columns(const TableDefinition& table, Inspection& inspection) {
   for (const auto& [name, column] : table) {
     const bool may_be_left_out = !column.Has("not null") || column.Has(" default ") ||
@@ -40,7 +40,7 @@ void check_other_columns(const TableDefinition& table, Inspection& inspection) {
   }
 }
 
-// The server checks the rights when it prepares a statement. It is never executed.
+// Prepares the statement but never executes it: the server checks the rights when it prepares.
 void check_right(const char* statement, Inspection& inspection) {
   try {
     inspection.database->Query(fmt::format("prepare never_executed from '{}'", statement), "");
@@ -59,7 +59,7 @@ void check_rights(Inspection& inspection) {
   check_right("insert into resp_freq set rn_id=0, email=0, num=1", inspection);
 }
 
-// The larger, the more numbers the type has; 0 for other types.
+// The rank of an integer type by its range, from 1; 0 for other types.
 int rank_of(const ColumnDefinition& column) {
   constexpr const char* kTypes[] = {"tinyint", "smallint", "mediumint", "int", "bigint"};
   int rank = 0;
@@ -70,7 +70,7 @@ int rank_of(const ColumnDefinition& column) {
   return 0;
 }
 
-// The limiter's rows have to hold the ids of all rules.
+// resp_freq.rn_id has to hold the id of any rule.
 void check_ids(const TableDefinition& rules, const TableDefinition& limiter,
                Inspection& inspection) {
   const auto id = rules.find("id");
@@ -83,7 +83,7 @@ void check_ids(const TableDefinition& rules, const TableDefinition& limiter,
                      reference->second.type, id->second.type);
 }
 
-// Repairs lock the rule's row, which only some engines can.
+// With repairs the limiter locks the rule's row; not all engines can.
 void check_engine(Inspection& inspection) {
   if (!inspection.switches.repairs.turns) return;
   Rows rows = inspection.database->Query("show table status like 'mail_resp'");

@@ -34,7 +34,7 @@ void check_room(Inspection& inspection) {
   }
 }
 
-// Files of runs that were killed or aborted.
+// Looks for files left by runs that were killed or aborted.
 void check_left_files(Inspection& inspection) {
   constexpr time_t kDay = 86400;
   const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir("/tmp"), closedir);
@@ -70,7 +70,7 @@ void check_tmp(Inspection& inspection) {
   check_left_files(inspection);
 }
 
-// With repairs the command that encodes attachments opens them by names below /proc.
+// With repairs the command that encodes attachments opens them by names in /proc.
 void check_proc(Inspection& inspection) {
   if (!inspection.switches.repairs.store || state_of("/proc/self/fd")) return;
   inspection.Error("proc_missing",
@@ -110,7 +110,7 @@ void tell_of_no_limit(const std::string& why, Inspection& inspection) {
                      why);
 }
 
-// `word`: the first one of the file, which is read up to its first character that is no digit.
+// `word`: the file's first word, of which a run uses the leading digits.
 void check_limit(const std::string& path, const std::string& word, Inspection& inspection) {
   constexpr long long kSmall = 1024;
   const bool is_number = word.find_first_not_of("0123456789") == std::string::npos;

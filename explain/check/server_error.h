@@ -1,7 +1,7 @@
 #ifndef EXPLAIN_CHECK_SERVER_ERROR_H
 #define EXPLAIN_CHECK_SERVER_ERROR_H
 
-/// The error numbers of the database server that say what is missing.
+/// Error numbers of the database server for what is missing or denied.
 enum ServerError : unsigned {
   kUnknownColumn = 1054,
   kTableDenied = 1142,

@@ -14,14 +14,14 @@ enum class Use {
   kText,      // any character
   kLongText,  // any character, and more than 255 of them
   kAddress,   // any address, and nothing cut off: it is compared later
-  kWord,      // one of some words
+  kWord,      // one of a few words
 };
 
 struct Column {
   const char* table;
   const char* name;
   Use use;
-  const char* words = "";  // of kWord: those that a run knows, each in quotes
+  const char* words = "";  // for kWord: those that a run knows, each in quotes
 };
 
 constexpr Column kColumns[] = {
@@ -147,7 +147,8 @@ const char* code_of(unsigned error) {
   }
 }
 
-// Whether the other columns are worth a look. A table that nobody can read is told of once.
+// Reports a column that cannot be read. False if the whole table cannot be, which is reported once
+// and not for each column.
 bool check_column(const Column& column, Inspection& inspection) {
   try {
     inspection.database->Query(
@@ -160,7 +161,7 @@ bool check_column(const Column& column, Inspection& inspection) {
   }
 }
 
-// Whether the table is there.
+// False if the table cannot be read.
 bool check_columns(const char* table, Inspection& inspection) {
   for (const Column& column : kColumns) {
     if (strcmp(column.table, table) == 0 && !check_column(column, inspection)) return false;

@@ -51,11 +51,11 @@ constexpr Kind kKinds[] = {
      danger_of_name},
 };
 
-// Whether there is a dangerous value of this kind.
+// Reports the dangerous values of this kind; false if there are none.
 bool check_kind(const Kind& kind, Inspection& inspection) {
   bool is_found = false;
   auto rows = inspection.database->TryQuery(kind.query);
-  if (!rows) return false;  // the tables' check has told why
+  if (!rows) return false;  // check_tables has reported why
   while (const Row row = rows->Next()) {
     std::string untrimmed = text_or(row[kValue], "");
     const std::string value = str_trim(untrimmed.data());
@@ -68,8 +68,8 @@ bool check_kind(const Kind& kind, Inspection& inspection) {
   return is_found;
 }
 
-// The attachments of one rule, missing ones too: they may be there tomorrow. Each is as long in a
-// command as in that of a run.
+// The attachments of one rule, including missing files, which may be there tomorrow. Their paths
+// are as long as in a run's command.
 struct AttachedFiles {
   std::string rule;
   std::vector<Attachment> files;
@@ -87,7 +87,7 @@ void check_length(const AttachedFiles& attached, Inspection& inspection) {
                    repairs.whole_attachments ? " or, with repairs, not at all" : "");
 }
 
-// Few attachments with the longest names are not too many.
+// Up to 40 attachments fit into a command even with the longest names.
 void check_attachments(Inspection& inspection) {
   enum AttachmentColumn { kRuleId, kFile, kMailName, kDomain };
   auto rows = inspection.database->TryQuery(

@@ -20,7 +20,7 @@ const VirtualDomain* find_exactly(const std::vector<VirtualDomain>& lines,
   return nullptr;
 }
 
-// As qmail-getpw does: the name up to each "-", the longest first.
+// Tries the name, then the name before each "-" from the last to the first, as qmail-getpw does.
 std::optional<DeliveryUser> find_account(std::string name) {
   while (true) {
     const passwd* const account = name.empty() ? nullptr : getpwnam(name.c_str());

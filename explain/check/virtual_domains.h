@@ -16,7 +16,7 @@ struct VirtualDomain {
 /// The lines of control/virtualdomains, read as qmail-send reads them; none without the file.
 std::vector<VirtualDomain> read_virtual_domains(Inspection& inspection);
 
-/// The line that decides about `domain`; null if there is none.
+/// The line that decides where mail to `domain` goes; null if there is none.
 const VirtualDomain* find_virtual_domain(const std::vector<VirtualDomain>& lines,
                                          const std::string& domain);
 
@@ -26,13 +26,12 @@ struct DeliveryUser {
   unsigned group = 0;
 };
 
-/// A user database of qmail: users/assign, and the system's own after it.
+/// The users that qmail delivers to: those of users/assign, then the system's accounts.
 class DeliveryUsers {
  public:
   explicit DeliveryUsers(Inspection& inspection);
 
-  /// Who gets mail to `prefix` + "-" + anything; nothing if no user does, so that it is the
-  /// alias user's.
+  /// Who gets mail to `prefix`, "-" and anything; nothing if that is left to the alias user.
   std::optional<DeliveryUser> Find(const std::string& prefix) const;
 
  private:

@@ -10,8 +10,7 @@
 #include <unistd.h>
 #include <vector>
 
-/// Whether `path` leads to the file that is open as `descriptor`, and not to another one or
-/// nowhere.
+/// Whether `path` leads to the file that is open as `descriptor`.
 inline bool is_path_of(const char* path, int descriptor) {
   struct stat named {};
   struct stat opened {};
@@ -19,7 +18,7 @@ inline bool is_path_of(const char* path, int descriptor) {
          named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
 }
 
-/// The numbers of all open descriptors; none where the system does not list them.
+/// The numbers of all open descriptors; none if the system does not list them.
 inline std::vector<int> open_descriptors() {
   struct Close {
     void operator()(DIR* directory) const { closedir(directory); }
@@ -34,7 +33,8 @@ inline std::vector<int> open_descriptors() {
   return numbers;
 }
 
-/// Closes all descriptors from `first` on. Call before a limit on descriptors is lowered.
+/// Closes all descriptors from `first` on. Call it before lowering a limit on descriptors, which
+/// may bound the search.
 inline void close_descriptors(unsigned first) {
   if (close_range(first, ~0U, 0) == 0) return;
   const int start = static_cast<int>(first);

@@ -8,9 +8,9 @@
 
 namespace kem {
 
-/// Writes the pieces and a newline to standard error. A line of ordinary length is one write, so
-/// that concurrent runs do not interleave. A longer one is not put together first: a pipe would
-/// split it anyway, and a message may provoke one of many megabytes.
+/// Writes the pieces and a newline to standard error. A line of up to 4096 bytes is one write, so
+/// that concurrent runs do not interleave. A longer one is not assembled first: a pipe would split
+/// it anyway, and a message may provoke one of many megabytes.
 inline void diagnose(std::initializer_list<std::string_view> pieces) {
   constexpr size_t kOrdinary = 4096;
   std::string line;

@@ -7,7 +7,7 @@
 
 namespace quern {
 
-/// A text conversion that failed, where the caller is expected to have a fallback.
+/// A failed text conversion, for which the caller is expected to have a fallback.
 class ExError : public std::exception {
  public:
   /// `message`: one line for people, kept as a copy.

@@ -14,8 +14,8 @@
 namespace kem {
 
 /// A growing buffer. Unlike the standard containers it grows in place if the system can extend it
-/// or move its pages, so that large contents are not copied; and it does not initialise its
-/// capacity, so that the system gives no memory to what nobody wrote to. Running out of memory
+/// or move its pages, so that large contents are not copied; and it leaves its capacity
+/// uninitialised, so that unused memory is never allocated by the system. Running out of memory
 /// throws `std::bad_alloc`.
 class GrowingBytes {
  public:

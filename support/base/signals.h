@@ -4,13 +4,13 @@
 #include <csignal>
 #include <initializer_list>
 
-/// The handler of signals that do nothing to this process. Unlike SIG_IGN it is not inherited:
-/// commands start with the default action.
+/// An empty signal handler. Unlike SIG_IGN it is not inherited: commands start with the default
+/// action.
 inline void ignore_signal(int /*signal*/) {}
 
-/// Lets writes fail that would otherwise end the process: into a pipe that nobody reads, and beyond
-/// a limit on the size of files. Call again after connecting: the client library ignores SIGPIPE by
-/// SIG_IGN.
+/// Lets writes fail that would otherwise end the process: into a pipe that nobody reads (SIGPIPE),
+/// and beyond a limit on file sizes (SIGXFSZ). Call it again after connecting: the client library
+/// ignores SIGPIPE by SIG_IGN.
 inline void survive_failing_writes() {
   struct sigaction action {};
   action.sa_handler = ignore_signal;
@@ -18,8 +18,8 @@ inline void survive_failing_writes() {
   for (const int signal : {SIGPIPE, SIGXFSZ}) sigaction(signal, &action, nullptr);
 }
 
-/// Resets all handled signals to their defaults, except those that `kept` handles, and lets all
-/// signals in. For a child process, in which the handlers of its parent must not act.
+/// Resets all handled signals to their defaults, except those handled by `kept`, and unblocks all
+/// signals. For a child process, in which its parent's handlers must not act.
 inline void forget_signal_handlers(void (*kept)(int) = SIG_IGN) {
   for (int signal = 1; signal <= SIGRTMAX; ++signal) {
     struct sigaction action {};
