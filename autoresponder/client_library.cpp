@@ -35,99 +35,40 @@ Function* find(Function* /*of_this_file*/, const char* name) {
 
 }  // namespace
 
-#define REAL(function) static auto* const call = find(&function, #function)
+// NOLINTBEGIN(bugprone-macro-parentheses): declarations cannot stand in parentheses
+#define LATE(result, function, parameters, arguments)     \
+  result function parameters {                            \
+    static auto* const call = find(&function, #function); \
+    return call arguments;                                \
+  }
+// NOLINTEND(bugprone-macro-parentheses)
 
 #ifdef CLIENT_LIBRARY_USES_OPENSSL
-int OPENSSL_init_crypto(uint64_t options, const OPENSSL_INIT_SETTINGS* settings) {
-  REAL(OPENSSL_init_crypto);
-  return call(options, settings);
-}
+LATE(int, OPENSSL_init_crypto, (uint64_t options, const OPENSSL_INIT_SETTINGS* settings),
+     (options, settings))
 #endif
-
-int mysql_server_init(int count, char** arguments, char** groups) {
-  REAL(mysql_server_init);
-  return call(count, arguments, groups);
-}
-
-MYSQL* mysql_init(MYSQL* connection) {
-  REAL(mysql_init);
-  return call(connection);
-}
-
-int mysql_options(MYSQL* connection, mysql_option option, const void* value) {
-  REAL(mysql_options);
-  return call(connection, option, value);
-}
-
-MYSQL* mysql_real_connect(MYSQL* connection, const char* host, const char* user,
-                          const char* password, const char* database, unsigned port,
-                          const char* socket, unsigned long flags) {
-  REAL(mysql_real_connect);
-  return call(connection, host, user, password, database, port, socket, flags);
-}
-
-my_socket mysql_get_socket(MYSQL* connection) {
-  REAL(mysql_get_socket);
-  return call(connection);
-}
-
-void mysql_close(MYSQL* connection) {
-  REAL(mysql_close);
-  call(connection);
-}
-
-int mysql_query(MYSQL* connection, const char* statement) {
-  REAL(mysql_query);
-  return call(connection, statement);
-}
-
-int mysql_real_query(MYSQL* connection, const char* statement, unsigned long length) {
-  REAL(mysql_real_query);
-  return call(connection, statement, length);
-}
-
-MYSQL_RES* mysql_store_result(MYSQL* connection) {
-  REAL(mysql_store_result);
-  return call(connection);
-}
-
-MYSQL_ROW mysql_fetch_row(MYSQL_RES* result) {
-  REAL(mysql_fetch_row);
-  return call(result);
-}
-
-unsigned mysql_num_fields(MYSQL_RES* result) {
-  REAL(mysql_num_fields);
-  return call(result);
-}
-
-my_ulonglong mysql_num_rows(MYSQL_RES* result) {
-  REAL(mysql_num_rows);
-  return call(result);
-}
-
-void mysql_free_result(MYSQL_RES* result) {
-  REAL(mysql_free_result);
-  call(result);
-}
-
-unsigned mysql_errno(MYSQL* connection) {
-  REAL(mysql_errno);
-  return call(connection);
-}
-
-const char* mysql_error(MYSQL* connection) {
-  REAL(mysql_error);
-  return call(connection);
-}
-
-unsigned long mysql_real_escape_string(MYSQL* connection, char* to, const char* from,
-                                       unsigned long length) {
-  REAL(mysql_real_escape_string);
-  return call(connection, to, from, length);
-}
-
-unsigned long mysql_escape_string(char* to, const char* from, unsigned long length) {
-  REAL(mysql_escape_string);
-  return call(to, from, length);
-}
+LATE(int, mysql_server_init, (int count, char** values, char** groups), (count, values, groups))
+LATE(MYSQL*, mysql_init, (MYSQL * connection), (connection))
+LATE(int, mysql_options, (MYSQL * connection, mysql_option option, const void* value),
+     (connection, option, value))
+LATE(MYSQL*, mysql_real_connect,
+     (MYSQL * connection, const char* host, const char* user, const char* password,
+      const char* database, unsigned port, const char* socket, unsigned long flags),
+     (connection, host, user, password, database, port, socket, flags))
+LATE(my_socket, mysql_get_socket, (MYSQL * connection), (connection))
+LATE(void, mysql_close, (MYSQL * connection), (connection))
+LATE(int, mysql_query, (MYSQL * connection, const char* statement), (connection, statement))
+LATE(int, mysql_real_query, (MYSQL * connection, const char* statement, unsigned long length),
+     (connection, statement, length))
+LATE(MYSQL_RES*, mysql_store_result, (MYSQL * connection), (connection))
+LATE(MYSQL_ROW, mysql_fetch_row, (MYSQL_RES * result), (result))
+LATE(unsigned, mysql_num_fields, (MYSQL_RES * result), (result))
+LATE(my_ulonglong, mysql_num_rows, (MYSQL_RES * result), (result))
+LATE(void, mysql_free_result, (MYSQL_RES * result), (result))
+LATE(unsigned, mysql_errno, (MYSQL * connection), (connection))
+LATE(const char*, mysql_error, (MYSQL * connection), (connection))
+LATE(unsigned long, mysql_real_escape_string,
+     (MYSQL * connection, char* to, const char* from, unsigned long length),
+     (connection, to, from, length))
+LATE(unsigned long, mysql_escape_string, (char* to, const char* from, unsigned long length),
+     (to, from, length))

@@ -65,8 +65,8 @@ void record_file_for(std::string_view command) {
 
 extern "C" {
 
-int mkstemp(char* name) {
-  const int file = next<int (*)(char*)>("mkstemp")(name);
+int mkostemp(char* name, int flags) {
+  const int file = next<int (*)(char*, int)>("mkostemp")(name, flags);
   const bool is_spool = strstr(name, "kem-autoresponder-") != nullptr;
   if (is_spool) {
     record('S', name, "");

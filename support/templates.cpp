@@ -129,29 +129,11 @@ void substitute(char open, char close, const NamedValue* table, int count, const
 
 }  // namespace
 
-// Quicksort on the middle element. Recurses into the smaller part only, so the depth stays
-// logarithmic on any input.
 void sort_pairs(NamedValue* table, int count) {
-  while (count > 1) {
-    const char* const pivot = table[count / 2].name;
-    int low = 0;
-    int high = count - 1;
-    while (low <= high) {
-      while (strcmp(table[low].name, pivot) < 0) ++low;
-      while (strcmp(table[high].name, pivot) > 0) --high;
-      if (low <= high) std::swap(table[low++], table[high--]);
-    }
-    const int left = high + 1;
-    const int right = count - low;
-    if (left < right) {
-      sort_pairs(table, left);
-      table += low;
-      count = right;
-    } else {
-      sort_pairs(table + low, right);
-      count = left;
-    }
-  }
+  if (count < 2) return;
+  std::sort(table, table + count, [](const NamedValue& one, const NamedValue& other) {
+    return strcmp(one.name, other.name) < 0;
+  });
 }
 
 int find_pair(const char* name, const NamedValue* table, int count) {

@@ -104,8 +104,11 @@ WriterEnd run_file_writer(const std::function<bool()>& write, const WriterLimits
   prctl(PR_SET_CHILD_SUBREAPER, 1);  // to inherit the writer's orphans and wait for them
   const pid_t writer = start_writer(write, limits);
   const WriterEnd end = writer < 0 ? WriterEnd::kFailed : end_of(writer, child, limits.time);
-  end_file_writer();  // with what a killed shell left running
-  writer_group = 0;
+  {
+    const SignalBlock block;  // a handler must not meet a number that is free again
+    end_file_writer();        // with what a killed shell left running
+    writer_group = 0;
+  }
   prctl(PR_SET_CHILD_SUBREAPER, 0);
   return end;
 }

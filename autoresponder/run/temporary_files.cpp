@@ -15,16 +15,6 @@
 char spool_file_path[] = SPOOL_TEMPLATE;
 char response_file_path[] = RESPONSE_TEMPLATE;
 
-namespace {
-
-int create(char* name) {
-  const int descriptor = mkstemp(name);
-  if (descriptor >= 0) fcntl(descriptor, F_SETFD, FD_CLOEXEC);
-  return descriptor;
-}
-
-}  // namespace
-
 const char* spool_template() {
   return SPOOL_TEMPLATE;
 }
@@ -34,13 +24,13 @@ const char* response_template() {
 }
 
 SpoolFile create_spool_file() {
-  const int descriptor = create(spool_file_path);
+  const int descriptor = mkostemp(spool_file_path, O_CLOEXEC);
   return {descriptor, spool_file_path};
 }
 
 ResponseFile create_response_file() {
   memcpy(response_file_path, RESPONSE_TEMPLATE, sizeof response_file_path);
-  const int descriptor = create(response_file_path);
+  const int descriptor = mkostemp(response_file_path, O_CLOEXEC);
   return {descriptor, response_file_path};
 }
 

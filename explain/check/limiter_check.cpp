@@ -83,13 +83,13 @@ void check_ids(const TableDefinition& rules, const TableDefinition& limiter,
                      reference->second.type, id->second.type);
 }
 
-// With repairs the limiter locks the rule's row; not all engines can.
+// With repairs the limiter locks the rule's row; not all engines can. A view has no engine.
 void check_engine(Inspection& inspection) {
   if (!inspection.switches.repairs.turns) return;
   Rows rows = inspection.database->Query("show table status like 'mail_resp'");
   enum Column { kName, kEngine };
   const Row row = rows.Next();
-  const std::string engine = row != nullptr ? text_or(row[kEngine], "") : "InnoDB";
+  const std::string engine = row != nullptr ? text_or(row[kEngine], "InnoDB") : "InnoDB";
   if (engine == "InnoDB") return;
   inspection.Warning("limiter_engine",
                      "mail_resp is of the engine {}, which locks no rows: deliveries at the same "

@@ -6,74 +6,22 @@
 
 namespace {
 
-// What a run relies on in a column.
-enum class Use {
-  kAny,
-  kId,        // a number that names a row; as large as the column that it refers to
-  kNumber,    // a number that owners choose or that the limiter counts
-  kText,      // any character
-  kLongText,  // any character, and more than 255 of them
-  kAddress,   // any address, and nothing cut off: it is compared later
-  kWord,      // one of a few words
-};
-
 struct Column {
   const char* table;
   const char* name;
-  Use use;
-  const char* words = "";  // for kWord: those that a run knows, each in quotes
+  std::string (*problem)(const Column& use, const ColumnDefinition& column) = nullptr;
+  const char* words = "";  // for problem_of_word: those that a run knows, each in quotes
 };
 
-constexpr Column kColumns[] = {
-    {"misc", "param", Use::kAny},
-    {"misc", "val", Use::kAny},
-    {"clients", "id", Use::kId},
-    {"clients", "login", Use::kAny},
-    {"clients", "pname", Use::kAny},
-    {"clients", "email", Use::kAny},
-    {"domains", "id", Use::kId},
-    {"domains", "name", Use::kAny},
-    {"domains", "cl_id", Use::kId},
-    {"domainaliases", "dom_id", Use::kId},
-    {"domainaliases", "name", Use::kAny},
-    {"domainaliases", "mail", Use::kWord, "'true'"},
-    {"mail", "id", Use::kId},
-    {"mail", "dom_id", Use::kId},
-    {"mail", "mail_name", Use::kAny},
-    {"mail_aliases", "mn_id", Use::kId},
-    {"mail_aliases", "alias", Use::kAny},
-    {"mail_resp", "id", Use::kId},
-    {"mail_resp", "mn_id", Use::kId},
-    {"mail_resp", "keystr", Use::kText},
-    {"mail_resp", "key_where", Use::kWord, "'subj' 'body'"},
-    {"mail_resp", "text", Use::kLongText},
-    {"mail_resp", "resp_on", Use::kWord, "'true' 'false'"},
-    {"mail_resp", "ans_freq", Use::kNumber},
-    {"mail_resp", "mem_limit", Use::kNumber},
-    {"mail_resp", "subject", Use::kText},
-    {"mail_resp", "reply_to", Use::kAny},
-    {"mail_resp", "charset", Use::kAny},
-    {"mail_resp", "content_type", Use::kAny},
-    {"resp_freq", "rn_id", Use::kId},
-    {"resp_freq", "email", Use::kAddress},
-    {"resp_freq", "num", Use::kNumber},
-    {"resp_freq", "time_resp", Use::kAny},
-    {"resp_forward", "rn_id", Use::kId},
-    {"resp_forward", "address", Use::kAny},
-    {"resp_attach", "rn_id", Use::kId},
-    {"resp_attach", "filename", Use::kText},
-};
-
-std::string name_of(const Column& column) {
-  return fmt::format("{}.{}", column.table, column.name);
-}
-
-std::string problem_of_number(const ColumnDefinition& column) {
+// What is wrong with the type of a column; empty if nothing is. A number that owners choose or that
+// the limiter counts, or the id of a row.
+std::string problem_of_number(const Column& /*use*/, const ColumnDefinition& column) {
   if (!column.IsInteger()) return fmt::format("is of type {} and no whole number", column.type);
   return column.type == "tinyint" ? "is of type tinyint, which larger numbers do not fit into" : "";
 }
 
-std::string problem_of_text(const ColumnDefinition& column, long least) {
+// A text of any characters.
+std::string problem_of_size(const ColumnDefinition& column, long least) {
   const bool is_any_size =
       column.Is({"text", "mediumtext", "longtext", "blob", "mediumblob", "longblob"});
   const bool is_small = column.Is({"tinytext", "tinyblob"});
@@ -91,6 +39,19 @@ std::string problem_of_text(const ColumnDefinition& column, long least) {
              : "";
 }
 
+std::string problem_of_text(const Column& /*use*/, const ColumnDefinition& column) {
+  return problem_of_size(column, 0);
+}
+
+std::string problem_of_long_text(const Column& /*use*/, const ColumnDefinition& column) {
+  return problem_of_size(column, 256);
+}
+
+// Nothing may be cut off an address: it is compared later.
+std::string problem_of_address(const Column& /*use*/, const ColumnDefinition& column) {
+  return problem_of_size(column, 254);
+}
+
 std::string problem_of_word(const Column& use, const ColumnDefinition& column) {
   if (column.IsInteger()) return fmt::format("is a number, not one of {}", use.words);
   if (column.type != "enum") return "";
@@ -101,32 +62,55 @@ std::string problem_of_word(const Column& use, const ColumnDefinition& column) {
   return "";
 }
 
-// What is wrong with the type of the column; empty if nothing is.
-std::string problem_of(const Column& use, const ColumnDefinition& column) {
-  constexpr long kMaxAddressLength = 254;
-  switch (use.use) {
-    case Use::kId:
-    case Use::kNumber:
-      return problem_of_number(column);
-    case Use::kText:
-      return problem_of_text(column, 0);
-    case Use::kLongText:
-      return problem_of_text(column, 256);
-    case Use::kAddress:
-      return problem_of_text(column, kMaxAddressLength);
-    case Use::kWord:
-      return problem_of_word(use, column);
-    case Use::kAny:
-      break;
-  }
-  return "";
+constexpr Column kColumns[] = {
+    {"misc", "param"},
+    {"misc", "val"},
+    {"clients", "id", problem_of_number},
+    {"clients", "login"},
+    {"clients", "pname"},
+    {"clients", "email"},
+    {"domains", "id", problem_of_number},
+    {"domains", "name"},
+    {"domains", "cl_id", problem_of_number},
+    {"domainaliases", "dom_id", problem_of_number},
+    {"domainaliases", "name"},
+    {"domainaliases", "mail", problem_of_word, "'true'"},
+    {"mail", "id", problem_of_number},
+    {"mail", "dom_id", problem_of_number},
+    {"mail", "mail_name"},
+    {"mail_aliases", "mn_id", problem_of_number},
+    {"mail_aliases", "alias"},
+    {"mail_resp", "id", problem_of_number},
+    {"mail_resp", "mn_id", problem_of_number},
+    {"mail_resp", "keystr", problem_of_text},
+    {"mail_resp", "key_where", problem_of_word, "'subj' 'body'"},
+    {"mail_resp", "text", problem_of_long_text},
+    {"mail_resp", "resp_on", problem_of_word, "'true' 'false'"},
+    {"mail_resp", "ans_freq", problem_of_number},
+    {"mail_resp", "mem_limit", problem_of_number},
+    {"mail_resp", "subject", problem_of_text},
+    {"mail_resp", "reply_to"},
+    {"mail_resp", "charset"},
+    {"mail_resp", "content_type"},
+    {"resp_freq", "rn_id", problem_of_number},
+    {"resp_freq", "email", problem_of_address},
+    {"resp_freq", "num", problem_of_number},
+    {"resp_freq", "time_resp"},
+    {"resp_forward", "rn_id", problem_of_number},
+    {"resp_forward", "address"},
+    {"resp_attach", "rn_id", problem_of_number},
+    {"resp_attach", "filename", problem_of_text},
+};
+
+std::string name_of(const Column& column) {
+  return fmt::format("{}.{}", column.table, column.name);
 }
 
 void check_types(const char* name, const TableDefinition& table, Inspection& inspection) {
   for (const Column& use : kColumns) {
     const auto column = table.find(use.name);
-    if (strcmp(use.table, name) != 0 || column == table.end()) continue;
-    const std::string problem = problem_of(use, column->second);
+    if (strcmp(use.table, name) != 0 || column == table.end() || use.problem == nullptr) continue;
+    const std::string problem = use.problem(use, column->second);
     if (problem.empty()) continue;
     inspection.Warning("column_type", "{} {}: compare the table with schema/tables.sql.",
                        name_of(use), problem);

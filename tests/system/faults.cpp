@@ -9,7 +9,7 @@
 //   stop=PID@N      process PID is stopped before the Nth of all these calls
 //   silence=S       the database may be silent for S seconds
 //   kill=PID@N      process PID is killed before the Nth of all these calls
-// where CALL is mkstemp, close_range, popen, system, mysql_init, mysql_real_query (which every
+// where CALL is mkostemp, close_range, popen, system, mysql_init, mysql_real_query (which every
 // statement passes, the four of the session among them), mysql_store_result, mysql_fetch_row or
 // iconv_close, or null_columns for a row whose columns are all NULL. A failing query reaches the
 // server as one that it does not understand.
@@ -103,9 +103,9 @@ void* malloc(size_t size) {
   return real(size);
 }
 
-int mkstemp(char* name) {
+int mkostemp(char* name, int flags) {
   static int calls = 0;
-  if (!fails("mkstemp", calls)) return next<int (*)(char*)>("mkstemp")(name);
+  if (!fails("mkostemp", calls)) return next<int (*)(char*, int)>("mkostemp")(name, flags);
   errno = EACCES;
   return -1;
 }

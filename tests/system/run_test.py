@@ -89,7 +89,7 @@ def test_refuses_a_message_without_a_recipient(panel, to):
 
 def test_refuses_to_run_without_a_spool_file(panel):
     panel.rule()
-    result = panel.run(message(), faults="mkstemp#1")
+    result = panel.run(message(), faults="mkostemp#1")
     assert (result.status, result.err) == (
         0, b"Could not create a temporary file.\nAbnormal exit.\n")
     assert panel.mails() == []
