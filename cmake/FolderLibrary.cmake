@@ -1,11 +1,12 @@
 # folder_library(NAME [DIRECTORY folder] [SUBFOLDER folder] [SOURCES...] [LINKS...]
 #                [PRIVATE_LINKS...])
 #
-# One library per source folder: a static one, or, without sources, one of headers alone. A target
-# sees the headers of its own folder and of the folders it links, and of no other: each folder gets an
-# include root of its own in the build tree, so that an #include against the direction of the
-# architecture does not compile. DIRECTORY is the folder's name in an #include; without it, NAME.
-# SUBFOLDER is where it is below the CMakeLists.txt that calls this; without it, beside it. Each header is also compiled alone, as part of the target all_verify_interface_header_sets.
+# Makes a library of one source folder: static, or header-only without SOURCES. Each folder has its
+# own include root in the build tree, so that a target finds only the headers of its own folder and
+# of those that it links: an #include against the direction of the architecture does not compile.
+# DIRECTORY is the folder's name in an #include, by default NAME. SUBFOLDER is its path below the
+# calling CMakeLists.txt, by default that folder itself. The target all_verify_interface_header_sets
+# compiles each header alone.
 function(folder_library name)
   cmake_parse_arguments(ARG "" "DIRECTORY;SUBFOLDER" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
   if(NOT ARG_DIRECTORY)

@@ -1,5 +1,5 @@
-// What a conversion costs, for any charset that the C library knows and any bytes: time and memory
-// in proportion to the text.
+// Checks that a conversion takes time and memory in proportion to the text, for any charset that
+// the C library knows and any bytes.
 //
 // An input is: two bytes that choose a name from the list of `iconv -l` (beyond its end the name
 // itself follows, up to a NUL), how often the text is repeated, and the text.
@@ -21,13 +21,13 @@
 namespace {
 
 size_t allocated = 0;
-size_t most_allocated = 0;
+size_t max_allocated = 0;
 
 void* allocate(size_t size) {
   void* const memory = malloc(size);
   if (memory == nullptr) abort();
   allocated += malloc_usable_size(memory);
-  most_allocated = std::max(most_allocated, allocated);
+  max_allocated = std::max(max_allocated, allocated);
   return memory;
 }
 
@@ -38,7 +38,7 @@ void release(void* memory) {
 
 }  // namespace
 
-// Every form, or the sanitizer's own would meet ours.
+// All forms: memory of ours must not be freed by the sanitizer's, nor the other way round.
 void* operator new(size_t size) {
   return allocate(size);
 }
@@ -67,10 +67,10 @@ void operator delete[](void* memory, size_t /*size*/) noexcept {
 namespace {
 
 constexpr size_t kMaxLength = 20000;
-// No character of these charsets takes more bytes in UTF-8, for each byte that it takes in them.
-constexpr size_t kMostGrowth = 16;
-// Two pieces of the result, the result, and what is small.
-constexpr size_t kMemoryTimes = 2 * kMostGrowth + 4;
+// One byte of any charset becomes at most so many bytes of UTF-8.
+constexpr size_t kMaxGrowth = 16;
+// For the result, its copies while it grows, and buffers.
+constexpr size_t kMemoryTimes = 2 * kMaxGrowth + 4;
 constexpr size_t kFewBytes = 20000;
 // Many times what it takes under the sanitizers.
 constexpr double kSecondsPerByte = 0.0001;
@@ -87,16 +87,16 @@ double seconds() {
   return static_cast<double>(clock()) / CLOCKS_PER_SEC;
 }
 
-// Calls `work` on a text of `size` bytes and looks at what that cost.
+// Requires that `work` on a text of `size` bytes takes time and memory in proportion.
 template <class Work>
 void require_proportion(size_t size, Work work) {
   const size_t allocated_before = allocated;
-  most_allocated = allocated;
+  max_allocated = allocated;
   const double start = seconds();
   work();
   require(seconds() - start <= kSecondsPerByte * static_cast<double>(size) + kFewSeconds,
           "time grows with the text");
-  require(most_allocated - allocated_before <= kMemoryTimes * size + kFewBytes,
+  require(max_allocated - allocated_before <= kMemoryTimes * size + kFewBytes,
           "memory grows with the text");
 }
 
@@ -113,7 +113,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   require_proportion(text.size() + charset.size(), [&] {
     try {
       const std::string converted = convert_charset(text, charset, "UTF-8", true);
-      require(converted.size() <= kMostGrowth * text.size(), "a text grows so far and no further");
+      require(converted.size() <= kMaxGrowth * text.size(), "a text grows so far and no further");
     } catch (const quern::ExError&) {
     }
   });

@@ -12,9 +12,9 @@ using testing::IsEmpty;
 
 namespace {
 
-std::vector<std::string> addresses_of(std::string_view list, size_t most = 100) {
+std::vector<std::string> addresses_of(std::string_view list, size_t max_count = 100) {
   std::vector<std::string> addresses;
-  add_listed_addresses(list, most, addresses);
+  add_listed_addresses(list, max_count, addresses);
   return addresses;
 }
 

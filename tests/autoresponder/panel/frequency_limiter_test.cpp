@@ -50,14 +50,14 @@ TEST(NeverReplies, WhenTheNumberIsNotAboveZero) {
 
 struct CutRow : NamedRow {
   const char* text;
-  size_t most;
+  size_t max;
   const char* want;
 };
 
 class FirstCharacters : public testing::TestWithParam<CutRow> {};
 
 TEST_P(FirstCharacters, AreCountedInUtf8) {
-  EXPECT_EQ(first_characters(GetParam().text, GetParam().most), GetParam().want);
+  EXPECT_EQ(first_characters(GetParam().text, GetParam().max), GetParam().want);
 }
 
 constexpr CutRow kCutRows[] = {
