@@ -6,18 +6,18 @@ import math
 import marked
 
 MAILBOXES = (1_000_000, 10_000_000, 100_000_000)
-MESSAGES = 20           # a day and mailbox
+MESSAGES = 20           # per mailbox and day
 WITH_RULES = 0.1        # of the mailboxes; each message to one of them gets one reply
-PEAK = 3                # the busiest hour against the mean of the day
+PEAK = 3                # load of the busiest hour / mean load of the day
 DAY = 86400
 MAIL_CORES = 8
 DATABASE_CORES = 16
-BUSY = 0.7              # of a server's processors, at most
-REMEMBERED = 1000       # senders of a rule, where the owner sets no other number
+BUSY = 0.7              # at most, of a server's processors
+REMEMBERED = 1000       # senders of a rule, by default
 
 
 class Need:
-    """What so many mailboxes need in the busiest hour, and each day."""
+    """What a number of mailboxes needs in the busiest hour and per day."""
 
     def __init__(self, figures, mailboxes, is_started_for_all):
         measured = figures["throughput"]
@@ -63,7 +63,7 @@ def servers(processors, of_one):
 
 
 def hot_rule(figures):
-    """How far one rule goes."""
+    """The deliveries a second that one rule takes, as measured."""
     rates = [f"{case['rate']:.0f} a second with repairs {'on' if case['repairs'] else 'off'} and"
              f" {case['remembered']:,} senders" for case in figures["throughput"]["one_rule"]
              if case["one"] and case["remembered"] and not case["full"]]
@@ -89,7 +89,7 @@ def text(figures):
 
 
 def write():
-    """Writes the table, once both commands have measured."""
+    """Writes the table if both commands have measured."""
     figures = marked.figures()
     if {"throughput", "growth"} <= figures.keys():
         marked.write("arithmetic.py", text(figures))

@@ -1,4 +1,4 @@
-// The decoders of bodies and of encoded words, beside glib's and beside a copy.
+// Measures the decoders of bodies and of encoded words, glib's, and a copy.
 
 #include <glib.h>
 

@@ -1,4 +1,4 @@
-"""What is measured: panels, messages and how they are named."""
+"""The cases that are measured: panels and messages."""
 
 import base64
 import quopri
@@ -11,7 +11,7 @@ MEGABYTE = 1 << 20
 
 
 class Case:
-    """A panel, a message, and the statements that make the panel what it was before each run."""
+    """A panel, a message, and the statements that restore the panel before each run."""
 
     def __init__(self, name, panel=None, message=None, reset="delete from resp_freq;"):
         self.name = name

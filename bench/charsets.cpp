@@ -1,4 +1,4 @@
-// The charset converter, beside iconv with the whole output buffer at once and beside a copy.
+// Measures the charset converter, iconv with an output buffer for the whole text, and a copy.
 
 #include <memory>
 

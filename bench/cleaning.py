@@ -1,4 +1,4 @@
-"""What deliveries meet while the limiter's table is cleaned of the rows of earlier days."""
+"""How long deliveries take while the limiter's table is cleaned."""
 
 import subprocess
 import time
@@ -13,14 +13,14 @@ OF_EARLIER_DAYS = "delete from resp_freq where {}time_resp<curdate();\n"
 
 
 def clean(statements):
-    """Runs the statements in a session of their own, which commits each."""
+    """Starts a session that runs the statements, each a transaction."""
     return subprocess.Popen(
         ["mariadb", "--no-defaults", f"--socket={sandbox.SOCKET}", "--user=root", "kem", "-e",
          statements], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
 
 def meanwhile(statements):
-    """Seconds that the cleaning takes, and those of the longest delivery in that time."""
+    """Seconds that the cleaning takes, and those of the longest delivery meanwhile."""
     session = clean(statements)
     start = time.perf_counter()
     longest = 0
@@ -32,7 +32,7 @@ def meanwhile(statements):
 
 
 def table(rules):
-    """For all rows at once, and for some rules after another. No row is of an earlier day."""
+    """Cleans in one statement, and some rules at a time. No row is old enough to be deleted."""
     in_steps = "".join(
         OF_EARLIER_DAYS.format(f"rn_id between {first} and {first + AT_ONE_TIME - 1} and ")
         for first in range(1, rules + 1, AT_ONE_TIME))

@@ -1,10 +1,10 @@
 /* delay PORT SERVER-ADDRESS SERVER-PORT MICROSECONDS
  *
- * A network path to a database server: passes on each connection, and delays what it carries by
- * half of the given round trip in each direction. Opening a connection takes a round trip and a
- * half until the server knows of it, as with TCP over a real path. At the end of each connection it
- * writes a line with the number of its round trips to standard output: one for TCP, and one for
- * each time that the server says something and had said nothing since the client last did. */
+ * A network path to a database server: passes on each connection, and delays its bytes by half
+ * of the given round trip in each direction. Opening a connection takes a round trip and a half
+ * until the server knows of it, as with TCP over a real path. At the end of each connection it
+ * writes the number of its round trips to standard output, in a line: one for TCP, and one for
+ * each answer of the server. */
 #define _GNU_SOURCE
 #include <arpa/inet.h>
 #include <errno.h>
@@ -19,9 +19,9 @@
 #include <time.h>
 #include <unistd.h>
 
-enum { MOST_CHUNKS = 4096, SIZE = 1 << 16 };
+enum { MAX_CHUNKS = 4096, SIZE = 1 << 16 };
 
-/* Bytes on their way. */
+/* Bytes that are delayed. */
 struct chunk {
   long long due; /* in nanoseconds */
   size_t length;
@@ -35,7 +35,7 @@ struct way {
   int is_open;
   unsigned first;
   unsigned count;
-  struct chunk chunks[MOST_CHUNKS];
+  struct chunk chunks[MAX_CHUNKS];
 };
 
 static long long now(void) {
@@ -49,7 +49,7 @@ static void fail(const char* what) {
   exit(1);
 }
 
-/* Sleeps until shortly before the time, and then waits awake: waking up would take too long. */
+/* Sleeps until shortly before `due`, then spins: waking up is not exact enough. */
 static void wait_until(long long due) {
   const long long awake = 100000;
   const long long left = due - now() - awake;
@@ -65,15 +65,15 @@ static struct chunk* next_of(struct way* way) {
   return way->count > 0 ? &way->chunks[way->first] : NULL;
 }
 
-/* Takes what has come; returns whether that were bytes. */
+/* Reads what has arrived; returns 0 at the end of the stream. */
 static int take(struct way* way, long long half) {
-  if (way->count == MOST_CHUNKS) {
+  if (way->count == MAX_CHUNKS) {
     fprintf(stderr, "delay: too much on its way\n");
     exit(1);
   }
   static char block[SIZE];
   const ssize_t length = read(way->from, block, SIZE);
-  struct chunk* const chunk = &way->chunks[(way->first + way->count++) % MOST_CHUNKS];
+  struct chunk* const chunk = &way->chunks[(way->first + way->count++) % MAX_CHUNKS];
   chunk->due = now() + half;
   chunk->length = length > 0 ? (size_t)length : 0;
   chunk->bytes = malloc(chunk->length + 1);
@@ -83,7 +83,7 @@ static int take(struct way* way, long long half) {
   return length > 0;
 }
 
-/* Hands over what is due; a chunk without bytes is the end of the way. */
+/* Sends the first chunk; an empty chunk ends this direction. */
 static void hand_over(struct way* way) {
   struct chunk* const chunk = next_of(way);
   size_t written = 0;
@@ -95,11 +95,11 @@ static void hand_over(struct way* way) {
   }
   if (chunk->length == 0) shutdown(way->to, SHUT_WR);
   free(chunk->bytes);
-  way->first = (way->first + 1) % MOST_CHUNKS;
+  way->first = (way->first + 1) % MAX_CHUNKS;
   --way->count;
 }
 
-/* The time of the earliest chunk of both ways; 0 where nothing is on its way. */
+/* The direction whose first chunk is due first; NULL if both are empty. */
 static struct way* earliest(struct way* up, struct way* down) {
   const struct chunk* const a = next_of(up);
   const struct chunk* const b = next_of(down);
@@ -107,7 +107,7 @@ static struct way* earliest(struct way* up, struct way* down) {
   return a->due <= b->due ? up : down;
 }
 
-/* Waits for bytes, at most until the earliest chunk is nearly due. */
+/* Waits for bytes, at most until the next chunk is nearly due. */
 static void await(struct way* up, struct way* down, struct pollfd* ends) {
   const struct way* const next = earliest(up, down);
   const long long awake = 100000;

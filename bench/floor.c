@@ -1,11 +1,10 @@
 /* floor SCRIPT <MESSAGE: does for one message what no autoresponder can leave out, and nothing
  * else.
  *
- * It reads the configuration and the password, spools standard input with a newline behind it, and
- * then goes through the script, in which a run of the program was recorded: connects through the
- * client library, sends the same statements and fetches their rows, writes the same files and runs
- * the same commands. Each entry of the script is a letter, two decimal lengths and the bytes of two
- * texts:
+ * It reads the configuration and the password, spools standard input with a newline added, and
+ * then replays the script, the record of a run of the program: connects through the client library,
+ * sends the same statements and fetches their rows, writes the same files and runs the same
+ * commands. Each entry of the script is a letter, two decimal lengths and the bytes of two texts:
  *
  *   S path          spool standard input to the path
  *   C               connect to the database
@@ -14,8 +13,8 @@
  *   X command       run a shell command
  *   U path          remove a file
  *
- * Built with GROUND and linked statically, the C library included, it is `ground`: it also leaves
- * out all of the client library's start that a local socket does not need. No program that connects
+ * Built with GROUND and linked statically, with the C library too, it is `ground`: it also skips
+ * all that a local socket does not need when the client library starts. No program that connects
  * through that library costs less.
  */
 #include <fcntl.h>
@@ -84,7 +83,7 @@ static void leave_out_what_is_not_needed(void) {
                           OPENSSL_INIT_NO_ADD_ALL_CIPHERS | OPENSSL_INIT_NO_ADD_ALL_DIGESTS |
                           OPENSSL_INIT_NO_ATEXIT,
                       NULL);
-  mysql_port = MYSQL_PORT; /* not looked up then; no shared library exports it */
+  mysql_port = MYSQL_PORT; /* saves its look-up; a shared client library does not export it */
 #endif
 }
 

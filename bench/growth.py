@@ -1,4 +1,4 @@
-"""What a run costs on larger and larger panels; run by bench/growth in the sandbox.
+"""What a run costs on a panel that grows; run by bench/growth in the sandbox.
 
     growth.py [--quick]
 """
@@ -17,7 +17,7 @@ from large_panel import (EMPTY, MANY_LOOKUPS, NAMES, OF_A_RULE, analyze, answere
 from loads import BUILD, ROOT, install, sandbox, switch, tell_seconds
 from plans import plans
 
-# The rows of the table are small, and the server should hold all of them.
+# The server should hold the whole table in memory.
 SERVER = ("--sql-mode=", "--innodb-buffer-pool-size=5G", "--innodb-log-file-size=2G", "--userstat=ON")
 DOMAIN = 100  # mailboxes of a domain
 TOLERANCE = 4  # rows of a run: the server may choose another index
@@ -77,7 +77,7 @@ class Growth:
         self.database.run(analyze())
 
     def bytes_of_limiter(self):
-        """Of its rows and their index."""
+        """Size of the limiter's table with its index."""
         return int(self.database.run("select data_length + index_length from information_schema.tables"
                                      " where table_schema='kem' and table_name='resp_freq'"))
 
@@ -95,8 +95,8 @@ class Growth:
 
 
 def measure_all(quick):
-    """The points of the three curves, the tables of statements and of cleaning, and how large a row
-    of the limiter is."""
+    """The points of the three curves, the tables of statements and of cleaning, and the size of a
+    row of the limiter."""
     growth = Growth(quick)
     points = {"mailboxes": [], "others": [], "own": []}
     sizes = {"mailboxes": [1, DOMAIN, 1000] + ([] if quick else [100000]),

@@ -1,4 +1,4 @@
-// Encoded words into UTF-8 and a subject into an encoded word, beside a copy.
+// Measures decoding encoded words, encoding a subject, and a copy.
 
 #include <glib.h>
 #include <initializer_list>

@@ -1,6 +1,5 @@
-// intake <MESSAGE: reads one message as the program does, and prints how long it took from the
-// first byte to the filled record, in seconds, how much of the processor both processes took, and
-// the most memory that was in use, in KiB.
+// intake <MESSAGE: reads one message as the program does, and prints the seconds from the first
+// byte to the filled record, the processor seconds of both processes, and the peak memory in KiB.
 
 #include <algorithm>
 #include <chrono>
@@ -16,8 +15,8 @@
 
 namespace {
 
-// A value of this process in KiB. Not from `getrusage`, which also tells of the program that was
-// this process before.
+// A value of /proc/self/status, in KiB. `getrusage` would include the memory of the program that
+// this process was before exec.
 long own_memory(const std::string& name) {
   std::ifstream status("/proc/self/status");
   long kib = 0;
@@ -33,7 +32,7 @@ struct rusage usage_of_reader() {
   return usage;
 }
 
-// The reader's memory counts the message too, which both share until the run lets go of it.
+// The reader's peak includes the message, which both processes share until the run releases it.
 long peak_memory() {
   return std::max(own_memory("VmHWM:"), usage_of_reader().ru_maxrss + own_memory("RssAnon:"));
 }

@@ -1,5 +1,5 @@
-"""A panel as a provider has it: domains of a hundred mailboxes, a tenth of them with a rule, an alias
-for every second mailbox and for every second domain. The names are the same in each domain."""
+"""A panel like a provider's: domains of a hundred mailboxes, a rule for every tenth mailbox, an
+alias for every second mailbox and every second domain. The names are the same in each domain."""
 
 import subprocess
 
@@ -9,12 +9,11 @@ from loads import PROGRAM
 NAMES = {"a mailbox": "box1@shop.example", "an alias": "sales1@shop.example",
          "a domain alias": "box1@shop.test", "an alias at a domain alias": "sales1@shop.test"}
 
-# How often a lookup by alias may read something for each mailbox of the domain: once for itself and
-# once for its alias, each in two lookups.
+# Rows that a lookup by alias may read for each mailbox of the domain: the mailbox and its alias, in
+# each of two lookups.
 MANY_LOOKUPS = 4
 
-# The rule's first sender comes before all others in the table, so that who reads the table from its
-# start meets that row first.
+# The first row of resp_freq is the measured rule's: whoever scans the table meets it first.
 EMPTY = """
 insert into misc values ('mysql41_compatible', 'true'), ('admin_email', 'hostmaster@panel.example');
 insert into clients (id, login, email) values (1, 'shop', 'grete@customer.example');
@@ -23,7 +22,7 @@ insert into resp_freq (rn_id, email, num) values (1, 'sender1@x.example', 1);
 
 DOMAIN_NAME = "concat(if(seq = 1, 'shop', concat('d', seq)), '.{}')"
 
-# Mailbox n is the next one of domain (n - 1) div 100 + 1.
+# Mailbox n is in domain (n - 1) div 100 + 1.
 MAILBOXES = """
 insert into domains (id, name, cl_id)
   select seq, {domain}, 1 from seq_1_to_1000000 where seq between ({low} + 99) div 100 + 1
@@ -42,7 +41,7 @@ insert into mail_resp (id, mn_id, key_where, resp_on, text, ans_freq, mem_limit)
   from seq_1_to_1000000 where seq between {low} + 1 and {high} and seq mod 10 = 1;
 """
 
-# So many senders each other rule has answered; this is the limiter's own limit where none is set.
+# Senders that each other rule has answered: the default of mem_limit.
 OF_A_RULE = 1000
 
 ANSWERED = """
@@ -53,13 +52,14 @@ insert into resp_freq (rn_id, email, num)
 
 
 def mailboxes(low, high):
-    """Statements that make `high` mailboxes of `low`."""
+    """Statements that grow the panel from `low` to `high` mailboxes."""
     return MAILBOXES.format(low=low, high=high, domain=DOMAIN_NAME.format("example"),
                             alias=DOMAIN_NAME.format("test"))
 
 
 def answered_by_others(low, high):
-    """Statements that make so many rows of other rules, in the order of their key."""
+    """Statements that grow the rows of other rules from `low` to `high`, in the order of their
+    key."""
     if high == low:
         return "do 0;"
     return ANSWERED.format(rule=f"seq div {OF_A_RULE} + 2", first=low + 1, last=high)
@@ -74,7 +74,7 @@ def answered_by_own(low, high):
 
 
 def analyze():
-    """So that the server knows of the new rows, as it soon does by itself."""
+    """Updates the server's statistics, as it would soon do itself."""
     return ("analyze table domains, domainaliases, mail, mail_aliases, mail_resp, resp_freq,"
             " resp_forward, resp_attach;")
 

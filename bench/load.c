@@ -1,9 +1,9 @@
-/* load SECONDS AT_ONCE MAILBOXES MESSAGES DIRECTORY PROGRAM: keeps so many deliveries at work for
- * so many seconds; each that ends is followed by the next one at once. Delivery n goes to mailbox
- * n % MAILBOXES + 1, with the file DIRECTORY/(n % MESSAGES) as its message, and appends what it
- * says to DIRECTORY/said. Prints how many ended in that time; seconds; processor seconds of all
- * that were started; median, 99th percentile and longest of their milliseconds; how many ended with
- * another status than 0. */
+/* load SECONDS AT_ONCE MAILBOXES MESSAGES DIRECTORY PROGRAM: runs AT_ONCE deliveries at a time
+ * for SECONDS; when one ends the next one starts. Delivery n goes to mailbox n % MAILBOXES + 1,
+ * with the file DIRECTORY/(n % MESSAGES) as its message, and appends its diagnostics to
+ * DIRECTORY/said. Prints the number of deliveries; seconds; their processor seconds; the median,
+ * 99th percentile and longest of their milliseconds; and how many ended with another status than
+ * 0. */
 #define _GNU_SOURCE
 #include <fcntl.h>
 #include <spawn.h>
@@ -14,7 +14,7 @@
 #include <time.h>
 #include <unistd.h>
 
-enum { MOST_AT_ONCE = 1000, MOST_DELIVERIES = 1000000 };
+enum { MAX_AT_ONCE = 1000, MAX_DELIVERIES = 1000000 };
 
 struct Slot {
   pid_t process;
@@ -30,8 +30,8 @@ struct Plan {
   const char* program;
 };
 
-static struct Slot slots[MOST_AT_ONCE];
-static double latencies[MOST_DELIVERIES];
+static struct Slot slots[MAX_AT_ONCE];
+static double latencies[MAX_DELIVERIES];
 
 static double now(void) {
   struct timespec time;
@@ -102,7 +102,7 @@ static void run(const struct Plan* plan) {
     struct rusage usage;
     struct Slot* const slot = slot_of(wait4(-1, &status, 0, &usage), plan->at_once);
     const double end = now();
-    if (ended == MOST_DELIVERIES) exit(1);
+    if (ended == MAX_DELIVERIES) exit(1);
     latencies[ended++] = end - slot->start;
     seconds = end - begin;
     used += seconds_of(&usage);
@@ -121,7 +121,7 @@ int main(int count, char** arguments) {
   if (count != 7) return 2;
   const struct Plan plan = {atof(arguments[1]), atoi(arguments[2]), atol(arguments[3]),
                             atol(arguments[4]), arguments[5],       arguments[6]};
-  if (plan.at_once < 1 || plan.at_once > MOST_AT_ONCE || plan.mailboxes < 1 || plan.messages < 1)
+  if (plan.at_once < 1 || plan.at_once > MAX_AT_ONCE || plan.mailboxes < 1 || plan.messages < 1)
     return 2;
   run(&plan);
   return 0;

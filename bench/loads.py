@@ -22,10 +22,10 @@ SAID = MESSAGES / "said"
 SENDMAIL_TIMES = sandbox.HOME / "sendmail-times"
 SHARES = sandbox.HOME / "shares"
 TICKS = os.sysconf("SC_CLK_TCK")
-# No common factor with a number of mailboxes, so that a mailbox gets each message in turn.
+# Has no factor in common with a number of mailboxes: each mailbox gets each message in turn.
 SENDERS = 4999
 
-# The server as it is installed, but for what the sandbox needs.
+# The sizes of Debian's server; those of the sandbox are smaller.
 SERVER = ("--sql-mode=", "--innodb-buffer-pool-size=128M", "--innodb-log-file-size=96M",
           "--key-buffer-size=128M")
 
@@ -43,17 +43,17 @@ insert into mail_resp (id, mn_id, key_where, resp_on, text, ans_freq, mem_limit)
 
 
 class Load(NamedTuple):
-    """What a time under load has given. Shares are processor seconds for each second."""
+    """Figures of a time under load. Shares are processor seconds per second."""
     rate: float            # deliveries in a second
     median: float          # milliseconds of one
     slow: float            # milliseconds, the 99th percentile
-    lost: float            # the part of the deliveries that ended without a reply
+    lost: float            # the part of the deliveries that gave no reply
     connections: int       # at once, by the server's own count
     statements: float      # of one delivery
     runs: float            # share of program, reader, shell and sendmail together
     server: float          # share of the database server
     idle: float
-    all: float             # the same as the machine has processors
+    all: float             # the number of processors
 
 
 class Shares(NamedTuple):
@@ -130,7 +130,7 @@ def sent():
 
 
 def load(database, seconds, at_once, mailboxes, may_lose=False):
-    """Delivers for so many seconds; fails where a delivery gave no reply, unless that is the point."""
+    """Delivers for `seconds`; fails where a delivery gave no reply, unless `may_lose`."""
     database.run("flush status")
     before = counters(database)
     ended, taken, used, median, slow, _, failed = deliver(seconds, at_once, mailboxes)
@@ -140,15 +140,15 @@ def load(database, seconds, at_once, mailboxes, may_lose=False):
         sys.exit(f"{lost:.0f} of {ended:.0f} deliveries gave no reply, {failed:.0f} failed:"
                  f" {SAID.read_text()[:300]}")
     return Load(ended / taken, median, slow, lost / ended, status(database, "Max_used_connections"),
-                # The end of a connection counts as one.
+                # The end of a connection counts as a statement.
                 (after.questions - before.questions) / ended - 1, used / taken,
                 (after.server - before.server) / taken, (after.idle - before.idle) / taken,
                 (after.all - before.all) / taken)
 
 
 def tell_seconds(database, seconds):
-    """One delivery after another to one mailbox from one sender: the median of a run's seconds, and
-    the seconds that the server works for it."""
+    """Delivers one message after another to one mailbox from one sender. Returns the median seconds
+    of a run, and the seconds that the server works for it."""
     database.run("flush user_statistics")
     ended, _, _, median, *_ = deliver(seconds, 1, 1, senders=1)
     if ended != sent():
@@ -159,7 +159,7 @@ def tell_seconds(database, seconds):
 
 
 def shares(seconds, at_once, mailboxes):
-    """Of runs that note what their parts use, which costs them a little more."""
+    """What each part of a run uses; noting it costs the runs a little."""
     ended, _, used, *_ = deliver(seconds, at_once, mailboxes, TOOLS / "libshares.so")
     notes = [line.split() for line in SHARES.read_text().splitlines()]
     reader, command = (sum(int(used) for name, used in notes if name == what) / 1e6

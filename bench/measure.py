@@ -1,9 +1,9 @@
-"""The program against the floor and the ground, and the intake's rates, as tables; run by bench/run in
-the sandbox.
+"""Compares the program with the floor and the ground, and measures the intake; prints tables. Run
+by bench/run in the sandbox.
 
     measure.py [--quick | --compare]
 
---compare only holds what the others do against what the program does.
+--compare only checks that the others do what the program does.
 """
 
 import argparse

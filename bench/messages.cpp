@@ -1,5 +1,5 @@
-// The message stand-in on its worst material: many fields, parts, addresses and parameters; beside
-// a copy of the message and a search for its line ends.
+// Measures the message library on its worst input: many fields, parts, addresses and parameters;
+// and a copy of the message and a search for its line ends.
 
 #include <cstring>
 #include <memory>

@@ -6,8 +6,8 @@ import marked
 from large_panel import NAMES, run
 from loads import switch
 
-# Everything that a rule can ask for: forwarding, an attachment that is missing, and its owner; and a
-# limit on remembered senders that is reached.
+# A rule that does everything: it forwards, lacks an attachment and tells the owner, and reaches its
+# limit on remembered senders.
 RULE = """
 insert into resp_forward (rn_id, address) values (1, 'ben@colleague.example');
 insert into resp_attach (rn_id, filename) values (1, 'list.txt');
@@ -27,7 +27,7 @@ update mail_resp set mem_limit=1000000 where id=1;
 
 
 def statements(database):
-    """The statements of two runs with both switches on, without those that differ in a value only."""
+    """The statements of two runs with both switches on, one of each form."""
     switch(repairs=True, courtesy=True)
     database.run(RULE)
     try:

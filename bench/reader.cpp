@@ -1,6 +1,6 @@
 // reader: prints what the process that takes messages apart costs for a plain message: the median
 // times, in milliseconds, from its start to its answer and from there to its end.
-// reader once: starts one and lets it end in its own time.
+// reader once: starts one, and lets it end by itself.
 
 #include "autoresponder/reader/reader.h"
 

@@ -1,5 +1,5 @@
-// Preloaded into the program, writes what it does to the outside as the script that `floor` goes
-// through, to the file that FLOOR_SCRIPT names.
+// Preloaded into the program: records what it does outside itself as a script for `floor`, in the
+// file that FLOOR_SCRIPT names.
 
 #include <cstdio>
 #include <cstdlib>
@@ -20,8 +20,8 @@ Function next(const char* name) {
   return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
-// The reply that the program made last, and whether a command has not yet touched it. A command may
-// run in a child process: what that notes here its parent sees.
+// The last response file, and whether no command has used it yet. In shared memory, because a
+// command may run in a child process.
 struct Reply {
   bool is_new;
   char path[64];
@@ -33,13 +33,14 @@ Reply& reply() {
   return *shared;
 }
 
-// The client library calls its own functions too.
+// Whether a call comes from the client library itself.
 bool& is_inside() {
   static bool inside = false;
   return inside;
 }
 
-// With one call, so that entries of a child process stay whole; each text ends in a NUL.
+// Writes an entry by one call, so that entries of two processes do not mix. Each text ends in a
+// NUL.
 void record(char what, std::string_view first, std::string_view second) {
   std::string entry(1, what);
   entry += std::to_string(first.size()) + " " + std::to_string(second.size()) + " ";
@@ -54,7 +55,8 @@ std::string content_of(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-// What the program itself wrote to a reply stands there when a command first touches it.
+// Records the reply when a command first uses it: until then only the program itself has written to
+// it.
 void record_file_for(std::string_view command) {
   if (!reply().is_new || command.find(reply().path) == std::string_view::npos) return;
   record('W', reply().path, content_of(reply().path));

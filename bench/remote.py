@@ -26,7 +26,7 @@ DATA = BUILD / "remote"
 ROUND_TRIPS = [0.2, 1, 5]  # in milliseconds
 OF_CONNECTION = 3  # TCP, the server's greeting, the password
 TOLERANCE = 0.15
-# Rounds, and how often they are repeated at most where time and number do not agree.
+# Rounds, and the attempts to make time and number agree.
 QUICK, FULL = (8, 12), (40, 4)
 
 PLOT = """
@@ -49,7 +49,7 @@ class Path:
         self.lines = lines
 
     def use(self):
-        """From here on the program's socket leads this way."""
+        """Makes the program's socket lead this way."""
         new = sandbox.SOCKET.with_name("new")
         new.symlink_to(self.socket)
         os.replace(new, sandbox.SOCKET)
@@ -90,7 +90,7 @@ def paths():
     haproxy({" check inter 2s fall 5 rise 2": ""}, near)
     delayed = [with_delay(milliseconds, 4000 + number)
                for number, milliseconds in enumerate(ROUND_TRIPS)]
-    time.sleep(0.5)  # for the connections that only tried whether somebody listens
+    time.sleep(0.5)  # until the connections that tested the sockets have ended
     return [directly, Path("proxy, near", near), *delayed]
 
 
@@ -114,7 +114,7 @@ def set_up(panel, case):
 
 
 def count(panel, path):
-    """Table of the round trips of each case, and their numbers by its name."""
+    """A table of each case's round trips, and the numbers by the case's name."""
     path.use()
     rows = ["| run | statements | round trips |", "| --- | --- | --- |"]
     counts = {}
@@ -130,7 +130,7 @@ def count(panel, path):
 
 
 def measure(case, ways, rounds, times):
-    """Adds the milliseconds of each round to those of each path; its first run is not counted."""
+    """Adds the milliseconds of each round to those of each path. The first round is not counted."""
     for number in range(rounds + 1):
         for way in ways[::-1] if number % 2 else ways:
             way.use()
@@ -140,8 +140,8 @@ def measure(case, ways, rounds, times):
 
 
 def measure_until_it_agrees(panel, case, ways, effort, count):
-    """Milliseconds of the runs, by the name of the path. A busy machine gets more rounds, so that one
-    run of each kind finds it idle."""
+    """Milliseconds of the runs, by the name of the path. On a busy machine it takes more rounds,
+    until one run of each kind was undisturbed."""
     set_up(panel, case)
     times = {way.name: [] for way in ways}
     rounds, attempts = effort
@@ -154,8 +154,8 @@ def measure_until_it_agrees(panel, case, ways, effort, count):
 
 
 def slope(times):
-    """Milliseconds for each millisecond of a round trip, from the fastest run of the shortest and of
-    the longest one: whatever else the machine does makes runs slower only."""
+    """Milliseconds for each millisecond of round trip, from the fastest runs with the shortest and
+    with the longest: other load only makes runs slower."""
     short, long = ROUND_TRIPS[0], ROUND_TRIPS[-1]
     return (min(times[f"{long} ms"]) - min(times[f"{short} ms"])) / (long - short)
 
@@ -194,7 +194,7 @@ def draw(results, counts):
 
 
 def section(name):
-    """What the guide has between the two marks of a table."""
+    """What the guide has between the marks of a table."""
     begin, end = f"<!-- {name}: written by bench/remote. -->\n", f"<!-- End of {name}. -->"
     return re.compile(f"(?<={begin}).*?(?={end})", re.S)
 
@@ -220,7 +220,7 @@ def main():
     effort = QUICK if quick else FULL
     panel = Panel(RemoteDatabase)
     panel.reset()
-    subprocess.run(["umount", "/usr/bin/dash"], check=True)  # the shell that takes notes
+    subprocess.run(["umount", "/usr/bin/dash"], check=True)  # the shell that records commands
     sandbox.SOCKET.parent.mkdir(parents=True, exist_ok=True)
     ways = paths()
     counted, counts = count(panel, ways[2])

@@ -1,4 +1,4 @@
-"""Single runs of the program and of what it is held against, on one panel, and what they cost."""
+"""Single runs of the program and of what it is compared with, on one panel, and what they cost."""
 
 import json
 import os
@@ -29,7 +29,8 @@ COMMANDS = {
 }
 ENVIRONMENT = {"PATH": "/usr/bin:/bin", "RECIPIENT": RECIPIENT}
 
-# A small process of its own, so that what it starts is not charged with what this one holds.
+# Starts the measured program from a small process: the peak memory of a child is at least that of
+# the process that starts it.
 PEAK = """
 import os, sys
 pid = os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ)
@@ -95,7 +96,7 @@ class Bench:
                                      f"{what} of the {name}: {str(its)[:2000]}")
 
     def lighten(self):
-        """From here on the real shell runs, and sendmail takes next to no time."""
+        """Gives up the shell that records commands."""
         subprocess.run(["umount", "/usr/bin/dash"], check=True)
 
     def use_sink(self):
@@ -105,11 +106,11 @@ class Bench:
         self.reset()
         result = self.run(["/usr/bin/valgrind", "--tool=callgrind",
                            "--callgrind-out-file=/dev/null", *command])
-        # A process that it forks reports too, and earlier.
+        # The process that it forks reports too, and earlier.
         return int(re.findall(rb"Collected : (\d+)", result.stderr)[-1])
 
     def instructions_of_reader(self):
-        """Of the process that takes the message apart, from its start on."""
+        """Those of the process that takes the message apart, from its start."""
         result = self.run(["/usr/bin/valgrind", "--tool=callgrind", "--zero-before=confine*",
                            "--callgrind-out-file=/dev/null", TOOLS / "reader", "once"])
         return int(re.findall(rb"Collected : (\d+)", result.stderr)[0])
@@ -152,11 +153,11 @@ class Rounds:
         return 1000 * statistics.median(result[name][0] for result in self.results)
 
     def walls(self, name):
-        """Wall time over the floor's, least first."""
+        """Wall time / the floor's, sorted."""
         return sorted(result[name][0] / result["floor"][0] for result in self.results)
 
     def cpu(self, name):
-        """Processor time over the floor's."""
+        """Processor time / the floor's."""
         return statistics.median(result[name][1] / result["floor"][1] for result in self.results)
 
 

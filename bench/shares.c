@@ -1,5 +1,6 @@
-/* Preloaded into the program: appends to a file how much processor time the process that takes the
- * message apart has used ("reader"), and each command of the shell ("command"), in microseconds. */
+/* Preloaded into the program: appends to a file how many microseconds of processor time the
+ * process that takes the message apart has used ("reader"), and each command of the shell
+ * ("command"). */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-/* Stands in for sendmail: takes a mail and forgets it. */
+/* In place of sendmail: reads a mail and discards it. */
 #include <unistd.h>
 
 int main(void) {

@@ -1,4 +1,4 @@
-// The template engine on a subject's template and on a long one, beside a copy.
+// Measures the template engine on a subject's template and on a long one, and a copy.
 
 #include "support/templates.h"
 

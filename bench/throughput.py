@@ -18,7 +18,7 @@ from runs import os_description
 
 MAILBOXES = 200
 AT_ONCE = (1, 2, 4, 8, 20, 50)
-REFERENCE = 8  # at once, where the processors have no pause
+REFERENCE = 8  # at once: enough to keep the processors busy
 ONDISK = BUILD / "data-on-disk"
 
 PLOT = """
@@ -68,7 +68,7 @@ class Measures:
         self.start()
 
     def start(self, *options):
-        """Another server, with an empty panel of all mailboxes."""
+        """Starts a server with all mailboxes and no remembered sender."""
         self.database = sandbox.Database(*SERVER, *options)
         self.database.load("tables.sql")
         self.database.run(OWNER + BOXES.format(MAILBOXES))
@@ -78,7 +78,7 @@ class Measures:
         shutil.rmtree(sandbox.DATA)
 
     def prepare(self, repairs=False, remembered=0, mem_limit=1000000, rules=True):
-        """Switches and tables before a round. Without rules those are of other mailboxes."""
+        """Sets switches and tables for a round. `rules` False: the mailboxes have no rules."""
         switch(repairs=repairs)
         self.database.run(
             f"truncate resp_freq; update mail_resp set mem_limit={mem_limit} where id=1;"
@@ -133,13 +133,13 @@ PARTS = ["program", "reader", "shell", "sendmail", "database server", "other", "
 
 
 def measure_shares(measures, rates):
-    """Of all processor time at each number at once, in percent."""
+    """Shares of all processor time for each number at once, in percent."""
     rows = []
     for at_once in AT_ONCE:
         measures.prepare()
         parts = shares(measures.seconds, at_once, MAILBOXES)
         one = rates["reply", at_once]
-        # What the parts use of a run, scaled to the runs that do not note it.
+        # The shares of the parts, applied to the runs that do not note them.
         of_runs = [one.runs * part / sum(parts) for part in parts]
         other = one.all - one.idle - one.runs - one.server
         seconds = [*of_runs, one.server, max(other, 0), one.idle]
@@ -150,7 +150,7 @@ def measure_shares(measures, rates):
 
 
 def measure_one_rule(measures):
-    """All deliveries at one rule, which remembers so many senders."""
+    """Deliveries at one rule that remembers many senders, or at many rules."""
     cases = [{"at_once": 8, "mailboxes": mailboxes, "repairs": repairs, "remembered": remembered,
               "mem_limit": limit, "may_lose": True}
              for mailboxes, remembered, limit in ((MAILBOXES, 0, 1000000), (1, 0, 1000000),
@@ -187,7 +187,7 @@ DISKS = [("memory", sandbox.DATA, "0"), ("a disk", ONDISK, "0"), ("a disk", ONDI
 
 
 def measure_disk(measures):
-    """What it costs that each commit waits for the disk. Leaves a server in memory."""
+    """The cost of commits that wait for the disk. Leaves a server in memory."""
     rows = []
     for where, directory, flush in DISKS:
         measures.stop()
@@ -208,12 +208,12 @@ def measure_disk(measures):
 
 
 def measure_connections(measures):
-    """20 at once at a server that takes fewer connections."""
+    """20 at once on a server that takes few connections."""
     rows = []
-    for most in (10, 15, 20, 22):
-        measures.database.restart(f"--max-connections={most}")
+    for max_connections in (10, 15, 20, 22):
+        measures.database.restart(f"--max-connections={max_connections}")
         one = measures.load(20, may_lose=True)
-        rows.append([most, f"{one.rate:.0f}", f"{100 * one.lost:.1f} %"])
+        rows.append([max_connections, f"{one.rate:.0f}", f"{100 * one.lost:.1f} %"])
     return marked.table(["max_connections", "deliveries/s", "without a reply"], rows)
 
 

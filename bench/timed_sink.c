@@ -1,6 +1,6 @@
-/* Stands in for sendmail: takes a mail and forgets it, but appends to a file how much processor
- * time this process had used before it became sendmail (as the shell) and how much in all, in
- * microseconds. */
+/* In place of sendmail: reads a mail and discards it. Appends to a file how many microseconds of
+ * processor time this process had used before it became sendmail, as the shell, and how many in
+ * all. */
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/resource.h>

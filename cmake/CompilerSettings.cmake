@@ -9,11 +9,11 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 
-# Errors only in the builds that we and CI use, by CMAKE_COMPILE_WARNING_AS_ERROR in the presets: for
-# others a newer compiler, which warns of more, must not stop the build.
+# Warnings become errors only in the presets (CMAKE_COMPILE_WARNING_AS_ERROR): the additional
+# warnings of a newer compiler must not break other builds.
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  add_compile_options(-Wno-restrict)  # g++ 12 sees an overlap in operator+ of strings that is none
+  add_compile_options(-Wno-restrict)  # g++ 12 falsely sees an overlap in operator+ of strings
 endif()
 
 if(WITH_SANITIZERS)
@@ -21,13 +21,13 @@ if(WITH_SANITIZERS)
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
 else()
-  # Not -fcf-protection: the start files of Debian 12 are built without it, and then the linker leaves
-  # it out of the program.
+  # Not -fcf-protection: the start files of Debian 12 lack it, so the linker would drop it for the
+  # whole program.
   add_compile_options(-fstack-protector-strong -fstack-clash-protection -D_GLIBCXX_ASSERTIONS)
   # Fortified calls need an optimising build.
   add_compile_options($<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>
                       $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=3>)
 endif()
-# What a program does not use of a library it neither carries nor looks up at its start.
+# Lets the linker drop functions and data that a program does not use.
 add_compile_options(-ffunction-sections -fdata-sections)
 add_link_options(-Wl,-z,relro,-z,now -Wl,-z,noexecstack)

@@ -1,20 +1,20 @@
-# What `cmake --install` puts below CMAKE_INSTALL_PREFIX, in two components: `program`, and `library`,
-# of which support/install/ has most. /etc/kem belongs to the panel: nothing here touches it.
+# What `cmake --install` puts below CMAKE_INSTALL_PREFIX, in two components: `program`, and
+# `library`, most of which is in support/install/. /etc/kem belongs to the panel: nothing here
+# touches it.
 set(KEM_MAIL_GROUP vmail CACHE STRING
     "Primary group of the mail server's deliveries, the only one that may run the autoresponder")
 set(KEM_PACKAGE kem-autoresponder)
 set(KEM_LIBRARY_PACKAGE kem-support-dev)
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME program)
 
-# Closed to everybody but root until its group is set: it must not be setuid with a wrong one for a
-# moment.
+# Only root may run it until its group is set: it must never be setuid with a wrong group.
 install(TARGETS autoresponder_program RUNTIME DESTINATION sbin
         PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE)
 configure_file(${CMAKE_SOURCE_DIR}/cmake/OpenToDeliveries.cmake.in
                ${CMAKE_BINARY_DIR}/OpenToDeliveries.cmake @ONLY)
 install(SCRIPT ${CMAKE_BINARY_DIR}/OpenToDeliveries.cmake)
 
-# Runs as who starts it, who must be root to be of use.
+# Not setuid: it is for root.
 install(TARGETS explain_program RUNTIME DESTINATION sbin)
 
 foreach(section 5 8)

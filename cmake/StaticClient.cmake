@@ -1,6 +1,6 @@
-# STATIC_CLIENT: what to link for a client library that a program brings along, with the TLS and the
-# compression that it needs; empty where there is no static one. Not the C library: it loads modules
-# that have to be of its own version.
+# Sets STATIC_CLIENT to the static libraries of the database client, its TLS and its compression;
+# empty if one is missing. The C library stays shared: it loads modules that have to be of its own
+# version.
 set(STATIC_CLIENT)
 foreach(name ${MARIADB_STATIC_LIBRARIES})
   if(name MATCHES "^(dl|m|pthread)$")

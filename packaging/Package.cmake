@@ -1,5 +1,5 @@
-# `cpack -G DEB`: the installation as two Debian packages, the program and the library for programs
-# elsewhere. Manual pages and documents are where Debian looks for them, all other files below
+# `cpack -G DEB`: installs into two Debian packages, one of the program and one of the library for
+# other programs. Manual pages and documents are where Debian looks for them, all other files below
 # CMAKE_INSTALL_PREFIX.
 set(package_dir ${CMAKE_BINARY_DIR}/package)
 foreach(file postinst postrm ${KEM_PACKAGE}.lintian-overrides ${KEM_LIBRARY_PACKAGE}.lintian-overrides)
@@ -31,7 +31,7 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME ${KEM_PACKAGE})
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION mail)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
-# What it runs besides sed and the shell, which every system has, and what it loads by itself.
+# What it starts, besides sed and the shell, which every system has; and what it loads itself.
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "sharutils, ${loaded_package}")
 set(CPACK_DEBIAN_PROGRAM_DESCRIPTION "mail autoresponder of a hosting panel with qmail
 The mail server's delivery runs it once per message. It finds the mailbox

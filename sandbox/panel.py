@@ -69,7 +69,7 @@ def write_shadow(password=PASSWORD):
 def write_sendmail(script=SENDMAIL):
     program = QMAIL / "bin" / "sendmail"
     program.parent.mkdir(parents=True, exist_ok=True)
-    program.unlink(missing_ok=True)  # a link would lead out of here
+    program.unlink(missing_ok=True)  # do not write through a link
     program.write_text(script)
     program.chmod(0o755)
     (QMAIL / "control").mkdir(exist_ok=True)
@@ -111,7 +111,7 @@ def store(domain="shop.example", mail_name="info"):
 
 
 def _make_template():
-    # Made in a directory of its own and renamed, so that two runs at once do not meet.
+    # Made under another name and renamed: two runs may do this at once.
     if TEMPLATE.exists():
         return
     TEMPLATE.parent.mkdir(parents=True, exist_ok=True)
@@ -131,7 +131,7 @@ class Database:
 
     socket = SOCKET
     network = ["--skip-networking"]
-    enter = []  # a command that starts the server elsewhere
+    enter = []  # a command in whose arguments the server is started
 
     def __init__(self, *options):
         self.options = options
@@ -142,7 +142,7 @@ class Database:
         self.start()
 
     def restart(self, *more_options):
-        """Shuts the server down in order and starts it with further options for this time."""
+        """Shuts the server down and starts it again, this once with further options."""
         self.process.terminate()
         self.process.wait()
         self.start(*more_options)
@@ -185,7 +185,7 @@ class Database:
         return result.stdout.decode()
 
     def load(self, *files):
-        """Makes the panel's database anew from files of `schema/`."""
+        """Recreates the panel's database from files of `schema/`."""
         self.run("drop database if exists kem; create database kem character set utf8mb4;"
                  f"create user if not exists 'admin'@'localhost' identified by '{PASSWORD}';"
                  "grant all on kem.* to 'admin'@'localhost';", database="mysql")

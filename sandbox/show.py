@@ -54,7 +54,7 @@ def main():
 
 
 if __name__ == "__main__":
-    signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # as any other program in front of `head`
+    signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # ends quietly when piped into `head`
     try:
         main()
     except KeyboardInterrupt:

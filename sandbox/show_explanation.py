@@ -1,5 +1,5 @@
-"""Asks autoresponder-explain inside the sandbox: what the arguments say, or without arguments about
-the message on standard input."""
+"""Runs autoresponder-explain inside the sandbox with the given arguments, or without any on the
+message on standard input."""
 
 import subprocess
 import sys

@@ -1,9 +1,9 @@
--- What the panel's tables need besides on a MariaDB Galera cluster; load it after tables.sql. No
--- statement of the panel has to change: the keys are invisible, so that "select *" and "insert into …
--- values (…)" do not meet them. docs/scaling.md says what goes wrong without.
+-- Additions to the panel's tables for a MariaDB Galera cluster; load them after tables.sql. The
+-- keys are invisible: "select *" and "insert into … values (…)" do not see them, so the panel's
+-- statements stay as they are. docs/scaling.md says what goes wrong without these keys.
 --
--- The keys belong to the rows and not to what is in them: a unique key over rule and sender would make
--- one of two runs at the same time fail at its insert, and that run would not answer.
+-- They number the rows. With a unique key over rule and sender instead, of two runs at the same
+-- time one would fail at its insert and send no reply.
 
 alter table resp_freq
   add row_id bigint unsigned not null auto_increment primary key invisible;
@@ -14,9 +14,9 @@ alter table resp_attach
 alter table dns_recs
   add row_id bigint unsigned not null auto_increment primary key invisible;
 
--- Rows that are inserted on two nodes at once never are the same row, so the nodes do not see that both
--- runs count a sender's first reply. Therefore each insert also writes a row that all inserts of its
--- rule have in common: of two at once one fails with error 1213, and a run with repairs repeats it.
+-- Two nodes that insert a sender's first reply at once insert two different rows: the nodes see no
+-- conflict, and the sender has two rows. Therefore each insert also changes a row that all inserts
+-- of its rule share: then one of the two fails with error 1213, and a run with repairs repeats it.
 create table resp_freq_turn (
   slot  tinyint unsigned not null primary key,  -- rule modulo 64
   turns bigint unsigned not null default 0      -- inserts so far

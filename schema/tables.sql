@@ -2,9 +2,9 @@
 -- file states what the program relies on. All values are read as text.
 
 -- Panel-wide settings. The program reads:
---   mysql41_compatible  "SET NAMES utf8" when set to anything but "false", else "SET NAMES binary"
+--   mysql41_compatible  "SET NAMES utf8" if set to anything but "false", otherwise binary
 --   admin_email         envelope sender and From of notifications
---   FullHostName        stands behind "root@" where admin_email is empty
+--   FullHostName        follows "root@" where admin_email is empty
 create table misc (
   param varchar(255) not null primary key,
   val   text
@@ -14,7 +14,7 @@ create table misc (
 create table clients (
   id    int unsigned not null auto_increment primary key,
   login varchar(255) not null,
-  pname varchar(255),           -- personal name; the login stands in where it is empty
+  pname varchar(255),           -- personal name; where it is empty the login is used
   email varchar(255)            -- no notification where it is empty
 );
 
@@ -24,8 +24,8 @@ create table domains (
   cl_id int unsigned not null   -- clients.id
 );
 
--- Other names of a domain; they count for mail where `mail` is 'true'. A message to a domain alias
--- is looked up by `name`; AUTORESPONDER_COURTESY asks for all names of a domain.
+-- Other names of a domain; they take mail where `mail` is 'true'. A message to a domain alias is
+-- looked up by `name`; AUTORESPONDER_COURTESY asks for all names of a domain.
 create table domainaliases (
   id     int unsigned not null auto_increment primary key,
   dom_id int unsigned not null, -- domains.id
@@ -43,8 +43,8 @@ create table mail (
   unique (dom_id, mail_name)
 );
 
--- Other local parts of a mailbox. To find an alias of a domain the server goes from the mailboxes
--- of the domain to their aliases, or from all aliases of that name to their mailboxes. Which is
+-- Other local parts of a mailbox. To find one the server goes either from the mailboxes of the
+-- domain to their aliases, or from all aliases of that name to their mailboxes. Which way is
 -- shorter depends on the panel: a domain may have many mailboxes, and many domains an alias "info".
 create table mail_aliases (
   id    int unsigned not null auto_increment primary key,
@@ -81,15 +81,15 @@ create table resp_freq (
   key (rn_id, email)
 );
 
--- Forwarding addresses of a rule. Without AUTORESPONDER_REPAIRS they reach the shell bare: whoever
--- writes them must check them.
+-- Forwarding addresses of a rule. Without AUTORESPONDER_REPAIRS they reach the shell without
+-- quotes: whoever writes them must check them.
 create table resp_forward (
   rn_id   int unsigned not null,              -- mail_resp.id
   address varchar(255),
   key (rn_id)
 );
 
--- Attachments of a rule: names of files in <mail names directory>/<domain>/<mail name>/@attachments.
+-- Attachments of a rule: names of files in QMAIL_MAILNAMES_D/<domain>/<mail name>/@attachments.
 create table resp_attach (
   rn_id    int unsigned not null,             -- mail_resp.id
   filename varchar(255),

@@ -8,8 +8,8 @@
 
 #include <iconv.h>
 
-/// Converts the whole of `text` by iconv alone, with a "?" for each byte that it rejects. Returns
-/// nothing if iconv does not know a name or the conversion fails.
+/// Converts `text` by iconv alone, with a "?" for each byte that it rejects. Returns nothing if
+/// iconv does not know a name or the conversion fails.
 ///
 /// The output buffer is so large that it never fills up, because some converters of this C library
 /// hang on a full one. Only a name with a suffix gets the program's buffer size: what "//IGNORE"

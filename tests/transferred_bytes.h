@@ -8,7 +8,7 @@
 #include "autoresponder/reader/reader_failure.h"
 #include "autoresponder/reader/transfer.h"
 
-/// Gives these bytes to a `Receiver`, and fails where it wants more.
+/// Gives these bytes to a `Receiver`; fails if it wants more.
 inline ByteSource source_of(std::string bytes) {
   return [bytes = std::move(bytes), at = size_t{0}](char* to, size_t length) mutable {
     if (length > bytes.size() - at) throw ReaderFailure();

@@ -92,7 +92,7 @@ def print_answered(ground, peers):
 
 
 def triggers(ground, peers):
-    """Who finds a word of the text, for a rule that asks for it; others have no such condition."""
+    """Whether each peer finds a word of the text; peers without conditions cannot look."""
     encoded = {"in base64": ("base64", "utf-8", base64.encodebytes),
                "in quoted-printable, ISO-8859-1": ("quoted-printable", "iso-8859-1",
                                                    quopri.encodestring)}

@@ -17,7 +17,7 @@ from answers import NoReply, message, print_answered, print_replies, print_table
 from bars import draw
 from claims import require_claims
 from peers import INPUT, Ground
-# These are found because of `peers`.
+# Importing `peers` has put their folders on the path.
 from cases import KILOBYTE, LINE, MEGABYTE, filled
 from conftest import real_root
 from runs import TOOLS, os_description
@@ -71,7 +71,7 @@ def seconds(process):
     """Processor time of a process and of the children that it waited for."""
     try:
         children = sum(map(int, stat(process)[13:15])) / os.sysconf("SC_CLK_TCK")
-        # The clock of a process counts in nanoseconds, what is known of its children in ticks.
+        # Nanoseconds for the process itself, ticks for its children.
         return time.clock_gettime(~process << 3 | 2) + children
     except OSError:  # it has ended, and its parent counts it
         return 0
@@ -220,7 +220,7 @@ def require_replies(ground):
 def tell(ground):
     """Prints what the peers do with other messages, and what they send."""
     ground.answer()
-    # What these two do is what the one before them does.
+    # These two answer as the peer before them in the list.
     peers = [peer for peer in ground.peers
              if peer.name not in ("autoresponder, static client", "dovecot lmtp, Sieve")]
     print_answered(ground, peers)

@@ -1,6 +1,6 @@
-/* deliver USER FILE COMMAND [ARGUMENT...]: becomes the command, as the user and the group of that
- * number, with the file as its standard input. This is how a mail server starts what a mailbox's
- * user has in the delivery. Linked statically, so that it adds little to what is timed. */
+/* deliver USER FILE COMMAND [ARGUMENT...]: becomes the command, as the user and the group of
+ * that number, with the file as its standard input, as a mail server starts a command of a
+ * mailbox's user. Linked statically, so that it adds little to what is timed. */
 #include <fcntl.h>
 #include <grp.h>
 #include <stdlib.h>

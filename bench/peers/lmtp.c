@@ -1,6 +1,6 @@
-/* lmtp SOCKET SENDER RECIPIENT: hands the message on standard input to an LMTP server (RFC 2033)
- * and ends with status 0 when the server has delivered it. What a mail server's client would do;
- * linked statically, so that it adds little to what is timed. */
+/* lmtp SOCKET SENDER RECIPIENT: hands the message on standard input to an LMTP server (RFC
+ * 2033), as a mail server would, and ends with status 0 when the server has delivered it. Linked
+ * statically, so that it adds little to what is timed. */
 #include <stdbool.h>
 #include <stdio.h>
 #include <string.h>
@@ -24,8 +24,7 @@ static bool answered(FILE* in, char digit) {
   return line[0] == digit;
 }
 
-/* The message with CR LF line ends, and a dot more where a line begins with one (RFC 5321 4.5.2).
- */
+/* Writes the message with CR LF line ends, and doubles dots that begin a line (RFC 5321, 4.5.2). */
 static void put_message(FILE* out) {
   static char block[1 << 16];
   ssize_t length;

@@ -1,4 +1,4 @@
-"""The programs that are held side by side, each set up in the sandbox to answer one mailbox's mail.
+"""The programs that are compared, each set up in the sandbox to answer one mailbox's mail.
 
 Each is started as it is in a delivery: as the mailbox's user, with the message on standard input.
 Each remembers whom it answered; `forget` empties that. None of them stores the message.
@@ -168,7 +168,7 @@ class Ground:
         self.answer()
 
     def answer(self, trigger=None):
-        """From here on those that have conditions answer texts with a trigger, or all messages."""
+        """Makes the peers that have conditions answer texts with a trigger, or all messages."""
         maildrop, sieve, columns = "1", "true", {}
         if trigger:
             maildrop, sieve = f"/{trigger}/:b", f'body :text :contains "{trigger}"'

@@ -31,7 +31,7 @@ static long status_value(pid_t process, const char* name) {
   return value;
 }
 
-/* A thread is about to end; its process's memory is still there. */
+/* A thread is about to end; the memory of its process can still be read. */
 static void note_end(struct tree* tree, pid_t thread) {
   if (status_value(thread, "Tgid:") != thread) return;
   const long peak = status_value(thread, "VmHWM:");
@@ -46,7 +46,7 @@ static int note_stop(struct tree* tree, pid_t thread, int status) {
   if (event == PTRACE_EVENT_EXEC) ++tree->programs;
   if (event == PTRACE_EVENT_EXIT) note_end(tree, thread);
   const int signal = WSTOPSIG(status);
-  /* A new process stops by SIGSTOP, which is not for itself. */
+  /* A new process stops by a SIGSTOP that it must not get. */
   return event != 0 || signal == SIGSTOP || signal == SIGTRAP ? 0 : signal;
 }
 

@@ -1,5 +1,5 @@
 """autoresponder-explain --check on a node: what it finds where the cluster is not set up as
-docs/scaling.md says. The program's user has the rights of docs/operators.md."""
+docs/scaling.md says. The program's database user has the rights of docs/operators.md."""
 
 import json
 
@@ -44,7 +44,7 @@ NO_SNAPSHOTS = "set global innodb_snapshot_isolation=off"
 DEFAULTS = "set global innodb_snapshot_isolation=on, global tx_isolation='REPEATABLE-READ'"
 
 FAULTS = [
-    # what breaks it, severity and code of the only finding, words of it
+    # name, what breaks it, severity and code of the only finding, words of it
     ("no keys", NO_KEYS, "warning", "cluster_key_missing", ": resp_attach, resp_freq. Add"),
     ("rows of one node", "alter table resp_forward engine=MyISAM; alter table misc engine=Aria",
      "warning", "cluster_engine", ": misc (Aria), resp_forward (MyISAM). Give"),

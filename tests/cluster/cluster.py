@@ -13,17 +13,17 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent.parent
 GUIDE = ROOT / "docs" / "scaling.md"
 KEYS = "tables.sql", "cluster.sql"
-# How a run ends that lost against the other node.
+# The diagnostic of a run that lost against the other node.
 DEADLOCK = ("autoresponder: Unable to exec query :"
             "Deadlock found when trying to get lock; try restarting transaction\n")
 
 
 class RemoteError(Exception):
-    """What a node's call has raised."""
+    """An exception of a call on a node."""
 
 
 class Remote:
-    """A node in a sandbox of its own: its methods are those of `Node` in node.py, and these."""
+    """A node in a sandbox of its own. It has the methods of `Node` in node.py, and these."""
 
     def __init__(self, number):
         self.number = number
@@ -54,7 +54,7 @@ class Remote:
         self.server = self.start(*options)
 
     def kill(self):
-        """Ends the server as a lack of power would, also while a call is under way."""
+        """Kills the server, also while a call is under way."""
         os.kill(self.server, signal.SIGKILL)
 
     def status(self, name):
@@ -95,7 +95,7 @@ class Arbitrator:
 
 
 class Cluster:
-    """Nodes 2 and 3, as their addresses end."""
+    """Two nodes, whose addresses end in 2 and 3, and the arbitrator."""
 
     def __init__(self):
         self.first, self.second = self.nodes = Remote(2), Remote(3)
@@ -111,7 +111,7 @@ class Cluster:
         wait_until(lambda: all(node.status("cluster_size") == str(size) for node in self.nodes))
 
     def load(self, *files):
-        """Makes the panel anew on both nodes."""
+        """Recreates the panel on both nodes."""
         self.first.load(*files)
         for node in self.nodes:
             node.forget()
@@ -127,7 +127,8 @@ class Cluster:
         return rule
 
     def deliver(self, messages, at_once=4):
-        """Gives node N the messages `messages[N]`, both at once; returns the ends, node by node."""
+        """Delivers `messages[N]` on node N, on both at once; returns the ends of the runs, by
+        node."""
         ends = {}
 
         def work(node, texts):
@@ -158,7 +159,7 @@ class Cluster:
 
 @contextmanager
 def least_rights(cluster):
-    """Leaves the program's user just the rights of docs/operators.md."""
+    """Leaves the program's database user only the rights of docs/operators.md."""
     rest = "insert, update, delete on kem.resp_freq"
     cluster.first.sql("revoke all on kem.* from admin@localhost;"
                       f"grant select on kem.* to admin@localhost; grant {rest} to admin@localhost;")
@@ -174,7 +175,7 @@ def message(sender="otto@customer.example", subject="Hello"):
 
 
 def wait_until(condition, seconds=30):
-    """Waits for what other processes do; fails when it takes too long."""
+    """Waits until the condition holds; fails when that takes too long."""
     deadline = time.monotonic() + seconds
     while not condition():
         assert time.monotonic() < deadline, "it did not happen"

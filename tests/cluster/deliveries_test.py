@@ -11,13 +11,13 @@ MESSAGES = 60  # on each node
 
 
 def of_many_senders():
-    """Messages for each node, every one from a sender of its own."""
+    """Messages for each node, each from another sender."""
     return [[message(f"s{node}-{n}@customer.example", f"message {1000 * node + n}")
              for n in range(MESSAGES)] for node in range(2)]
 
 
 def left(mails):
-    """How often each subject left for each recipient; every mail must be whole."""
+    """How often each subject left for each recipient. Fails if a mail is not whole."""
     found = Counter()
     for recipient, text in mails:
         assert text.endswith("--\n" if "multipart/mixed" in text else "\n\n"), text
@@ -128,7 +128,7 @@ def test_who_was_answered_often_enough_on_one_node_gets_no_reply_from_the_other(
 
 @pytest.fixture(scope="module")
 def single():
-    """A server of the ordinary kind, with the tables as they are."""
+    """A server that is no node, with the tables as they are."""
     node = Remote(9)
     node.boot_alone()
     yield node
@@ -138,7 +138,7 @@ def single():
 @pytest.mark.parametrize("courtesy", [False, True])
 @pytest.mark.parametrize("repairs", [False, True])
 def test_the_statements_of_a_run_are_those_on_a_single_server(cluster, single, repairs, courtesy):
-    # The first message begins a row, the second counts it up, the third drops it for another one.
+    # The first message makes a row, the second counts it up, the third deletes it for a new one.
     def statements(node):
         node.switch(repairs=repairs, courtesy=courtesy)
         return [node.statements_of(message(sender)) for sender in

@@ -1,4 +1,4 @@
-"""A node that ends while deliveries run, the one that stays, and the way back."""
+"""A node ends while deliveries run: what it, and the other node, do, and how it comes back."""
 
 import re
 import threading
@@ -10,7 +10,7 @@ from cluster import DEADLOCK, message, wait_until
 
 MESSAGES = 80  # on each node
 
-# How a run may end whose node ends, as patterns of whole diagnostics.
+# Diagnostics of runs whose node ends.
 LOST = (r"(Lost connection to server during query|(MySQL s|S)erver has gone away"
         r"|Lost connection to server at '[^']*', system error: \d+)")
 NO_SERVER = (r"Unable to connect to Quern Database: (Can't connect to local server through socket"
@@ -20,7 +20,7 @@ NOT_READY = (r"DB error \(mysql41 compatible query\) 1047: WSREP has not yet pre
 
 
 def refused(report):
-    """What a run writes that gets no connection it can use: the library's report, and its own."""
+    """The diagnostics of a run without a usable connection: the library's report, and its own."""
     return (rf"autoresponder: {report}\n(System error \d+: [^\n]*\n)?"
             r"autoresponder: Unable to connect to the mysql database \n")
 
@@ -32,7 +32,7 @@ DIAGNOSTICS = re.compile("|".join([
     refused(NO_SERVER)]))
 
 
-# How one may end on a node that has lost its majority.
+# Diagnostics of runs on a node without a majority.
 WITHOUT_MAJORITY = re.compile("|".join([
     r"autoresponder: Unable to (query: |exec query :)(WSREP has not yet prepared node for"
     r" application use|Error while appending streaming replication fragment\(provider status: Not"
@@ -46,7 +46,7 @@ def of_many_senders(name):
 
 
 def deliver_until_second_node_dies(cluster):
-    """Deliveries on both nodes, of which the second is killed in the middle; returns their ends."""
+    """Delivers on both nodes, and kills the second in the middle; returns the ends of the runs."""
     def kill_in_the_middle():
         wait_until(lambda: len(cluster.second.peek()) >= 20)
         cluster.second.kill()
@@ -59,7 +59,7 @@ def deliver_until_second_node_dies(cluster):
 
 
 def recipients(node):
-    """Who got a mail, and how often; every mail must be whole."""
+    """Who got a mail, and how often. Fails if a mail is not whole."""
     found = Counter()
     for recipient, text in node.mails():
         assert text.endswith("\n\n"), text
@@ -68,12 +68,12 @@ def recipients(node):
 
 
 def answered(ends, name):
-    """Whom the runs must have answered: those of runs without a diagnostic."""
+    """Whom the runs without a diagnostic must have answered."""
     return {f"{name}{n}@customer.example": 1 for n, end in enumerate(ends) if not end[1]}
 
 
 def bring_back_second_node(cluster):
-    """Returns what the other node sent it: what it had missed, or everything."""
+    """Starts it again; returns what the other node sent: what it had missed, or everything."""
     before = len(cluster.first.log())
     cluster.second.boot()
     cluster.wait_for_size(3)
@@ -87,14 +87,14 @@ def test_a_node_is_killed_and_comes_back(cluster, repairs):
     cluster.rule()
     staying, dying = deliver_until_second_node_dies(cluster)
 
-    # The other node goes on: its runs wait until the dead one is given up, and answer. Without
-    # repairs one may lose against the other node just before.
+    # The other node goes on: its runs wait until it gives the dead one up, and answer. Without
+    # repairs a run may lose against the other node just before.
     assert {status for status, _, _ in staying} == {0}
     assert {words for _, words, _ in staying} <= ({""} if repairs else {"", DEADLOCK})
     assert recipients(cluster.first) == answered(staying, "a")
     assert max(seconds for _, _, seconds in staying) < 20
 
-    # Runs on the dead node say why they do not answer, and the others have answered once.
+    # Runs on the dead node say why they do not answer, or have answered once.
     assert {status for status, _, _ in dying} == {0}
     silent = [diagnostics for _, diagnostics, _ in dying if diagnostics]
     assert len(silent) >= 10
@@ -103,7 +103,7 @@ def test_a_node_is_killed_and_comes_back(cluster, repairs):
     assert recipients(cluster.second) == answered(dying, "b")
     assert cluster.second.temporary_files() == []
 
-    # What it missed it gets from the other node, and nothing that was answered was forgotten.
+    # The other node sends it what it missed, and no answered sender was forgotten.
     assert bring_back_second_node(cluster) == "what it had missed"
     senders = {sender for _, sender, _ in cluster.senders()}
     assert senders >= {*answered(staying, "a"), *answered(dying, "b")}

@@ -20,7 +20,8 @@ BEGIN, END = "<!-- tests/cluster/figures writes from here -->", "<!-- to here --
 
 DEFAULTS = {"innodb_snapshot_isolation": 0, "wsrep_retry_autocommit": 1, "wsrep_sync_wait": 0}
 SAMPLE = {**DEFAULTS, "innodb_snapshot_isolation": 1, "wsrep_retry_autocommit": 10}
-# Name, files of the schema, whether inserts take turns, settings, whether both nodes get messages.
+# Name, files of the schema, whether the trigger is there, settings, whether both nodes get
+# messages.
 SETUPS = [
     ("tables as they are, default settings", ["tables.sql"], False, DEFAULTS, True),
     ("keys, default settings", KEYS, False, DEFAULTS, True),
@@ -49,7 +50,7 @@ def prepare(cluster, files, takes_turns, settings):
 
 
 def messages(scenario, both):
-    """The messages of the two nodes, whose senders or numbers differ."""
+    """The messages of the two nodes, from different senders or with different numbers."""
     _, count, _, is_one = scenario
     numbers = [range(count), range(count, 2 * count)] if both else [range(2 * count), []]
     return [[message("otto@customer.example" if is_one else f"sender{n}@customer.example",
@@ -57,13 +58,13 @@ def messages(scenario, both):
 
 
 def conflicts(cluster):
-    """Transactions that another node's replaced while they ran, and that were refused at commit."""
+    """Numbers of transactions that one of another node aborted, and that were refused at commit."""
     return [sum(int(node.status(name)) for node in cluster.nodes)
             for name in ("local_bf_aborts", "local_cert_failures")]
 
 
 def gave_up(ends):
-    """How many runs ended for a conflict. Any other end makes the figures worthless."""
+    """How many runs ended because of a conflict. Any other end makes the figures worthless."""
     said = Counter(end[:2] for end in ends)
     count = said.pop((0, DEADLOCK), 0)
     said.pop((0, ""), None)
@@ -95,7 +96,7 @@ def least_to_most(values):
 
 
 def of_rounds(values):
-    """Sums of the three scenarios of each round."""
+    """For each round, the sum over its three scenarios."""
     return [sum(values[at:at + 3]) for at in range(0, len(values), 3)]
 
 

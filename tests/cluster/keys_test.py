@@ -14,7 +14,7 @@ KEYLESS = ["dns_recs", "resp_attach", "resp_forward", "resp_freq"]
 
 
 def at_once(cluster, statements):
-    """Runs a transaction on each node; the second's is open when the first's commits."""
+    """Runs a transaction on each node; the second node's is still open when the first's commits."""
     errors = [None, None]
 
     def work(number, node, text):
@@ -34,7 +34,7 @@ def at_once(cluster, statements):
 
 
 def rows(node, where="rn_id=7 and email='otto@customer.example'"):
-    """The numbers in the order in which a run would read them."""
+    """The numbers, in the order that a run would read them in."""
     return node.sql(f"select num from resp_freq where {where}").split()
 
 

@@ -26,7 +26,7 @@ LOG = sandbox.HOME / "mysqld.log"
 BOX = sandbox.HOME / "box"
 STATE = sandbox.DATA / "grastate.dat"
 
-# Where the data are, and what makes a small server fast.
+# The directory of the data, and settings that make a small server fast.
 SMALL = f"""[mysqld]
 datadir = {sandbox.DATA}
 innodb_buffer_pool_size = 16M
@@ -35,7 +35,7 @@ innodb_flush_log_at_trx_commit = 0
 key_buffer_size = 1M
 """
 
-# One file per call, whatever runs at the same time.
+# One file for each call, because calls run at the same time.
 SENDMAIL = f"""#!/bin/sh
 file=$(/usr/bin/mktemp {BOX}/XXXXXXXXXX)
 printf '%s ' "$@" >$file
@@ -52,9 +52,10 @@ class Server(sandbox.Database):
         first_options, self.options = self.options, ()
         sandbox.SOCKET.parent.mkdir(parents=True, exist_ok=True)
         sandbox.SOCKET.unlink(missing_ok=True)
-        # Not as root: the server that sends its files to a node would have to be allowed to.
+        # Not as root: otherwise the server that sends its files to a node would have to be allowed
+        # that.
         subprocess.run(["chown", "-R", "mysql:", sandbox.DATA, sandbox.SOCKET.parent], check=True)
-        # Debian's service begins so too: after a crash it finds out what the node had last.
+        # As Debian's service does: after a crash it finds the last change that the node had.
         position = subprocess.run(["galera_recovery"], check=True, text=True, stderr=LOG.open("ab"),
                                   stdout=subprocess.PIPE).stdout.split()
         self.process = subprocess.Popen(
@@ -86,7 +87,7 @@ class Node(Panel):
         own = own.replace("mail1", f"mail{self.number - 1}").replace("192.0.2.2", self.address)
         (CONFIGURATION / "90-galera.cnf").write_text(
             shared.replace("192.0.2.", "127.0.0.") + mark + own)
-        # Two servers on one machine cannot both have the usual address.
+        # Two servers on one machine cannot both listen on the default address.
         (CONFIGURATION / "99-small.cnf").write_text(f"{SMALL}bind_address = {self.address}\n")
 
     def start(self, *options):
@@ -98,7 +99,7 @@ class Node(Panel):
         return self.database.process.pid
 
     def last_number(self):
-        """That of the last change that the node has, after it was shut down."""
+        """The number of the last change that the node has, after a shutdown."""
         return int(re.search(r"^seqno: +(-?\d+)$", STATE.read_text(), re.M)[1])
 
     def allow_to_begin(self):
@@ -108,7 +109,7 @@ class Node(Panel):
         STATE.write_text(text)
 
     def boot_alone(self):
-        """Starts a server of the ordinary kind, that no other one knows."""
+        """Starts a server that is no node."""
         self.database = sandbox.Database("--sql-mode=")
 
     def stop(self):
@@ -117,7 +118,7 @@ class Node(Panel):
         self.database.process.wait()
 
     def forget_state(self):
-        """The server does not know any more which rows it has."""
+        """Makes the server forget which rows it has."""
         (sandbox.DATA / "grastate.dat").unlink()
 
     def wait_for_death(self):
@@ -130,12 +131,12 @@ class Node(Panel):
         return self.database.run(statements, database)
 
     def load(self, *files):
-        """Makes the panel's database anew, in the whole cluster."""
+        """Recreates the panel's database, in the whole cluster."""
         self.database.load(*files)
         self.sql(PANEL)
 
     def forget(self):
-        """Takes back what a test has done outside the database."""
+        """Undoes what a test has done outside the database."""
         self.switch()
         self.forget_mails()
         for path in sandbox.store().iterdir():
@@ -188,7 +189,7 @@ class Node(Panel):
         return result.status, (result.out + result.err).decode()
 
     def set_up(self, repairs):
-        """Makes the host right in everything but its database."""
+        """Sets up the host, but not its database."""
         right_server.set_up(AUTORESPONDER_REPAIRS="on" if repairs else "off")
         self.limit("1000000")
 
@@ -206,7 +207,7 @@ class Node(Panel):
 def main():
     node = Node(int(sys.argv[1]))
     answers = os.fdopen(os.dup(1), "wb")
-    os.dup2(2, 1)  # what is written to standard output by mistake is no answer
+    os.dup2(2, 1)  # so that other output does not mix with the answers
     while True:
         try:
             name, arguments, keywords = pickle.load(sys.stdin.buffer)

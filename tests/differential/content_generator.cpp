@@ -57,7 +57,7 @@ std::string content_type(Random& random, std::string_view type,
   value += '/';
   if (random.Chance(5)) value += make_gap(random);
   value += random.AnyCase(type.substr(slash + 1));
-  // After an unquoted value GMime does not know a comment, which may hold a ";".
+  // GMime does not know a comment after an unquoted value, and the comment may hold a ";".
   if (random.Chance(10)) value += make_gap(random);
   for (const std::string& parameter : parameters) {
     value += ";" + (random.Chance(30) ? make_gap(random) : " ") + parameter;
@@ -155,7 +155,7 @@ Entity make_multipart(Random& random, unsigned depth) {
   constexpr std::string_view kTypes[] = {"multipart/mixed", "multipart/alternative",
                                          "multipart/digest", "multipart/x-private"};
   constexpr std::string_view kMarks[] = {"", "-=_", "'()+", ",./:", "=?", " x"};
-  // The first letter tells the levels apart: no boundary may be the start of another one's.
+  // The first letter differs at each level: no boundary may be the start of another one.
   const std::string boundary = std::string(1, static_cast<char>('A' + depth)) +
                                random.Letters(1 + random.Below(20)) +
                                std::string(random.Pick(kMarks)) + random.Letters(1);

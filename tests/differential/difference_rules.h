@@ -9,7 +9,7 @@
 struct DifferenceRule {
   const char* name;
   const char* reason;
-  /// Changes GMime's reading to ours if the difference applies, and nothing else.
+  /// Changes GMime's reading to ours where the difference applies.
   void (*apply)(SecondOpinion& opinion);
 };
 

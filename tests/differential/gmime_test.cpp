@@ -24,7 +24,7 @@ struct Mismatch {
   Reading gmimes;
 };
 
-// What reading every message both ways gave.
+// The result of reading every message both ways.
 struct Comparison {
   std::vector<Mismatch> mismatches;
   std::vector<unsigned> needed;  // per rule: how many messages would differ without it

@@ -8,7 +8,7 @@ namespace {
 
 constexpr auto npos = std::string::npos;
 
-// Does one thing to both addresses, each with the field that it comes from.
+// Changes both addresses; the callback also gets the field that each comes from.
 template <class Change>
 void change_addresses(SecondOpinion& opinion, Change change) {
   change(opinion.reading.sender, opinion.sender_field);
@@ -141,7 +141,7 @@ void decode_padded_words_one_by_one(SecondOpinion& opinion) {
   });
 }
 
-// An encoded word "=?charset*language?...".
+// For an encoded word "=?charset*language?...".
 void lose_subject_with_language(SecondOpinion& opinion) {
   for (const SubjectPiece& piece : opinion.subject) {
     for (size_t word = piece.text.find("=?"); word != npos;

@@ -30,7 +30,7 @@ std::string with_line_ends(const std::string& message, const char* line_end) {
     while (!result.empty() && result.back() == '\r') result.pop_back();
     result += line_end;
   }
-  // What is left at the end would make a line end with the newline of spooling.
+  // A CR that is left at the end would form a line end with the newline of spooling.
   while (!result.empty() && result.back() == '\r') result.pop_back();
   return result;
 }
@@ -41,7 +41,7 @@ std::string unfolded(std::string text) {
   return text;
 }
 
-// What the header says, whatever ends its lines.
+// Reads what the header says, whatever ends its lines.
 Reading read_header(const std::string& message) {
   Reading reading;
   try {

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-/// Choices that a seed repeats everywhere: the distributions of the standard library are not the
-/// same in each of its implementations, the engine is.
+/// Choices that a seed repeats with any standard library: its engines are defined exactly, its
+/// distributions are not.
 class Random {
  public:
   explicit Random(unsigned seed) : engine_(seed) {}

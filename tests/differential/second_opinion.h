@@ -13,7 +13,7 @@ struct SubjectPiece {
   std::string joint;
 };
 
-/// What GMime makes of a message, and the texts that the rules of difference go by.
+/// GMime's reading of a message, and the texts by which the rules decide.
 struct SecondOpinion {
   Reading reading;
 

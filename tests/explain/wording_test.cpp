@@ -26,7 +26,7 @@ std::set<std::string> codes_of_the_page() {
   return codes;
 }
 
-// The codes of all values of an enumeration, which end where there are no words any more.
+// Adds the codes of all values of an enumeration, up to the first value without words.
 template <class Enumeration>
 void add_codes(std::vector<std::string>& codes) {
   for (int i = 0; *words_for(static_cast<Enumeration>(i)).code != '\0'; ++i) {
@@ -67,7 +67,7 @@ std::vector<std::string> all_codes() {
 
 TEST(Wording, IsInTheManualPage) {
   std::set<std::string> page = codes_of_the_page();
-  page.insert("none");  // the field of no sender, which is not told
+  page.insert("none");  // the code of no sender, which is never written
   const std::vector<std::string> codes = all_codes();
   EXPECT_EQ(codes.size(), 69U);
   for (const std::string& code : codes) EXPECT_EQ(page.count(code), 1U) << code;

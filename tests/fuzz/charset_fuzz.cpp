@@ -48,13 +48,13 @@ std::optional<std::string> convert(const std::string& text, const std::string& f
   }
 }
 
-// Spellings of charsets for which there may be a shorter way than iconv's, and some close to them.
+// Names of charsets that may be converted without iconv, and similar names.
 constexpr const char* kShort[] = {
     "utf-8",      "UTF8",   "us-ascii", "ASCII",  "ANSI_X3.4-1968", "iso-8859-1", "ISO8859-1",
     "iso_8859-1", "latin1", "UTF-8//",  "utf-8,", "ISO-8859-15",    "iso88591",
 };
 
-// One of them a text, by its length.
+// Tries one name, chosen by the text's length.
 void check_short_way(const std::string& text, bool replace_invalid) {
   const char* const from = kShort[text.size() % std::size(kShort)];
   require(convert(text, from, "UTF-8", replace_invalid) ==

@@ -1,4 +1,4 @@
-// The four decoders, each against a slow one that is written from its rules alone.
+// Compares the four decoders with slow ones that follow the rules literally.
 
 #include <string>
 #include <string_view>
@@ -69,8 +69,8 @@ void append_group(unsigned bits, size_t count, std::string& bytes) {
   bytes.append(group, count);
 }
 
-// Byte by byte: a group is complete with its fourth symbol; what is left over at the end counts by
-// the bytes it took, whatever they are.
+// Byte by byte. A group is complete with its fourth symbol. What is left over at the end counts by
+// its bytes, whether they are symbols or not.
 Decoded word_base64(const std::string& payload) {
   Decoded out;
   unsigned bits = 0;
@@ -120,7 +120,7 @@ Decoded body_qp(const std::string& body) {
     for (char& c : line) c = static_cast<char>(c & 0x7F);
     line.resize(line.find_last_not_of("\r\n\t ") + 1);
     if (!line.empty() && line.back() == '=') {
-      // A "=" that is the second byte after another one is a digit, though a bad one.
+      // A "=" that is the second byte after another "=" is a digit, though a bad one.
       size_t i = 0;
       while (i + 1 < line.size()) i += line[i] == '=' && i + 2 < line.size() ? 3 : 1;
       if (i + 1 == line.size()) {
@@ -158,7 +158,7 @@ Decoded body_base64(const std::string& body) {
     const std::string group = symbols.substr(i, 4);
     size_t digits = group.find('=');
     if (digits == npos) digits = 4;
-    // After the first "=" nothing but "=" makes a group.
+    // In a group, only "=" may follow a "=".
     if (digits < 2 || group.find_first_not_of('=', digits) != npos) break;
     unsigned bits = 0;
     for (const char c : group) {

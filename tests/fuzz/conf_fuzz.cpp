@@ -1,4 +1,4 @@
-// The configuration file's text against a reader that splits it line by line.
+// Compares the reading of a configuration file with a reader that splits it line by line.
 //
 // An input is: the key, up to a NUL, and the file.
 

@@ -1,4 +1,4 @@
-// What a header says of courtesy, and the lines of a reply that are made of it.
+// Reads the courtesy facts of a header, and writes a reply's fields from them.
 //
 // An input is the header.
 

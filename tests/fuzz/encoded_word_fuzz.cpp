@@ -1,4 +1,4 @@
-// A header value with encoded words.
+// Decodes a header value with encoded words.
 
 #include <optional>
 #include <stdexcept>
@@ -31,7 +31,7 @@ std::string with_words_joined(const std::string& value) {
   return joined;
 }
 
-// One word by its three question marks. Nothing for a token that is no encoded word.
+// Decodes one word by its three question marks; nothing for a token that is no encoded word.
 std::optional<std::string> decode_word(std::string_view token) {
   if (token.substr(0, 2) != "=?") return std::nullopt;
   std::string part[4];  // charset, encoding, data, and what follows them
@@ -51,7 +51,7 @@ std::optional<std::string> decode_word(std::string_view token) {
   return convert_charset(bytes, part[0], "utf-8", true) + part[3];
 }
 
-// The token decoder under test, held against the one above.
+// The token decoder under test; its result must equal that of `decode_word`.
 std::string checked_word(std::string_view token) {
   std::string decoded = rfc1522_decode_word(token);
   require(decoded == decode_word(token).value_or(std::string(token)),

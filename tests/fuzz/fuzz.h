@@ -8,11 +8,12 @@
 #include <string_view>
 #include <unistd.h>
 
-/// The entry point of a fuzz target. `data` is any bytes. Aborts if the code under test breaks one
-/// of its promises.
+/// The entry point of a fuzz target; `data` is any bytes. Aborts if the code under test breaks a
+/// promise.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
-/// Aborts if a condition does not hold, with a message on descriptor 2: `stderr` may be captured.
+/// Aborts if a condition does not hold, with a message on descriptor 2, because `stderr` may be
+/// captured.
 inline void require(bool holds, const char* what) {
   if (holds) return;
   dprintf(STDERR_FILENO, "Does not hold: %s\n", what);

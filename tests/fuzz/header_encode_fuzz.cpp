@@ -1,4 +1,4 @@
-// Text for a header, and back through a reader of its own.
+// Encodes text for a header, and decodes it again by a decoder of its own.
 //
 // An input is: how often the text is repeated, and the text. Long ones are written in pieces.
 
@@ -19,7 +19,7 @@ constexpr std::string_view kStart = "=?utf-8?Q?";
 constexpr std::string_view kEnd = "?=";
 constexpr size_t kMaxLength = 20000;
 
-// RFC 2047, 4.2. Nothing when the data is not what the rules allow in it.
+// Decodes the "Q" encoding (RFC 2047, 4.2); nothing for data that it does not allow.
 std::optional<std::string> read_q(std::string_view data) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string text;
@@ -77,8 +77,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   require(written.Text() == value, "what is written is what is returned");
   require(value == text || value.find(q_encode(text.substr(value[0] == ' '))) != std::string::npos,
           "pieces are encoded as the whole is");
-  // A reader that knows charsets takes any UTF-8 back, but gives up where a word ends half-way
-  // through a character.
+  // Our decoder converts charsets: it takes valid UTF-8 back, and fails where a word ends within a
+  // character.
   if (is_utf8(text, kLargestToday)) {
     require(rfc1522_decode(value) == text, "our own decoder takes it back");
   }

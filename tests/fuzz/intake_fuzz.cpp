@@ -1,4 +1,5 @@
-// The whole intake, from the bytes on standard input to the record, and its way to the run.
+// Runs the whole intake, from the bytes on standard input to the record, and sends the record to
+// the run.
 //
 // An input is: a line that, where it begins with "=", sets RECIPIENT to what follows it, and the
 // message.
@@ -32,7 +33,7 @@
 
 namespace {
 
-// A value of its own for each run, without what `setenv` would keep of all earlier ones.
+// Uses `putenv` with a static buffer: `setenv` would keep the value of every earlier run.
 void set_recipient(const std::string& line) {
   static char variable[4096];
   if (line.empty() || line[0] != '=') {
@@ -43,7 +44,7 @@ void set_recipient(const std::string& line) {
   putenv(variable);
 }
 
-// Makes `text` what there is to read on standard input, from a file in memory.
+// Puts `text` on standard input, by a file in memory.
 void put_on_standard_input(const std::string& text) {
   static const int file = memfd_create("input", 0);
   const auto size = static_cast<ssize_t>(text.size());
@@ -70,7 +71,7 @@ class Spool {
   SpoolFile file_;
 };
 
-// A field's text as far as it is handed on: up to its first NUL.
+// A field's text up to its first NUL, as far as it is passed on.
 std::string raw_field(DwMessageComponent& field) {
   return bytes_of(field.AsString()).c_str();
 }
@@ -128,7 +129,7 @@ void check_lines(BodyLines& lines, const TextPart& text) {
   require(joined == in_utf8(text), "the lines are the text");
   require(lines.FirstWith("") == 1, "an empty key is in every line");
   require(lines.FirstWith("\n") == 0, "no key stands in two lines");
-  // Some key from the text itself, and the same one made to be in no line by chance.
+  // A key from the text, and a longer one that is hardly in any line.
   std::string key = joined.substr(joined.size() / 3, 5);
   key = key.substr(0, key.find('\n'));
   for (const std::string& wanted : {key, key + "~"}) {
@@ -159,7 +160,7 @@ void check(const IncomingMessage& record, DwMessage& message) {
   check_lines(dynamic_cast<BodyLines&>(*record.body_lines), text);
 }
 
-// The intake's result; nothing where it threw what it may throw for a subject.
+// The intake's result; nothing if the decoder threw for the subject.
 std::optional<ExtractionResult> take_in(SpoolFile& spool, IncomingMessage& record) {
   MessageBuffer message = spool_standard_input(spool);
   const char* const address = delivery_address();
@@ -180,13 +181,13 @@ std::string sent(const ExtractionResult& result, IncomingMessage& record) {
   return bytes;
 }
 
-// The result crosses to another process unchanged; with one byte changed it is refused, or it is
-// one that another message could give.
+// The run receives the result unchanged. With one bit changed it refuses it, or it is a result that
+// another message could give.
 void check_transfer(const ExtractionResult& result, IncomingMessage& record, size_t message_size) {
   const size_t changed = message_size * 7;
   require(is_well_formed(record, message_size), "the record is well-formed");
   const Assignment assignment{message_size, delivery_address(), {}};
-  // Where there is an address of the delivery, the reader does not know it.
+  // The reader does not know the address of the delivery.
   const std::string recipient = record.recipient;
   if (assignment.delivered_to != nullptr) record.recipient.clear();
   std::string bytes = sent(result, record);

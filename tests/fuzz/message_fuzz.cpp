@@ -1,4 +1,4 @@
-// A whole message through the message library: every accessor, list and decoder.
+// Reads a whole message with the message library: every accessor, list and decoder.
 
 #include <functional>
 #include <memory>
@@ -15,8 +15,8 @@
 
 namespace {
 
-// The program looks at the parts of a message, not at theirs; one level more than that.
-constexpr int kDeepest = 2;
+// One level more than the program looks at: a message's parts, but not theirs.
+constexpr int kMaxDepth = 2;
 
 std::string_view bytes(const DwString& text) {
   return {text.data(), text.length()};
@@ -46,7 +46,7 @@ std::string without(std::string_view text, char unwanted) {
   return kept;
 }
 
-// All that the library tells about one text, in the order in which it was asked.
+// All that the library returns for one text, in order.
 class Walk {
  public:
   explicit Walk(const std::string& text) {
@@ -178,7 +178,7 @@ class Walk {
     Fields(entity.Headers());
     Decoded(entity.Body().AsString());
     const size_t boundary_length = entity.Headers().ContentType().Boundary().length();
-    if (depth < kDeepest) Parts(entity.Body(), boundary_length, depth);
+    if (depth < kMaxDepth) Parts(entity.Body(), boundary_length, depth);
   }
 };
 
@@ -193,7 +193,7 @@ void compare_line_ends(const std::string& text) {
             "line ends do not change what is found where");
   }
   for (size_t i = 0; i < unix_walk.base64.size(); ++i) {
-    if (unix_walk.base64[i].empty()) continue;  // kept: too short to be like the longer one
+    if (unix_walk.base64[i].empty()) continue;  // kept: so short a text may decode to NULs
     require(unix_walk.base64[i] == mail_walk.base64[i], "line ends do not change base64");
   }
 }

@@ -13,8 +13,7 @@
 #include "field_text.h"
 #include "fuzz.h"
 
-/// What the run makes of bytes that come from the reader, and of the end of them. Nothing where it
-/// refuses them.
+/// What the run reads from these bytes of a reader; nothing if it refuses them.
 inline std::optional<ExtractionResult> received(std::string_view bytes,
                                                 const Assignment& assignment,
                                                 IncomingMessage& record) {
@@ -27,8 +26,8 @@ inline std::optional<ExtractionResult> received(std::string_view bytes,
   return std::nullopt;
 }
 
-/// Whatever a reader says, it is what the intake can give; no text ends early, and no address ends
-/// its header field.
+/// Requires that a record that the run accepted is one that the intake can give: no text ends
+/// early, and no address ends its header field.
 inline void check_received(const IncomingMessage& record, size_t message_size) {
   require(is_well_formed(record, message_size), "the record is well-formed");
   for (const std::string* text : {&record.sender, &record.date, &record.charset}) {

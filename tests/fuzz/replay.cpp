@@ -1,5 +1,5 @@
-// Runs a fuzz target over files and directories of files, where its own driver is not linked: so
-// the committed findings are replayed by every build, whatever the compiler.
+// Runs a fuzz target on files and directories where libFuzzer is not linked: every build replays
+// the committed findings, by whatever compiler.
 
 #include <filesystem>
 #include <fstream>

@@ -1,4 +1,4 @@
-// What the run takes over from the reader, which an intruder may have made to send anything.
+// Reads the answer of a reader that an intruder controls.
 
 #include <cstddef>
 #include <cstdint>

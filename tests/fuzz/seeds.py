@@ -12,7 +12,7 @@ import sys
 
 
 def corpus(messages):
-    """Yields (target, input) pairs; the layout of an input stands at the head of its target."""
+    """Yields (target, input) pairs; each target describes its input at the head of its file."""
     for message in messages:
         yield "message", message
         yield "message", message.replace(b"\n", b"\r\n")
@@ -62,7 +62,7 @@ def corpus(messages):
         yield "charset", choices + b"\0A\xffB\xc3"
     yield "charset", b"\1ISO-2022-JP\0\1UTF-8//TRANSLIT\0\0\x1b$B$\"\x1b(B"
 
-    # Each charset of the C library, with the kinds of bytes that some of them hold back or let grow.
+    # Each charset of the C library, with bytes that some hold back and bytes that grow in some.
     for number in range(1200):
         for piece in b"\x82\xf9|", b"\xaa\x87", b"\x1b$)A\x0e!", "ä日".encode():
             yield "charset_cost", number.to_bytes(2, "big") + b"\xff" + piece

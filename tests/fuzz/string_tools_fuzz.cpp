@@ -1,4 +1,4 @@
-// The routines on NUL-terminated texts, each against its rules.
+// Compares the routines on NUL-terminated texts with their rules.
 //
 // An input is: a size in two bytes, how often the text is repeated, and three texts: what is
 // looked for, what replaces it, and the text.
@@ -18,7 +18,7 @@ constexpr size_t kMaxLength = 10000;
 constexpr size_t kResult = 4095;
 constexpr const char* kWhite = " \t\n\v\f\r";
 
-// A text in memory of exactly its own size, so that a step over its end does not go unseen.
+// A text in memory of exactly its size, so that the sanitizer sees a step over its end.
 class Buffer {
  public:
   explicit Buffer(size_t size) : bytes_(new char[size]) { memset(bytes_.get(), '#', size); }
@@ -32,7 +32,7 @@ class Buffer {
   std::unique_ptr<char[]> bytes_;
 };
 
-// At most `size` bytes with the NUL.
+// The expected result: at most `size` bytes with the NUL.
 std::string replaced(const std::string& source, const std::string& find,
                      const std::string& replacement, size_t size) {
   std::string out;

@@ -1,4 +1,5 @@
-// The placeholder engine against a slow one that expands the whole template first and cuts it then.
+// Compares the placeholder engine with a slow one that first expands the whole template and then
+// cuts it.
 //
 // An input is: the options, the capacity in two bytes, the delimiters, pairs of texts that each end
 // in a NUL (an empty name ends the table, "-" means a null value), and the template.
@@ -53,7 +54,7 @@ Template read(Input& input) {
   return made;
 }
 
-// A stretch of the template and what becomes of it.
+// A part of the template, and what replaces it.
 struct Piece {
   std::string out;
   size_t consumed = 0;
@@ -120,7 +121,7 @@ Expected cut(const Template& in) {
   return expected;
 }
 
-// The pairs in a row that is made to be sorted; the texts belong to the table.
+// The table's pairs, unordered and then sorted; their texts stay in the table.
 std::vector<NamedValue> sorted_pairs(const Table& table) {
   std::vector<NamedValue> pairs;
   bool at_front = false;
@@ -173,7 +174,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                      (result.status & kValueDidNotFit) == 0;
   if (whole && written < capacity) {
     const bool ended = strlen(output.get()) == written;
-    // A last value that is cut fills the capacity, so here the template's end was reached.
+    // A value that was cut would fill the capacity, so the template's end was reached.
     require(ended, "a text that is not cut is terminated");
   }
   if (in.options == kKeepUnknown && in.table.size() == 1 && in.text.size() < capacity &&

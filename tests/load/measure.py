@@ -1,4 +1,4 @@
-"""Time and peak memory of single runs at their largest; run by tests/load/run in the sandbox."""
+"""Time and peak memory of single large runs; run by tests/load/run in the sandbox."""
 
 import os
 import sys

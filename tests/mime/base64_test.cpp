@@ -37,7 +37,7 @@ constexpr Payload kPayloads[] = {
     {"PaddingAlone", "====", "", ""},
     {"PaddingInFront", "=QUJD", "", ""},
     {"PaddingAfterOneSymbol", "Q===", "\x40", ""},
-    // Skipped bytes count where the bytes of a group are counted.
+    // Kept: skipped bytes count as bytes of the last group.
     {"SkippedLineEndAsSymbols", "Q\r\nQ==", "A\0\0"sv, ""},
     {"SkippedBlankAsSymbol", "Q Q==", "A\0"sv, ""},
     {"BlanksBetweenSymbols", "Q U J D", "ABC", ""},

@@ -9,7 +9,7 @@
 #include "mime/charset.h"
 #include "support/base/ex_error.h"
 
-/// Bytes with nothing after them, so that AddressSanitizer sees a read beyond their end.
+/// Bytes at the end of their memory, so that AddressSanitizer sees a read beyond them.
 class Exactly {
  public:
   explicit Exactly(std::string_view text) : bytes_(new char[text.size()]), size_(text.size()) {

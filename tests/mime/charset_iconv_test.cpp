@@ -1,4 +1,4 @@
-// Conversions held against what iconv alone makes of the whole text.
+// Compares conversions with what iconv alone makes of the whole text.
 
 #include <codecvt>
 #include <locale>
@@ -17,7 +17,7 @@ using namespace std::string_view_literals;
 
 namespace {
 
-// With a full output buffer this converter writes the character that it held back for ever.
+// These converters hold characters back, and on a full output buffer write them for ever.
 TEST(CharsetAgainstIconv, ComesToAnEndWhereCharactersAreHeldBack) {
   for (const char* charset : {"SHIFT_JISX0213", "EUC-JISX0213", "BIG5-HKSCS", "TSCII"}) {
     for (const std::string_view sequence :
@@ -30,7 +30,7 @@ TEST(CharsetAgainstIconv, ComesToAnEndWhereCharactersAreHeldBack) {
   }
 }
 
-// Steps take a piece each, and a character may go on in the next one.
+// A text is converted in pieces; a character may be in two of them.
 TEST(CharsetAgainstIconv, IsTheSameWhereverAPieceEnds) {
   const std::string character = "\xE3\x81\x82\xC3\xA4z\xE4\xBA\x9C";
   for (const char* charset : {"UTF-16", "UTF-7", "ISO-2022-JP", "ISO-2022-CN", "EUC-JP", "GB18030",

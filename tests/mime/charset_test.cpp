@@ -122,7 +122,7 @@ TEST(Charset, ConvertsNoEmptyText) {
   EXPECT_EQ(failure("", "x-unknown", "UTF-8", true), "Cannot convert from x-unknown to UTF-8");
 }
 
-// Such steps would be repeated for ever.
+// Otherwise the step would be repeated for ever.
 TEST(Charset, GivesUpAConversionThatDoesNotMove) {
   iconv_spy.moves = false;
   const std::string got = failure("text", "UTF-8", "ISO-8859-1", true);
@@ -176,8 +176,8 @@ TEST(Charset, KnowsWhichTextStaysAsItIs) {
   EXPECT_FALSE(is_unchanged("", "x-unknown", "UTF-8"));
 }
 
-// Charset names come from messages, and some mean more to iconv than a charset. The result is up to
-// iconv; but there has to be one, and nothing beyond the text may be read.
+// Charset names come from messages, and to iconv some are more than the name of a charset. Any
+// result is allowed; but the conversion must end, and read nothing beyond the text.
 struct CharsetName : NamedRow {
   const char* charset;
 };

@@ -12,7 +12,7 @@ IconvSpy iconv_spy;
 
 namespace {
 
-// The library's own function of this name, which ours hide in this program.
+// The C library's function of a name that this program defines too.
 template <class Function>
 Function* hidden(const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
@@ -58,7 +58,7 @@ TEST(Converter, KnowsNoUnknownName) {
   EXPECT_FALSE(Converter("x-unknown", "UTF-8").IsOpen());
 }
 
-// iconv itself would know it, after a time that grows with the square of its length.
+// iconv would find it, in a time that grows with the square of the name's length.
 TEST(Converter, DoesNotLookUpANameLongerThanAnyCharset) {
   const std::string longest = "UTF-8//" + std::string(249, ',');
   EXPECT_TRUE(Converter("UTF-8", longest).IsOpen());

@@ -12,7 +12,7 @@ using namespace std::string_view_literals;
 
 namespace {
 
-// One letter for each byte, sixteen to a line: E for one that must be encoded.
+// Each row is sixteen bytes; E: must be encoded.
 constexpr std::string_view kEncodedBytes =
     "EEEEEEEEEEEEEEEE"   // 00
     "EEEEEEEEEEEEEEEE"   // 10

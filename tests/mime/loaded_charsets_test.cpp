@@ -6,7 +6,7 @@
 
 namespace {
 
-// How many more conversions stay open after charsets were noted.
+// How many conversions `note` leaves open.
 template <class Note>
 int kept_by(Note note) {
   const int before = iconv_spy.open;

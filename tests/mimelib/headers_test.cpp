@@ -106,8 +106,8 @@ TEST(Headers, DoNotHaveTheFieldThatTheyMade) {
   EXPECT_FALSE(headers.HasReplyTo());
 }
 
-// An accessor may make a field; a caller that can do so on a const header would not compile with a
-// library whose accessors build the field in the header itself.
+// Accessors that may make a field are not const: with a library whose accessors build the field in
+// the header, a call on a const header would not compile.
 TEST(Headers, MakeNoFieldWhileTheyAreConst) {
   EXPECT_FALSE((std::is_invocable_v<decltype(&DwHeaders::ReplyTo), const DwHeaders&>));
   EXPECT_FALSE((std::is_invocable_v<decltype(&DwHeaders::From), const DwHeaders&>));

@@ -11,8 +11,8 @@
 
 #include "dw_strings.h"
 
-// A hostile message can have lists of any length. These are as long as a message can make them:
-// walking them must take linear time, and memory that does not depend on the length.
+// The lists of a hostile message may be of any length. Walking one must take linear time, and
+// memory that does not depend on its length.
 
 namespace {
 
@@ -51,10 +51,10 @@ DwString repeated(const std::string& head, const std::string& text, int count) {
   return string_of(all);
 }
 
-// What the walk over a list costs beyond what was in use before.
+// Measures the memory that a walk over a list takes.
 class Walk {
  public:
-  // Ends a walk whose time grows with the square of the length.
+  // SIGALRM ends a walk that takes quadratic time.
   Walk() : before_(memory_in_use) {
     peak_memory = memory_in_use;
     alarm(60);
@@ -185,8 +185,8 @@ TEST(LongList, OfPartsThatAreMultipartsThemselves) {
   EXPECT_LT(walk.memory(), kFewElements);
 }
 
-// The first element of a list is still whole when sixteen more were asked for, and leads to the
-// second one.
+// The first element of a list stays usable while sixteen more are asked for, and leads to the
+// second.
 TEST(KeptElement, OfAnAddressList) {
   DwAddressList list(repeated("first@a,second@b,", "x@y,", 100));
   const auto* const first = static_cast<const DwMailbox*>(list.FirstAddress());

@@ -10,8 +10,8 @@
 #include "../parsed_message.h"
 #include "../recorded_bytes.h"
 
-// What the program makes of recorded messages, through the calls that it makes. A character of a
-// string in the file is one byte; null means none.
+// Reads recorded messages by the calls that the program uses. A character of a string in the file
+// is one byte; null means none.
 
 namespace {
 

@@ -134,7 +134,7 @@ TEST(DecodeQuotedPrintable, DecodesWhatStandsAnywhereInALongLine) {
   }
 }
 
-// Looking for the line's end at each of them would take an hour.
+// Looking for the line's end at each escape would take an hour.
 TEST(DecodeQuotedPrintable, ReadsALineOfTenMillionOddEscapesInLinearTime) {
   constexpr size_t kEscapes = 10000000;
   std::string text;

@@ -1,5 +1,5 @@
-"""Programs elsewhere use the panel's library: installed, found by CMake and by pkg-config; built along
-by add_subdirectory; built alone. Each is run against a real database. Run by `tests/packaging/run`."""
+"""Other programs use the panel's library: installed, found by CMake and by pkg-config; built along
+by add_subdirectory; built alone. Each runs with a real database. Run by `tests/packaging/run`."""
 
 import os
 import re
@@ -38,15 +38,15 @@ def _panel():
 
 
 def run(*command, **environment):
-    """What a program wrote to standard output; the system's error number that the client library left
-    behind is no part of it."""
+    """What a program wrote to standard output, without the system error number that the client
+    library leaves."""
     process = subprocess.run(command, capture_output=True, env={"PATH": "/usr/bin", **environment})
     assert process.returncode == 0, process.stderr.decode()
     return re.sub(r"\n?\nSystem error \d+: [^\n]*", "", process.stdout.decode())
 
 
 def build(source, *options):
-    """Configures and builds with CMake; returns where."""
+    """Configures and builds with CMake; returns the build directory."""
     binary = source / "build"
     shell("cmake", "-S", source, "-B", binary, "-G", "Ninja", *options)
     shell("cmake", "--build", binary, "--parallel", PARALLEL)
@@ -98,13 +98,13 @@ def test_the_headers_define_no_macro_of_another_name(library):
 
 
 def symbols(archive):
-    """What an archive defines for all who link it."""
+    """The symbols that an archive defines for others."""
     lines = shell("nm", "--demangle", "--extern-only", "--defined-only", archive).stdout.decode()
     return re.findall(r"^[0-9a-f]* +[A-Z] (.*)$", lines, re.MULTILINE)
 
 
 def global_names(symbol):
-    """The names in a symbol, those of its arguments too, that are in no namespace."""
+    """The names in a symbol, also in its arguments, that are in no namespace."""
     text = re.sub(r"\b(?:std|__gnu_cxx|kem|quern)::[\w:~]+|>::[\w~]+|\[abi:\w+\]|^DW\.ref\.", "",
                   symbol)
     return set(re.findall(r"[A-Za-z_]\w*", text)) - {
@@ -144,8 +144,7 @@ add_executable(foreign main.cpp names.cpp)
 target_link_libraries(foreign PRIVATE kem::support)
 """
 
-# Its own targets, in folders that do not see each other's, are called as parts of the library's build
-# are or might be.
+# The project has targets named like some of the library's build.
 ADD_SUBDIRECTORY = """
 cmake_minimum_required(VERSION 3.25)
 project(foreign LANGUAGES CXX)
@@ -160,7 +159,7 @@ install(TARGETS foreign)
 
 
 def foreign(directory, project=None):
-    """The sources of a program that has names as the library has inside."""
+    """The sources of a program whose names are also used inside the library."""
     shutil.copytree(FOREIGN, directory)
     if project is not None:
         (directory / "CMakeLists.txt").write_text(project)
@@ -168,7 +167,7 @@ def foreign(directory, project=None):
 
 
 def copied_library(directory):
-    """The library's folder without the rest of the checkout, under another name."""
+    """A copy of the library's folder, without the rest of the checkout and under another name."""
     return shutil.copytree(CHECKOUT / "support", directory)
 
 

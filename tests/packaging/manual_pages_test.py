@@ -1,9 +1,8 @@
-"""Holds the list of diagnostics in autoresponder(8) against the sources: every text that the program
-can write is in the page, and the page has none that it cannot write. And the keys in kem.conf(5).
+"""Compares the diagnostics in autoresponder(8) with the sources: the page has every text that the
+program can write, and no other. Also the keys in kem.conf(5).
 
-What the program can write is read from the sources: a definition counts when its name is mentioned
-in one that counts already, beginning with main. That takes in a few texts too many and none too
-few; those are named in NOT_BY_A_RUN.
+The texts are read from the sources: a definition counts if one that counts mentions its name,
+beginning with main. The few texts that this finds too many are in NOT_BY_A_RUN.
 """
 
 import re
@@ -17,15 +16,15 @@ PAGE = CHECKOUT / "packaging" / "autoresponder.8"
 
 TOKEN = re.compile(r'//[^\n]*|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])*\'|R"\((?:.|\n)*?\)"')
 LITERAL = re.compile(r'"((?:\\.|[^"\\\n])*)"')
-# What takes texts for people: routines, tables and the like.
+# Functions and tables whose arguments are texts for people.
 WRITERS = re.compile(
     r"\b(diagnose|report_error|put_message|perror|refuse|warn|warn_unconverted|Fail|fail|PanelFailure|end_run|"
     r"end_process|db_error_text|stop|Complaint)\s*(?=[({])"
     r"|\bsnprintf\(error\b|\bfailure =|\bk\w*Diagnostic =|\bkCodeTexts\[\] ="
     r"|#define KEM_CONF_VALUE|\.Query\(|\breturn (?=\"[^\"]* [^\"]*\";)")
-STATEMENT = re.compile(r"(select|show|insert|update|delete| from| and|') | for update$")  # for the server, not for people
+STATEMENT = re.compile(r"(select|show|insert|update|delete| from| and|') | for update$")  # for the server
 
-# Texts of a definition that counts, which a run cannot come to, and why.
+# Texts that this finds, but a run cannot write, and why.
 NOT_BY_A_RUN = {
     "Unable to connect to the mysql database": "the run's readers of settings are given its connection",
 }
@@ -42,7 +41,7 @@ def without_comments(text):
 
 
 def definitions(text):
-    """The stretches of a file that begin at the left margin, each with its name."""
+    """The parts of a file that begin at the left margin, each with its name."""
     lines = text.replace("\\\n", "").split("\n")
     starts = [i for i, line in enumerate(lines) if re.match(r"[A-Za-z_#\[]", line)]
     for start, end in zip(starts, starts[1:] + [len(lines)]):
@@ -70,8 +69,7 @@ def reachable(found, start):
 
 
 def argument(text):
-    """From an opening bracket in front of `text` to the one that closes it, else to the end of the
-    statement."""
+    """`text` up to the bracket that closes its first one, otherwise to the end of the statement."""
     depth = 0
     for match in re.finditer(r'"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])*\'|[(){};]', text):
         if match[0] in "({":
@@ -122,7 +120,7 @@ def page_items():
 
 
 def page_texts():
-    """Those texts, and the words in quotes that stand for a value of one of them."""
+    """Those texts, and the words in quotes that are values of one of them."""
     section = PAGE.read_text().split(".Sh DIAGNOSTICS")[1].split("\n.Sh ")[0]
     return ([text for item in page_items() for text in item]
             + [unquoted(words) for words in re.findall(r"^\.Dq ([^\n]*?)(?: [,;.])?$", section,
@@ -132,7 +130,7 @@ def page_texts():
 TEXTS = texts_of_the_program() - NOT_BY_A_RUN.keys()
 
 
-# Pieces of a text that is put together, as the page has it in one.
+# The page has this text whole, the source in pieces.
 def whole(piece):
     return {"idn_toascii_safe": "idn_toascii_safe("}.get(piece, piece)
 
@@ -158,12 +156,13 @@ def test_the_sources_were_understood():
 
 
 def test_no_other_way_to_write_a_text():
-    """Only these write to the two streams; else the search above would miss a text."""
+    """Only these files write to the two streams; otherwise the search above could miss a text."""
     writing = re.compile(r"std::c(?:err|out|log)\b|\bstderr\b|\bstdout\b|\bperror\(|\bf?printf\("
                          r"|\bSTD(?:ERR|OUT)_FILENO\b")
     found = {path.name for path in sources()
              if writing.search(LITERAL.sub('""', without_comments(path.read_text())))}
-    # The last ones keep it open, close it, and pass on what a command or the reader has written.
+    # The last four keep a stream open, close it, or pass on what a command or the reader has
+    # written.
     assert found == {"diagnose.h", "report.cpp", "strings.cpp", "process.cpp", "confinement.cpp",
                      "diagnostics.cpp", "shell.cpp"}
 

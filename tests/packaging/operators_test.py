@@ -1,7 +1,7 @@
-"""Every command that docs/operators.md and the manual pages print, run as printed, on a server that is set up
-by the document's own files. Run by `tests/packaging/run`, in a root of its own.
+"""Runs every command of docs/operators.md and of the manual pages as printed, on a server that is
+set up with the document's own files. Run by `tests/packaging/run`, in a root directory of its own.
 
-A line of the document that is neither run here nor named in NOT_RUN fails the last test."""
+The last test fails for a line of the document that is neither run here nor in NOT_RUN."""
 
 import os
 import re
@@ -29,7 +29,7 @@ NOT_RUN = {
     "sandbox/install-tools build package",
     "cmake --preset package && cmake --build --preset package",
     "cd build-package && cpack -G DEB && apt-get install ./kem-autoresponder_*.deb",
-    # Daemontools are not installed; nothing here reads control/virtualdomains only once.
+    # Daemontools are not installed; here control/virtualdomains is read for each delivery.
     "svc -h /service/qmail-send",
     # Lines of the mail server's log: tests/system/log_test.py.
     "delivery 8: success: did_1+0+1/",
@@ -39,7 +39,7 @@ NOT_RUN = {
 
 
 def printed(line):
-    """A line that is in the document."""
+    """Returns a line, which must be in the document, and notes that it was used."""
     assert line in LINES, line
     USED.add(line)
     return line
@@ -62,7 +62,7 @@ def add_groups():
 
 
 def set_up_qmail():
-    """Below /var/qmail: the recorder of the tests, and the files of the document."""
+    """Sets up /var/qmail: the recording sendmail, and the files of the document."""
     sandbox.install()
     for name in ("control", "users", "mailnames", "bin"):
         (QMAIL / name).mkdir(parents=True)
@@ -90,7 +90,7 @@ def set_up_qmail():
 
 
 def set_up_panel(database):
-    """The document's user of the database, and a mailbox with two rules."""
+    """The document's database user, and a mailbox with two rules."""
     database.load("tables.sql")
     database.run("drop user admin@localhost;")
     for line in ("create user admin@localhost identified by 'PASSWORD';",
@@ -108,7 +108,7 @@ def set_up_panel(database):
 
 @pytest.fixture(scope="module")
 def database():
-    """The server of the document, with the package on it."""
+    """The database server of the document, with the package installed."""
     add_groups()
     dpkg("--install", str(package(NAME)))
     set_up_qmail()
@@ -245,11 +245,11 @@ def test_every_placeholder_of_the_document_is_replaced(database, letter):
 
 
 def test_a_subject_is_cut_where_the_document_says(database, letter):
-    longest = int(re.search(r"of which at most (\d+) bytes remain", DOCUMENT)[1])
+    max_length = int(re.search(r"of which at most (\d+) bytes remain", DOCUMENT)[1])
     database.run("update mail_resp set subject='<request_subject>'")
     (letter / "message.eml").write_bytes(MESSAGE.replace(b"Hello", b"x" * 5000))
     replies(letter)
-    assert re.search(rb"\nSubject: (x*)\n", sandbox.mails()[0].message)[1] == b"x" * longest
+    assert re.search(rb"\nSubject: (x*)\n", sandbox.mails()[0].message)[1] == b"x" * max_length
 
 
 def test_a_null_limit_is_ten_and_what_is_no_number_is_none(database, letter):
@@ -315,7 +315,7 @@ PAGES = ("autoresponder.8", "autoresponder-explain.8", "kem.conf.5")
 @pytest.mark.parametrize("command", sorted({line for page in PAGES for line in examples(page)}))
 def test_the_examples_of_the_pages_work(letter, command):
     result = subprocess.run(["/bin/sh", "-c", command], cwd=letter, capture_output=True, timeout=60)
-    # Some name the domain of the tests' other panel, which is no mailbox here.
+    # Some name the domain of another panel: there is no such mailbox here.
     assert result.returncode in ((0, 1) if "info@shop.example" in command else (0,))
     assert result.stderr == b""
 
@@ -343,7 +343,7 @@ def test_the_settings_of_the_document_are_known(database):
 
 
 def test_the_package_can_go_back_and_be_removed(database, letter):
-    """Last, because nothing is installed afterwards."""
+    """The last test of the package: nothing is installed afterwards."""
     del database
     shell("dpkg", "--install", str(package(NAME, 2)))
     result = sh("apt-get install --allow-downgrades ./kem-autoresponder_1.0.0-1_amd64.deb", BUILD,

@@ -1,5 +1,5 @@
-"""The Debian package in a scratch root: what it installs and leaves alone, and the installed program
-as the mail server starts it. Run by `tests/packaging/run`."""
+"""The Debian package in a scratch root: what it installs, what it leaves alone, and the installed
+program as the mail server starts it. Run by `tests/packaging/run`."""
 
 import grp
 import gzip
@@ -35,7 +35,7 @@ def owner_and_mode(path=PROGRAM):
 
 
 def files(*roots):
-    """Every file below the directories, with what an installation could change of it."""
+    """Every file below the directories, with all that an installation could change of it."""
     found = {}
     for root in roots:
         for directory, names, others in os.walk(root):
@@ -55,8 +55,8 @@ def system_files():
 
 @pytest.fixture(scope="session", autouse=True)
 def _plain_machine():
-    """Whatever this machine is like: none of the groups is there, no part of a package is left out,
-    and another package lives below /opt, which dpkg would take away with its last entry."""
+    """Makes machines alike: none of the groups exists, dpkg leaves out no file of a package, and
+    another package has files in /opt, because dpkg would remove an empty /opt."""
     group_file = Path("/etc/group")
     group_file.write_text("".join(line for line in group_file.read_text().splitlines(True)
                                   if line.split(":")[0] not in (GROUP, OTHER_GROUP)))
@@ -109,7 +109,7 @@ def test_stays_closed_until_the_group_exists():
 
 
 def test_another_group_can_be_chosen_afterwards(override):
-    del override  # only for its end
+    del override  # used for its cleanup only
     shell("dpkg-statoverride", "--remove", str(PROGRAM))
     dpkg("--install", str(PACKAGE))
     shell("dpkg-statoverride", "--update", "--add", "root", OTHER_GROUP, "4750", str(PROGRAM))
@@ -254,7 +254,7 @@ def test_what_aborted_runs_left_is_removed_after_a_day(group):
         clean.write_text(rule)
         shell("systemd-tmpfiles", "--clean", str(clean))
         assert left | others <= set(os.listdir("/tmp"))
-        # Nothing can be made a day old: its status changes now.
+        # No file can be made a day old: changing it renews its status time.
         assert rule.count(" 1d\n") == 1
         clean.write_text(rule.replace(" 1d\n", " 1s\n"))
         time.sleep(2)
@@ -268,7 +268,7 @@ def test_what_aborted_runs_left_is_removed_after_a_day(group):
 
 @pytest.fixture
 def panel():
-    """A panel whose one mailbox has a rule that answers everything, with an attachment."""
+    """A panel with one mailbox, and a rule that answers everything with an attachment."""
     sandbox.install()
     sandbox.forget_mails()
     database = sandbox.Database()
@@ -291,8 +291,8 @@ def documented_line():
 
 
 def deliver(user, group_id, command=str(PROGRAM)):
-    """Starts the program as the mail server's delivery does: by a shell, as the user and with the
-    one group of the mailbox, its environment beside it."""
+    """Starts the program as a delivery does: by a shell, as the mailbox's user and with its one
+    group."""
     return subprocess.run(
         ["setpriv", f"--reuid={user}", f"--regid={group_id}", "--clear-groups",
          "/bin/sh", "-c", command],

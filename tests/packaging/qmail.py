@@ -1,11 +1,11 @@
-"""qmail-inject for a test: delivers standard input to the address in the first argument as qmail's local
-deliveries do, by the files below /var/qmail and the .qmail file of the address.
+"""qmail-inject for a test: delivers standard input to an address as qmail's local deliveries do, by
+the files below /var/qmail and the .qmail file of the address.
 
     qmail.py ADDRESS
 
-Only what the documents speak of: control/virtualdomains, users/assign as qmail-newu has compiled it, Maildir
-lines and commands. A command runs as the user and with the one group of users/assign; when it fails, the
-delivery ends, and it counts as failed.
+It knows only what the documents mention: control/virtualdomains, users/assign as compiled by
+qmail-newu, Maildir lines and commands. A command runs as the user and with the one group of
+users/assign; if it fails, the delivery ends and has failed.
 """
 
 import os
@@ -26,7 +26,7 @@ def prefix_of(domain):
 
 
 def user_of(local):
-    """User id, group id, home and the rest of the address, by the longest wildcard."""
+    """User id, group id, home and the rest of the address, from the wildcard that matches most."""
     found = max((line for line in (QMAIL / "users" / "cdb").read_text().splitlines()
                  if line.startswith("+") and local.startswith(line[1:].split(":")[0])), key=len)
     wildcard, _, uid, gid, home, dash, before, _ = found.split(":")

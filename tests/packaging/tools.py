@@ -1,4 +1,4 @@
-"""What the tests of the Debian packages share. Only for use in `tests/packaging/scratch-root`."""
+"""Shared by the tests of the Debian packages. Only for use in `tests/packaging/scratch-root`."""
 
 import subprocess
 import sys

@@ -17,7 +17,7 @@ DOCS = sandbox.CHECKOUT / "docs"
 CONFIGURATION = (DOCS / "haproxy.cfg").read_text()
 GUIDE = (DOCS / "scaling.md").read_text()
 MAIL_SERVER, HOST, PORT = "192.0.2.1", "192.0.2.10", 3306
-# What dies with the process that started it.
+# A command that dies with the process that started it.
 WITH_US = ["setpriv", "--pdeathsig", "KILL"]
 
 
@@ -51,7 +51,7 @@ class Network:
             subprocess.run([*self.enter, *line.split()], check=True)
 
     def cut(self):
-        """From here on what the other host answers is lost, and nobody is told."""
+        """From now on the other host's answers are lost, without an error."""
         self.route("add")
 
     def mend(self):
@@ -62,15 +62,15 @@ class Network:
 
 
 def printed_statements(of):
-    """The lines of SQL in the guide that hold a text."""
+    """The guide's SQL lines that contain `of`."""
     lines = [line.strip() for line in re.findall(r"^    .*;$", GUIDE, re.M) if of in line]
     assert lines, of
     return "".join(line.replace("PASSWORD", sandbox.PASSWORD) for line in lines)
 
 
 class RemoteDatabase(sandbox.Database):
-    """A MariaDB on the other host, which only the guide's users can use by network. A killed one
-    keeps what it has taken."""
+    """A MariaDB on the other host; by network only the guide's users can connect. What it has
+    committed survives its being killed."""
 
     socket = sandbox.HOME / "remote.sock"
     network = [f"--bind-address={HOST}", f"--port={PORT}"]
@@ -87,7 +87,7 @@ class RemoteDatabase(sandbox.Database):
 
 
 class Proxy:
-    """A process that owns the local socket; the socket's file stays where the process is killed."""
+    """A process that owns the local socket. If it is killed, the socket's file stays."""
 
     def __init__(self, *command, path=sandbox.SOCKET):
         self.path = path

@@ -1,5 +1,5 @@
-"""What becomes of a run when the proxy, the database server or the network between them fails:
-always its diagnostic, status 0, an end in time and no file left. Run by tests/proxy/run."""
+"""The proxy, the database server or the network between them fails: a run writes its diagnostic,
+ends in time with status 0, and leaves no file. Run by tests/proxy/run."""
 
 import os
 import re
@@ -13,7 +13,8 @@ from proxy_panel import (COPY, FAULTS, GREETING, LOST, NO_DATABASE, NOT_CONNECTE
 from another_host import socat
 
 NOT_REACHED = NOT_CONNECTED + b"Can't connect to local server through socket"
-# What a run says that loses its connection: while it connects, sets its session up, or later.
+# Diagnostics of a run that loses its connection: while it connects, while it sets the session up,
+# or later.
 ENDS = (re.escape(NOT_CONNECTED) + rb".*\n(System error .*\n)?" + re.escape(NO_DATABASE),
         rb"autoresponder: DB error \(.*\) 20(06|13): " + LOST + rb"\n(System error .*\n)?"
         + re.escape(NO_DATABASE),
@@ -22,7 +23,7 @@ ENDS = (re.escape(NOT_CONNECTED) + rb".*\n(System error .*\n)?" + re.escape(NO_D
 
 
 def check_lost(panel, result):
-    """What holds for a run that lost its connection at some moment."""
+    """Checks a run that lost its connection at some moment."""
     assert result.status == 0
     assert any(re.fullmatch(end, result.err) for end in ENDS), result.err
     assert whole(panel)
@@ -31,7 +32,7 @@ def check_lost(panel, result):
 
 @pytest.fixture
 def stoppable(panel):
-    """Lets a server that was stopped go on after the test, and starts one that was killed."""
+    """After the test, continues a server that was stopped, or restarts one that was killed."""
     yield panel
     process = panel.database.process
     if process.poll() is None:
@@ -63,7 +64,7 @@ def test_nobody_listens_at_the_socket(panel, proxy):
     assert panel.mails() == []
 
 
-# Of all the calls that the faults library sees in such a run, every third.
+# Every third of the calls that the faults library sees in such a run.
 @pytest.mark.parametrize("call", range(2, 24, 3))
 def test_the_proxy_is_killed_in_the_middle(panel, proxy, call):
     busy_rule(panel)
@@ -74,7 +75,7 @@ def test_the_proxy_is_killed_in_the_middle(panel, proxy, call):
 def test_a_proxy_with_a_process_for_each_connection_is_killed_in_the_middle(panel, proxy):
     busy_rule(panel)
     result = panel.run(message(), faults=f"kill={proxy(make=socat).pid}@14", timeout=20)
-    # The process that has this connection lives on.
+    # The process that serves this connection lives on.
     assert (result.status, result.err, sent(panel)) == (0, b"", [COPY, OWNER, REPLY])
 
 
@@ -95,7 +96,7 @@ def test_the_server_is_down(stoppable, proxy):
     panel.database.stop()
     begin = time.monotonic()
     result = panel.run(message(), timeout=20)
-    # Four attempts, a second apart.
+    # HAProxy makes four attempts, a second apart.
     assert time.monotonic() - begin < 6
     assert result.status == 0
     assert result.err.startswith(NOT_CONNECTED + GREETING) and result.err.endswith(NO_DATABASE)

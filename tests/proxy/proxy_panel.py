@@ -1,5 +1,5 @@
-"""What the tests with a proxy share, a plugin of pytest: the panel with its database on another
-host, a sendmail that waits, and what an operator finds in the log."""
+"""Shared by the tests with a proxy, as a plugin of pytest: the panel with its database on another
+host, a sendmail that waits, and the texts that an operator finds in the log."""
 
 import re
 import sys
@@ -27,7 +27,7 @@ WAITING = sandbox.SENDMAIL + f": >{ENTERED}\nwhile [ ! -e {GO} ]; do /bin/sleep 
 
 
 def connect_directly():
-    """The program's socket is the server's own."""
+    """Makes the program's socket the server's own."""
     sandbox.SOCKET.unlink(missing_ok=True)
     sandbox.SOCKET.parent.mkdir(parents=True, exist_ok=True)
     sandbox.SOCKET.symlink_to(RemoteDatabase.socket)
@@ -48,7 +48,7 @@ class WaitingRun:
         wait_until(ENTERED.exists)
 
     def go_on(self):
-        """Lets sendmail end, and the run; returns its status and diagnostics."""
+        """Lets sendmail and the run end; returns the run's status and diagnostics."""
         GO.touch()
         status = self.process.wait(timeout=30)
         return status, self.process.stderr.read()
@@ -72,7 +72,7 @@ def panel(_panel):
 
 @pytest.fixture
 def proxy():
-    """Starts HAProxy with the printed configuration, or a change of it, or another proxy."""
+    """Starts HAProxy with the printed configuration, with changes to it, or another proxy."""
     started = []
 
     def start(changes=None, make=haproxy):

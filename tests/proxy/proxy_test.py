@@ -1,5 +1,5 @@
 """A proxy owns the socket that the program connects to, and the database is on another host: what a
-run does, and what the proxy's limits do to it. Run by tests/proxy/run."""
+run does, and the effect of the proxy's limits. Run by tests/proxy/run."""
 
 import re
 import socket
@@ -13,7 +13,7 @@ from proxy_panel import (GREETING, LOST, NO_DATABASE, NOT_CONNECTED, REPLY, Wait
                          connect_directly, message, sandbox, sent, text_without_numbers, wait_until)
 from another_host import HOST, PORT, WITH_US, haproxy, socat
 
-# The user that the printed statements make, with other words about the password.
+# The user of the printed statements, with another way to log in.
 USER = "create or replace user admin@'192.0.2.1' {}; grant all on kem.* to admin@'192.0.2.1';"
 DENIED = (NOT_CONNECTED + b"Access denied for user 'admin'@'192.0.2.1' (using password: YES)\n")
 
@@ -21,7 +21,7 @@ DENIED = (NOT_CONNECTED + b"Access denied for user 'admin'@'192.0.2.1' (using pa
 # --- what a run does ------------------------------------------------------------------------------
 
 def everything(panel):
-    """Rules that do all that a run can do, and a sender who drives another one out."""
+    """Rules that use everything a run can do; for one the oldest sender is forgotten."""
     busy_rule(panel)
     panel.rule(subject="Grüße: <request_subject>", charset="iso-8859-1", mem_limit=1)
     panel.rule(keystr="question", key_where="body", text="x" * 5000)
@@ -32,7 +32,7 @@ def everything(panel):
 
 
 def outcome(panel):
-    """What two runs say, ask, start, send and leave."""
+    """What two runs write, ask the database, start, send, and leave in the table of counts."""
     panel.sql("delete from resp_freq; insert into resp_freq (rn_id, email, num, time_resp)"
               " values (2, 'anna@customer.example', 1, now()),"
               " (3, 'old@x.example', 1, '2020-01-01');")
@@ -61,7 +61,7 @@ def test_a_run_does_all_that_it_does_without_a_proxy(panel, proxy, make, repairs
     assert outcome(panel) == directly
     said, _, _, mails, senders = directly
     assert said == [(0, b"\n", b"")] * 2
-    # Seven mails and five: the last rule answers a sender once.
+    # Seven mails, then five: the last rule answers a sender only once.
     assert (len(mails), len(senders)) == (12, 4)
 
 
@@ -177,11 +177,11 @@ def test_a_statement_that_takes_longer_than_the_proxys_limit_ends_the_run(panel,
 # --- how many at once -----------------------------------------------------------------------------
 
 class Crowd:
-    """Connections that take all that the server has."""
+    """Takes all connections that the server allows."""
 
     def __init__(self, panel):
         self.panel = panel
-        panel.sql("set global max_connections=10;")  # the least that the server takes
+        panel.sql("set global max_connections=10;")  # the smallest value that the server accepts
 
         def taken():
             self.connections.append(socket.create_connection((HOST, PORT)))

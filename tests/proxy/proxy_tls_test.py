@@ -17,7 +17,7 @@ HEAD = CONFIGURATION[:CONFIGURATION.index("listen panel")]
 
 
 def printed(pattern):
-    """A text of the guide, without the blanks that mark it as an example."""
+    """A text of the guide, without the indentation of an example."""
     return re.search(pattern, GUIDE, re.M)[0].replace("\n    ", "\n").strip()
 
 

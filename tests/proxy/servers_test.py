@@ -1,5 +1,5 @@
-"""Two mail servers on one database: what they share, and what a customer sees where they are not set
-up equally. Run by tests/proxy/run."""
+"""Two mail servers on one database: what they share, and what a customer sees where they are set up
+differently. Run by tests/proxy/run."""
 
 import shutil
 import time

@@ -11,13 +11,13 @@ import panel as sandbox
 HOME = sandbox.HOME / "second"
 QMAIL = HOME / "qmail"
 RECORDS = HOME / "records"
-# Where the second server has something else than the first one.
+# The second server's own directories, and where they are mounted.
 PLACES = {HOME / "etc": sandbox.CONF.parent, HOME / "mysqld": sandbox.SOCKET.parent,
           HOME / "tmp": "/tmp"}
 
 
 class SecondServer:
-    """What the fixture `panel` is for the first server, as far as the tests need it."""
+    """Like the fixture `panel`, for the second server, as far as the tests need it."""
 
     def __init__(self):
         for directory in (*PLACES, QMAIL / "bin", QMAIL / "control", RECORDS):
@@ -38,7 +38,7 @@ class SecondServer:
         (QMAIL / "control" / "databytes").write_text(text)
 
     def run(self, message, before="", **environment):
-        """Runs the program there, after another command."""
+        """Runs the shell command `before`, and then the program, on the second server."""
         mounts = "".join(f"mount --bind {own} {place} && " for own, place in PLACES.items())
         result = subprocess.run(
             ["unshare", "--mount", "sh", "-c", f"{mounts} {before} exec {PROGRAM}"], input=message,

@@ -12,7 +12,7 @@
 
 namespace {
 
-// A container whose filter does not know the call.
+// As in a container whose filter does not know the call.
 void refuse_close_range() {
   sock_filter statements[] = {
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),

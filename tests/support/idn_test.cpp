@@ -12,12 +12,12 @@
 
 namespace {
 
-// The return code of every conversion in this program, or 0 for what libidn returns.
+// The return code of every conversion; 0: that of libidn.
 int forced_code = 0;
 
 }  // namespace
 
-// Hides the function of libidn, so that a test can make it fail.
+// These hide the functions of libidn, so that a test can make them fail.
 extern "C" int idna_to_ascii_8z(const char* input, char** output, int flags) {
   if (forced_code != 0) return forced_code;
   using Function = int(const char*, char**, int);
@@ -64,9 +64,9 @@ constexpr Name kNames[] = {
     {"UpperCaseUmlaut", "B\xC3\x9C\x43HER.example", "xn--bcher-kva.example"},
     {"CaseOfTheAsciiLabels", "WWW.b\xC3\xBC\x63her.DE", "WWW.xn--bcher-kva.DE"},
     {"Ideographs", "\xE6\x97\xA5\xE6\x9C\xAC.example", "xn--wgv71a.example"},
-    // Dots alone part labels, so the local part goes with the first label of the domain.
+    // Only dots separate labels, so the local part belongs to the first label of the domain.
     {"AddressWithUmlaut", "info@b\xC3\xBC\x63her.example", "xn--info@bcher-feb.example"},
-    // U+FF07 is compatible with the ASCII quote: a name without quotes comes back with one.
+    // U+FF07 normalises to the ASCII quote: a name without quotes comes back with one.
     {"FullwidthApostropheAsQuote", "o\xEF\xBC\x87x@example.com", "o'x@example.com"},
     {"FullwidthLettersAsLowerCaseAscii", "\xEF\xBC\xA1\xEF\xBC\xA2@example.com", "ab@example.com"},
     {"IdeographicFullStopAsDot", "a\xE3\x80\x82\x62", "a.b"},

@@ -120,7 +120,7 @@ TEST(IdnUrlToAscii, WarnsOfAUrlWithoutAHost) {
     const std::string report = testing::internal::GetCapturedStderr();
     testing::internal::GetCapturedStdout();
     if (std::string(url) == "http://") {
-      // The expression takes "http" for the host and the rest for a port.
+      // The regular expression takes "http" for the host and the rest for a port.
       EXPECT_STREQ(result, "http://");
     } else {
       EXPECT_EQ(result, nullptr) << url;

@@ -40,7 +40,7 @@ constexpr Key kKeys[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, ParamCheckDeathTest, testing::ValuesIn(kKeys));
 
-// These return, or the process is dead.
+// A refused key would end the process.
 TEST(ParamCheck, AcceptsEveryOtherByte) {
   std::string key;
   for (int code = 1; code < 256; ++code) {

@@ -169,7 +169,7 @@ TEST(PutMessage, PrintsNoSystemError) {
   EXPECT_EQ(got.on_stdout, "program: text\n");
 }
 
-// Both streams in one, so that a death test sees both.
+// Writes both streams to one, so that a death test sees both.
 void report_into_one_stream(int status, const char* program, int error, const char* message) {
   dup2(STDERR_FILENO, STDOUT_FILENO);
   prog_name = program;
@@ -195,7 +195,7 @@ TEST(ReportDeathTest, PrintsTheSystemErrorOfAFatalReport) {
                           "System error 2: No such file or directory\n"));
 }
 
-// Also to streams that have buffers, where nothing else would write it before a crash.
+// Reports must not stay in a stream's buffer, which a crash would lose.
 void warn_and_die() {
   static char buffer[4096];
   setvbuf(stderr, buffer, _IOFBF, sizeof buffer);
@@ -212,7 +212,7 @@ TEST(ReportDeathTest, PutMessageExitsWithTheStatus) {
   EXPECT_EXIT(put_message("text", 3), testing::ExitedWithCode(3), testing::HasSubstr("text\n"));
 }
 
-#ifndef __SANITIZE_ADDRESS__  // whose allocator does not obey the limit
+#ifndef __SANITIZE_ADDRESS__  // its allocator ignores the limit
 
 // Takes all memory that the process can still get.
 void exhaust_memory() {
@@ -235,7 +235,7 @@ TEST(ReportDeathTest, SaysSoWhenThereIsNoMemoryForTheMessage) {
               testing::Eq("program: Can't allocate memory for error message\n"));
 }
 
-// There is room for a first buffer, and nowhere for a larger one.
+// There is memory for a first buffer, but none for a larger one.
 void report_without_more_memory(const std::string& message) {
   void* volatile room = malloc(4096);  // volatile, or the compiler spares itself both calls
   exhaust_memory();

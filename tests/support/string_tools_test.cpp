@@ -76,7 +76,7 @@ TEST(StrnReplace, ReturnsTheSourceWithoutMemory) {
   const char* const source = "abc";
   testing::internal::CaptureStderr();
   EXPECT_EQ(strn_replace(source, destination, "b", "X", SIZE_MAX / 2), source);
-  // A sanitizer has its own word before it.
+  // A sanitizer writes a line of its own first.
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
               testing::EndsWith("strn_replace: Cannot allocate memory\n"));
   EXPECT_STREQ(destination, "kept");

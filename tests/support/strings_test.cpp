@@ -12,7 +12,7 @@
 #include "support/base/owned.h"
 #include "support/mysql_owned.h"
 
-// As in a build without sanitizers, so that a failed allocation comes back to its caller.
+// Makes a failed allocation return null, as without sanitizers.
 extern "C" const char* __asan_default_options();   // NOLINT(bugprone-reserved-identifier)
 extern "C" const char* __asan_default_options() {  // NOLINT(bugprone-reserved-identifier)
   return "allocator_may_return_null=1";

@@ -31,7 +31,8 @@ struct Outcome {
   std::string bytes;
 };
 
-// Fills `text` into a buffer of `capacity` bytes, the one more that it needs, and a guard.
+// Fills the template into a buffer of `capacity` bytes and one for the NUL, with a guard byte after
+// it.
 Outcome substitute(char open, char close, const char* text, int capacity, int options) {
   constexpr char kUntouched = '#';
   std::string buffer(static_cast<size_t>(capacity) + 2, kUntouched);

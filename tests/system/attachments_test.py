@@ -29,7 +29,7 @@ def notifications(panel):
 def test_appends_a_file_as_a_base64_part(panel):
     panel.attach(panel.rule(text="See below."), "list.txt", content=b"Apples\n")
     result = panel.run(message())
-    assert result.out == b"\n"  # of the step that ends each attachment
+    assert result.out == b"\n"  # written by the step that ends each attachment
     boundary = BOUNDARY.encode()
     assert replies(panel)[0].message == (
         b"From: info@shop.example\nTo: otto@customer.example\nMIME-Version: 1.0\n"
@@ -253,7 +253,7 @@ def test_a_failing_setting_is_reported_and_passed_over(panel):
     assert notifications(panel)[0].arguments[1] == b"root@localhost"
 
 
-# --- what is no plain file -------------------------------------------------------------------------
+# --- what is no plain file -----------------------------------------------------------------------
 
 def make_socket(path):
     socket.socket(socket.AF_UNIX).bind(str(path))
@@ -289,8 +289,8 @@ def test_a_file_that_grows_without_an_end_is_cut(panel):
     assert len(mail.message) < 32 << 20
 
 
-# The command's own output is a blank line for each file: a terminal that stops background processes
-# which write to it (stty tostop) must not stop this one.
+# The command writes a blank line for each file. A terminal that stops background processes which
+# write to it (stty tostop) must not stop the command.
 def test_a_terminal_does_not_stop_the_encoding(panel):
     panel.attach(panel.rule(), "a.txt")
     master, slave = pty.openpty()

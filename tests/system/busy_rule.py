@@ -1,10 +1,10 @@
-"""A rule that does everything, and how to see that what left of it is whole."""
+"""A rule that does everything, and checks that its mails are whole."""
 
 COPY, OWNER, REPLY = b"copy@colleague.example", b"grete@customer.example", b"otto@customer.example"
 
 
 def busy_rule(panel):
-    """A rule that does everything: forwards, attaches a file, misses another."""
+    """Adds a rule that forwards, attaches a file and lacks another."""
     rule = panel.rule(text="See below.")
     panel.forward(rule, COPY.decode())
     panel.attach(rule, "list.txt")
@@ -17,7 +17,7 @@ def sent(panel):
 
 
 def whole(panel):
-    """Whether every mail that left is complete, and none left twice."""
+    """Whether every mail that left is whole, and none left twice."""
     for mail in panel.mails():
         end = {COPY: b"A question.\n\n", OWNER: b"missing.txt\n\n"}.get(
             mail.arguments[-1], b"--\n" if b"multipart" in mail.message else b"\n\n\n")

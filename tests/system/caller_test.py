@@ -1,5 +1,5 @@
-"""The program as another user starts it, setuid root: what that user set up must not reach the run or
-its commands, which are root's."""
+"""The program started setuid root by another user, whose settings must not reach the run or its
+commands, which are root's."""
 
 import ctypes
 import os
@@ -34,7 +34,7 @@ def program(panel):
 
 
 def start(program, prepare=lambda: None, env=None, **options):
-    """Starts the program as the caller, after `prepare` was called as root in its process."""
+    """Starts the program as the caller; `prepare` runs as root in its process first."""
     return subprocess.Popen(
         [program], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
         env={"RECIPIENT": RECIPIENT} if env is None else env, user=CALLER, group=CALLER,
@@ -49,7 +49,7 @@ def run(program, prepare=lambda: None, **options):
 
 
 def record(command):
-    """Makes sendmail note what a command says of the process that it is started in."""
+    """Makes sendmail note what a command tells of its process."""
     sandbox.write_sendmail(f"#!/bin/sh\n{command} >{RECORD} 2>&1\n")
 
 
@@ -81,7 +81,8 @@ def test_its_envelope_sender_reaches_the_run_but_no_command(panel, program, send
         assert not [entry for entry in mail.environment if entry.startswith(b"SENDER=")]
 
 
-# A crash of a command would else write its memory, with the caller's text in it, where root may write.
+# Otherwise a command that crashes would write its memory, with text of the caller, where only root
+# may write.
 def test_its_limits_and_its_directory_leave_no_core_file(panel, program):
     directory = Path("/run/panel/rich")
     directory.mkdir(exist_ok=True)
@@ -103,7 +104,8 @@ def recorded_limit():
 
 
 def may_raise_limits():
-    """Whether root here has the right to (CAP_SYS_RESOURCE), which containers often take away."""
+    """Whether root has the right to raise limits (CAP_SYS_RESOURCE), which containers often take
+    away."""
     (line,) = (line for line in Path("/proc/self/status").read_text().splitlines()
                if line.startswith("CapEff:"))
     return int(line.split()[1], 16) >> 24 & 1 == 1
@@ -150,7 +152,7 @@ def test_a_hard_limit_on_memory_is_raised_as_far_as_it_can_be(panel, program, na
     assert recorded_limit() == ([least, least] if may_raise_limits() else [low, low])
 
 
-# A report into a file, which the limit lets nobody write.
+# The report goes to a file, to which the limit allows no byte.
 @pytest.mark.skipif(may_raise_limits(), reason="root here raises the limit")
 def test_a_refusal_does_not_die_of_the_limit_itself(panel, program):
     with open("/run/panel/log", "w") as log:
@@ -170,10 +172,10 @@ def test_its_descriptors_are_closed(panel, program):
         run(program, lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (64, 64)), pass_fds=more)
         for descriptor in more:
             os.close(descriptor)
-    assert RECORD.read_text().split() == ["0", "1", "2", "3"]  # the last is that of ls
+    assert RECORD.read_text().split() == ["0", "1", "2", "3"]  # 3 is the directory that ls reads
 
 
-# The kernel may wake a process later by as much as it allows; that outlives exec.
+# The kernel may wake a process late by its timer slack, which exec keeps.
 def test_its_timers_may_not_be_late(panel, program):
     set_timer_slack, libc = 29, ctypes.CDLL(None)
     panel.rule()
@@ -226,7 +228,7 @@ def test_another_process_of_it_cannot_signal_the_run(panel, program):
     assert process.returncode == 0
 
 
-# The C library opens them before the program starts, so that writing to them fails.
+# In a setuid program the C library opens these before main, so that writing to them fails.
 @pytest.mark.parametrize("repairs", [False, True])
 @pytest.mark.parametrize("closed", [[1], [2], [1, 2], [0, 1, 2]], ids=str)
 def test_attachments_are_whole_where_it_closed_the_standard_descriptors(
@@ -242,7 +244,7 @@ def test_attachments_are_whole_where_it_closed_the_standard_descriptors(
 
 @pytest.mark.skipif(SANITIZED, reason="the sanitizers map more memory than can be searched")
 def test_nothing_of_its_environment_reaches_the_reader(panel, program):
-    """A body that takes seconds to convert, so that there is time to look."""
+    """The body takes seconds to convert, so that there is time to look."""
     text = (b"From: a@b\nContent-Type: text/plain; charset=tscii\n\n" + b"\xaa" * (30 << 20))
     mark = "mark-of-" + "the-caller"
     process = start(program, env={"KEM_MARK": mark, "RECIPIENT": f"x-{mark}@shop.example"})

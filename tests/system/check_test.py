@@ -1,5 +1,5 @@
-"""autoresponder-explain --check: what it finds on a server that is set up wrong, and that it only
-looks."""
+"""autoresponder-explain --check: what it finds on a server that is set up wrong; and that it
+changes nothing."""
 
 import os
 import re
@@ -67,7 +67,8 @@ def with_another_engine(server):
     return lambda: server.sql("alter table mail_resp engine=InnoDB")
 
 
-# How to break something. A function may return what undoes it, if the next test would not.
+# Each returns a function that breaks something. That may return a function to undo it, where
+# resetting the panel does not.
 
 def without(key):
     def act(_):
@@ -110,7 +111,7 @@ def sql(statements):
 
 
 def hidden(path):
-    """Puts something in the place of a file that nobody can start or load."""
+    """Hides a file by one that can be neither started nor loaded."""
     def act(_):
         where = Path(path).resolve()
         subprocess.run(["mount", "--bind", "/dev/null", where], check=True)
@@ -185,7 +186,7 @@ def without_proc(server):
 
 
 FAULTS = [
-    # what is done, severity and code of the finding, words of its line
+    # name, what is done, severity and code of the finding, words of its line
     ("missing key", without("WEB_STAT"), "error", "conf_key_missing", "define WEB_STAT."),
     ("no conf", gone(sandbox.CONF), "error", "conf_unreadable", "No such file"),
     ("open conf", mode(sandbox.CONF, 0o666), "error", "conf_writable", "mode 0666"),
@@ -355,7 +356,7 @@ def test_finds_that_a_column_is_missing(server, table):
         texts = [finding["text"] for finding in check("--json").answer()["findings"]
                  if finding["severity"] == "error"]
         server.sql(f"alter table {table} rename column away to {column}")
-        # Without the settings there is no connection at all.
+        # Without the settings no session can be opened.
         want = f"A run cannot read {table}.{column}: " if table != "misc" else "No run can use"
         assert texts[0].startswith(want) and f"'{column}'" in texts[0], texts
 
@@ -368,8 +369,8 @@ def test_every_code_is_provoked():
     columns = {"mn_id", "dom_id", "cl_id", "mail_name", "key_where", "resp_on", "ans_freq",
                "mem_limit", "reply_to", "content_type", "rn_id", "time_resp"}
     left = codes - {fault[3] for fault in FAULTS} - tables - columns - {"auto_increment"}
-    left -= {code for code in codes if code.startswith("cluster_")}  # by tests/cluster/check_test.py
-    # Those have tests of their own; no test can take the whole /tmp away.
+    left -= {code for code in codes if code.startswith("cluster_")}  # tests/cluster
+    # These have tests of their own, except tmp_missing: no test can remove /tmp.
     assert left == {"tmp_left_files", "repairs_off", "tmp_missing", "reader_fails",
                     "reader_unconfined"}
 

@@ -26,8 +26,8 @@ EXPLAIN = BUILD / "explain" / "autoresponder-explain"
 FAULTS = BUILD / "tests" / "libfaults.so"
 SANITIZED = os.environ.get("KEM_SANITIZED") == "ON"
 OPTIMISED = os.environ.get("KEM_BUILD_TYPE", "Release") == "Release"
-# Where it is asked for, what stands in front of the program; its errors end the run with status 97.
-# TLS is not cleaned up at the exit, so what is only possibly lost is not shown.
+# With KEM_VALGRIND: runs the program under valgrind, whose errors end the run with status 97. The
+# TLS library keeps its memory until the exit, so only definite leaks count.
 VALGRIND = ["/usr/bin/valgrind", "-q", "--error-exitcode=97", "--leak-check=full",
             "--errors-for-leak-kinds=definite", "--show-leak-kinds=definite"] if "KEM_VALGRIND" in os.environ else []
 RECIPIENT = "shop.example-info@shop.example"
@@ -35,7 +35,7 @@ RECIPIENT = "shop.example-info@shop.example"
 # The boundary of the first reply in a run.
 BOUNDARY = "--------=_nWlrBbmQBhCDarzOwKkYHIDdqSCDX"
 
-# What the server says of a statement that `faults` made fail.
+# The server's error for a statement that `faults` made fail.
 NONSENSE = (b"You have an error in your SQL syntax; check the manual that corresponds to your MariaDB"
             b" server version for the right syntax to use near 'nonsense' at line 1\n")
 
@@ -52,7 +52,7 @@ COMMANDS = sandbox.HOME / "commands"
 
 
 def record_shell_commands():
-    """Puts a shell in the place of /bin/sh that notes its arguments first."""
+    """Replaces /bin/sh by a shell that first notes its arguments."""
     real = sandbox.HOME / "dash"
     recorder = sandbox.HOME / "recorder"
     shutil.copy("/usr/bin/dash", real)
@@ -63,7 +63,7 @@ def record_shell_commands():
 
 
 class Result:
-    """How a run ended and what it said."""
+    """The end and the output of a run."""
 
     def __init__(self, process):
         self.status = process.returncode
@@ -71,12 +71,12 @@ class Result:
         self.err = process.stderr
 
     def answer(self):
-        """What was written as JSON."""
+        """The JSON that was written."""
         return json.loads(self.out)
 
 
 class Panel:
-    """The sandbox with what the tests do in it."""
+    """The sandbox, and what the tests do in it."""
 
     def __init__(self, database=sandbox.Database):
         sandbox.install()
@@ -104,14 +104,14 @@ class Panel:
         return self.database.run(statements)
 
     def start_sql(self, statements):
-        """Starts a session of its own that runs the statements."""
+        """Starts a session that runs the statements."""
         client = subprocess.Popen(
             ["mariadb", "--no-defaults", f"--socket={self.database.socket}", "--user=root", "kem",
              "-e", statements], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         return client
 
     def end_sql(self, client, statement):
-        """Ends a session that was started, while it runs the statement."""
+        """Ends a session of `start_sql` while it runs the statement."""
         for session in self.sql("select id from information_schema.processlist"
                                 f" where info like '%{statement}%' and id != connection_id()"
                                 ).split():
@@ -127,7 +127,7 @@ class Panel:
                             "select last_insert_id();"))
 
     def limit(self, text):
-        """Writes the mail server's size limit; None for no such file."""
+        """Sets the mail server's size limit; None removes its file."""
         path = sandbox.QMAIL / "control" / "databytes"
         path.unlink(missing_ok=True)
         if text is not None:
@@ -156,7 +156,8 @@ class Panel:
         if recipient is not None:
             environment["RECIPIENT"] = recipient
         if faults is not None:
-            # A sanitized program wants to be asked before another library stands in front of it.
+            # Without this option a sanitized program refuses a library that is preloaded before the
+            # sanitizer's.
             environment |= {"LD_PRELOAD": str(FAULTS), "KEM_FAULTS": faults,
                             "ASAN_OPTIONS": "verify_asan_link_order=0"}
         if isinstance(message, str):
@@ -179,7 +180,7 @@ class Panel:
                                      capture_output=True, env=environment, **options))
 
     def state(self):
-        """What a program that changes nothing leaves as it is: the tables and the panel's files."""
+        """The state that a program must not change: the tables and the panel's files."""
         tables = self.sql("show tables").split()
         files = [path for directory in ("/tmp", "/etc/kem", sandbox.MAILNAMES, sandbox.QMAIL)
                  for path in sorted(Path(directory).rglob("*"))]
@@ -237,12 +238,12 @@ def panel(_panel):
 
 
 def real_root():
-    """Whether this is root on the machine itself, who can be other users too."""
+    """Whether this is root of the machine itself, who can become other users."""
     return Path("/proc/self/uid_map").read_text().split() == ["0", "0", "4294967295"]
 
 
 def wait_until(condition, seconds=20):
-    """Waits for what another process does; fails when it takes too long."""
+    """Waits until the condition holds; fails when that takes too long."""
     deadline = time.monotonic() + seconds
     while not condition():
         assert time.monotonic() < deadline, "it did not happen"
@@ -255,7 +256,7 @@ def children(pid):
 
 
 def memory_of(pid):
-    """All that the process has in its memory."""
+    """All memory of the process, region by region."""
     regions = Path(f"/proc/{pid}/maps").read_text().splitlines()
     with open(f"/proc/{pid}/mem", "rb", buffering=0) as memory:
         for region in regions:

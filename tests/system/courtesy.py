@@ -1,4 +1,4 @@
-"""The panel of the tests of courtesy, and messages for it."""
+"""A panel with courtesy on, and messages for it."""
 
 import re
 
@@ -33,14 +33,15 @@ def courteous(panel):
 
 
 def text_with(*fields, to="info@shop.example", sender="otto@customer.example"):
-    """A message that gets a reply but for its further fields."""
+    """A message that gets a reply unless the further fields prevent it."""
     addressed = [f"To: {to}"] if to is not None else []
     return "\n".join([f"From: {sender}", *addressed, "Subject: Hello", *fields, "", "A question.\n"]
                      ).encode()
 
 
 def objection(panel, text, sender=None, recipient=RECIPIENT):
-    """Why there was no reply; None if there was one. `sender`: SENDER; None leaves it unset."""
+    """The reason for no reply; None if there was a reply. `sender`: the value of SENDER; None
+    leaves it unset."""
     result = panel.run(text, recipient=recipient, env={} if sender is None else {"SENDER": sender})
     assert result.status == 0
     if result.err == b"":

@@ -1,5 +1,5 @@
-"""Messages as common software writes them, each with why it gets no reply with courtesy on; None for one
-that gets a reply. All came to info@shop.example."""
+"""Messages as common software writes them, each with the reason why it gets no reply with courtesy
+on; None for one that gets a reply. All are delivered to info@shop.example."""
 
 ORDINARY = {
     "a desktop mail program": (None, """\

@@ -1,5 +1,5 @@
-"""With AUTORESPONDER_COURTESY on: what runs without a reply, what a reply says of itself, two autoresponders
-that answer each other, and what autoresponder-explain tells."""
+"""With AUTORESPONDER_COURTESY on: what is done without a reply, what a reply says of itself, two
+autoresponders that answer each other, and what autoresponder-explain tells."""
 
 import re
 
@@ -138,13 +138,13 @@ def test_the_notification_says_that_it_is_automatic(courteous):
 
 # Two autoresponders.
 
-def exchange(panel, mail, start_at, states, most=10):
-    """Hands each mail that leaves to the autoresponder of the mailbox that it is for; returns who has
-    written, in order. `states`: of courtesy, for each mailbox."""
+def exchange(panel, mail, start_at, states, max_mails=10):
+    """Delivers each mail that leaves to its mailbox's autoresponder; returns who has written, in
+    order. `states`: whether courtesy is on, for each mailbox."""
     writers = []
     waiting = [(mail, start_at, "info@shop.example" if start_at != "info@shop.example"
                 else "info@other.example")]
-    while waiting and len(writers) < most:
+    while waiting and len(writers) < max_mails:
         text, recipient, sender = waiting.pop(0)
         switch(states[recipient])
         sandbox.forget_mails()
@@ -167,7 +167,7 @@ def test_two_autoresponders_answer_each_other_once_at_most(courteous, start):
     assert exchange(courteous, text, start, {ONE: "on", OTHER: "on"}) == [start]
 
 
-# A mail server in between may hide that the envelope sender is null.
+# A mail server between the two may hide that the envelope sender is null.
 def test_the_reply_itself_is_enough_to_stop_the_other(courteous):
     reply = replied(courteous, text_with(sender=OTHER))
     courteous.rule(mn_id=3)

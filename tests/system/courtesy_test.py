@@ -9,7 +9,7 @@ PLACES = ["From", "Reply-To", "SENDER", "Return-Path"]
 
 
 def objection_to(panel, address, place):
-    """What is said against an address at one of the places."""
+    """The objection to an address in one of the places."""
     if place == "From":
         return objection(panel, text_with(sender=address))
     if place == "SENDER":
@@ -112,7 +112,7 @@ def test_answers_another_mailbox(courteous, name):
     assert objection(courteous, text_with(sender=name), sender=name) is None
 
 
-# A form on a web site writes so, and the customer is waiting for the answer.
+# A form on a web site writes like this, and the customer waits for the answer.
 def test_answers_a_reply_to_outside_though_from_is_the_mailbox(courteous):
     text = text_with("Reply-To: otto@customer.example", sender="info@shop.example")
     assert objection(courteous, text, sender="www-data@web1.panel.example") is None

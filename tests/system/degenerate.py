@@ -1,5 +1,5 @@
-"""Messages of any size that are made to cost as much as they can: each kind is a function of a size in
-bytes. What is a multiple of a small piece shows time and memory that grow faster than the message."""
+"""Messages that are made to cost as much as they can. Each kind is a function of the size in bytes:
+a message of many small pieces shows time or memory that grows faster than the message."""
 
 import base64
 import itertools
@@ -34,7 +34,7 @@ def header(line, size):
     return times(line, size) + HEAD + b"\nbody\n"
 
 
-# Charsets whose characters grow most, and those that hold characters back, with bytes that do it.
+# Charsets whose characters grow most in UTF-8, and some that hold characters back, with such bytes.
 WORST_BYTES = {
     "TSCII": b"\x87", "IBM437": b"\xb0", "windows-1252": b"\x80", "BIG5-HKSCS": b"\x88\x66",
     "SHIFT_JISX0213": b"\x82\xf9|", "EUC-JISX0213": b"\xa4\xd7|", "TCVN5712-1": b"\xb0A",
@@ -43,7 +43,7 @@ WORST_BYTES = {
     "UTF-8": b"\xff", "US-ASCII": b"\xff", "ISO-8859-1": b"\xff",
 }
 
-# Some that need loading.
+# Charsets that iconv loads as modules.
 CHARSETS = [*(f"ISO-8859-{i}" for i in range(2, 12)), *(f"IBM{i}" for i in (850, 851, 852, 855, 856, 857, 858, *range(860, 867))),
             *(f"windows-{i}" for i in range(1250, 1259)), "KOI8-R", "KOI8-U", "EUC-KR", "EUC-JP", "BIG5",
             "SHIFT_JIS", "GB18030", "TSCII", "VISCII", "MACINTOSH", "HP-ROMAN8", "TIS-620", "CP932",
@@ -108,7 +108,7 @@ def thread(fields):
     return fields + b"To: info@shop.example\n" + HEAD + b"\nbody\n"
 
 
-# What is looked at with courtesy on.
+# Messages for what is read with courtesy on.
 COURTESY_KINDS = {
     "list fields": lambda size: thread(times(b"List-Id: x\n", size)),
     "almost list fields": lambda size: thread(times(b"List-: x\n", size)),

@@ -1,5 +1,5 @@
-"""What a message costs grows no faster than the message, whatever is in it: each degenerate kind runs at
-two sizes."""
+"""The cost of a message grows no faster than the message, whatever is in it: each degenerate kind
+runs at two sizes."""
 
 import re
 import subprocess
@@ -15,8 +15,8 @@ SMALL = (2 if OPTIMISED else 1) * 1000000
 GROWTH = 4
 INPUT = Path("/run/panel/input")
 
-# A small process that runs a program and tells its peak memory (KiB), its processor time and its end:
-# as a child of the tests themselves it would be charged with what they hold.
+# Runs a program and prints its peak memory (KiB), its processor time and its status. Started from a
+# small process: the peak of a child is at least the memory of the process that starts it.
 MEASURE = """
 import os, sys
 pid = os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ)
@@ -25,10 +25,10 @@ print(usage.ru_maxrss, usage.ru_utime + usage.ru_stime, os.waitstatus_to_exitcod
       file=sys.stderr)
 """
 
-# How many times its size a message may take in memory, beyond what a small one takes. A sender is
-# held with the statement that names it, and escaped. A subject is held as it was and as it is in UTF-8,
-# where a character may take many times as many bytes.
-MOST_MEMORY = {
+# Peak memory beyond that of a small message, as a multiple of the message's size. A sender is held
+# twice more: escaped, and in a statement. A subject is held as it was and in UTF-8, where a
+# character may take many times as many bytes.
+MAX_MEMORY = {
     "quoted backslashes": 5.2, "sender of quotes": 5.2, "long sender": 3.2, "sender of words": 3.2,
     "sender of labels": 3.2, "charset suffixes in a word": 3.2, "word in TSCII": 9,
     "unencoded word in TSCII": 14,
@@ -39,7 +39,7 @@ MOST_MEMORY = {
 
 
 def cost(panel, text):
-    """Bytes of memory and seconds that the program takes for a message; it must answer in order."""
+    """Peak bytes and processor seconds of the program for a message; its status must be 0."""
     INPUT.write_bytes(text)
     with open(INPUT, "rb") as stdin:
         err = subprocess.run(
@@ -55,7 +55,7 @@ def cost(panel, text):
 
 @pytest.fixture
 def rules(panel):
-    """One rule that answers everything, and one that searches the body for what is not there."""
+    """Adds a rule that answers everything, and one whose trigger is not in the body."""
     panel.rule()
     panel.rule(key_where="body", keystr="nowhere to be found")
     panel.base = cost(panel, message())[0]
@@ -76,9 +76,9 @@ def test_courtesy_costs_grow_no_faster_than_the_message(rules, kind):
 def check_growth(rules, kind, make):
     small, large = (cost(rules, make(size)) for size in (SMALL, GROWTH * SMALL))
     if SANITIZED:
-        return  # the sanitizers' own costs are in the way; that the run ends is what counts
+        return  # the sanitizers' own costs are too high; the run ended, at least
     size = GROWTH * SMALL
-    assert large[0] <= rules.base + MOST_MEMORY.get(kind, 3) * size + (2 << 20)
+    assert large[0] <= rules.base + MAX_MEMORY.get(kind, 3) * size + (2 << 20)
     assert large[1] <= 1.5 * GROWTH * small[1] + 0.3
 
 

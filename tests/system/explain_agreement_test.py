@@ -1,5 +1,5 @@
-"""What autoresponder-explain foretells, held against what the program then does, on generated panels
-and messages; and that foretelling changes nothing."""
+"""Compares what autoresponder-explain foretells with what the program then does, on generated
+panels and messages; and checks that foretelling changes nothing."""
 
 import os
 import random
@@ -28,7 +28,7 @@ class Case:
     """One panel and one message."""
 
     WORDS = ["invoice", "price list", "urgent", "Grüße", "Привет", "", "a", "\\n", "?", "日本"]
-    # Most messages have one of the first few; the last three concern repairs.
+    # Most messages have one of the first; the last three concern repairs.
     SENDERS = ["otto@customer.example", "Otto@Customer.Example", "o.k@x.example", "a@b",
                "o'brien@customer.example", "MAILER-DAEMON@mx.example", "mailer-daemon@mx.example",
                "info@shop.example", "Mailer-Daemon@mx.example", "x" * 70 + "@customer.example",
@@ -145,7 +145,7 @@ class Case:
                           "link", "folder"] + ["two\nlines"] * 4)
         self.insert("resp_attach", rn_id=rule, filename=name)
         if name in ("link", "folder") or name and "/" in name:
-            return  # made for every panel, or none
+            return  # `install` makes these
         if name and name != "missing.pdf" and self.chance(90):
             content = b"" if name == "empty" else self.random.randbytes(self.random.randrange(300))
             self.files[name.strip()] = content
@@ -172,8 +172,8 @@ def rows_of(panel):
 
 
 def rows_after(rows, answer):
-    """What the limiter's table should hold after the run that `answer` foretells. A sender that is
-    longer than the column is in it cut; without repairs it gets another row every time."""
+    """The limiter's table as it should be after the run that `answer` foretells. The column cuts
+    longer senders; without repairs such a sender gets another row every time."""
     known = {(rule, sender): replies for rule, sender, replies in rows}
     new = []
     for rule in answer["rules"]:
@@ -194,18 +194,18 @@ def commands_of(answer):
 
 
 def plain_name(command):
-    """A command of the run with its temporary name as it was before the file was made."""
+    """A command of the run with the template of its temporary file's name."""
     return TEMPORARY_NAME.sub(r"\1XXXXXX", command)
 
 
-# The order of an answer is spelled once for the program and for the explanation, so that their
-# agreement says nothing about it: these are held against what the order has to be.
+# The program and the explanation share the code for the order of an answer, so their agreement says
+# nothing about it. Therefore that order is also compared with this one.
 PURPOSES = ["forward", "notify", "attach", "reply"]
 SILENT = {"switched_off", "not_triggered", "never_replies", "limit_reached", "not_reached"}
 
 
 def check_order(rule):
-    """A rule's commands come in the one order, and none of them before the limiter agreed."""
+    """A rule's commands have this order, and there is none if the limiter refused."""
     purposes = [command["purpose"] for command in rule["commands"]]
     assert purposes == [purpose for purpose in PURPOSES if purpose in purposes]
     if rule["outcome"] in SILENT:
@@ -221,7 +221,7 @@ def check_order(rule):
 
 
 def check_changes(answer):
-    """What a switch that is off would change is told only then."""
+    """What repairs would change is told only while they are off."""
     if answer["switches"]["repairs"]:
         assert "with_repairs" not in answer
         assert all("with_repairs" not in rule for rule in answer["rules"])
@@ -234,7 +234,7 @@ def check_changes(answer):
 
 
 def check_with_courtesy(panel, case, answer):
-    """What courtesy would change, where it is off, is what is foretold with courtesy on."""
+    """What courtesy would change is what is foretold with courtesy on."""
     if "with_courtesy" not in answer:
         return
     panel.switch(case.repairs, True)
@@ -244,7 +244,7 @@ def check_with_courtesy(panel, case, answer):
 
 
 def check_objections(answer, result):
-    """The run gives the reasons that were foretold."""
+    """The run gives the reasons for no reply that were foretold."""
     told = {rule["objection"] for rule in answer["rules"] if rule["outcome"] == "courtesy"}
     said = set(re.findall("autoresponder: no reply, courtesy: (.*)", result.err.decode("latin-1")))
     assert told == said
@@ -283,7 +283,7 @@ def check_case(panel, case):
     aborted = result.status < 0
     assert aborted == (answer["reason"] == "run_aborts")
     check_objections(answer, result)
-    if aborted:  # such a run leaves its file
+    if aborted:  # the file of such a run stays
         panel.remove_temporary_files()
     assert not (case.repairs and aborted)
     return {answer["reason"], *outcomes,

@@ -497,7 +497,7 @@ def test_shows_strangers_bytes_as_text(panel):
     panel.name_attachments(rule, "\033[31m.txt")
     text = b"From: a@b\nSubject: =?utf-8?Q?=1B[31m=C2=9B?= \x1b[2J\n\n\x1b[2J\r\n"
     shown = on_terminal(text, "--show-reply")
-    for part in shown.split(b"\033")[1:]:  # the colours of the report alone
+    for part in shown.split(b"\033")[1:]:  # the report's own colours only
         assert part.startswith((b"[0m", b"[1m", b"[31m", b"[32m", b"[33m"))
     assert rb"\x1B[2J" in shown and b"\xc2\x9b" not in shown and b"\a" not in shown
     plain = panel.explain(text).out
@@ -505,7 +505,7 @@ def test_shows_strangers_bytes_as_text(panel):
 
 
 def file_system():
-    """Every file that is not the kernel's, the server's, or what the tests themselves write."""
+    """Every file but the kernel's, the database server's, and those that the tests write."""
     skipped = {"/proc", "/sys", "/dev", "/mnt", "/run/mysqld", str(sandbox.DATA)}
     noted = {str(sandbox.HOME), str(COMMANDS), str(sandbox.HOME / "mysqld.log")}
     found = {}
@@ -575,7 +575,7 @@ def test_holds_itself_to_reading(panel):
 
 
 def started_by_explain():
-    """The processes that hold the memory of a reply."""
+    """The processes that have the reply in memory open."""
     found = []
     for process in Path("/proc").glob("[0-9]*"):
         try:
@@ -645,7 +645,7 @@ def test_shows_diagnostics_as_text(panel):
     assert panel.run(text).err == result.answer()["diagnostics"].encode()
 
 
-LONGEST_COMMAND = 32 * os.sysconf("SC_PAGESIZE") - 1
+MAX_COMMAND_LENGTH = 32 * os.sysconf("SC_PAGESIZE") - 1
 
 
 @pytest.mark.parametrize("more, outcome", [(0, "replies"), (1, "command_too_long")])
@@ -653,11 +653,11 @@ def test_tells_that_a_command_is_too_long(panel, more, outcome):
     panel.sql("alter table resp_freq drop key rn_id, modify email mediumtext not null")
     panel.rule()
     around = f"{sandbox.QMAIL}/bin/sendmail -f 'info@shop.example' '@x' </tmp/kem-response-uu-XXXXXX"
-    sender = "a" * (LONGEST_COMMAND - len(around) + more) + "@x"
+    sender = "a" * (MAX_COMMAND_LENGTH - len(around) + more) + "@x"
     result = panel.explain(message(sender=sender), "--json")
     panel.run(message(sender=sender))
     (rule,) = result.answer()["rules"]
-    assert len(rule["commands"][0]["line"]) == LONGEST_COMMAND + more
+    assert len(rule["commands"][0]["line"]) == MAX_COMMAND_LENGTH + more
     assert (rule["outcome"], len(panel.mails())) == (outcome, 1 - more)
 
 
@@ -716,7 +716,7 @@ def test_is_described_in_its_help(panel):
 
 @pytest.mark.skipif(SANITIZED, reason="the sanitizers need it themselves")
 def test_tells_of_a_reply_without_proc(panel):
-    """The reply is built in memory, whose name is there."""
+    """The file in memory, in which the reply is built, has its name in /proc."""
     panel.rule()
     subprocess.run(["mount", "-t", "tmpfs", "tmpfs", "/proc"], check=True)
     try:

@@ -1,5 +1,5 @@
-// Preloaded into the program by tests: makes single calls of the C library and of the database
-// client fail that cannot be made to fail from outside.
+// Preloaded into the program by tests: makes calls of the C library and of the database client fail
+// that cannot be made to fail from outside.
 //
 // KEM_FAULTS is a list of faults, separated by blanks:
 //   CALL            every call fails
@@ -35,8 +35,8 @@ Function next(const char* name) {
   return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
-// KEM_FAULTS as it was at first: the process that reads the message forgets its environment, and
-// the earliest calls, before main, have none yet.
+// The first value of KEM_FAULTS: the process that reads the message clears its environment, and
+// calls before main have none yet.
 const char* all_faults() {
   static char faults[4096];
   const char* const value = *faults == '\0' ? getenv("KEM_FAULTS") : nullptr;
@@ -82,8 +82,8 @@ bool fails(const char* name, int& calls) {
 
 extern "C" {
 
-// The loader keeps what it takes by this file's malloc for a library that is loaded later; the leak
-// checker does not see where.
+// The loader keeps memory of this malloc for libraries that are loaded later, where the leak
+// checker does not look.
 const char* __lsan_default_suppressions();
 const char* __lsan_default_suppressions() {
   return "leak:add_to_global_resize\n";
@@ -110,7 +110,7 @@ int mkostemp(char* name, int flags) {
   return -1;
 }
 
-// Not counted: the process that reads the message calls it too.
+// Not counted, because the process that reads the message calls it too.
 int close_range(unsigned first, unsigned last, int flags) {
   if (fault("close_range") == nullptr) {
     return next<int (*)(unsigned, unsigned, int)>("close_range")(first, last, flags);

@@ -1,4 +1,5 @@
-"""What the world does to a run: a table of injected faults, and what an operator finds afterwards."""
+"""What faults outside do to a run: a table of injected faults, and what an operator finds
+afterwards."""
 
 import ctypes
 import os
@@ -18,7 +19,8 @@ EXEC = b"autoresponder: Unable to exec query :" + NONSENSE
 NO_DATABASE = b"autoresponder: Unable to connect to the mysql database \n"
 
 
-# The statements of a run with one busy rule, in order, and what is left of the run when one fails.
+# The statements of a run with one busy rule, in order; and the report and the mails if that one
+# fails.
 STATEMENTS = [
     ("foreign keys", b"", [COPY, OWNER, REPLY]),
     ("version", NO_DATABASE, []),
@@ -44,14 +46,14 @@ def test_each_statement_failing_in_turn(panel, number, err, mails):
     busy_rule(panel)
     result = panel.run(message(), faults=f"mysql_real_query#{number}")
     assert result.status == 0
-    # A warning may carry a system error number after it.
+    # A warning may be followed by a system error number.
     assert err in result.err or err.rstrip(b"\n") in result.err
     assert sent(panel) == mails and whole(panel)
     assert panel.temporary_files() == []
     assert len(panel.senders()) == (1 if 11 <= number or number == 1 else 0)
 
 
-# Of all the calls that the faults library sees in such a run, every third.
+# Every third of the calls that the faults library sees in such a run.
 @pytest.mark.parametrize("call", range(2, 30, 3))
 def test_the_server_is_killed_in_the_middle(panel, call):
     busy_rule(panel)
@@ -121,7 +123,7 @@ def test_a_disk_that_is_full_at_the_reply(panel, small_tmp):
     assert result.status == 0
     assert result.err.startswith(b"autoresponder: Unable to write the reply to /tmp/kem-response-uu-")
     assert result.err.count(b"\n") == 1
-    # The one that did not fit is not sent in pieces; the next one is sent.
+    # The reply that did not fit is not sent in pieces, and the next one is sent.
     (mail,) = panel.mails()
     assert b"\n\nshort\n\n\n" in mail.message
     assert panel.temporary_files() == []
@@ -132,7 +134,7 @@ def test_a_disk_that_is_full_at_the_attachments(panel, small_tmp):
     small_tmp(65536)
     result = panel.run(message())
     assert result.status == 0
-    assert b"No space left on device" in result.err  # the tools' own words
+    assert b"No space left on device" in result.err  # reported by the tools
     (mail,) = panel.mails()
     assert b"\n\nSee below.\n\n\n" in mail.message
     assert panel.temporary_files() == []
@@ -186,7 +188,7 @@ def test_a_damaged_client_library_is_not_needed_where_the_message_is_refused(pan
 
 @pytest.fixture
 def damaged_libidn(damage):
-    """The library that replies need is an empty file."""
+    """Makes the library that replies need an empty file."""
     damage("libidn.so.12")
 
 
@@ -226,7 +228,7 @@ def test_a_damaged_library_leaves_no_count_with_repairs(panel, damaged_libidn):
 
 
 def test_a_run_that_is_ended_by_the_library_leaves_no_child(panel, damage):
-    """Where nobody waits for orphans, its reader would stay as a zombie."""
+    """Its reader would stay as a zombie where nobody waits for orphans."""
     damage("libmariadb.so.3")
     subreaper = 36
     ctypes.CDLL(None).prctl(subreaper, 1, 0, 0, 0)
@@ -243,7 +245,7 @@ def test_no_room_for_a_reply_to_an_address_without_an_ascii_form(panel):
     panel.sql(f"insert into mail values (2, 1, '{name}')")
     for _ in range(2):
         panel.rule(mn_id=2)
-    # The directory takes one of its two entries, the spool file the other.
+    # The file system has two entries: its root directory, and the spool file.
     subprocess.run(["mount", "-t", "tmpfs", "-o", "mode=1777,nr_inodes=2", "tmpfs", "/tmp"],
                    check=True)
     try:
@@ -251,7 +253,7 @@ def test_no_room_for_a_reply_to_an_address_without_an_ascii_form(panel):
     finally:
         subprocess.run(["umount", "/tmp"], check=True)
     assert (result.status, panel.mails()) == (1, [])
-    assert result.err.count(b"failed: Invalid length") == 1  # with the first rule already
+    assert result.err.count(b"failed: Invalid length") == 1  # the first rule ends the run
 
 
 # --- resources -----------------------------------------------------------------------------------
@@ -267,11 +269,11 @@ def test_few_descriptors(panel, descriptors):
     result = panel.run(message(), preexec_fn=limited(resource.RLIMIT_NOFILE, descriptors))
     assert result.status in (0, 1, 127)
     assert panel.temporary_files() == []
-    # Either somebody said what he missed, or sendmail was reached.
+    # Somebody reported the shortage, or sendmail was reached.
     assert result.err != b"" or any(sandbox.RECORDS.iterdir())
 
 
-# With less the system cannot start a build that counts its coverage.
+# With less memory a build that counts its coverage cannot be started.
 @pytest.mark.skipif(SANITIZED, reason="the sanitizers reserve more than any limit")
 @pytest.mark.parametrize("mebibytes", [5, 8, 12, 16, 24, 32, 48, 64, 96, 128])
 def test_little_memory(panel, mebibytes):
@@ -281,7 +283,7 @@ def test_little_memory(panel, mebibytes):
     assert result.status in (0, 1, 127, -signal.SIGABRT)
     left = panel.temporary_files()
     if result.status == -signal.SIGABRT:
-        # Nobody expects that exception, and then nobody removes the files.
+        # Nobody catches that exception, so nobody removes the files.
         for name in left:
             os.unlink(f"/tmp/{name}")
     else:
@@ -331,7 +333,7 @@ def test_an_attachment_that_vanishes_before_it_is_used(panel):
     busy_rule(panel)
     result = panel.run(message())
     assert result.status == 0
-    assert b"list.txt" in result.err  # uuencode's own words
+    assert b"list.txt" in result.err  # reported by uuencode
     assert sent(panel) == [COPY, OWNER, REPLY] and whole(panel)
 
 
@@ -370,7 +372,7 @@ def test_signals_at_every_call(panel, number):
         assert result.status in (-number, 0), point
         assert panel.temporary_files() == [], point
         assert whole(panel), point
-    # All points that lie within the run end it; after its last call nothing is sent any more.
+    # A signal at any point within the run ends it; the points after its last call change nothing.
     assert ends.count(-number) >= 20
     assert ends == sorted(ends)
 
@@ -388,14 +390,14 @@ def test_nothing_of_the_tests_themselves_is_left():
     assert Path("/tmp").is_dir() and os.listdir("/tmp") == []
 
 
-# --- a server that says nothing --------------------------------------------------------------------
+# --- a server that says nothing ------------------------------------------------------------------
 
 LOST = rb"(Lost connection to|MySQL server has gone away|Server has gone away).*"
 
 
 @pytest.fixture
 def stopped_later(panel):
-    """Lets the server go on after the test, however the run ended."""
+    """Continues the server after the test, however the run ended."""
     yield panel
     os.kill(panel.database.process.pid, signal.SIGCONT)
 
@@ -412,7 +414,7 @@ def test_a_server_that_accepts_and_says_nothing_is_given_up(stopped_later):
     assert panel.mails() == []
 
 
-# In front of every second call that the faults library sees, statements and rows among them.
+# Before every second call that the faults library sees, also of statements and rows.
 @pytest.mark.parametrize("call", range(2, 31, 2))
 def test_a_server_that_falls_silent_ends_the_run_as_one_that_dies(stopped_later, call):
     panel = stopped_later

@@ -15,7 +15,8 @@ insert into mail_aliases (mn_id, alias) values (1, 'sales');
 insert into domainaliases (dom_id, name) values (1, 'shop.test');
 """
 
-# What others have, each in a domain of its own, with equal names there; and who was answered.
+# Other mailboxes, each in a domain of its own, with equal names; and the senders that they
+# answered.
 OTHERS = """
 insert into domains (id, name, cl_id) select seq, concat('d', seq, '.example'), 1 from seq_2_to_{0};
 insert into domainaliases (dom_id, name) select seq, concat('d', seq, '.test') from seq_2_to_{0};
@@ -27,7 +28,7 @@ insert into resp_attach (rn_id, filename) select seq, 'list.txt' from seq_2_to_{
 insert into resp_freq (rn_id, email, num) select seq, 'otto@customer.example', 1 from seq_2_to_{0};
 """
 
-# Others in the domain itself, with names and aliases of their own.
+# Other mailboxes in the same domain, with other names and aliases.
 NEIGHBOURS = """
 insert into mail (id, dom_id, mail_name) select seq, 1, concat('box', seq) from seq_2_to_{0};
 insert into mail_aliases (mn_id, alias) select seq, concat('other', seq) from seq_2_to_{0};
@@ -37,7 +38,7 @@ TABLES = "domains, domainaliases, mail, mail_aliases, mail_resp, resp_forward, r
 
 
 def rows_read(panel):
-    """How many rows and keys the server has been asked for since its start."""
+    """How many rows and keys the server has read since its start."""
     status = panel.sql("show global status like 'Handler_read%'")
     return sum(int(line.split("\t")[1]) for line in status.splitlines())
 
@@ -47,7 +48,7 @@ def rows_of_a_run(panel, recipient):
         result = panel.run(message(sender="anna@customer.example").replace(
             b"info@shop.example", recipient.encode()), f"shop-{recipient}")
         assert (result.status, result.err) == (0, b"")
-    run()  # once before, so that the tables are open and the sender is remembered
+    run()  # opens the tables, and makes the sender known
     before = rows_read(panel)
     alone = rows_read(panel) - before
     before = rows_read(panel)
@@ -75,7 +76,7 @@ def test_reads_no_more_rows_with_more_mailboxes(panel, others, name, switches):
 
 
 def test_counts_the_rows_of_its_own_rule(panel):
-    # So the figures above would show what a run reads.
+    # So the figures above do show what a run reads.
     panel.sql(OWN)
     few = rows_of_a_run(panel, NAMES["a mailbox"])
     panel.sql("insert into resp_freq (rn_id, email) select 1, concat(seq, '@x.example')"

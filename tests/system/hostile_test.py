@@ -1,4 +1,4 @@
-"""Input and circumstances that are meant to break it: size, charsets, closed descriptors."""
+"""Input and circumstances that could break it: size, charsets, closed descriptors."""
 
 import base64
 import os
@@ -13,7 +13,7 @@ from conftest import OPTIMISED, RECIPIENT, SANITIZED, message, wait_until
 from measured import INPUT, run_on_input
 
 MEGABYTE = 1 << 20
-# What a run of a small message takes, several times over.
+# Several times the memory of a run with a small message.
 CONSTANT = 32 * MEGABYTE
 
 
@@ -145,7 +145,7 @@ def test_input_that_cannot_be_read_is_an_empty_message(panel):
 
 def test_output_that_nobody_reads_does_not_end_the_run(panel):
     panel.attach(panel.rule(), "list.txt")
-    panel.sql("drop table misc")  # a report on both streams
+    panel.sql("drop table misc")  # causes a report on both streams
     reader, writer = os.pipe()
     os.close(reader)
     process = subprocess.run([panel.program], input=message(), stdout=writer, stderr=writer,
@@ -224,7 +224,7 @@ def test_many_large_keys_are_found(panel):
 @pytest.mark.parametrize("repairs", [False, True])
 @pytest.mark.parametrize("when", ["before", "meanwhile"])
 def test_a_reader_of_the_output_that_has_gone_cuts_no_attachment(panel, when, repairs):
-    """Each attachment's step ends by a line to standard output."""
+    """The step that ends each attachment writes a line to standard output."""
     panel.switch(repairs=repairs)
     panel.attach(panel.rule(), "list.txt")
     ours, theirs = os.pipe()
@@ -256,7 +256,7 @@ def test_a_long_diagnostic_is_whole(panel, length):
 
 
 def test_slow_readers_of_the_log_cost_no_reply(panel):
-    """The pipe is full for longer than the reader needs."""
+    """The log's pipe stays full for longer than the process that takes the message apart works."""
     panel.rule()
     process = panel.start()
     process.stdin.write(message(subject="=?utf-8?B?" + "*" * 20000 + "?="))

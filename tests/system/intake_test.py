@@ -1,4 +1,4 @@
-"""What the program makes of the message it is given, seen in what it forwards and answers."""
+"""How the program reads a message, seen in what it forwards and answers."""
 
 import pytest
 

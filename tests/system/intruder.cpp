@@ -1,8 +1,8 @@
-// Preloaded into the programs by tests: what an intruder would do that took over the process in
-// which a message is taken apart. A message whose charset is "x-intruder-DEED" makes it do the
-// deed, at the place where that process asks for a converter. A deed that the process survives is
-// told as what the process may report: "wrong rfc1522 sequence (no data): =?DEED:done", or with the
-// name of the error.
+// Preloaded into the programs by tests: acts as an intruder who controls the process in which a
+// message is taken apart. A message whose charset is "x-intruder-DEED" makes that process do the
+// deed when it asks for a converter. If the process survives, it reports the outcome by a
+// diagnostic that is allowed: "wrong rfc1522 sequence (no data): =?DEED:done", or with the name of
+// the error.
 
 #include <algorithm>
 #include <cerrno>
@@ -32,7 +32,7 @@
 
 namespace {
 
-// Set when the program starts, so of the run.
+// The run: set when the program starts.
 const pid_t kParent = getpid();
 
 std::string of_parent(const char* name) {
@@ -53,7 +53,7 @@ int connect_to(const char* path) {
 int copy_memory_of_parent() {
   char bytes[8];
   iovec here{bytes, sizeof bytes};
-  iovec there{bytes, sizeof bytes};  // the stack is at the same place: it is a fork
+  iovec there{bytes, sizeof bytes};  // a fork has its stack at the same place
   return process_vm_readv(kParent, &here, 1, &there, 1, 0) < 0 ? -1 : 0;
 }
 
@@ -87,7 +87,7 @@ int take_memory() {
   return 0;
 }
 
-// Memory that is not counted as data.
+// Takes memory that RLIMIT_DATA does not count.
 int take_other_memory(int flags) {
   constexpr size_t kPiece = size_t{16} << 20;
   for (int i = 0; i < 64; ++i) {
@@ -99,7 +99,7 @@ int take_other_memory(int flags) {
   return 0;
 }
 
-// One page in each gigabyte, so that each takes a page table of its own, which no limit counts.
+// Maps a page in each gigabyte: each takes a page table of its own, which no limit counts.
 int take_page_tables() {
   constexpr uintptr_t kFirst = uintptr_t{1} << 41;
   for (uintptr_t i = 0; i < 30000; ++i) {
@@ -126,7 +126,7 @@ int map_log(int protection, int flags) {
   return mmap(nullptr, 4096, protection, flags, STDERR_FILENO, 0) != MAP_FAILED ? 0 : -1;
 }
 
-// Memory that another mapping of the same pages could run.
+// Maps written memory a second time; the second mapping could be executable.
 int map_once_more() {
   void* const page =
       mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -268,7 +268,7 @@ void act(const char* name) {
 
 }  // namespace
 
-// A container in which a process cannot change its groups.
+// As in a container in which a process cannot change its groups.
 extern "C" int setgroups(size_t count, const gid_t* groups) {
   if (getenv("KEM_KEEPS_GROUPS") == nullptr) {
     return static_cast<int>(syscall(SYS_setgroups, count, groups));
@@ -277,7 +277,7 @@ extern "C" int setgroups(size_t count, const gid_t* groups) {
   return -1;
 }
 
-// A system on which no process can be started.
+// As on a system on which no process can be started.
 extern "C" pid_t fork() {
   if (getenv("KEM_KEEPS_ALONE") == nullptr)
     return reinterpret_cast<pid_t (*)()>(dlsym(RTLD_NEXT, "fork"))();

@@ -1,4 +1,4 @@
-"""An intruder in the process that takes the message apart can do nothing but compute."""
+"""An intruder in the process that takes the message apart can only compute."""
 
 import os
 import re
@@ -17,8 +17,9 @@ INTRUDER = {"LD_PRELOAD": str(BUILD / "tests" / "libintruder.so"),
 UNREADABLE = b"autoresponder: the message could not be read\nAbnormal exit.\n"
 UNKNOWN = b"Could not convert message body text from x-intruder-%s to UTF-8.\n"
 
-# What the deed comes to: an error, or the end of the process (None). The second is for builds
-# with sanitizers, which have no filter of system calls; "-" where they cannot work under what stops it.
+# What each deed leads to: an error, or the end of the process (None). The second value is for
+# builds with sanitizers, which have no filter of system calls; "-": what stops the deed would stop
+# the sanitizers too.
 DEEDS = {
     "read-password": ("EACCES", "EACCES"),
     "read-configuration": ("EACCES", "EACCES"),
@@ -40,7 +41,7 @@ DEEDS = {
     "write-log": ("EPERM", "-"),
     "read-terminal": ("EBADF", "-"),
     "take-page-tables": ("ENOMEM", "-"),
-    "take-descriptors": ("EMFILE", "-"),  # of which the sanitizers need some
+    "take-descriptors": ("EMFILE", "-"),  # the sanitizers need some themselves
     "forge-log": (None, None),
     "flood-log": (None, None),
     "flood-log-with-empty-lines": (None, None),
@@ -120,7 +121,7 @@ def test_explain_foretells_that_the_message_cannot_be_read(panel, deed):
 
 
 def test_reads_no_file_of_the_user_who_asks_for_an_explanation(panel):
-    """Also where the reader cannot become another user."""
+    """Also if the reader cannot become another user."""
     result = subprocess.run(
         ["setpriv", "--reuid", "1234", "--regid", "1234", "--clear-groups",
          BUILD / "explain" / "autoresponder-explain"],
@@ -144,7 +145,7 @@ def test_cannot_make_the_run_abort_with_repairs(panel):
 
 
 def start_sleeping(panel, env=(), **options):
-    """A run whose reader sleeps, and the reader's number."""
+    """Starts a run whose reader sleeps; returns the process and the reader's number."""
     process = panel.start(env={**INTRUDER, **dict(env)}, **options)
     process.stdin.write(from_intruder("sleep"))
     process.stdin.close()
@@ -242,7 +243,7 @@ def test_a_nul_in_a_decoded_subject_is_no_attack(panel):
 
 
 def test_explain_keeps_long_diagnostics_of_the_reader(panel):
-    """They go to a file then, whose size is limited."""
+    """These diagnostics go to a file, whose size is limited."""
     panel.rule()
     symbols = 300000
     result = panel.explain(message(subject="=?utf-8?B?" + "*" * symbols + "?="))
@@ -251,7 +252,7 @@ def test_explain_keeps_long_diagnostics_of_the_reader(panel):
 
 
 def test_the_reader_is_nobody(panel):
-    """It has the numbers of no user, no capability, and may not gain any."""
+    """It has the ids of no user, no capability, and cannot gain any."""
     process, reader = start_sleeping(panel)
     status = dict(line.split(":\t", 1)
                   for line in Path(f"/proc/{reader}/status").read_text().splitlines())

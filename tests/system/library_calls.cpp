@@ -1,5 +1,5 @@
-// Calls one routine of the platform library and prints what it returned, for tests that run it
-// against a real database:
+// Calls one routine of the panel's library and prints what it returned, for tests with a real
+// database:
 //
 //   library_calls own|given ROUTINE [ARGUMENT...]
 //
@@ -66,7 +66,7 @@ void print_domain_status(const Call& c) {
   if (result == 0) print(static_cast<long>(status));
 }
 
-// The result of every routine that returns a text, looked at after all of them were called.
+// Calls every routine that returns a text, and then prints all results.
 void print_kept_results(const Call& c) {
   st_mysql* const connection = c.connection;
   for (const char* result :

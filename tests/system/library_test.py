@@ -1,5 +1,5 @@
-"""The platform library's lookups: statements as sent, results, reports; each routine against a real
-database, with a connection that it is given and with one of its own."""
+"""The lookups of the panel's library: statements as sent, results, reports; each routine with a
+real database, with a connection that it is given and with its own."""
 
 import re
 import signal
@@ -35,7 +35,7 @@ DOMAIN_PARAMETER = "Unable to query domain parameter {}: {}\n"
 
 
 class Row:
-    """One routine: a call that finds something, its statement, and what it says and returns."""
+    """A routine: a call that finds something, its statement, its result and its report."""
 
     def __init__(self, name, arguments, statement, found, *, none='""', null=None, connect=None,
                  warning, failed="null", key=None, fatal=False, nulled=None):
@@ -60,7 +60,7 @@ HTYPE = "select htype from domains where id='1'"
 ADMIN = "select val from misc where param='admin_email'"
 NINE = "\t" * 9
 
-# `nulled`: a statement that makes the value NULL where it was found.
+# `nulled`: statements that make the value NULL.
 READERS = [
     Row("get_table_value", ["1", "clients", "id", "login"],
         "select login from clients where id='1'", '"shop"', connect=B,
@@ -158,7 +158,7 @@ ALL = [(row, how) for row in READERS + WRITERS for how in ("own", "given")] + [
 
 
 def without_system_error(text):
-    """Talking to the server leaves some system error number behind, and the report shows it."""
+    """The client library leaves some system error number, which the report shows."""
     return re.sub(r"\n?\nSystem error \d+: [^\n]*", "", text)
 
 
@@ -168,7 +168,7 @@ class Outcome:
         out = without_system_error(process.stdout.decode())
         self.err = without_system_error(process.stderr.decode())
         lines = out.splitlines(keepends=True)
-        # What the routine returned, and what was reported on standard output beside it.
+        # The returned value, and what was reported on standard output.
         self.result = " ".join(line[1:-1] for line in lines if line.startswith("="))
         self.out = "".join(line for line in lines if not line.startswith("="))
 
@@ -183,7 +183,7 @@ def call(how, name, *arguments, faults=None, env=None):
 
 
 def reported(outcome, text, status=0):
-    """Whether this and nothing else was reported, on both streams."""
+    """Whether exactly this was reported, on both streams."""
     line = "library_calls: " + text
     assert outcome.err == line
     assert outcome.out == line
@@ -456,7 +456,7 @@ def test_query_value_sends_its_query_whole(library):
     ("get_dom_id", ["quiet"], "select id from domains where name='"),
     ("get_domain_name", [], "select name from domains where name='")])
 def test_a_statement_is_cut(library, routine, arguments, start):
-    """Then it ends within quotes."""
+    """The cut statement ends within quotes, so it fails."""
     name = ".".join(["d" * 49] * 100)
     outcomes = []
     sent = library.statements(lambda: outcomes.append(call("given", routine, name, *arguments)))

@@ -8,7 +8,7 @@ SENDER = "otto@customer.example"
 
 
 def run(panel, sender=SENDER):
-    """Whether the sender got an answer."""
+    """Runs the program; returns whether the sender got an answer."""
     before = len(panel.mails())
     result = panel.run(message(sender=sender))
     assert (result.status, result.err) == (0, b"")
@@ -157,7 +157,7 @@ def test_statements_for_an_eviction_from_an_empty_table(panel):
 
 @pytest.mark.parametrize("statement", range(1, 7))
 def test_any_failing_statement_ends_the_run(panel, statement):
-    # All six, with an eviction; the table keeps what the statements before it did.
+    # Each of the six statements of an eviction; the table stays as the earlier ones left it.
     panel.rule(mem_limit=0)
     result = panel.run(message(), faults=f"mysql_real_query#{6 + statement}")
     assert (result.status, result.err) == (0, b"autoresponder: Unable to exec query :" + NONSENSE)

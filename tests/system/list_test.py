@@ -15,7 +15,7 @@ def listing(*options):
 
 
 def two_rules(panel):
-    """One rule with everything, and one with nothing that is off."""
+    """Adds a rule that has everything, and one that has nothing and is off."""
     panel.sql("insert into mail_aliases (mn_id, alias) values (1, 'sales')")
     rule = panel.rule(keystr="price", key_where="subj", subject="Re: <request_subject>", ans_freq=5,
                       mem_limit=20, reply_to="team@shop.example", charset="ISO-8859-1",

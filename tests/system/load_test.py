@@ -15,7 +15,7 @@ MESSAGES = int(os.environ.get("KEM_LOAD", "400"))
 DELIVERIES = 8
 BOX = Path("/run/panel/box")
 
-# One file per call, whatever runs at the same time.
+# One file for each call, because calls run at the same time.
 SENDMAIL = f"""#!/bin/sh
 file=$(/usr/bin/mktemp {BOX}/XXXXXXXXXX)
 printf '%s ' "$@" >$file
@@ -53,7 +53,7 @@ def deliver(panel, make):
 
 
 def mails():
-    """How often each subject left for each recipient; every mail must be whole."""
+    """How often each subject left for each recipient. Fails if a mail is not whole."""
     found = Counter()
     for path in BOX.iterdir():
         arguments, _, text = path.read_text().partition("\n")
@@ -82,9 +82,9 @@ def test_every_message_is_answered_once_and_whole(panel):
 
 
 def test_one_sender_at_once_is_answered_every_time(panel):
-    # The statements are not locked: of two runs at once both may insert the sender's first row, both
-    # may read the same number, and a slow one may write back a small one. So the numbers are no more
-    # than a bound from below on the answers.
+    # Without repairs nothing is locked: of two runs at once both may insert the sender's first row
+    # or read the same number, and a slow one may write back a smaller one. So the numbers are only
+    # a lower bound of the answers.
     panel.rule(ans_freq=1000000)
     ends, _ = deliver(panel, lambda number: message(subject=f"message {number}"))
     assert ends == [(0, b"")] * MESSAGES

@@ -1,8 +1,9 @@
-"""The table of log lines in docs/operators.md: each line is produced by the program itself, and put into
-the form that the mail server's log has.
+"""The table of log lines in docs/operators.md: the program itself produces each line, which is then
+put into the form of the mail server's log.
 
-The program runs as qmail runs it, by /bin/sh, and its two outputs are one. `logged` does to them what qmail
-does: it cuts them, adds its own count of deliveries, and replaces what a log must not hold.
+The program runs as qmail runs it, by /bin/sh, with both outputs in one. `logged` changes them as
+qmail does: it cuts them, adds its own count of deliveries, and replaces bytes that a log must not
+contain.
 """
 
 import os
@@ -22,15 +23,16 @@ pytestmark = pytest.mark.skipif(not real_root(), reason="starts the program as o
 DOCUMENT = (CHECKOUT / "docs" / "operators.md").read_text()
 INSTALLED = sandbox.HOME / "installed" / "autoresponder"
 USER, GROUP = 64000, 64001
-LONGEST_REPORT = 3000
+MAX_REPORT = 3000
 
 
 def logged(output):
-    """What qmail-send logs of a delivery that wrote `output`, to a Maildir and one command."""
+    """The line that qmail-send logs for a delivery that wrote `output`, to a Maildir and one
+    command."""
     report = output + b"did 1+0+1\n"
-    if len(report) > LONGEST_REPORT:
+    if len(report) > MAX_REPORT:
         notice = b"\nError report too long, sorry.\n"
-        report = report[:LONGEST_REPORT - len(notice) - 3] + notice
+        report = report[:MAX_REPORT - len(notice) - 3] + notice
     safe = {ord("\n"): "/"}
     return "success: " + "".join(safe.get(byte, chr(byte) if 33 <= byte <= 126 else "_")
                                  for byte in report)
@@ -254,7 +256,7 @@ def forwarded_from_a_full_disk(panel):
 
 
 def without_its_file(name):
-    """The first mail, the owner's notification, removes it; there are two rules."""
+    """The first mail, the owner's notification, removes the file; two rules answer."""
     def delivered(panel):
         rules = panel.rule(), panel.rule()
         panel.name_attachments(rules[0], "missing.txt")
@@ -315,7 +317,7 @@ PRODUCERS = {
     "terminate_called_…": aborted,
 }
 
-# The words of the program that no test can wait ten minutes for are held by the tests of the shell.
+# The test of the shell has the line that takes ten minutes.
 NOT_PRODUCED = {"did_…", "ended_a_command_that_took_too_long:_…"}
 
 

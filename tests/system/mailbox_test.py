@@ -122,7 +122,7 @@ NOT_CONNECTED = b"autoresponder: Unable to connect to the mysql database \n"
 
 
 def without_system_error(text):
-    """Talking to the server leaves some system error number behind, and the report shows it."""
+    """The client library leaves some system error number, which the report shows."""
     return re.sub(rb"\nSystem error \d+: [^\n]*", b"", text)
 
 
@@ -146,7 +146,7 @@ def test_reports_a_missing_password_file(panel):
 
 def test_reports_an_empty_password_file(panel):
     sandbox.SHADOW.write_text("")
-    # Reading nothing sets no error number: the text is that of whatever failed before.
+    # Reading nothing sets no error number: the text is that of an earlier failure.
     result = panel.run(message())
     assert result.status == 0
     assert re.match(rb"autoresponder: Unable to read admin password file: [^\n]+\n", result.err)

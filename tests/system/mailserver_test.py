@@ -1,4 +1,5 @@
-"""A real mail server below the qmail root: what arrives in mailboxes, read with independent tools."""
+"""A real mail server below the qmail root: what arrives in the mailboxes, read with independent
+tools."""
 
 import email
 import email.policy
@@ -17,7 +18,7 @@ pytestmark = pytest.mark.skipif(not real_root(), reason="the mail server wants a
 MAIL = Path("/run/panel/mail")
 CONF = Path("/run/panel/exim.conf")
 
-# Delivers every address at once to a Maildir of its own; nothing leaves the machine.
+# Delivers each address immediately to a Maildir of its own; nothing leaves the machine.
 EXIM = f"""
 primary_hostname = server1.panel.example
 spool_directory = {MAIL}/spool
@@ -116,7 +117,7 @@ def test_attachments_arrive_byte_for_byte(mailserver, tmp_path_factory):
     assert text.get_content() == "See below.\n\n"
     assert {part.get_filename(): part.get_payload(decode=True) for part in parts} == files
     assert not mail.defects and not any(part.defects for part in mail.walk())
-    # And with a second reader.
+    # A second reader finds the same.
     directory = MAIL / "unpacked"
     directory.mkdir()
     subprocess.run(["munpack", "-q", "-C", directory], input=arrived("otto@customer.example"),
@@ -135,7 +136,7 @@ def test_a_forwarded_copy_is_what_came_in(mailserver):
     assert b"Return-path: <info@shop.example>\n" in mail
     for line in text.split(b"\n\n")[0].split(b"\n"):
         assert b"\n" + line + b"\n" in b"\n" + mail
-    # The body with the one newline that spooling adds, and the one that a Maildir ends in or not.
+    # Spooling adds a newline to the body, and the Maildir may add one.
     assert mail.split(b"\n\n", 1)[1].rstrip(b"\n") == text.split(b"\n\n", 1)[1].rstrip(b"\n")
 
 

@@ -9,8 +9,8 @@ from conftest import RECIPIENT
 
 INPUT = Path("/run/panel/input")
 
-# A small process that runs a program and tells its peak memory (KiB) and its end: as a child of the
-# tests themselves it would be charged with what they hold.
+# Runs a program and prints its peak memory (KiB) and its status. Started from a small process: the
+# peak of a child is at least the memory of the process that starts it.
 MEASURE = """
 import os, sys
 pid = os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ)
@@ -20,7 +20,7 @@ print(usage.ru_maxrss, os.waitstatus_to_exitcode(status), file=sys.stderr)
 
 
 class Run(NamedTuple):
-    """What a run took and left."""
+    """What a run took, and its end."""
     seconds: float
     kib: int
     status: int

@@ -12,7 +12,7 @@ MESSAGE = b"From: otto@customer.example\nSubject: Invoice 42\n\nPlease send the 
 
 
 def session(command):
-    """What the README shows of a command, without blanks at the ends of lines."""
+    """What the README shows for a command, without blanks at the ends of lines."""
     readme = (CHECKOUT / "README.md").read_text()
     shown = readme.split(f"    # {command}\n")[1]
     block = re.match(r"(?:    .*\n|\n)*", shown)[0]

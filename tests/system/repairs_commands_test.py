@@ -1,5 +1,5 @@
-"""Repairs of commands: quotes, options, and the store of attachments. The tests of the other files
-say what happens without."""
+"""Repairs of commands: quotes, options, and the store of attachments. The tests of what happens
+without repairs are in the other files."""
 
 import email
 import email.policy
@@ -316,7 +316,7 @@ def test_the_store_itself_may_be_reached_by_a_link(repaired):
 
 
 def test_encodes_the_file_that_it_measured(repaired):
-    """Another file under the name, put there while the command begins, is not read."""
+    """Another file takes the name while the command begins; it is not read."""
     repaired.attach(repaired.rule(), "list.txt", content=b"measured")
     secret, path = make_outside(), sandbox.store() / "list.txt"
     swapping = sandbox.HOME / "bin"
@@ -331,7 +331,7 @@ def test_encodes_the_file_that_it_measured(repaired):
 
 
 def attach_many(panel, count):
-    """A rule with so many files; returns their names, which are their contents too."""
+    """Adds a rule with `count` files; returns their names, which are their contents too."""
     names = [f"file{number}.txt" for number in range(count)]
     for name in names:
         (sandbox.store() / name).write_text(name)

@@ -1,5 +1,5 @@
-"""The limiter with repairs: it holds for runs at the same time, after conflicts, and for senders that
-are longer than the column."""
+"""The limiter with repairs: it holds for runs at the same time, after conflicts, and for senders
+that are longer than the column."""
 
 from concurrent.futures import ThreadPoolExecutor
 
@@ -23,7 +23,7 @@ def replies(panel):
 
 
 def deliver_at_once(panel, deliveries, sender=SENDER):
-    """All deliveries wait at the table of counts, until it is unlocked."""
+    """Starts all deliveries while the limiter's table is locked, so that they meet there."""
     other = panel.start_sql("lock tables resp_freq write; do sleep(1.5)")
     wait_until(lambda: "sleep(1.5)" in panel.sql("show processlist"))
     with ThreadPoolExecutor(deliveries) as pool:
@@ -43,7 +43,7 @@ def test_deliveries_at_once_get_as_many_replies_as_the_rule_allows(repaired, ans
 @pytest.mark.parametrize("snapshots", ["OFF", "ON"])
 @pytest.mark.parametrize("isolation", ["READ-COMMITTED", "REPEATABLE-READ", "SERIALIZABLE"])
 def test_holds_however_the_server_isolates_transactions(repaired, isolation, snapshots):
-    """With some of this the server finds a conflict only while it sends rows."""
+    """In some of these settings the server finds a conflict only while it sends rows."""
     repaired.sql(f"set global tx_isolation='{isolation}',"
                  f" global innodb_snapshot_isolation={snapshots}")
     rule = repaired.rule(ans_freq=20)

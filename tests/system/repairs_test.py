@@ -1,5 +1,5 @@
-"""Repairs of what a rule's owner or a stranger writes, and of disks that are full. The tests of the
-other files say what happens without."""
+"""Repairs of what a rule's owner or a stranger writes, and of full disks. The tests of what happens
+without repairs are in the other files."""
 
 import subprocess
 
@@ -148,7 +148,7 @@ def test_a_reply_whose_attachments_do_not_fit_is_not_sent(repaired, small_tmp):
 
 @SWITCHES
 def test_a_notice_that_does_not_fit_is_not_sent(panel, small_tmp, repairs):
-    """It carries the whole subject, encoded; the reply has a short one."""
+    """The notice has the message's whole subject, encoded; the reply has a short one."""
     panel.switch(repairs)
     panel.limit("10")
     panel.rule(subject="Thank you")
@@ -159,7 +159,7 @@ def test_a_notice_that_does_not_fit_is_not_sent(panel, small_tmp, repairs):
 
 
 def test_each_step_of_the_attachments_counts(repaired, small_tmp):
-    """The disk is full at any point from the file's first lines to the closing boundary."""
+    """The disk is full at each point from the first lines of a file to the closing boundary."""
     repaired.attach(repaired.rule(), "list.txt")
     small_tmp(2 * 4096)  # a page for the message, one for the reply
     whole = []

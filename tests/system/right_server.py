@@ -1,5 +1,5 @@
-"""What a server has beside its panel that is set up right: the installed program, and the mail server's
-control files for the panel's domain."""
+"""The parts of a server that is set up right, beside its panel: the installed program, and the mail
+server's control files for the panel's domain."""
 
 import os
 import shutil
@@ -33,7 +33,7 @@ def configure(**values):
 
 
 def set_up(**values):
-    """Everything but the size limit; `values` are those of kem.conf that are not the usual ones."""
+    """Sets up all but the size limit; `values` are unusual values of kem.conf."""
     configure(**values)
     install()
     USERS.mkdir(exist_ok=True)

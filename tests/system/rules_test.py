@@ -90,7 +90,8 @@ def test_ends_the_run_when_the_rules_cannot_be_read(panel):
 
 @pytest.mark.parametrize("statement", [1, 2, 3, 4, 5, 6, 7])
 def test_a_failing_statement_ends_the_run_and_later_rules_with_it(panel, statement):
-    # Of one rule: the rules themselves, forget, count, known?, remember, forwards, attachments.
+    # Reading the rules; then of the first rule: forget, count, look up, remember, forwards,
+    # attachments.
     panel.rule(text="first")
     panel.rule(text="second")
     result = panel.run(message(), faults=f"mysql_real_query#{SESSION_AND_LOOKUP + statement}")
@@ -101,7 +102,8 @@ def test_a_failing_statement_ends_the_run_and_later_rules_with_it(panel, stateme
 
 @pytest.mark.parametrize("result", range(3, 11))
 def test_a_missing_result_counts_as_an_empty_one(panel, result):
-    # Of the session, the lookups, the rules, the limiter, the forwards, the attachments in turn.
+    # The results of the session, the lookups, the rules, the limiter, the forwards and the
+    # attachments.
     panel.attach(panel.rule(), "list.txt")
     run = panel.run(message(), faults=f"mysql_store_result#{result}")
     assert run.status == 0

@@ -41,7 +41,7 @@ def test_stops_at_an_empty_configuration_value(panel):
 
 
 def test_an_empty_value_at_the_end_of_the_file_is_none(panel):
-    """There the white space stays, so that the key has a value: an empty one."""
+    """Without a newline the white space stays: the value is there, and empty."""
     values = sandbox.conf_values()
     del values["AWSTATS_DOC_D"]
     sandbox.write_conf(values)
@@ -136,7 +136,7 @@ def test_names_from_even_when_the_sender_was_a_reply_to(panel):
 
 
 def test_ends_abnormally_on_an_escaping_exception(panel):
-    # The NUL ends the subject after a blank, which the encoded-word decoder does not survive.
+    # A NUL ends the subject after a blank, for which the decoder of encoded words throws.
     panel.rule()
     result = panel.run(b"From: a@b\nSubject: =?utf-8?Q?a?= \0\n\nbody\n")
     assert result.status == -6

@@ -1,4 +1,4 @@
-"""What may reach the shell, and what the commands that are started find."""
+"""What may reach the shell, and in what state commands are started."""
 
 import os
 import signal
@@ -27,7 +27,7 @@ def test_refuses_a_delivery_to_a_sender_with_a_quote(panel, sender):
     result = panel.run(message(sender=sender))
     assert result.status == 0
     assert refusals(result) == [sender.replace(";", "")]
-    # Everything else of the rule took place.
+    # The rest of the rule was done.
     assert [mail.arguments[-1] for mail in panel.mails()] == [
         b"copy@colleague.example", b"grete@customer.example"]
     assert len(panel.senders()) == 1
@@ -39,7 +39,7 @@ def test_refuses_a_recipient_with_a_quote(panel, name):
               f"insert into mail values (2, 1, '{name.replace(chr(39), chr(39) * 2)}')")
     panel.forward(panel.rule(mn_id=2), "copy@colleague.example")
     result = panel.run(message(), recipient=f"{name}@shop.example")
-    # The forwarding takes the recipient as it is, the reply takes its ASCII form.
+    # The forwarding uses the recipient as it is, the reply its ASCII form.
     assert refusals(result) == ["o'brien@shop.example"] * (2 if "'" in name else 1)
     assert len(panel.mails()) == (0 if "'" in name else 1)
     assert (result.status, panel.temporary_files()) == (0, [])
@@ -56,7 +56,7 @@ def test_refuses_attachments_with_a_quote_in_a_name(panel, name):
     result = panel.run(message())
     assert refusals(result) == [name if "/" not in name else refusals(result)[0]]
     assert not Path("/run/panel/pwned").exists()
-    # The reply stands as its text part left it.
+    # Nothing was added after the reply's text.
     (mail,) = panel.mails()
     assert mail.message.endswith(b"\n\nSee below.\n\n\n")
     assert b"multipart/mixed" in mail.message and mail.message.count(b"----------=_") == 1
@@ -101,7 +101,7 @@ def test_other_shell_syntax_in_an_address_is_inert(panel, sender, argument):
 def ignored_signals(path):
     masks = [int(mask, 16) for mask in path.read_text().split()[1::2]]
     path.unlink()
-    # 32 and 33 are the C library's own, which nobody can set.
+    # Signals 32 and 33 are the C library's own.
     return [{number for number in range(1, 65) if mask & 1 << number - 1} - {32, 33}
             for mask in masks]
 
@@ -142,5 +142,5 @@ def test_commands_inherit_none_of_our_descriptors(panel):
     listing = Path("/run/panel/open").read_text()
     os.unlink("/run/panel/open")
     assert "socket:" not in listing
-    # The notification has the pipe and nothing of the reply that is being written.
+    # The notification has its pipe, but not the reply that is being written.
     assert listing.count("kem-response") == 1 and listing.count("kem-autoresponder") == 1

@@ -1,5 +1,5 @@
-"""A server that reads a backslash in a literal as itself (NO_BACKSLASH_ESCAPES): no text of a stranger
-or of the caller ends its literal."""
+"""A server to which a backslash in a literal is a plain character (NO_BACKSLASH_ESCAPES): no text
+of a stranger or of the caller ends its literal."""
 
 import pytest
 
@@ -16,7 +16,7 @@ def mode(panel, request):
 
 
 def literal(text, mode):
-    """How the text stands in a statement."""
+    """The text as it is in a statement."""
     if mode:
         return text.replace("'", "''")
     return text.replace("\\", "\\\\").replace("'", "\\'")
@@ -54,7 +54,7 @@ def test_the_statements_of_the_limiter(panel, mode, local_part):
         assert stored == [str(rule), sender.encode().hex().upper(), str(count)]
 
 
-# The query for the owner would otherwise be continued by the domain of a crafted RECIPIENT.
+# Otherwise the domain of a crafted RECIPIENT would continue the query for the owner.
 def test_the_query_for_the_owner_of_missing_files(panel, mode):
     crafted = "x\\' union select 'thief@evil.example', val, val from misc -- "
     panel.sql("set sql_mode=''; insert into domains (id, name, cl_id) values (9, '"

@@ -1,4 +1,5 @@
-"""What a run leaves alone at its start: a connection over a local socket does not need it."""
+"""What a run does not touch at its start, because a connection by a local socket does not need
+it."""
 
 import os
 import re
@@ -30,7 +31,7 @@ def start(panel, request):
 
 @pytest.fixture
 def nscd():
-    """A socket in the place of the name service cache."""
+    """A socket in the place of the name service cache's."""
     NSCD.parent.mkdir()
     with socket.socket(socket.AF_UNIX) as listening:
         listening.bind(str(NSCD))
@@ -48,7 +49,7 @@ def test_loads_the_database_client_itself():
 
 def test_does_not_read_the_configuration_of_tls(start):
     run, status = start
-    # Who opens it waits for a writer.
+    # Opening this pipe would wait for a writer.
     configuration = sandbox.HOME / "openssl.cnf"
     os.mkfifo(configuration)
     try:

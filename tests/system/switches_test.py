@@ -1,4 +1,4 @@
-"""The two switches of the configuration: how they are read, and what they leave as it is."""
+"""The two switches of the configuration: how they are read, and what they do not change."""
 
 import pytest
 
@@ -10,7 +10,7 @@ QUOTED = "o'neil@x.example"
 
 
 def answers_a_quote(panel):
-    """Whether repairs are on, seen from outside."""
+    """Whether repairs are on, as seen from outside."""
     sandbox.forget_mails()
     panel.run(message(sender=QUOTED))
     return [mail.arguments[-1] for mail in panel.mails()] == [QUOTED.encode()]
@@ -78,7 +78,7 @@ LOCKED_STATEMENTS = [
     *EXPECTED_STATEMENTS[1:],
     "commit",
 ]
-# What names the mailbox has, to see whether the message is from it or addressed to it.
+# Asks for the mailbox's names, to see whether the message is from it or addressed to it.
 NAMES_STATEMENTS = [
     "select alias from mail_aliases where mn_id=1",
     "select da.name from domainaliases da, mail m where da.dom_id=m.dom_id and m.id=1 and"

@@ -1,5 +1,5 @@
-"""Somebody removes or replaces a temporary file while the run works: nothing leaves from another
-file."""
+"""Somebody removes or replaces a temporary file while the run works: no mail has the content of
+another file."""
 
 import pytest
 
@@ -13,7 +13,7 @@ REPLACE = "for f in /tmp/kem-{name}-*; do echo other >$f.new; mv $f.new $f; done
 
 
 def when_mailed(name, deed):
-    """Lets the deed be done by the first mail that is sent."""
+    """Makes the first mail that is sent do the deed."""
     record = sandbox.HOME / "done"
     record.unlink(missing_ok=True)
     own = sandbox.SENDMAIL.split("\n", 1)
@@ -25,7 +25,7 @@ def when_mailed(name, deed):
 @pytest.mark.parametrize("deed", [REMOVE, REPLACE], ids=["removed", "replaced"])
 @pytest.mark.parametrize("attached", [False, True])
 def test_a_reply_whose_file_is_another_one_is_not_sent(panel, deed, attached, repairs):
-    """The owner's notification is sent while the reply's file is there, still empty."""
+    """The owner's notification is sent after the reply's file was created, while it is empty."""
     panel.switch(repairs=repairs)
     rule = panel.rule()
     panel.name_attachments(rule, "missing.txt")

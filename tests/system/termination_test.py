@@ -1,4 +1,4 @@
-"""Signals at any moment of a run: no temporary file stays, and the death is that of the signal."""
+"""Signals at any moment of a run: no temporary file stays, and the run dies by the signal."""
 
 import os
 import signal
@@ -12,7 +12,7 @@ import panel as sandbox
 from conftest import RECIPIENT, children, message, wait_until
 
 SIGNALS = [signal.SIGTERM, signal.SIGINT, signal.SIGHUP]
-# The others that end a process that does not expect them and are no sign of a defect in it.
+# The other signals that end a process by default and are no sign of a defect in it.
 RARE_SIGNALS = [signal.SIGQUIT, signal.SIGALRM, signal.SIGVTALRM, signal.SIGPROF, signal.SIGUSR1,
                 signal.SIGUSR2, signal.SIGXCPU, signal.SIGIO, signal.SIGPWR, signal.SIGSTKFLT,
                 signal.SIGRTMIN, signal.SIGRTMIN + 3, signal.SIGRTMAX]
@@ -57,7 +57,7 @@ def test_while_the_message_arrives(panel, number):
 @pytest.mark.parametrize("number", SIGNALS)
 def test_while_the_database_does_not_answer(panel, number):
     panel.rule()
-    # A lock that another session holds makes the limiter wait.
+    # Another session's lock makes the limiter wait.
     lock = panel.start_sql("lock tables resp_freq write; select sleep(100);")
     wait_until(lambda: "resp_freq" in panel.sql("show open tables where in_use > 0"))
     process = panel.start()
@@ -102,7 +102,7 @@ def test_an_interrupt_waits_for_sendmail_as_system_does(panel):
 @pytest.mark.parametrize("number", SIGNALS)
 @pytest.mark.parametrize("step", ["first", "last"])
 def test_while_attachments_are_appended(panel, number, step):
-    # A uuencode that hangs, so that steps which create the file are still to come.
+    # A uuencode that hangs: the steps after it would create the file again.
     tools = sandbox.HOME / "tools"
     tools.mkdir(exist_ok=True)
     hang = tools / "uuencode"
@@ -116,7 +116,7 @@ def test_while_attachments_are_appended(panel, number, step):
     wait_until(HANGS.exists)
     process.send_signal(number)
     assert_died_of(process, number, panel)
-    time.sleep(0.1)  # nobody is left who could create the file again
+    time.sleep(0.1)  # a process that was left could create the file again now
     assert panel.temporary_files() == []
     assert not hangs()
 
@@ -135,7 +135,7 @@ def test_at_random_moments(panel):
         ends.add(process.wait(timeout=20))
         time.sleep(0.02)
         assert panel.temporary_files() == [], f"after {moment * 0.7} ms"
-    # Copies whose sendmail was running when their run died still arrive.
+    # Copies whose sendmail was already running still arrive.
     wait_until(lambda: os.system("pgrep -f qmail/bin/sendmai[l] >/dev/null") != 0)
     assert ends <= {0, -signal.SIGTERM, -signal.SIGHUP} and len(ends) > 1
 

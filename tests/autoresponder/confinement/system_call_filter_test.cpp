@@ -24,7 +24,7 @@ constexpr uint32_t kArchitecture = AUDIT_ARCH_X86_64;
 constexpr uint32_t kArchitecture = AUDIT_ARCH_AARCH64;
 #endif
 
-// What the filter says of a call, as the kernel runs it.
+// The filter's verdict on a call, computed as the kernel does.
 uint32_t verdict(const std::vector<sock_filter>& program, const seccomp_data& data) {
   uint32_t loaded = 0;
   for (size_t i = 0; i < program.size(); ++i) {

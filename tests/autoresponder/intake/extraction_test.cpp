@@ -11,7 +11,7 @@
 
 namespace {
 
-// What the run requires of the process in which the intake works.
+// The run accepts only well-formed records from the reader.
 TEST(Extraction, GivesAWellFormedRecordOfEachRecordedMessage) {
   const CapturedDiagnostics diagnostics;
   size_t records = 0;

@@ -104,7 +104,8 @@ TEST(BodyLines, AreSearchedInLinearTime) {
   EXPECT_EQ(lines.FirstWith(half), 1U);
 }
 
-// Larger than what is searched at once, with the key wherever it can be in it.
+// The text is larger than the piece that is searched at a time; the key is at different places of a
+// piece, and across two.
 TEST(BodyLines, AreSearchedInAnotherCharset) {
   const std::string umlaut = "\xC3\xBC";
   for (const size_t before : {0, 1, 300, 65530, 65535, 65536, 65537, 131070, 200000}) {
@@ -130,7 +131,7 @@ TEST(BodyLines, FindAKeyLongerThanWhatIsSearchedAtOnce) {
   EXPECT_EQ(lines.FirstWith(key + "k"), 0U);
 }
 
-// A short key, one that does not fit into what is searched at once, and some that are nowhere.
+// A short key, one that is longer than a piece, and some that are not in the text.
 TEST(BodyLines, AreSearchedForManyKeysInAnotherCharset) {
   const std::string umlaut = "\xC3\xBC";
   const std::string longest(100000, 'k');
@@ -141,7 +142,7 @@ TEST(BodyLines, AreSearchedForManyKeysInAnotherCharset) {
   EXPECT_EQ(lines.FirstWith(views), (std::vector<size_t>{70003, 70001, 1, 0, 0, 70001, 70001}));
 }
 
-// It is converted once for all of them.
+// The text is converted once for all keys.
 TEST(BodyLines, AreSearchedForManyKeysAsFastAsForOne) {
   const auto text = shared(std::string(3000000, 'a') + "\xE4");
   BodyLines lines(*text, text, "TSCII");

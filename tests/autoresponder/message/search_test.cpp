@@ -15,7 +15,8 @@ size_t found_at(std::string_view text, std::string_view key) {
 }
 
 TEST(FindText, FindsWhatTheStandardStringsFind) {
-  // Few letters, so that keys nearly occur everywhere and the comparisons run out.
+  // Few letters, so that keys nearly match everywhere and the bounded number of comparisons runs
+  // out.
   unsigned state = 1;
   const auto draw = [&state](size_t length, unsigned letters) {
     std::string text;

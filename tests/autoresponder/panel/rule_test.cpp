@@ -196,7 +196,7 @@ TEST(RuleTrigger, OfARuleThatIsOffNeverFires) {
   EXPECT_FALSE(fires(rule, message));
 }
 
-// A body that tells what it was asked.
+// A body that notes what it was asked.
 class AskedBody : public Body {
  public:
   explicit AskedBody(std::vector<std::string>& asked) : asked_(asked) {}

@@ -104,7 +104,7 @@ TEST(DiagnosticsRelay, TakesNoEmptyText) {
   EXPECT_THROW(relay.Add(""), ReaderFailure);
 }
 
-// In the process that sends, through the stream that replaces its standard error.
+// Called in the sending process, by the stream that replaces its standard error.
 TEST(SendStandardError, SendsLongTextsWhole) {
   FILE* const before = stderr;
   std::string bytes;

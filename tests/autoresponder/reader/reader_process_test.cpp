@@ -34,7 +34,7 @@ void write_text(int channel, const std::string& text) {
   }
 }
 
-// Without a system call that the filter knows only as an attack.
+// Waits by `read`, which the filter allows.
 [[noreturn]] void sleep_for_ever(int channel, ConfinementSet /*reached*/) {
   for (char byte = 0;;) {
     if (read(channel, &byte, 1) <= 0) _exit(0);
@@ -114,7 +114,7 @@ TEST(ReaderProcess, FailsAtTheDeadlineWhereItNeverEnds) {
       ReaderFailure);
 }
 
-// What it is allowed is for all of its answers together.
+// The time limit is for all answers together.
 TEST(ReaderProcess, FailsWhereSeveralAnswersTakeTooLong) {
   ReaderProcess reader(
       [](int channel, ConfinementSet /*reached*/) {

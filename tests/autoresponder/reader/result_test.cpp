@@ -23,7 +23,7 @@ ExtractionResult receive(const std::string& bytes, IncomingMessage& record,
   return receive_result(receiver, assignment, record);
 }
 
-// A result in numbers and texts, of which each row below changes something.
+// A result in numbers and texts; each row below changes something in it.
 struct Result {
   uint64_t start = kResult;
   uint64_t outcome = 0;

@@ -13,7 +13,7 @@
 
 namespace {
 
-// A root with the directory "a", which holds "b", which holds the file "file".
+// A root directory with the file "a/b/file".
 class OpenBelow : public testing::Test {
  protected:
   OpenBelow() {

@@ -32,8 +32,7 @@ extern "C" FILE* popen(const char* command, const char* mode) {
 
 namespace {
 
-// With a directory of its own, into which commands write, and with the run's action for a command
-// that ends before it has read everything.
+// Has a directory into which commands write, and handles SIGPIPE as a run does.
 class PipeStream : public testing::Test {
  protected:
   PipeStream() {
@@ -99,7 +98,7 @@ TEST_F(PipeStream, WritesEveryByte) {
   EXPECT_EQ(Content("out"), text);
 }
 
-// Kept: the pipe is closed before the buffer goes.
+// Kept: the pipe is closed before the buffer is flushed.
 TEST_F(PipeStream, LosesWhatWasNotFlushed) {
   {
     opipestream out(Store());
@@ -128,7 +127,7 @@ TEST_F(PipeStream, IgnoresTheStatusOfTheCommand) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-// The shell itself starts, so there is a pipe; what it says of the command is its own.
+// The shell starts, so there is a pipe; the shell reports the command.
 TEST_F(PipeStream, HasNotFailedWhenTheShellCannotStartTheCommand) {
   testing::internal::CaptureStderr();
   {
@@ -158,7 +157,7 @@ TEST_F(PipeStream, FailsForARefusedCommand) {
   EXPECT_FALSE(std::filesystem::exists(Path("it's")));
 }
 
-// While it lives, there is no pipe to be had.
+// During its lifetime no pipe can be opened.
 class NoPipes {
  public:
   NoPipes() { popen_fails = true; }

@@ -16,7 +16,7 @@ using namespace std::string_view_literals;
 
 namespace {
 
-// The seed of a process that sets none.
+// The C library's default seed.
 constexpr unsigned kNoSeed = 1;
 
 TEST(DrawBoundary, GivesAPrefixAndLetters) {

@@ -20,7 +20,7 @@ struct Use : NamedRow {
   Purpose purpose;
 };
 
-// With a directory of its own, into which commands write.
+// Has a directory into which commands write.
 class HandToShell : public testing::TestWithParam<Use> {
  protected:
   std::string Path(const char* name) const { return directory_.Path(name); }

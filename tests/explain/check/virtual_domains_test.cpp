@@ -8,7 +8,7 @@ namespace {
 
 struct Row : NamedRow {
   const char* domain;
-  const char* prefix;  // null: no line decides
+  const char* prefix;  // null: no line counts
 };
 
 class VirtualDomains : public testing::TestWithParam<Row> {};

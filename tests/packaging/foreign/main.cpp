@@ -1,5 +1,5 @@
-// Uses all of the library from a program whose own names are the library's inner ones, and prints
-// what came of it.
+// Uses all of the library in a program that has functions of the same names as the library's
+// internal ones, and prints the results.
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,9 +1,8 @@
 #ifndef FOREIGN_NAMES_H
 #define FOREIGN_NAMES_H
 
-// What a program of its own may call its classes and functions, whatever the library calls those
-// that no header of it declares. Every one of them counts its calls, and none does what the
-// library's does.
+// Classes and functions as another program may have them, with the names of the library's internal
+// ones. Each counts its calls, and does nothing else.
 
 #include <cstddef>
 #include <cstdio>
@@ -16,7 +15,7 @@ struct st_mysql_res;
 
 /// How many of the functions here were called.
 int foreign_calls();
-/// Counts one.
+/// Counts one call.
 void count_call();
 
 struct FreeMemory {
