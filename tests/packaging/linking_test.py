@@ -1,5 +1,5 @@
 """Other programs use the panel's library: installed, found by CMake and by pkg-config; built along
-by add_subdirectory; built alone. Each runs with a real database. Run by `tests/packaging/run`."""
+by add_subdirectory; built alone. Each runs with a real database."""
 
 import os
 import re

@@ -1,5 +1,5 @@
 """Runs every command of docs/operators.md and of the manual pages as printed, on a server that is
-set up with the document's own files. Run by `tests/packaging/run`, in a root directory of its own.
+set up with the document's own files; in a root directory of its own.
 
 The last test fails for a line of the document that is neither run here nor in NOT_RUN."""
 
@@ -25,7 +25,7 @@ HOME = Path("/home/shop")
 MESSAGE = b"From: otto@customer.example\nSubject: Hello\n\nA question.\n"
 
 NOT_RUN = {
-    # tests/packaging/run and sandbox/install-tools do this before these tests.
+    # tests/packaging/packages and sandbox/install-tools do this before these tests.
     "sandbox/install-tools build package",
     "cmake --preset package && cmake --build --preset package",
     "cd build-package && cpack -G DEB && apt-get install ./kem-autoresponder_*.deb",

@@ -1,5 +1,5 @@
 """The Debian package in a scratch root: what it installs, what it leaves alone, and the installed
-program as the mail server starts it. Run by `tests/packaging/run`."""
+program as the mail server starts it."""
 
 import grp
 import gzip

@@ -1,5 +1,5 @@
 """The proxy, the database server or the network between them fails: a run writes its diagnostic,
-ends in time with status 0, and leaves no file. Run by tests/proxy/run."""
+ends in time with status 0, and leaves no file."""
 
 import os
 import re

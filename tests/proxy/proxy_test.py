@@ -1,5 +1,5 @@
 """A proxy owns the socket that the program connects to, and the database is on another host: what a
-run does, and the effect of the proxy's limits. Run by tests/proxy/run."""
+run does, and the effect of the proxy's limits."""
 
 import re
 import socket

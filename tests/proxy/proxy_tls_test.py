@@ -1,5 +1,5 @@
 """TLS between the proxy and another one on the database's host, by the lines that docs/scaling.md
-prints. Run by tests/proxy/run."""
+prints."""
 
 import re
 import socket

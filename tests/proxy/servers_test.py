@@ -1,5 +1,5 @@
 """Two mail servers on one database: what they share, and what a customer sees where they are set up
-differently. Run by tests/proxy/run."""
+differently."""
 
 import shutil
 import time
