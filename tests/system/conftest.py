@@ -24,6 +24,7 @@ BUILD = CHECKOUT / os.environ.get("KEM_BUILD", "build")
 PROGRAM = BUILD / "autoresponder" / "autoresponder"
 EXPLAIN = BUILD / "explain" / "autoresponder-explain"
 FAULTS = BUILD / "tests" / "libfaults.so"
+DIAGNOSTICS = BUILD / "diagnostics" / os.environ.get("KEM_TEST", "by hand")
 SANITIZED = os.environ.get("KEM_SANITIZED") == "ON"
 OPTIMISED = os.environ.get("KEM_BUILD_TYPE", "Release") == "Release"
 # With KEM_VALGRIND: runs the program under valgrind, whose errors end the run with status 97. The
@@ -60,6 +61,12 @@ def record_shell_commands():
                         f"printf '\\0\\n' >>{COMMANDS}\nexec {real} \"$@\"\n")
     recorder.chmod(0o755)
     subprocess.run(["mount", "--bind", recorder, "/usr/bin/dash"], check=True)
+
+
+def note_diagnostics(text):
+    """Keeps what a run wrote to standard error, for the test of the manual page."""
+    with open(DIAGNOSTICS, "ab") as file:
+        file.write(text)
 
 
 class Result:
@@ -162,8 +169,10 @@ class Panel:
                             "ASAN_OPTIONS": "verify_asan_link_order=0"}
         if isinstance(message, str):
             message = textwrap.dedent(message).encode()
-        return Result(subprocess.run([*VALGRIND, self.program], input=message, capture_output=True,
-                                     env=environment, **options))
+        result = Result(subprocess.run([*VALGRIND, self.program], input=message,
+                                       capture_output=True, env=environment, **options))
+        note_diagnostics(result.err)
+        return result
 
     def start(self, recipient=RECIPIENT, env=None, **options):
         """Starts the program with a pipe as its standard input."""
@@ -223,6 +232,12 @@ class Panel:
         """The limiter's table: rule, sender, replies."""
         return [tuple(row.split("\t")) for row in
                 self.sql("select rn_id, email, num from resp_freq order by 1, 2").splitlines()]
+
+
+@pytest.fixture(scope="session", autouse=True)
+def _no_diagnostics():
+    DIAGNOSTICS.parent.mkdir(exist_ok=True)
+    DIAGNOSTICS.write_bytes(b"")
 
 
 @pytest.fixture(scope="session")

@@ -78,6 +78,12 @@ def test_answers_reply_to_or_else_from(panel, header, sender):
     assert panel.mails()[0].arguments[2] == sender
 
 
+def test_reports_what_follows_an_encoded_word(panel):
+    panel.rule(subject="<forward_subject>")
+    result = panel.run(b"From: a@b\nSubject: =?utf-8?Q?a?=b\n\nbody\n")
+    assert result.err == b"wrong rfc1522 sequence (trailing stuff): =?utf-8?Q?a?=b\n"
+
+
 LATIN1 = "Grüße".encode("latin-1")
 
 

@@ -1,9 +1,11 @@
 """The two switches of the configuration: how they are read, and what they do not change."""
 
+import re
+
 import pytest
 
 import panel as sandbox
-from conftest import message
+from conftest import CHECKOUT, message
 
 KEYS = ("AUTORESPONDER_REPAIRS", "AUTORESPONDER_COURTESY")
 QUOTED = "o'neil@x.example"
@@ -55,6 +57,11 @@ def test_another_value_is_reported_and_counts_as_off(panel, key, value):
     assert explained.err == report
     assert explained.answer()["switches"] == {"repairs": False, "courtesy": False}
     assert not answers_a_quote(panel)
+
+
+def test_the_manual_page_has_both():
+    page = (CHECKOUT / "packaging" / "kem.conf.5").read_text()
+    assert re.findall(r"^\.It Li (\w+) Ar on \| off$", page, re.MULTILINE) == list(KEYS)
 
 
 def test_both_are_reported_in_their_order(panel):
