@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "autoresponder/reply/forwarding.h"
+#include "autoresponder/reply/plain_command.h"
 #include "autoresponder/reply/sendmail.h"
 #include "support/base/one_line.h"
 

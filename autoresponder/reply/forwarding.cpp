@@ -25,14 +25,6 @@ std::optional<std::string> forwarding_addresses(PanelDatabase& database, const c
   return addresses;
 }
 
-bool is_plain_for_shell(char byte) {
-  const auto number = static_cast<unsigned char>(byte);
-  const bool is_letter = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
-  const bool is_digit = byte >= '0' && byte <= '9';
-  return number >= 0x80 || is_letter || is_digit ||
-         std::string_view("@._+-=:/,% \t").find(byte) != std::string_view::npos;
-}
-
 std::vector<std::string_view> addresses_of(std::string_view addresses) {
   constexpr std::string_view kBlanks = " \t";
   std::vector<std::string_view> single;

@@ -20,10 +20,6 @@ std::vector<std::optional<std::string>> forwarding_rows(PanelDatabase& database,
 /// rule has no rows. Throws `PanelFailure` if the query fails.
 std::optional<std::string> forwarding_addresses(PanelDatabase& database, const char* rule_id);
 
-/// Whether the byte is harmless in forwarding addresses, which the shell reads without quotes:
-/// letters, digits, some signs, blanks, which separate addresses, and all bytes from 0x80 on.
-bool is_plain_for_shell(char byte);
-
 /// Splits `addresses`, a result of `forwarding_addresses`, at blanks and tabs. The result has views
 /// into it.
 std::vector<std::string_view> addresses_of(std::string_view addresses);

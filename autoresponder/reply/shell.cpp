@@ -7,7 +7,10 @@
 #include <poll.h>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <utility>
 
+#include "autoresponder/reply/direct_run.h"
+#include "autoresponder/reply/plain_command.h"
 #include "autoresponder/reply/sendmail.h"
 #include "support/base/diagnose.h"
 #include "support/base/one_line.h"
@@ -95,6 +98,12 @@ bool run(const std::string& line) {
   return system(line.c_str()) == 0;
 }
 
+// Runs a command whose result does not count, without a shell where that has nothing to do.
+void run_plainly(const ShellCommand& command) {
+  auto plain = plain_command(command.line());
+  if (!plain || is_too_long(command) || !run_directly(std::move(*plain))) run(command.line());
+}
+
 // Copies the file `held` to standard output; gives up if nobody reads that.
 void write_to_standard_output(const OwnedDescriptor& held) {
   constexpr int kPatience = 60000;  // milliseconds
@@ -147,7 +156,7 @@ ShellOutcome hand_to_shell(const ShellCommand& command) {
   switch (command.purpose()) {
     case Purpose::kForward:
     case Purpose::kReply:
-      run(command.line());
+      run_plainly(command);
       break;
     case Purpose::kAttach:
       outcome.succeeded = run_as_writer(command);

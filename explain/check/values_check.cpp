@@ -3,6 +3,7 @@
 
 #include "autoresponder/reply/attachments.h"
 #include "autoresponder/reply/forwarding.h"
+#include "autoresponder/reply/plain_command.h"
 #include "autoresponder/reply/reply_text.h"
 #include "autoresponder/run/temporary_files.h"
 #include "explain/check/checks.h"

@@ -86,6 +86,9 @@ def corpus(messages):
         yield "string_tools", b"\x20\0\0" + b"key=\0v\0key=" + length * b"v"
     yield "string_tools", b"\x20\0\xff" + b"key=\0v\0  key=" + 60 * b"v" + b" \t\r\n"
 
+    for line in b"-a 'a b' a@b <a", b"a''b 2 <  'a' ", b"'\n'\t\"a\" \\ $a", b"b <b", b"'" + 9 * b"a' '":
+        yield "plain_command", line
+
     conf = (b"# kem\n PRODUCT_ROOT_D \t/opt/kem  \r\n"
             b"QMAIL_ROOT_D /var/qmail with blank\nEMPTY\nLAST   ")
     for key in b"PRODUCT_ROOT_D", b"QMAIL_ROOT_D", b"EMPTY", b"LAST", b"#", b"NONE":

@@ -96,6 +96,7 @@ def test_ends_the_run_when_the_names_cannot_be_read(panel):
 
 
 def test_one_command_appends_all_files(panel):
+    panel.leave_all_to_the_shell()
     panel.attach(panel.rule(), "a.txt", "b-c.txt")
     panel.run(message())
     command = panel.commands()[0]
@@ -114,6 +115,7 @@ def test_one_command_appends_all_files(panel):
 
 
 def test_no_file_no_command(panel):
+    panel.leave_all_to_the_shell()
     panel.name_attachments(panel.rule(), "missing.txt")
     panel.run(message())
     assert [command.split(" ")[0] for command in panel.commands()] == [
@@ -122,6 +124,7 @@ def test_no_file_no_command(panel):
 
 # --- the notification ----------------------------------------------------------------------------
 def test_tells_the_owner_about_missing_files(panel):
+    panel.leave_all_to_the_shell()
     rule = panel.rule()
     panel.attach(rule, "here.txt")
     panel.name_attachments(rule, "old.pdf", "  gone.txt ")

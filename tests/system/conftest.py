@@ -203,6 +203,10 @@ class Panel:
     def forget_commands(self):
         COMMANDS.write_bytes(b"")
 
+    def leave_all_to_the_shell(self):
+        """Makes sendmail a script without a first line, which only a shell can start."""
+        sandbox.write_sendmail(sandbox.SENDMAIL.split("\n", 1)[1])
+
     def commands(self):
         """The command lines that the shell was given, in order."""
         calls = COMMANDS.read_text().split("\0\0\n")[:-1]

@@ -256,6 +256,7 @@ def test_explain_foretells_the_run(courteous, name):
     want, text = MESSAGES[name]
     answer = courteous.explain(text.encode(), "--json", "--show-reply").answer()
     assert answer.get("objection") == want
+    courteous.leave_all_to_the_shell()
     courteous.forget_commands()
     courteous.run(text.encode())
     commands = [re.sub(r"(/tmp/kem-response-uu-)\w{6}", r"\1XXXXXX", line)

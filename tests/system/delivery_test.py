@@ -86,6 +86,7 @@ def test_removes_the_reply_before_the_next_rule(panel):
 
 
 def test_the_command_text(panel):
+    panel.leave_all_to_the_shell()
     panel.rule()
     panel.run(message())
     (command,) = panel.commands()

@@ -93,6 +93,7 @@ def check_case(panel, case):
     panel.forget_commands()
     sandbox.forget_mails()
     case.install(panel)
+    panel.leave_all_to_the_shell()
     before = panel.state()
     answer = panel.explain(case.message, "--json", "--show-reply", recipient=case.recipient).answer()
     assert panel.state() == before

@@ -56,6 +56,7 @@ def test_leaves_the_addresses_to_the_shell(panel, addresses, arguments):
 
 
 def test_the_command_text(panel):
+    panel.leave_all_to_the_shell()
     panel.forward(panel.rule(), "a@x", None, "b@y")
     panel.run(message())
     assert re.fullmatch(r"/run/panel/qmail/bin/sendmail -f 'info@shop\.example'  a@x b@y "
