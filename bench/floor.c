@@ -11,17 +11,21 @@
  *   Q statement     send a statement and fetch what it returns
  *   W path content  write a file
  *   X command       run a shell command
+ *   P file words    start a program, whose words end in NULs, with the file as its standard input
  *   U path          remove a file
  *
  * Built with GROUND and linked statically, with the C library too, it is `ground`: it also skips
  * all that a local socket does not need when the client library starts. No program that connects
  * through that library costs less.
  */
+#define _GNU_SOURCE
 #include <fcntl.h>
+#include <spawn.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <mysql.h>
@@ -113,7 +117,23 @@ static void write_file(const char* path, const char* content, size_t size) {
   close(file);
 }
 
-static void step(char what, const char* first, size_t first_size, const char* second,
+static void start(const char* input, char* words, size_t size) {
+  char* arguments[64];
+  size_t count = 0;
+  for (size_t at = 0; at < size && count < 63; at += strlen(words + at) + 1) {
+    arguments[count++] = words + at;
+  }
+  arguments[count] = NULL;
+  posix_spawn_file_actions_t files;
+  posix_spawn_file_actions_init(&files);
+  posix_spawn_file_actions_addopen(&files, STDIN_FILENO, input, O_RDONLY, 0);
+  pid_t child;
+  if (posix_spawn(&child, arguments[0], &files, NULL, arguments, environ) != 0) fail("posix_spawn");
+  waitpid(child, NULL, 0);
+  posix_spawn_file_actions_destroy(&files);
+}
+
+static void step(char what, const char* first, size_t first_size, char* second,
                  size_t second_size) {
   switch (what) {
     case 'S':
@@ -130,6 +150,9 @@ static void step(char what, const char* first, size_t first_size, const char* se
       break;
     case 'X':
       if (system(first) == -1) fail("system");
+      break;
+    case 'P':
+      start(first, second, second_size);
       break;
     case 'U':
       unlink(first);

@@ -8,10 +8,12 @@
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>
+#include <spawn.h>
 #include <string>
 #include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -37,6 +39,12 @@ Reply& reply() {
 bool& is_inside() {
   static bool inside = false;
   return inside;
+}
+
+// The file that the next command reads.
+std::string& input() {
+  static std::string path;
+  return path;
 }
 
 // Writes an entry by one call, so that entries of two processes do not mix. Each text ends in a
@@ -91,6 +99,28 @@ int system(const char* command) {
   // The shell and what it starts are not the program.
   unsetenv("LD_PRELOAD");
   return next<int (*)(const char*)>("system")(command);
+}
+
+int posix_spawn_file_actions_addopen(posix_spawn_file_actions_t* actions, int descriptor,
+                                     const char* path, int flags, mode_t mode) noexcept {
+  input() = path;
+  using AddOpen = int (*)(posix_spawn_file_actions_t*, int, const char*, int, mode_t);
+  return next<AddOpen>("posix_spawn_file_actions_addopen")(actions, descriptor, path, flags, mode);
+}
+
+int posix_spawn(pid_t* child, const char* path, const posix_spawn_file_actions_t* actions,
+                const posix_spawnattr_t* attributes, char* const* words, char* const* environment) {
+  std::string joined;
+  for (char* const* word = words; *word != nullptr; ++word) joined.append(*word).append(1, '\0');
+  record_file_for(input());
+  record('P', input(), joined);
+  std::vector<char*> without_us;
+  for (char* const* entry = environment; *entry != nullptr; ++entry) {
+    if (strncmp(*entry, "LD_PRELOAD=", 11) != 0) without_us.push_back(*entry);
+  }
+  without_us.push_back(nullptr);
+  using Spawn = decltype(&posix_spawn);
+  return next<Spawn>("posix_spawn")(child, path, actions, attributes, words, without_us.data());
 }
 
 FILE* popen(const char* command, const char*) {

@@ -72,8 +72,8 @@ int get_client_id(const char* domain_id, st_mysql* connection);
 /// for a name without an ASCII form and for a failing query. Without a connection the result is
 /// null after a warning.
 ///
-/// The name is converted by libidn, even if it is ASCII: if that library cannot be loaded, the
-/// process ends with status 1 (see the header idn.h). No other routine here needs it.
+/// A name that is not ASCII is converted by libidn: if that library cannot be loaded, the process
+/// ends with status 1 (see the header idn.h). No other routine here needs it.
 const char* get_dom_id(const char* domain_name, st_mysql* connection, bool quiet);
 
 /// `get_dom_id` without `quiet`, in the same buffer.

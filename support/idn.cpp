@@ -82,7 +82,24 @@ std::string group_text(const char* text, const regmatch_t& group) {
 
 }  // namespace
 
+bool kem::needs_libidn(std::string_view text) {
+  constexpr size_t kMaxLabel = 63;
+  size_t length = 0;  // of the label so far
+  for (const char byte : text) {
+    const bool is_ascii = static_cast<unsigned char>(byte) < 0x80;
+    const bool ends_empty = byte == '.' && length == 0;
+    length = byte == '.' ? 0 : length + 1;
+    if (!is_ascii || ends_empty || length > kMaxLabel) return true;
+  }
+  return false;
+}
+
 char* idn_toascii(const char* text) {
+  if (!kem::needs_libidn(text)) {
+    char* const copy = strdup(text);
+    if (copy == nullptr) end_process_without_memory(IDNA_MALLOC_ERROR);
+    return copy;
+  }
   char* output = nullptr;
   static const auto convert =
       reinterpret_cast<decltype(&idna_to_ascii_8z)>(kem::libidn.Find("idna_to_ascii_8z"));

@@ -6,10 +6,10 @@
 /// Internationalised domain names (RFC 3490). Every routine takes one NUL-terminated text in UTF-8,
 /// which must not be null. Without memory the process ends with status 1 and "Allocation failed".
 ///
-/// The conversions load the shared library of libidn (Debian package `libidn12`) when the first of
-/// them is called; `idn_strerror` does without. If it cannot be loaded, the process ends with
-/// status 1 and "Unable to load libidn: %s", the loader's message. Texts that are ASCII already
-/// need it too; an address without "@" and a URL without a host do not.
+/// The first conversion that needs it loads the shared library of libidn (Debian package
+/// `libidn12`). If it cannot be loaded, the process ends with status 1 and "Unable to load libidn:
+/// %s", the loader's message. The conversions to ASCII do not need it for a text that is ASCII
+/// already and has no empty label and none above 63 bytes.
 
 /// The libidn code of the last conversion that failed; 0 until one fails. Never reset.
 extern int idn_last_error;

@@ -220,9 +220,9 @@ LimiterFacts decide(PanelDatabase& database, const IncomingMessage& message,
   facts.replies_today = memory.RepliesToday();
   facts.step = limiter_step(facts.replies_today, facts.senders, rule.ans_freq, rule.mem_limit);
   if (!allows_reply(facts)) return facts;
-  // The reply needs libidn. If it cannot be loaded, the process ends here, before anything is
+  // If the reply needs libidn, which cannot be loaded, the process ends here, before anything is
   // counted or sent: after status 1 the mail server delivers the message again.
-  kem::libidn.Load();
+  if (kem::needs_libidn(message.recipient)) kem::libidn.Load();
   write(memory, facts);
   return facts;
 }

@@ -32,10 +32,11 @@ void write_counters() {
 #endif
 }
 
+// Ends the process if the parent hangs up.
 void read_all(int channel, char* bytes, size_t length) {
   while (length > 0) {
     const ssize_t received = read(channel, bytes, length);
-    if (received <= 0) throw ReaderFailure();
+    if (received <= 0) _exit(0);
     bytes += received;
     length -= static_cast<size_t>(received);
   }
@@ -56,7 +57,7 @@ std::vector<std::string_view> keys_in(std::string_view question) {
   return keys;
 }
 
-// Ends only by the exception when the parent hangs up, or when the parent kills this process.
+// Ends only with the process: when the parent hangs up, or kills it.
 [[noreturn]] void answer_searches(int channel, FILE* out, Body& body) {
   Receiver questions([channel](char* bytes, size_t length) { read_all(channel, bytes, length); });
   Sender sender([out](const char* bytes, size_t length) { fwrite(bytes, 1, length, out); });

@@ -1,8 +1,8 @@
 #include "autoresponder/reply/delivery.h"
 
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 
 #include "autoresponder/reply/sendmail.h"
@@ -10,11 +10,23 @@
 #include "support/base/write_pieces.h"
 #include "support/conf.h"
 
-int64_t size_limit() {
-  std::ifstream file(std::string(QMAIL_ROOT_D) + "/control/databytes");
+namespace {
+
+// The first word of the file, delimited by white space; empty if there is none. Not by a stream:
+// that would set up the C++ library's locale in each run.
+std::string first_word(FILE* file) {
   std::string word;
-  file >> word;
-  return atoi(word.c_str());
+  int c = getc(file);
+  while (c != EOF && isspace(c) != 0) c = getc(file);
+  for (; c != EOF && isspace(c) == 0; c = getc(file)) word += static_cast<char>(c);
+  return word;
+}
+
+}  // namespace
+
+int64_t size_limit() {
+  const OwnedFile file(fopen((std::string(QMAIL_ROOT_D) + "/control/databytes").c_str(), "r"));
+  return file ? atoi(first_word(file.get()).c_str()) : 0;
 }
 
 bool exceeds(int64_t size, int64_t limit) {

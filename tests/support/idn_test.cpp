@@ -1,6 +1,7 @@
 #include "support/idn.h"
 
 #include <dlfcn.h>
+#include <random>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -9,6 +10,7 @@
 
 #include "../named_row.h"
 #include "support/base/owned.h"
+#include "support/libidn.h"
 
 namespace {
 
@@ -81,6 +83,31 @@ struct Refused : NamedRow {
   const char* message;
 };
 
+// What is not asked of libidn is what libidn says.
+TEST_P(IdnToAscii, GivesWhatLibidnGives) {
+  OwnedText got;
+  char* output = nullptr;
+  ASSERT_EQ(idna_to_ascii_8z(GetParam().text, &output, 0), IDNA_SUCCESS);
+  got.reset(output);
+  EXPECT_STREQ(got.get(), GetParam().want);
+}
+
+TEST(NeedsLibidn, OnlyWhereATextIsNotItsOwnAsciiForm) {
+  const std::string alphabet = "aZ0.-@'x\x01\x7F\x80";
+  std::mt19937 random(20261122);
+  int unneeded = 0;
+  for (int i = 0; i < 20000; ++i) {
+    std::string text(random() % 8 + (random() % 4 == 0 ? 60 : 0), 'a');
+    for (char& c : text) c = random() % 3 == 0 ? alphabet[random() % alphabet.size()] : c;
+    if (kem::needs_libidn(text)) continue;
+    ++unneeded;
+    char* output = nullptr;
+    ASSERT_EQ(idna_to_ascii_8z(text.c_str(), &output, 0), IDNA_SUCCESS) << text;
+    EXPECT_EQ(OwnedText(output).get(), text);
+  }
+  EXPECT_GT(unneeded, 5000);
+}
+
 class IdnRefuses : public testing::TestWithParam<Refused> {};
 
 TEST_P(IdnRefuses, ATextWithoutAsciiForm) {
@@ -135,7 +162,7 @@ TEST(IdnLastError, IsThatOfTheLastFailure) {
 
 void convert_without_memory() {
   forced_code = 201;
-  idn_toascii("example.com");
+  idn_toascii("b\xC3\xBC\x63her.example");
 }
 
 TEST(IdnDeathTest, EndsTheProcessWithoutMemory) {

@@ -32,6 +32,8 @@ OPTIMISED = os.environ.get("KEM_BUILD_TYPE", "Release") == "Release"
 VALGRIND = ["/usr/bin/valgrind", "-q", "--error-exitcode=97", "--leak-check=full",
             "--errors-for-leak-kinds=definite", "--show-leak-kinds=definite"] if "KEM_VALGRIND" in os.environ else []
 RECIPIENT = "shop.example-info@shop.example"
+# After `panel.rename_mailbox()`: an address whose ASCII form only libidn knows.
+INTERNATIONAL = "shop.example-b\u00fcro@shop.example"
 
 # The boundary of the first reply in a run.
 BOUNDARY = "--------=_nWlrBbmQBhCDarzOwKkYHIDdqSCDX"
@@ -132,6 +134,9 @@ class Panel:
                            .replace("'", "\\'") + "'" for value in columns.values())
         return int(self.sql(f"insert into mail_resp ({', '.join(columns)}) values ({values});"
                             "select last_insert_id();"))
+
+    def rename_mailbox(self):
+        self.sql("update mail set mail_name='b\u00fcro' where id=1")
 
     def limit(self, text):
         """Sets the mail server's size limit; None removes its file."""

@@ -8,7 +8,7 @@ from pathlib import Path
 import pytest
 
 import panel as sandbox
-from conftest import EXPLAIN, OPTIMISED, SANITIZED, Result, message
+from conftest import INTERNATIONAL, EXPLAIN, OPTIMISED, SANITIZED, Result, message
 
 
 @pytest.mark.parametrize("other, status, reason", [
@@ -82,10 +82,11 @@ def test_tells_of_the_message_where_libidn_is_missing(panel, is_answered_already
     rule = panel.rule(ans_freq=1)
     if is_answered_already:
         panel.sql(f"insert into resp_freq set rn_id={rule}, email='otto@customer.example', num=1")
+    panel.rename_mailbox()
     library = next(Path("/usr/lib").glob("*/libidn.so.12"))
     subprocess.run(["mount", "--bind", "/dev/null", library.resolve()], check=True)
     try:
-        result = panel.explain(message(), "--json")
+        result = panel.explain(message(), "--json", recipient=INTERNATIONAL)
     finally:
         subprocess.run(["umount", library.resolve()], check=True)
     answer = result.answer()
@@ -94,7 +95,7 @@ def test_tells_of_the_message_where_libidn_is_missing(panel, is_answered_already
         return
     assert (result.status, answer["reason"]) == (2, "library_gives_up")
     assert answer["message"]["sender"] == "otto@customer.example"
-    assert answer["mailbox"]["mail_name"] == "info"
+    assert answer["mailbox"]["mail_name"] == "b\u00fcro"
     assert b"Unable to load libidn: " in result.err
 
 

@@ -12,7 +12,7 @@ import pytest
 
 import panel as sandbox
 from busy_rule import COPY, OWNER, REPLY, busy_rule, sent, whole
-from conftest import SANITIZED, children, message
+from conftest import INTERNATIONAL, SANITIZED, children, message
 
 
 # --- the disk ------------------------------------------------------------------------------------
@@ -102,14 +102,15 @@ def test_a_damaged_client_library_is_not_needed_where_the_message_is_refused(pan
 
 
 @pytest.fixture
-def damaged_libidn(damage):
-    """Makes the library that replies need an empty file."""
+def damaged_libidn(panel, damage):
+    """Makes the library that replies from INTERNATIONAL need an empty file."""
+    panel.rename_mailbox()
     damage("libidn.so.12")
 
 
 def test_a_damaged_library_ends_the_run_before_it_does_anything(panel, damaged_libidn):
     busy_rule(panel)
-    result = panel.run(message())
+    result = panel.run(message(), INTERNATIONAL)
     assert result.status == 1
     assert result.err.startswith(b"autoresponder: Unable to load libidn: ")
     assert result.err.count(b"\n") == 1
@@ -119,7 +120,7 @@ def test_a_damaged_library_ends_the_run_before_it_does_anything(panel, damaged_l
 
 def test_a_damaged_library_is_not_needed_where_no_rule_fires(panel, damaged_libidn):
     panel.rule(keystr="pears", key_where="subj")
-    result = panel.run(message())
+    result = panel.run(message(), INTERNATIONAL)
     assert (result.status, result.err) == (0, b"")
 
 
@@ -131,15 +132,22 @@ def test_a_damaged_library_is_not_needed_where_the_limiter_forbids_a_reply(
     rule = panel.rule(ans_freq=ans_freq)
     if ans_freq == 1:
         panel.sql(f"insert into resp_freq set rn_id={rule}, email='otto@customer.example', num=1")
-    result = panel.run(message())
+    result = panel.run(message(), INTERNATIONAL)
     assert (result.status, result.err) == (0, b"")
 
 
 def test_a_damaged_library_leaves_no_count_with_repairs(panel, damaged_libidn):
     panel.switch(repairs=True)
     panel.rule()
-    assert panel.run(message()).status == 1
+    assert panel.run(message(), INTERNATIONAL).status == 1
     assert panel.senders() == []
+
+
+def test_a_damaged_library_is_not_needed_for_an_address_in_ascii(panel, damage):
+    damage("libidn.so.12")
+    panel.rule()
+    result = panel.run(message())
+    assert (result.status, result.err, len(panel.mails())) == (0, b"", 1)
 
 
 def test_a_run_that_is_ended_by_the_library_leaves_no_child(panel, damage):

@@ -5,7 +5,7 @@ import shutil
 from pathlib import Path
 
 import panel as sandbox
-from conftest import BUILD, PROGRAM, message
+from conftest import INTERNATIONAL, BUILD, PROGRAM, message
 from logged import INSTALLED, GROUP, USER, deliver, mounted
 
 
@@ -146,9 +146,10 @@ def without_uuencode(panel):
 def without_library(name):
     def delivered(panel):
         panel.rule()
+        panel.rename_mailbox()
         library = next(Path("/usr/lib").glob(f"*/{name}")).resolve()
         with mounted("--bind", "/dev/null", str(library)):
-            return deliver()
+            return deliver(recipient=INTERNATIONAL)
 
     return delivered
 
