@@ -48,7 +48,7 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_SOURCE ${KEM_PACKAGE})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libdevel)
 # libidn is not linked: a program loads it when it first converts a name.
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libmariadb-dev, ${loaded_package}")
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_RECOMMENDS pkg-config)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_RECOMMENDS pkgconf)
 set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "library of a hosting panel, for programs written in C++
 It reads the panel's configuration, connects to its database, reads and
 writes settings and domain records, reports errors as all programs of the

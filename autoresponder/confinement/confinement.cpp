@@ -9,7 +9,7 @@
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
-#if __has_include(<valgrind/valgrind.h>)
+#ifdef HAS_VALGRIND
 #include <valgrind/valgrind.h>
 #else
 #define RUNNING_ON_VALGRIND 0
@@ -87,10 +87,10 @@ bool drop_identity() {
 
 // Call after `drop_identity`: changing the user resets PR_SET_PDEATHSIG.
 bool refuse_privileges(pid_t parent) {
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
   // A parent in another namespace of processes has the number 0 here.
   if (getppid() != parent && getppid() != 0) _exit(1);
-  return prctl(PR_SET_DUMPABLE, 0) == 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
+  return prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
 }
 
 // The run's handlers must not act in this process. Signals that the caller ignored stay ignored,

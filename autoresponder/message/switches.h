@@ -18,6 +18,7 @@ struct Repairs {
   bool whole_notices = false;      ///< a notice is not sent if /tmp was full
   bool subject = false;            ///< no subject aborts the run
   bool turns = false;              ///< concurrent deliveries ask the limiter one after another
+  bool evictions = false;          ///< a full memory without senders is not asked to forget one
   bool long_senders = false;       ///< a sender longer than the limiter's column is found again
 };
 
@@ -42,6 +43,7 @@ constexpr Repair kRepairs[] = {
     {"whole_notices", &Repairs::whole_notices},
     {"subject", &Repairs::subject},
     {"turns", &Repairs::turns},
+    {"evictions", &Repairs::evictions},
     {"limiter", &Repairs::long_senders},
 };
 

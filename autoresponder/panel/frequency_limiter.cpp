@@ -48,7 +48,8 @@ class Memory {
         rule_id_(rule.id),
         sender_(database.Escape(sender)),
         counts_(mode == LimiterMode::kCount),
-        is_in_turn_(repairs.turns) {}
+        is_in_turn_(repairs.turns),
+        evicts_nobody_(!repairs.evictions) {}
 
   // Static, because it is called before the sender is cut and escaped.
   static void ForgetEarlierDays(PanelDatabase& database, const ResponderRule& rule) {
@@ -78,8 +79,11 @@ class Memory {
   // Deletes the rows with the oldest time stamp; with kLook returns their senders instead.
   //
   // Kept: deletes all rows that share this time stamp, and only once, even if too many rows remain.
+  // And the statement for the time "0" where there are no rows, which MySQL refuses; the repair of
+  // evictions sends none.
   std::vector<std::string> EvictOldest() const {
     const std::string oldest = OldestTime();
+    if (oldest == kNoTime && !evicts_nobody_) return {};
     Write(joined({"delete from resp_freq", of_rule_, " and time_resp='", oldest, "'"}));
     std::vector<std::string> senders;
     if (counts_) return senders;
@@ -130,8 +134,10 @@ class Memory {
   std::string OldestTime() const {
     Rows rows = Select("MIN(time_resp)");
     const Row row = rows.Next();
-    return row != nullptr ? text_or(*row, "0") : "";
+    return row != nullptr ? text_or(*row, kNoTime) : "";
   }
+
+  static constexpr const char* kNoTime = "0";
 
   PanelDatabase& database_;
   std::string of_rule_;
@@ -139,6 +145,7 @@ class Memory {
   EscapedText sender_;
   bool counts_;
   bool is_in_turn_;
+  bool evicts_nobody_;
 };
 
 }  // namespace

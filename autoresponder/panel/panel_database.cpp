@@ -37,13 +37,13 @@ void prepare_client_library() {
 // this would be fifty.
 class PromptTimers {
  public:
-  PromptTimers() { prctl(PR_SET_TIMERSLACK, 1UL); }
-  ~PromptTimers() { prctl(PR_SET_TIMERSLACK, static_cast<unsigned long>(before_)); }
+  PromptTimers() { prctl(PR_SET_TIMERSLACK, 1UL, 0, 0, 0); }
+  ~PromptTimers() { prctl(PR_SET_TIMERSLACK, static_cast<unsigned long>(before_), 0, 0, 0); }
   PromptTimers(const PromptTimers&) = delete;
   PromptTimers& operator=(const PromptTimers&) = delete;
 
  private:
-  int before_ = prctl(PR_GET_TIMERSLACK);
+  int before_ = prctl(PR_GET_TIMERSLACK, 0, 0, 0, 0);
 };
 
 // As `db_connect`, but the client library explains its failures itself: what it leaves in errno,

@@ -101,7 +101,7 @@ void end_file_writer() {
 
 WriterEnd run_file_writer(const std::function<bool()>& write, const WriterLimits& limits) {
   const ChildSignal child;
-  prctl(PR_SET_CHILD_SUBREAPER, 1);  // to inherit the writer's orphans and wait for them
+  prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);  // to inherit the writer's orphans and wait for them
   const pid_t writer = start_writer(write, limits);
   const WriterEnd end = writer < 0 ? WriterEnd::kFailed : end_of(writer, child, limits.time);
   {
@@ -109,6 +109,6 @@ WriterEnd run_file_writer(const std::function<bool()>& write, const WriterLimits
     end_file_writer();        // with what a killed shell left running
     writer_group = 0;
   }
-  prctl(PR_SET_CHILD_SUBREAPER, 0);
+  prctl(PR_SET_CHILD_SUBREAPER, 0, 0, 0, 0);
   return end;
 }

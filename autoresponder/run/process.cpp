@@ -105,7 +105,7 @@ void reset_limits() {
 // The caller's timer slack survives exec; this is the kernel's default, in nanoseconds.
 void wake_in_time() {
   constexpr unsigned long kDefaultSlack = 50000;
-  prctl(PR_SET_TIMERSLACK, kDefaultSlack);
+  prctl(PR_SET_TIMERSLACK, kDefaultSlack, 0, 0, 0);
 }
 
 void leave_caller() {

@@ -8,7 +8,7 @@ namespace kem {
 
 /// `text` on one line: each ASCII control character, tabs and DEL included, becomes a blank.
 inline std::string in_one_line(std::string text) {
-  const auto is_control = [](char byte) { return (byte >= 0 && byte < ' ') || byte == '\x7f'; };
+  const auto is_control = [](unsigned char byte) { return byte < ' ' || byte == 0x7f; };
   std::replace_if(text.begin(), text.end(), is_control, ' ');
   return text;
 }

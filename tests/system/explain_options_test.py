@@ -103,7 +103,9 @@ def on_terminal(text, *options):
     return shown
 
 
-def test_uses_colour_on_a_terminal_only(panel):
+def test_uses_colour_on_a_terminal_only(panel, monkeypatch):
+    monkeypatch.delenv("NO_COLOR", raising=False)
+    monkeypatch.setenv("TERM", "xterm")
     panel.rule()
     assert b"\033[32mreplies\033[0m" in on_terminal(message())
     assert b"\033" not in panel.explain(message()).out

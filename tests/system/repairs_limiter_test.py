@@ -146,6 +146,18 @@ def test_another_failure_is_not_repeated(repaired):
     assert len([text for text in sent if "from resp_freq" in text]) == 1 and "commit" not in sent
 
 
+def test_forgets_nobody_where_nobody_is_remembered(repaired):
+    """MySQL refuses the time of nobody, "0"."""
+    repaired.rule(mem_limit=0)
+    statements = repaired.statements(lambda: repaired.run(message()))
+    assert not [text for text in statements if "time_resp='" in text]
+    assert replies(repaired) == [SENDER]
+    repaired.sql("update resp_freq set email='other@customer.example'")
+    assert [text for text in repaired.statements(lambda: repaired.run(message()))
+            if text.startswith("delete") and "time_resp='" in text]
+    assert [sender for _, sender, _ in repaired.senders()] == [SENDER]
+
+
 # --- senders that are longer than the column -----------------------------------------------------
 
 @pytest.mark.parametrize("mode", ["", "STRICT_ALL_TABLES", "ANSI_QUOTES,STRICT_ALL_TABLES"])

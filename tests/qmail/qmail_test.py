@@ -1,0 +1,206 @@
+"""The program as a real qmail runs it: what arrives, what is logged, and that nothing is lost."""
+
+import re
+import subprocess
+from concurrent.futures import ThreadPoolExecutor
+
+import pytest
+
+from mail_server import CHECKOUT, MAILBOX, MailServer, sandbox
+
+MESSAGE = (b"From: otto@customer.example\nTo: info@my-shop.example\nSubject: Hello\n\n"
+           b"A question.\n")
+RECIPIENT = "info@my-shop.example"
+
+
+@pytest.fixture(scope="session")
+def _server():
+    server = MailServer()
+    yield server
+    server.stop()
+
+
+@pytest.fixture
+def server(_server):
+    _server.reset()
+    yield _server
+    _server.settle()
+    assert _server.temporary_files() == []
+
+
+def deliver(server, message=MESSAGE, recipient=RECIPIENT):
+    server.inject(message, recipient)
+    server.settle()
+
+
+def attach_missing_file(server):
+    server.sql("insert into resp_attach values (7, 'missing.txt')")
+
+
+def test_is_set_up_right():
+    result = subprocess.run(["/opt/kem/sbin/autoresponder-explain", "--check"], capture_output=True,
+                            text=True)
+    assert (result.returncode, result.stdout) == (0, "This server is set up right.\n")
+
+
+def test_a_reply_arrives(server):
+    deliver(server)
+    (kept,) = server.mails(MAILBOX)
+    assert kept.endswith(MESSAGE.split(b"\n\n", 1)[1])
+    (reply,) = server.to("otto@customer.example")
+    assert reply["From"] == RECIPIENT and reply["To"] == "otto@customer.example"
+    assert reply.get_content().strip() == "Thank you."
+    assert reply["Return-Path"] == f"<{RECIPIENT}>"
+    assert "success: did_1+0+1/" in server.deliveries()
+
+
+def test_a_message_by_smtp_gets_a_reply(server):
+    said = server.receive(MESSAGE, "otto@customer.example", RECIPIENT)
+    assert "\r\n250 ok" in said
+    server.settle()
+    assert len(server.to("otto@customer.example")) == 1 and len(server.mails(MAILBOX)) == 1
+
+
+def test_another_domain_is_not_taken_by_smtp(server):
+    assert "\r\n553 " in server.receive(MESSAGE, "otto@customer.example", "anna@nowhere.example")
+
+
+def test_an_alias_replies_in_its_own_name(server):
+    deliver(server, recipient="sales@my-shop.example")
+    (reply,) = server.to("otto@customer.example")
+    assert reply["From"] == "sales@my-shop.example"
+
+
+def test_a_forwarded_copy_arrives_unchanged(server):
+    server.sql("insert into resp_forward values (7, 'anna@colleague.example')")
+    deliver(server, MESSAGE + b"Gr\xfc\xdfe\n.\n")
+    (copy,) = [mail for mail in server.mails() if b"world-anna@colleague.example\n" in mail]
+    assert copy.split(b"\n\n", 1)[1].startswith(b"A question.\nGr\xfc\xdfe\n.\n")
+    assert b"\nSubject: Hello\n" in copy
+
+
+def test_a_reply_with_an_attachment_arrives_whole(server):
+    content = bytes(range(256)) * 40
+    store = sandbox.MAILNAMES / "my-shop.example" / "info" / "@attachments"
+    store.mkdir(parents=True, exist_ok=True)
+    (store / "list.bin").write_bytes(content)
+    server.sql("insert into resp_attach values (7, 'list.bin')")
+    deliver(server)
+    (reply,) = server.to("otto@customer.example")
+    (attachment,) = reply.iter_attachments()
+    assert attachment.get_filename() == "list.bin" and attachment.get_content() == content
+
+
+def test_a_notice_arrives_in_place_of_a_large_reply(server):
+    server.sql(f"update mail_resp set text=repeat('x', 120000) where id=7")
+    deliver(server)
+    (notice,) = server.to("otto@customer.example")
+    assert notice["Subject"] == "Re: Hello"
+    assert "exceeds databytes limit" in notice.get_content()
+
+
+def test_a_notification_arrives(server):
+    attach_missing_file(server)
+    deliver(server)
+    (told,) = server.to("grete@customer.example")
+    assert "missing.txt" in told.get_content()
+    assert len(server.to("otto@customer.example")) == 1
+
+
+@pytest.mark.parametrize("repairs", [False, True], ids=["lost without repairs", "arrives with them"])
+def test_a_notification_with_a_reply_to(server, repairs):
+    if repairs:
+        server.switch(repairs=True)
+    attach_missing_file(server)
+    server.sql("update mail_resp set reply_to='shop@my-shop.example' where id=7")
+    deliver(server)
+    assert len(server.to("grete@customer.example")) == (1 if repairs else 0)
+    assert ("qmail-inject:_fatal:_unable_to_parse" in server.said()) == (not repairs)
+    assert len(server.to("otto@customer.example")) == 1
+
+
+@pytest.mark.parametrize("sender, diagnostic", [
+    ("MAILER-DAEMON@customer.example", "Field_From:_contains_MAILER-DAEMON"),
+    (RECIPIENT, "Field_From:_equial_field_To:")])
+def test_bounces_and_own_mail_get_no_reply(server, sender, diagnostic):
+    deliver(server, MESSAGE.replace(b"otto@customer.example", sender.encode()))
+    assert server.mails() == [] and len(server.mails(MAILBOX)) == 1
+    assert f"success: {diagnostic}/did_1+0+1/" in server.deliveries()
+
+
+def test_a_bounce_of_qmail_itself_gets_no_reply(server):
+    server.inject(b"Subject: x\n\nx\n", "-f", RECIPIENT, "nobody@mail.my-shop.example")
+    server.settle()
+    assert len(server.mails(MAILBOX)) == 1 and server.mails() == []
+    assert "success: Field_From:_contains_MAILER-DAEMON/did_1+0+1/" in server.deliveries()
+
+
+@pytest.mark.parametrize("courtesy", [False, True], ids=["off", "on"])
+def test_two_autoresponders_come_to_an_end(server, courtesy):
+    if courtesy:
+        server.switch(courtesy=True)
+    server.sql("insert into mail (id, dom_id, mail_name) values (2, 1, 'help');"
+               "insert into mail_resp (id, mn_id, resp_on, text, ans_freq) values"
+               " (8, 2, 'true', 'We help.', 3); update mail_resp set ans_freq=3")
+    subprocess.run(["ln", "-sf", ".qmail-info", "/home/shop/.qmail-help"], check=True)
+    deliver(server, MESSAGE.replace(b"otto@customer.example", b"help@my-shop.example"))
+    counted = server.sql("select rn_id, email, num from resp_freq order by rn_id").splitlines()
+    first = f"7\thelp@my-shop.example\t{1 if courtesy else 3}"
+    assert counted == ([first] if courtesy else [first, f"8\t{RECIPIENT}\t3"])
+    # The first message, and each reply.
+    assert len(server.mails(MAILBOX)) == (2 if courtesy else 7)
+
+
+@pytest.mark.parametrize("courtesy", [False, True], ids=["off", "on"])
+def test_a_mailing_list(server, courtesy):
+    if courtesy:
+        server.switch(courtesy=True)
+    deliver(server, b"List-Id: <news.lists.example>\nPrecedence: list\n" + MESSAGE)
+    assert len(server.to("otto@customer.example")) == (0 if courtesy else 1)
+    assert ("no_reply,_courtesy:_" in server.said()) == courtesy
+
+
+def test_a_courteous_reply_has_no_envelope_sender(server):
+    server.switch(courtesy=True)
+    deliver(server)
+    (reply,) = server.to("otto@customer.example")
+    assert reply["Return-Path"] == "<>" and reply["Auto-Submitted"] == "auto-replied"
+
+
+@pytest.mark.parametrize("repairs", [False, True], ids=["repairs off", "repairs on"])
+def test_loses_nothing_of_200_messages_at_20_at_once(server, repairs):
+    if repairs:
+        server.switch(repairs=True)
+    senders = [f"customer{number}@customer.example" for number in range(200)]
+
+    def send(sender):
+        server.inject(MESSAGE.replace(b"otto@customer.example", sender.encode()), RECIPIENT)
+    with ThreadPoolExecutor(20) as pool:
+        list(pool.map(send, senders))
+    server.settle()
+    assert [len(server.to(sender)) for sender in senders] == [1] * 200
+    assert len(server.mails(MAILBOX)) == 200 and len(server.mails()) == 200
+    assert server.deliveries().count("success: did_1+0+1/") == 200
+
+
+def test_a_delivery_that_may_not_start_the_program_keeps_the_message(server):
+    program = "/opt/kem/sbin/autoresponder"
+    subprocess.run(["chmod", "0700", program], check=True)
+    try:
+        deliver(server)
+    finally:
+        subprocess.run(["chmod", "4750", program], check=True)
+    assert len(server.mails(MAILBOX)) == 1 and server.mails() == []
+    (said,) = server.deliveries()
+    assert re.match(r"success: /bin/sh:_1:_.*autoresponder:_Permission_denied/did_1\+0\+1/", said)
+
+
+def test_a_database_that_is_down_keeps_the_message(server):
+    server.database.process.terminate()
+    server.database.process.wait()
+    try:
+        deliver(server)
+    finally:
+        server.database.start()
+    assert len(server.mails(MAILBOX)) == 1 and server.mails() == []
+    assert "Unable_to_connect_to_Quern_Database:_" in server.said()
