@@ -54,7 +54,7 @@ def write_control():
     (control / "locals").write_text("mail.my-shop.example\n")
     with_lines(control / "rcpthosts", "my-shop.example")
     with_lines(control / "virtualdomains", "my-shop.example:d17")
-    (control / "databytes").write_text("100000\n")
+    (control / "databytes").write_text("50000\n")
     (control / "concurrencylocal").write_text("20\n")
     with open(control / "virtualdomains", "a") as domains:
         domains.writelines(f"{domain}:world\n" for domain in OTHER_DOMAINS)
@@ -93,7 +93,8 @@ class MailServer:
         self.database = sandbox.Database("--max-connections=60")
         self.log = open(LOG, "wb")
         self.qmail = subprocess.Popen([QMAIL / "bin" / "qmail-start", "./Maildir/"], cwd="/",
-                                      stdout=self.log, stderr=self.log, env={"PATH": "/usr/bin:/bin"})
+                                      stdout=self.log, stderr=self.log,
+                                      env={"PATH": "/var/qmail/bin:/usr/bin:/bin"})
         wait_until(lambda: "status: local" in LOG.read_text(), "qmail starts")
 
     def switch(self, **switches):
@@ -141,7 +142,7 @@ class MailServer:
 
     def deliveries(self):
         """What the log says of each delivery to the mailbox."""
-        return re.findall(r"delivery \d+: (.*)", self.said())
+        return re.findall(r"^delivery \d+: (.*)", self.said(), re.MULTILINE)
 
     def mails(self, place=WORLD):
         """The mails that have arrived, as they are."""
