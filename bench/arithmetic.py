@@ -51,7 +51,7 @@ class Need:
 
 ROWS = ["messages a day", "replies a day", "runs a second, in the busiest hour",
         "replies a second, in the busiest hour",
-        "processors at work for program, reader, shell and sendmail",
+        "processors at work for program, reader and sendmail",
         f"mail servers of {MAIL_CORES} processors", "processors at work for the database",
         f"database servers of {DATABASE_CORES} processors", "statements a second",
         "written rows a second", "connections at once, on average",

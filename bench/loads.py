@@ -50,7 +50,7 @@ class Load(NamedTuple):
     lost: float            # the part of the deliveries that gave no reply
     connections: int       # at once, by the server's own count
     statements: float      # of one delivery
-    runs: float            # share of program, reader, shell and sendmail together
+    runs: float            # share of program, reader and sendmail together
     server: float          # share of the database server
     idle: float
     all: float             # the number of processors
@@ -60,7 +60,7 @@ class Shares(NamedTuple):
     """Processor seconds of one delivery."""
     program: float
     reader: float
-    shell: float
+    start: float
     sendmail: float
 
 

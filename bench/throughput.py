@@ -129,7 +129,7 @@ def measure_rates(measures):
 
 
 # The parts of the stacked plot.
-PARTS = ["program", "reader", "shell", "sendmail", "database server", "other", "idle"]
+PARTS = ["program", "reader", "start", "sendmail", "database server", "other", "idle"]
 
 
 def measure_shares(measures, rates):
