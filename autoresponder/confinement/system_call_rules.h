@@ -83,7 +83,9 @@ inline constexpr Rule kRules[] = {
     allow(__NR_pread64),
     allow(__NR_close),
     allow(__NR_fstat),
+#ifdef __NR_newfstatat
     allow(__NR_newfstatat),
+#endif
     allow(__NR_getdents64),
     allow(__NR_lseek),
     allow(__NR_munmap),

@@ -98,6 +98,22 @@ void check_engine(Inspection& inspection) {
                      engine);
 }
 
+// A rule that may remember no sender deletes the one of the time "0" where it remembers none.
+// MariaDB finds none; MySQL refuses the statement.
+void check_memory(Inspection& inspection) {
+  if (inspection.switches.repairs.evictions) return;
+  auto rows = inspection.database->TryQuery(
+      "select id, mem_limit from mail_resp where mem_limit<=0 and resp_on<>'false' and @@version "
+      "not like '%MariaDB%' order by id limit 1");
+  const Row row = rows ? rows->Next() : nullptr;
+  if (row == nullptr) return;
+  inspection.Warning("limiter_without_memory",
+                     "Rule {} may remember no sender (mem_limit {}): this server refuses what the "
+                     "limiter then deletes, and the rule never answers. Raise its mem_limit, or "
+                     "switch AUTORESPONDER_REPAIRS on.",
+                     text_or(row[0], ""), text_or(row[1], ""));
+}
+
 }  // namespace
 
 void check_limiter(Inspection& inspection) {
@@ -110,4 +126,5 @@ void check_limiter(Inspection& inspection) {
   check_ids(read_table_definition("mail_resp", database), table, inspection);
   check_rights(inspection);
   check_engine(inspection);
+  check_memory(inspection);
 }

@@ -178,7 +178,7 @@ const std::vector<DifferenceRule>& header_rules() {
       {"encoded words decoded one by one",
        "GMime joins neighbours in the same charset and encoding, and the padding of one loses it "
        "the rest. Each word ends in itself (RFC 2047, 5).",
-       decode_padded_words_one_by_one},
+       decode_padded_words_one_by_one, 15},
       {"subject with a language lost",
        "GMime knows the language of an encoded word (RFC 2231, 5). The decoder takes charset and "
        "language for a charset that nobody knows, and such a subject counts as empty.",

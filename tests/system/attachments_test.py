@@ -124,7 +124,6 @@ def test_no_file_no_command(panel):
 
 # --- the notification ----------------------------------------------------------------------------
 def test_tells_the_owner_about_missing_files(panel):
-    panel.leave_all_to_the_shell()
     rule = panel.rule()
     panel.attach(rule, "here.txt")
     panel.name_attachments(rule, "old.pdf", "  gone.txt ")

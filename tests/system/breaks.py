@@ -117,6 +117,13 @@ def stop_database(panel):
     return lambda: panel.sql("rename user 'away'@'localhost' to 'admin'@'localhost'")
 
 
+def another_server(panel):
+    """MySQL, as far as a server's own word tells."""
+    panel.sql("update mail_resp set mem_limit=0 where id=1")
+    panel.database.restart("--version=8.4.2")
+    return panel.database.restart
+
+
 def broken_table(panel):
     panel.sql("alter table resp_forward engine=MyISAM; flush tables")
     (sandbox.DATA / "kem" / "resp_forward.MYD").unlink()
@@ -171,6 +178,7 @@ FAULTS = [
     *((f"no right to {verb}", few_rights({"resp_freq": f"select, {rest}"}), "error",
        "right_missing", f"{verb} command denied") for verb, rest in (
            ("INSERT", "update, delete"), ("UPDATE", "insert, delete"), ("DELETE", "insert, update"))),
+    ("rule without memory", another_server, "warning", "limiter_without_memory", "Rule 1 may"),
     ("broken table", broken_table, "error", "table_unusable", "resp_forward"),
     ("view", sql("rename table resp_attach to real_attach;"
                  "create view resp_attach as select * from real_attach"), "unseen", "not_seen",
