@@ -12,7 +12,7 @@ struct DifferenceRule {
   /// Changes GMime's reading to ours where the difference applies.
   void (*apply)(SecondOpinion& opinion);
   /// The third number of the 3.2 release of GMime that is known to read as we do; 0 for none.
-  int mended_in = 0;
+  unsigned mended_in = 0;
 };
 
 /// The rules for sender, recipient and subject, in the order in which they apply.

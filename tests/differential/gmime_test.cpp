@@ -112,7 +112,7 @@ TEST(AgainstGMime, EveryRuleOfDifferenceIsNeeded) {
   const std::vector<DifferenceRule> rules = all_rules();
   for (size_t i = 0; i < rules.size(); ++i) {
     std::cout << comparison().needed[i] << " messages: " << rules[i].name << '\n';
-    const int mended_in = rules[i].mended_in;
+    const unsigned mended_in = rules[i].mended_in;
     const bool is_mended = mended_in != 0 && g_mime_check_version(3, 2, mended_in);
     EXPECT_NE(comparison().needed[i] > 0, is_mended) << rules[i].name << ": " << rules[i].reason;
   }

@@ -85,7 +85,7 @@ TEST(CharsetAgainstIconv, GivesWhatIconvGivesInEveryCharset) {
 
 TEST(CharsetAgainstIconv, DropsWithASuffixWhatIconvDrops) {
   for (const char* charset : {"KOI8-R//IGNORE", "UTF-8//IGNORE", "ISO-8859-1//TRANSLIT"}) {
-    for (const size_t length : {100, 1000, 5000, 20000}) {
+    for (const size_t length : {100U, 1000U, 5000U, 20000U}) {
       const std::string text = times(length, "a\xC3\xBC\xE2\x82\xAC\xFF");
       SCOPED_TRACE(testing::Message() << charset << " " << length);
       EXPECT_EQ(convert_charset(text, "UTF-8", charset, true),

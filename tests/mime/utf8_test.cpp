@@ -90,7 +90,7 @@ TEST(Utf8Length, FollowsTheRulesForEveryFourBytes) {
   constexpr std::string_view kBytes =
       "a\x80\x8F\x90\x9F\xA0\xBF\xC0\xC1\xC2\xDF\xE0\xE1\xED\xEF\xF0\xF1\xF4\xF5\xFF";
   // Within a block of sixteen bytes, across two, and across two chunks of blocks.
-  for (const size_t place : {100, 114, 115, 128, 129, 130, 131}) {
+  for (const size_t place : {100U, 114U, 115U, 128U, 129U, 130U, 131U}) {
     std::string text(220, 'x');
     for (const char a : kBytes) {
       for (const char b : kBytes) {

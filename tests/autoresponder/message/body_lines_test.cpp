@@ -108,7 +108,7 @@ TEST(BodyLines, AreSearchedInLinearTime) {
 // piece, and across two.
 TEST(BodyLines, AreSearchedInAnotherCharset) {
   const std::string umlaut = "\xC3\xBC";
-  for (const size_t before : {0, 1, 300, 65530, 65535, 65536, 65537, 131070, 200000}) {
+  for (const size_t before : {0U, 1U, 300U, 65530U, 65535U, 65536U, 65537U, 131070U, 200000U}) {
     for (const std::string ending : {"", "\nend"}) {
       const auto text = shared(std::string(before, '\n') + "a\xFC\xFCz" + ending);
       BodyLines lines(*text, text, "ISO-8859-15");
