@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <fstream>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "explain/check/checks.h"
@@ -52,11 +53,31 @@ bool check_password(Inspection& inspection) {
   return true;
 }
 
+// What to do if the client library, which looks where it was built to look, finds no server, and a
+// server listens elsewhere; empty for other errors.
+std::string advice_about_sockets(const std::string& error) {
+  constexpr const char* kSockets[] = {"/run/mysqld/mysqld.sock", "/run/mariadbd/mariadbd.sock",
+                                      "/var/lib/mysql/mysql.sock", "/tmp/mysql.sock"};
+  if (error.find(".sock'") == std::string::npos) return "";
+  for (const char* const path : kSockets) {
+    struct stat status {};
+    const bool is_socket = stat(path, &status) == 0 && S_ISSOCK(status.st_mode);
+    if (!is_socket || error.find(path) != std::string::npos) continue;
+    return fmt::format(
+        ". A server listens at {}: make the path above a symbolic link to it, or let the server "
+        "use "
+        "that path",
+        path);
+  }
+  return "";
+}
+
 // Whether a connection can be made, as a run makes it.
 bool can_connect(Inspection& inspection) {
   char error[4096] = "";
   if (OwnedConnection(db_open(error, sizeof error))) return true;
-  inspection.Error("database_unusable", "No run can use the database: {}", error);
+  inspection.Error("database_unusable", "No run can use the database: {}{}", error,
+                   advice_about_sockets(error));
   return false;
 }
 

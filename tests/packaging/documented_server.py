@@ -20,6 +20,8 @@ HOME = Path("/home/shop")
 MESSAGE = b"From: otto@customer.example\nSubject: Hello\n\nA question.\n"
 
 NOT_RUN = {
+    # For a server that listens elsewhere, as in tests/system/check_test.py.
+    "ln -s /run/mariadbd/mariadbd.sock /run/mysqld/mysqld.sock",
     # tests/packaging/packages and sandbox/install-tools do this before these tests.
     "sandbox/install-tools build package",
     "cmake --preset package && cmake --build --preset package",

@@ -124,6 +124,13 @@ def another_server(panel):
     return panel.database.restart
 
 
+def server_elsewhere(panel):
+    other = Path("/run/mariadbd/mariadbd.sock")
+    other.parent.mkdir(exist_ok=True)
+    sandbox.SOCKET.rename(other)
+    return lambda: other.rename(sandbox.SOCKET)
+
+
 def broken_table(panel):
     panel.sql("alter table resp_forward engine=MyISAM; flush tables")
     (sandbox.DATA / "kem" / "resp_forward.MYD").unlink()
@@ -170,6 +177,8 @@ FAULTS = [
     ("wrong password", written(sandbox.SHADOW, "x\n"), "error", "database_unusable",
      "Access denied"),
     ("no user", stop_database, "error", "database_unusable", "Access denied"),
+    ("server elsewhere", server_elsewhere, "error", "database_unusable",
+     "A server listens at /run/mariadbd/mariadbd.sock: make the path above a symbolic link"),
     ("no settings", sql("drop table misc"), "error", "database_unusable", "misc"),
     ("no table", sql("drop table resp_attach"), "error", "table_missing", "resp_attach"),
     ("no column", sql("alter table mail_resp drop charset"), "error", "column_missing",
