@@ -27,10 +27,14 @@ void load_tls() {
 }
 
 // The library's function `name`. The symbols of this file are hidden, so this does not find them.
+void* address_of(const char* name) {
+  [[maybe_unused]] static const bool has_tls = (load_tls(), true);
+  return client.Find(name);
+}
+
 template <class Function>
 Function* find(Function* /*of_this_file*/, const char* name) {
-  [[maybe_unused]] static const bool has_tls = (load_tls(), true);
-  return reinterpret_cast<Function*>(client.Find(name));
+  return reinterpret_cast<Function*>(address_of(name));
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ std::string RecordedEffects::LineOfRun(std::string line) const {
 }
 
 LimiterFacts RecordedEffects::AskLimiter(PanelDatabase& database, const ResponderRule& rule) {
-  return check_reply_frequency(database, message_, rule, LimiterMode::kLook, repairs_);
+  return check_reply_frequency(database, message_, rule, LimiterMode::kLook, switches_);
 }
 
 ResponseFile RecordedEffects::CreateResponseFile() {

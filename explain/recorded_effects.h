@@ -25,8 +25,8 @@ class NotAscii : public std::exception {};
 /// the only command that runs is the one that appends the attachments to it.
 class RecordedEffects : public Effects {
  public:
-  RecordedEffects(const IncomingMessage& message, const Repairs& repairs)
-      : message_(message), repairs_(repairs) {}
+  RecordedEffects(const IncomingMessage& message, const Switches& switches)
+      : message_(message), switches_(switches) {}
 
   LimiterFacts AskLimiter(PanelDatabase& database, const ResponderRule& rule) override;
   ResponseFile CreateResponseFile() override;
@@ -43,7 +43,7 @@ class RecordedEffects : public Effects {
   std::string LineOfRun(std::string line) const;
 
   const IncomingMessage& message_;
-  const Repairs& repairs_;
+  const Switches& switches_;
   std::vector<CommandFacts> commands_;
   ReplyInMemory memory_;
 };

@@ -28,7 +28,7 @@ RuleOutcome outcome_of_answer(const RuleExplanation& facts) {
 // Finds out what the run would do, and keeps what was found even if a statement fails.
 void examine_answer(PanelDatabase& database, const Explanation& explanation, bool whole_reply,
                     RuleExplanation& facts) {
-  RecordedEffects effects(explanation.message, explanation.switches.repairs);
+  RecordedEffects effects(explanation.message, explanation.switches);
   const auto keep = [&] {
     facts.commands = effects.commands();
     if (facts.answer.reply) facts.mail = effects.Mail(whole_reply);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -38,7 +39,9 @@ void write_signals() {
 void write_descriptors() {
   for (int number = 0; number < 64; ++number) {
     const std::string target = link_at("/proc/self/fd/" + std::to_string(number));
-    if (target != "-") write_text(("descriptor " + std::to_string(number)).c_str(), target);
+    if (target == "-") continue;
+    const std::string flags = " " + std::to_string(fcntl(number, F_GETFL));
+    write_text(("descriptor " + std::to_string(number)).c_str(), target + flags);
   }
 }
 
@@ -49,6 +52,7 @@ void write_places() {
   write_text("umask", std::to_string(mask));
   write_text("group", std::to_string(getpgrp()));
   write_text("session", std::to_string(getsid(0)));
+  write_text("user", std::to_string(getuid()) + " " + std::to_string(geteuid()));
 }
 
 }  // namespace

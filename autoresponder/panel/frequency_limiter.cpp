@@ -49,7 +49,7 @@ class Memory {
         sender_(database.Escape(sender)),
         counts_(mode == LimiterMode::kCount),
         is_in_turn_(repairs.turns),
-        evicts_nobody_(!repairs.evictions) {}
+        skips_empty_(repairs.evictions) {}
 
   // Static, because it is called before the sender is cut and escaped.
   static void ForgetEarlierDays(PanelDatabase& database, const ResponderRule& rule) {
@@ -83,7 +83,7 @@ class Memory {
   // evictions sends none.
   std::vector<std::string> EvictOldest() const {
     const std::string oldest = OldestTime();
-    if (oldest == kNoTime && !evicts_nobody_) return {};
+    if (oldest == kNoTime && skips_empty_) return {};
     Write(joined({"delete from resp_freq", of_rule_, " and time_resp='", oldest, "'"}));
     std::vector<std::string> senders;
     if (counts_) return senders;
@@ -145,7 +145,7 @@ class Memory {
   EscapedText sender_;
   bool counts_;
   bool is_in_turn_;
-  bool evicts_nobody_;
+  bool skips_empty_;
 };
 
 }  // namespace
@@ -215,9 +215,10 @@ void write(const Memory& memory, LimiterFacts& facts) {
 }
 
 LimiterFacts decide(PanelDatabase& database, const IncomingMessage& message,
-                    const ResponderRule& rule, LimiterMode mode, const Repairs& repairs) {
+                    const ResponderRule& rule, LimiterMode mode, const Switches& switches) {
   LimiterFacts facts;
   if (never_replies(rule.ans_freq)) return facts;
+  const Repairs& repairs = switches.repairs;
   const bool asks = repairs.long_senders || mode == LimiterMode::kLook;
   const auto cut = asks ? cut_sender(database, message.sender) : std::nullopt;
   facts.is_too_long = cut.has_value();
@@ -227,9 +228,10 @@ LimiterFacts decide(PanelDatabase& database, const IncomingMessage& message,
   facts.replies_today = memory.RepliesToday();
   facts.step = limiter_step(facts.replies_today, facts.senders, rule.ans_freq, rule.mem_limit);
   if (!allows_reply(facts)) return facts;
-  // If the reply needs libidn, which cannot be loaded, the process ends here, before anything is
-  // counted or sent: after status 1 the mail server delivers the message again.
-  if (kem::needs_libidn(message.recipient)) kem::libidn.Load();
+  // If libidn is needed from here on, by the reply's From or by courtesy, which compares domains in
+  // both forms, and cannot be loaded, the process ends here, before anything is counted or sent:
+  // after status 1 the mail server delivers the message again.
+  if (switches.courtesy || kem::needs_libidn(message.recipient)) kem::libidn.Load();
   write(memory, facts);
   return facts;
 }
@@ -247,11 +249,11 @@ bool is_conflict(const PanelFailure& failure) {
 // before the transaction: a deletion that finds no row locks the gap where rows of other rules may
 // be inserted, and if runs of several rules kept such locks, their insertions would deadlock.
 LimiterFacts decide_in_transaction(PanelDatabase& database, const IncomingMessage& message,
-                                   const ResponderRule& rule, const Repairs& repairs) {
+                                   const ResponderRule& rule, const Switches& switches) {
   Memory::ForgetEarlierDays(database, rule);
   database.Execute("start transaction");
   database.QueryWhole(joined({"select id from mail_resp where id=", rule.id, " for update"}));
-  LimiterFacts facts = decide(database, message, rule, LimiterMode::kCount, repairs);
+  LimiterFacts facts = decide(database, message, rule, LimiterMode::kCount, switches);
   database.Execute("commit");
   return facts;
 }
@@ -267,12 +269,12 @@ void pause_before(int attempt) {
 // Repeats the transaction after a conflict, for a minute. The last attempt may wait for a lock for
 // nearly another one: then we have waited about as long as for a server that is silent.
 LimiterFacts decide_alone(PanelDatabase& database, const IncomingMessage& message,
-                          const ResponderRule& rule, const Repairs& repairs) {
+                          const ResponderRule& rule, const Switches& switches) {
   constexpr int kMaxAttempts = 20;
   const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
   for (int attempt = 1;; ++attempt) {
     try {
-      return decide_in_transaction(database, message, rule, repairs);
+      return decide_in_transaction(database, message, rule, switches);
     } catch (const PanelFailure& failure) {
       const bool is_late = attempt == kMaxAttempts || std::chrono::steady_clock::now() > end;
       if (is_late || !is_conflict(failure)) throw;
@@ -286,9 +288,9 @@ LimiterFacts decide_alone(PanelDatabase& database, const IncomingMessage& messag
 
 LimiterFacts check_reply_frequency(PanelDatabase& database, const IncomingMessage& message,
                                    const ResponderRule& rule, LimiterMode mode,
-                                   const Repairs& repairs) {
-  const bool takes_turns = repairs.turns && mode == LimiterMode::kCount;
-  if (takes_turns) return decide_alone(database, message, rule, repairs);
+                                   const Switches& switches) {
+  const bool takes_turns = switches.repairs.turns && mode == LimiterMode::kCount;
+  if (takes_turns) return decide_alone(database, message, rule, switches);
   if (mode == LimiterMode::kCount) Memory::ForgetEarlierDays(database, rule);
-  return decide(database, message, rule, mode, repairs);
+  return decide(database, message, rule, mode, switches);
 }

@@ -70,7 +70,7 @@ enum class LimiterMode {
 /// never found again; with it the sender is cut for the lookup too.
 LimiterFacts check_reply_frequency(PanelDatabase& database, const IncomingMessage& message,
                                    const ResponderRule& rule, LimiterMode mode,
-                                   const Repairs& repairs);
+                                   const Switches& switches);
 
 /// The first `max_count` characters of `text` (UTF-8). A continuation byte (10______) always
 /// belongs to the character before it.

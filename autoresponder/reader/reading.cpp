@@ -13,7 +13,6 @@
 
 #include "autoresponder/intake/extraction.h"
 #include "autoresponder/reader/diagnostics.h"
-#include "autoresponder/reader/reader_failure.h"
 #include "autoresponder/reader/result.h"
 #include "support/base/owned.h"
 

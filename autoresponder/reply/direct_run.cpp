@@ -8,12 +8,15 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <optional>
 #include <spawn.h>
 #include <string_view>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "support/base/descriptors.h"
+#include "support/base/diagnose.h"
 #include "support/base/owned.h"
 
 namespace {
@@ -46,9 +49,8 @@ bool is_of_shell(std::string_view name) {
 class ShellEnvironment {
  public:
   ShellEnvironment() {
-    for (char** entry = environ; *entry != nullptr; ++entry) Take(*entry);
-    const char* const pwd = getenv("PWD");
-    if (pwd == nullptr || *pwd != '/' || !is_working_directory(pwd)) SetWorkingDirectory();
+    for (char** entry = environ; *entry != nullptr && is_right_; ++entry) Take(*entry);
+    if (!HasWorkingDirectory()) SetWorkingDirectory();
     entries_.push_back(nullptr);
   }
 
@@ -62,15 +64,26 @@ class ShellEnvironment {
     return here.number() >= 0 && is_path_of(path, here.number());
   }
 
-  // Of entries with one name the shell keeps the last.
+  std::vector<char*>::iterator Find(std::string_view name) {
+    return std::find_if(entries_.begin(), entries_.end(),
+                        [name](const char* entry) { return name_of(entry) == name; });
+  }
+
+  // Of entries with one name the shell keeps the last. It is faster where there are very many.
   void Take(char* entry) {
+    constexpr size_t kMaxEntries = 1000;
     const std::string_view name = name_of(entry);
     if (name.empty()) return;
-    if (is_of_shell(name)) is_right_ = false;
-    const auto same = std::find_if(entries_.begin(), entries_.end(),
-                                   [name](const char* other) { return name_of(other) == name; });
-    if (same != entries_.end()) entries_.erase(same);
+    if (is_of_shell(name) || entries_.size() == kMaxEntries) is_right_ = false;
+    if (const auto same = Find(name); same != entries_.end()) entries_.erase(same);
     entries_.push_back(entry);
+  }
+
+  bool HasWorkingDirectory() {
+    constexpr size_t kValue = 4;  // after "PWD="
+    const auto found = Find("PWD");
+    return found != entries_.end() && (*found)[kValue] == '/' &&
+           is_working_directory(*found + kValue);
   }
 
   void SetWorkingDirectory() {
@@ -130,8 +143,8 @@ class WaitingSignals {
   sigset_t mask_{};
 };
 
-// Starts the command; 0 if that fails.
-pid_t start(PlainCommand& command, char** environment, const WaitingSignals& signals) {
+// Starts the command, with its input already open; 0 if that fails.
+pid_t start(PlainCommand& command, int input, char** environment, const WaitingSignals& signals) {
   std::vector<char*> words;
   words.reserve(command.words.size() + 1);
   for (std::string& word : command.words) words.push_back(word.data());
@@ -140,28 +153,58 @@ pid_t start(PlainCommand& command, char** environment, const WaitingSignals& sig
   posix_spawnattr_t attributes;
   posix_spawn_file_actions_init(&files);
   posix_spawnattr_init(&attributes);
-  if (!command.input.empty()) {
-    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, command.input.c_str(), O_RDONLY, 0);
-  }
   signals.GiveBack(&attributes);
   pid_t child = 0;
-  const int error =
-      posix_spawn(&child, words.front(), &files, &attributes, words.data(), environment);
+  int error = input >= 0 ? posix_spawn_file_actions_adddup2(&files, input, STDIN_FILENO) : 0;
+  if (error == 0) {
+    error = posix_spawn(&child, words.front(), &files, &attributes, words.data(), environment);
+  }
   posix_spawn_file_actions_destroy(&files);
   posix_spawnattr_destroy(&attributes);
   return error == 0 ? child : 0;
 }
 
+// Dash gives up rights that the caller does not have itself.
+bool has_borrowed_rights() {
+  return getuid() != geteuid() || getgid() != getegid();
+}
+
+// Opens the command's input here: while posix_spawn works, all signals wait, and a file that is no
+// plain one could keep it for ever. Nothing where the shell has to open it.
+std::optional<OwnedDescriptor> open_input(const std::string& path) {
+  if (path.empty()) return OwnedDescriptor(-1);
+  OwnedDescriptor input(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (!input.IsOpen() || fstat(input.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    return std::nullopt;
+  }
+  fcntl(input.number(), F_SETFL, O_RDONLY);  // the command gets it without O_NONBLOCK
+  return input;
+}
+
+// As the shell does, except for the signals of which it says nothing.
+void report_death(int status) {
+  if (!WIFSIGNALED(status)) return;
+  const int signal = WTERMSIG(status);
+  if (signal == SIGINT || signal == SIGPIPE) return;
+  diagnose({strsignal(signal), WCOREDUMP(status) ? " (core dumped)" : ""});
+}
+
 }  // namespace
 
 bool run_directly(PlainCommand command) {
-  if (!is_dash()) return false;
+  if (!is_dash() || has_borrowed_rights()) return false;
   ShellEnvironment environment;
-  if (!environment.IsRight()) return false;
-  const WaitingSignals signals;
-  const pid_t child = start(command, environment.entries(), signals);
-  if (child == 0) return false;
-  while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+  const auto input = open_input(command.input);
+  if (!environment.IsRight() || !input) return false;
+  int status = 0;
+  {
+    const WaitingSignals signals;
+    const pid_t child = start(command, input->number(), environment.entries(), signals);
+    if (child == 0) return false;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
   }
+  report_death(status);
   return true;
 }

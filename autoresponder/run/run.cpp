@@ -31,7 +31,7 @@ void become_root() {
 
 void respond(const IncomingMessage& message, const SpoolFile& spool, const Switches& switches) {
   try {
-    RunEffects effects(message, spool, switches.repairs);
+    RunEffects effects(message, spool, switches);
     run_responder({message, switches, spool.path()}, effects);
   } catch (const PanelFailure& failure) {
     end_run(failure.what());

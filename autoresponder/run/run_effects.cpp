@@ -6,7 +6,7 @@
 #include "support/idn.h"
 
 LimiterFacts RunEffects::AskLimiter(PanelDatabase& database, const ResponderRule& rule) {
-  return check_reply_frequency(database, message_, rule, LimiterMode::kCount, repairs_);
+  return check_reply_frequency(database, message_, rule, LimiterMode::kCount, switches_);
 }
 
 ResponseFile RunEffects::CreateResponseFile() {
@@ -20,7 +20,7 @@ std::string RunEffects::AsciiForm(const std::string& address) {
 // Kept: a message that could be spooled only in part is forwarded in part. The repair of whole
 // copies does not forward it.
 bool RunEffects::CanForward() const {
-  if (repairs_.whole_copies && !spool_.IsWhole()) {
+  if (switches_.repairs.whole_copies && !spool_.IsWhole()) {
     diagnose({"autoresponder: not forwarded, because the message is not whole in ", spool_.path()});
     return false;
   }

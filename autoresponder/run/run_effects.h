@@ -8,8 +8,8 @@
 class RunEffects : public Effects {
  public:
   /// The parameters must outlive the effects.
-  RunEffects(const IncomingMessage& message, const SpoolFile& spool, const Repairs& repairs)
-      : message_(message), spool_(spool), repairs_(repairs) {}
+  RunEffects(const IncomingMessage& message, const SpoolFile& spool, const Switches& switches)
+      : message_(message), spool_(spool), switches_(switches) {}
 
   LimiterFacts AskLimiter(PanelDatabase& database, const ResponderRule& rule) override;
   ResponseFile CreateResponseFile() override;
@@ -21,7 +21,7 @@ class RunEffects : public Effects {
 
   const IncomingMessage& message_;
   const SpoolFile& spool_;
-  const Repairs& repairs_;
+  const Switches& switches_;
 };
 
 #endif

@@ -3,7 +3,7 @@
 
 /// From now on the temporary files are also removed when a fatal report of the panel's library or a
 /// signal such as SIGTERM ends the process; its exit status or signal stays the same. Exception:
-/// during `system()`, SIGINT and SIGQUIT go to the command only. A signal that the caller ignored
+/// while a command runs, SIGINT and SIGQUIT go to the command only. A signal that the caller ignored
 /// stays ignored. A process that aborts keeps its files.
 void remove_files_on_termination();
 

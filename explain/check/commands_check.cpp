@@ -48,7 +48,8 @@ void check_libidn(Inspection& inspection) {
   const char* const trouble = kem::libidn.Trouble();
   if (trouble == nullptr) return;
   inspection.Error("libidn_missing",
-                   "libidn cannot be loaded: {}. No rule replies. Install the package libidn12.",
+                   "libidn cannot be loaded: {}. No rule replies from an address that is not "
+                   "ASCII. Install the package libidn12.",
                    trouble);
 }
 

@@ -282,6 +282,7 @@ def _without_libidn():
 
 
 def test_a_program_without_libidn_ends_where_it_first_needs_it(client_email, _without_libidn):
-    ended = subprocess.run([client_email, "shop.example"], capture_output=True)
+    assert run(client_email, "shop.example") == "grete@customer.example\n"
+    ended = subprocess.run([client_email, "b\u00fccher.example"], capture_output=True)
     assert ended.returncode == 1
     assert ended.stderr.startswith(b"client-email: Unable to load libidn: libidn.so.12: ")

@@ -143,6 +143,17 @@ def test_a_damaged_library_leaves_no_count_with_repairs(panel, damaged_libidn):
     assert panel.senders() == []
 
 
+def test_a_damaged_library_counts_nothing_with_courtesy(panel, damage):
+    """Courtesy compares the domains of the mailbox in both forms."""
+    damage("libidn.so.12")
+    panel.switch(courtesy=True)
+    panel.sql("insert into domainaliases (dom_id, name, mail)"
+              " values (1, 'xn--bro-hoa.example', 'true')")
+    panel.forward(panel.rule(), "anna@colleague.example")
+    assert panel.run(message()).status == 1
+    assert (panel.mails(), panel.senders()) == ([], [])
+
+
 def test_a_damaged_library_is_not_needed_for_an_address_in_ascii(panel, damage):
     damage("libidn.so.12")
     panel.rule()

@@ -92,7 +92,6 @@ TEST_F(DirectRun, GivesTheInputThatAShellGives) {
   const std::string input = InputFile();
   ExpectSame(recorder_ + " a <'" + input + "'");
   ExpectSame(recorder_ + " a < '" + input + "' ");
-  ExpectSame(recorder_ + " 1 </dev/null");
 }
 
 struct Entries : NamedRow {
@@ -117,6 +116,8 @@ const Entries kEnvironments[] = {
     {{"OldDirectory"}, {"OLDPWD=/usr", "HOME=/root", "SHLVL=3", "_=/bin/x"}},
     {{"NoName"}, {"=x", "a-b=c", "1a=b", "a b=c", "no value", "\xC3\xBC=1", "BASH_FUNC_f%%=()"}},
     {{"Twice"}, {"A=1", "B=2", "A=3"}},
+    {{"TwoDirectories"}, {"PWD=/proc/self/cwd", "PWD=/nowhere"}},
+    {{"TheSecondDirectoryIsRight"}, {"PWD=/nowhere", "PWD=/proc/self/cwd"}},
     {{"EmptyValue"}, {"A="}},
     {{"AnyBytes"}, {"A=\xFF\x81 \n'\"$(x)"}},
     {{"SettingsOfTheShell"},
@@ -137,7 +138,7 @@ INSTANTIATE_TEST_SUITE_P(Names, ShellsVariable, testing::Values("IFS", "LINENO",
                          [](const auto& row) { return std::string(row.param); });
 
 TEST_F(DirectRun, GivesIgnoredSignalsAsAShellDoes) {
-  for (int number = 1; number < SIGRTMAX; ++number) {
+  for (int number = 1; number <= SIGRTMAX; ++number) {
     if (signal(number, SIG_IGN) == SIG_ERR) continue;
     ExpectSame(recorder_);
     signal(number, SIG_DFL);
@@ -197,6 +198,34 @@ TEST_F(DirectRun, LeavesToTheShellWhatCannotBeStarted) {
   ExpectLeftToTheShell(script);  // no first line
   ExpectLeftToTheShell(scratch_.Path("nothing"));
   ExpectLeftToTheShell(recorder_ + " <" + scratch_.Path("nothing"));
+  ExpectLeftToTheShell(recorder_ + " </dev/null");
+  const std::string pipe = scratch_.Path("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  ExpectLeftToTheShell(recorder_ + " <" + pipe);
+}
+
+TEST_F(DirectRun, LeavesVeryManyVariablesToTheShell) {
+  std::vector<std::string> entries;
+  for (int i = 0; i < 2000; ++i) entries.push_back("V" + std::to_string(i) + "=");
+  const Environment environment(entries);
+  ExpectLeftToTheShell(recorder_);
+}
+
+// The shell says so on standard error; of some signals it says nothing.
+TEST_F(DirectRun, TellsOfADeathByASignalAsAShellDoes) {
+  const std::string script = scratch_.Path("script");
+  for (const int number :
+       {SIGINT, SIGKILL, SIGSEGV, SIGPIPE, SIGALRM, SIGTERM, SIGXCPU, SIGRTMIN}) {
+    std::ofstream(script) << "#!/bin/sh\nulimit -c 0\nkill -" << number << " $$\n";
+    chmod(script.c_str(), 0700);
+    std::string output;
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(run_plainly(script, output)) << number;
+    const std::string direct = testing::internal::GetCapturedStderr();
+    testing::internal::CaptureStderr();
+    output_of_shell(script);
+    EXPECT_EQ(direct, testing::internal::GetCapturedStderr()) << number;
+  }
 }
 
 TEST_F(DirectRun, LeavesToTheShellADirectoryThatIsGone) {
