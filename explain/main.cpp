@@ -51,7 +51,7 @@ TextStyle style_of(const Options& options) {
 
 // Ends the redirection of the outputs; returns the diagnostics that were written meanwhile.
 std::string end_holding(Work& work) {
-  const std::string diagnostics = work.held->Release();
+  std::string diagnostics = work.held->Release();
   work.held.reset();
   return diagnostics;
 }
