@@ -1,6 +1,7 @@
 // Preloaded into the program: records what it does outside itself as a script for `floor`, in the
 // file that FLOOR_SCRIPT names.
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -101,11 +102,14 @@ int system(const char* command) {
   return next<int (*)(const char*)>("system")(command);
 }
 
-int posix_spawn_file_actions_addopen(posix_spawn_file_actions_t* actions, int descriptor,
-                                     const char* path, int flags, mode_t mode) noexcept {
-  input() = path;
-  using AddOpen = int (*)(posix_spawn_file_actions_t*, int, const char*, int, mode_t);
-  return next<AddOpen>("posix_spawn_file_actions_addopen")(actions, descriptor, path, flags, mode);
+int posix_spawn_file_actions_adddup2(posix_spawn_file_actions_t* actions, int descriptor,
+                                     int number) noexcept {
+  const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+  char path[PATH_MAX];
+  const ssize_t size = readlink(link.c_str(), path, sizeof path);
+  if (number == STDIN_FILENO && size > 0) input().assign(path, static_cast<size_t>(size));
+  using AddDuplicate = int (*)(posix_spawn_file_actions_t*, int, int);
+  return next<AddDuplicate>("posix_spawn_file_actions_adddup2")(actions, descriptor, number);
 }
 
 int posix_spawn(pid_t* child, const char* path, const posix_spawn_file_actions_t* actions,
