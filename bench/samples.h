@@ -1,5 +1,4 @@
-#ifndef BENCH_SAMPLES_H
-#define BENCH_SAMPLES_H
+#pragma once
 
 #include <benchmark/benchmark.h>
 #include <cstddef>
@@ -31,5 +30,3 @@ void measure(benchmark::State& state, size_t size, Work work) {
 
 /// Measures a copy of `text`: nothing can be faster.
 void measure_copy(benchmark::State& state, std::string_view text);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_CHECK_REPORT_H
-#define EXPLAIN_CHECK_REPORT_H
+#pragma once
 
 #include <iosfwd>
 
@@ -12,5 +11,3 @@ void write_check_text(std::ostream& out, const Findings& findings, const TextSty
 
 /// Writes the findings as one JSON object.
 void write_check_json(std::ostream& out, const Findings& findings, const TextStyle& style);
-
-#endif

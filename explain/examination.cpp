@@ -16,6 +16,7 @@
 #include "autoresponder/run/configuration.h"
 #include "autoresponder/run/incoming.h"
 #include "autoresponder/run/process.h"
+#include "explain/held_output.h"
 #include "explain/recorded_effects.h"
 #include "explain/repairs.h"
 #include "explain/rule_examination.h"
@@ -63,6 +64,20 @@ Reason reason_of(LoopGuard guard) {
   return guard == LoopGuard::kMailerDaemon ? Reason::kMailerDaemon : Reason::kSenderIsRecipient;
 }
 
+// The subject as repairs read it; nothing if there is none.
+std::optional<std::string> repaired_subject(MessageBuffer text, const char* delivered_to) {
+  HeldOutput diagnostics;  // those of the message as it is read without repairs are told
+  std::optional<std::string> subject;
+  try {
+    IncomingMessage message;
+    const auto result = read_message(std::move(text), delivered_to, {all_repairs(true)}, message);
+    if (result.outcome == Extraction::kDone) subject = std::move(message.subject);
+  } catch (const ReaderFailure&) {  // as it will fail without repairs
+  }
+  diagnostics.Release();
+  return subject;
+}
+
 // Why the run would end before it looks for rules; nothing if it would look.
 std::optional<Reason> examine_message(const Options& options, Explanation& explanation) {
   MessageBuffer text = load_message(options.message_file);
@@ -70,12 +85,18 @@ std::optional<Reason> examine_message(const Options& options, Explanation& expla
   try {
     Switches switches = explanation.switches;
     switches.courtesy = true;  // reads what `examine_courtesy` needs
+    const auto repaired =
+        switches.repairs.subject ? std::nullopt : repaired_subject(text.Copy(), delivered_to);
     const auto result = read_message(std::move(text), delivered_to, switches, explanation.message);
     explanation.message.envelope_sender = delivery_sender();
     explanation.sender_field = result.sender_field;
     if (result.outcome != Extraction::kDone) {
       explanation.message.sender = result.sender;
       return reason_of(result.outcome);
+    }
+    if (repaired && repaired != explanation.message.subject) {
+      explanation.subject_with_repairs = repaired;
+      explanation.with_repairs.push_back(repair_named("subject"));
     }
   } catch (const std::out_of_range&) {  // the run does not catch it either
     explanation.with_repairs.push_back(repair_named("subject"));

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_EXAMINATION_H
-#define EXPLAIN_EXAMINATION_H
+#pragma once
 
 #include <string>
 
@@ -10,5 +9,3 @@
 /// that can be found out. Only reads the message, the configuration and the database; writes
 /// diagnostics to standard error. A fatal error in the panel's library ends the process.
 void examine(const Options& options, Explanation& explanation);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_EXPLANATION_H
-#define EXPLAIN_EXPLANATION_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -107,11 +106,11 @@ struct Explanation {
   std::string objection;  ///< why courtesy forbids a reply, or would if it were on; empty if not
   std::vector<const Repair*> with_repairs;  ///< off, and would change something for all rules
   IncomingMessage message;
+  /// Nothing if it would not change, or if repairs are on.
+  std::optional<std::string> subject_with_repairs;
   SenderField sender_field = SenderField::kNone;
   RecipientSource recipient_source = RecipientSource::kTo;
   std::optional<LoopGuard> guard;
   MailboxRules panel;
   std::vector<RuleExplanation> rules;
 };
-
-#endif

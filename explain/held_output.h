@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_HELD_OUTPUT_H
-#define EXPLAIN_HELD_OUTPUT_H
+#pragma once
 
 #include <string>
 
@@ -20,5 +19,3 @@ class HeldOutput {
   OwnedDescriptor errors_;
   OwnedDescriptor held_errors_;
 };
-
-#endif

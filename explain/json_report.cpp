@@ -18,6 +18,9 @@ Json message_of(const Explanation& explanation) {
   result["recipient"] = message.recipient;
   result["recipient_from"] = code(explanation.recipient_source);
   result["subject"] = message.subject;
+  if (explanation.subject_with_repairs) {
+    result["subject_with_repairs"] = *explanation.subject_with_repairs;
+  }
   result["charset"] = message.charset;
   return result;
 }

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_JSON_REPORT_H
-#define EXPLAIN_JSON_REPORT_H
+#pragma once
 
 #include <iosfwd>
 
@@ -8,5 +7,3 @@
 
 /// Writes the explanation as one JSON object. Texts are UTF-8; malformed bytes become U+FFFD.
 void write_json(std::ostream& out, const Explanation& explanation, const TextStyle& style);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_JSON_TEXT_H
-#define EXPLAIN_JSON_TEXT_H
+#pragma once
 
 #include <iosfwd>
 #include <string>
@@ -20,5 +19,3 @@ Json mailbox_json(const FoundMailbox& found);
 /// Writes `value` and a newline. Malformed UTF-8 becomes U+FFFD. With `on_terminal` all but ASCII
 /// is escaped, so that text from strangers cannot control the terminal.
 void write_json_text(std::ostream& out, const Json& value, bool on_terminal);
-
-#endif

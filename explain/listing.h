@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_LISTING_H
-#define EXPLAIN_LISTING_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -35,5 +34,3 @@ struct Listing {
 /// Fills `listing`, whose `address` is already set. Only reads the configuration, the database and
 /// the attachment store. A fatal error in the panel's library ends the process.
 void list(Listing& listing);
-
-#endif

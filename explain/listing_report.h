@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_LISTING_REPORT_H
-#define EXPLAIN_LISTING_REPORT_H
+#pragma once
 
 #include <iosfwd>
 
@@ -11,5 +10,3 @@ void write_listing_text(std::ostream& out, const Listing& listing, const TextSty
 
 /// Writes the listing as one JSON object.
 void write_listing_json(std::ostream& out, const Listing& listing, const TextStyle& style);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_OPTIONS_H
-#define EXPLAIN_OPTIONS_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -27,5 +26,3 @@ struct Options {
 /// Parses the command line. Returns an exit status if the program has to end: after --help and
 /// --version, which have printed their text, and after reporting an error.
 std::variant<Options, int> parse_command_line(int argc, char** argv);
-
-#endif

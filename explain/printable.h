@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_PRINTABLE_H
-#define EXPLAIN_PRINTABLE_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -12,5 +11,3 @@ std::string printable(std::string_view text);
 
 /// Like `printable`, but keeps line ends and tabs.
 std::string printable_lines(std::string_view text);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_RECORDED_EFFECTS_H
-#define EXPLAIN_RECORDED_EFFECTS_H
+#pragma once
 
 #include <stdexcept>
 #include <string>
@@ -47,5 +46,3 @@ class RecordedEffects : public Effects {
   std::vector<CommandFacts> commands_;
   ReplyInMemory memory_;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_REPAIRS_H
-#define EXPLAIN_REPAIRS_H
+#pragma once
 
 #include <string_view>
 #include <vector>
@@ -13,5 +12,3 @@ const Repair* repair_named(std::string_view code);
 /// message and the mailbox.
 std::vector<const Repair*> repairs_with_effect(const Explanation& explanation,
                                                const RuleExplanation& facts);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_REPLY_IN_MEMORY_H
-#define EXPLAIN_REPLY_IN_MEMORY_H
+#pragma once
 
 #include <string>
 
@@ -23,5 +22,3 @@ class ReplyInMemory {
  private:
   OwnedDescriptor descriptor_;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_RULE_EXAMINATION_H
-#define EXPLAIN_RULE_EXAMINATION_H
+#pragma once
 
 #include "autoresponder/panel/panel_database.h"
 #include "explain/explanation.h"
@@ -16,5 +15,3 @@ bool is_refusal(const PanelFailure& failure);
 /// run's sequence of random numbers.
 void examine_rule(PanelDatabase& database, const Explanation& explanation, bool whole_reply,
                   RuleExplanation& facts);
-
-#endif

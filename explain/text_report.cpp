@@ -67,6 +67,10 @@ void Report::Message(const Explanation& explanation) {
   Line("recipient") << printable(message.recipient) << " (" << words(explanation.recipient_source)
                     << ")\n";
   Line("subject") << quoted(message.subject) << '\n';
+  if (explanation.subject_with_repairs) {
+    Line("repairs on") << "the subject would read " << quoted(*explanation.subject_with_repairs)
+                       << '\n';
+  }
   Line("charset") << printable(message.charset) << '\n';
   Line("guards") << words(*explanation.guard) << '\n';
 }

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_TEXT_REPORT_H
-#define EXPLAIN_TEXT_REPORT_H
+#pragma once
 
 #include <iosfwd>
 
@@ -8,5 +7,3 @@
 
 /// Writes the explanation for people. Text from the message is made safe for a terminal.
 void write_text(std::ostream& out, const Explanation& explanation, const TextStyle& style);
-
-#endif

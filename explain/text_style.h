@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_TEXT_STYLE_H
-#define EXPLAIN_TEXT_STYLE_H
+#pragma once
 
 #include <fmt/format.h>
 #include <iomanip>
@@ -26,5 +25,3 @@ inline std::string coloured(Colour colour, const std::string& text, const TextSt
 inline std::ostream& begin_line(std::ostream& out, const char* topic) {
   return out << "  " << std::left << std::setw(12) << topic;
 }
-
-#endif

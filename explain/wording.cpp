@@ -203,7 +203,7 @@ const char* effect_of(const Repair& repair) {
       {"store", "an attachment that is no plain file in the store would count as missing"},
       {"lines", "control characters in the rule's header texts would become blanks"},
       {"notification", "the notification's Reply-To would get its line end"},
-      {"subject", "the run would not abort, and the subject would count as empty"},
+      {"subject", "the subject would be read as one line, which never aborts the run"},
   };
   const auto* const words =
       std::find_if(std::begin(kEffects), std::end(kEffects),

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_WORDING_H
-#define EXPLAIN_WORDING_H
+#pragma once
 
 #include "explain/explanation.h"
 
@@ -25,5 +24,3 @@ Words words_for(CourtesyChange change);
 
 /// What the repair would change, for people; empty if no message shows its effect beforehand.
 const char* effect_of(const Repair& repair);
-
-#endif

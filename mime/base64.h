@@ -1,5 +1,4 @@
-#ifndef MIME_BASE64_H
-#define MIME_BASE64_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -17,5 +16,3 @@ std::string base64_decode(std::string_view payload);
 /// symbol and the bytes skipped before it. At a "=", and at the end of the payload, returns 0 and
 /// consumes nothing more.
 unsigned base64_symbol(std::string_view payload, size_t& position);
-
-#endif

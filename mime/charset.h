@@ -1,5 +1,4 @@
-#ifndef MIME_CHARSET_H
-#define MIME_CHARSET_H
+#pragma once
 
 #include <functional>
 #include <string>
@@ -31,5 +30,3 @@ void convert_charset_in_pieces(std::string_view text, const std::string& from_ch
 /// are to be converted to UTF-8; false for all other pairs of charsets.
 bool is_unchanged(std::string_view text, const std::string& from_charset,
                   const std::string& to_charset);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef MIME_CONVERTER_H
-#define MIME_CONVERTER_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -52,5 +51,3 @@ class Converter {
   iconv_t handle_;
   size_t max_input_;
 };
-
-#endif

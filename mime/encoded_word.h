@@ -1,5 +1,4 @@
-#ifndef MIME_ENCODED_WORD_H
-#define MIME_ENCODED_WORD_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -15,6 +14,11 @@ using TokenDecoder = std::string (*)(std::string_view token);
 /// `decode_tokens` does.
 std::string rfc1522_decode(std::string_view value);
 
+/// Decodes like `rfc1522_decode`, but reads a folded field (RFC 5322, 2.2.3) as one line, and
+/// adjacent encoded words of one charset as one text (RFC 2047, 6.2): a character may be split
+/// between them. Throws `quern::ExError` as `rfc1522_decode_word` does.
+std::string decode_unfolded(std::string_view field);
+
 /// `value` with every token between blanks (space, TAB) replaced by `decode_one`. Blanks between
 /// two encoded words are dropped (RFC 2047, 6.2), all others stay as they are. Kept: throws
 /// `std::out_of_range` for a value that ends in "?=" and blanks.
@@ -25,5 +29,3 @@ std::string decode_tokens(std::string_view value, TokenDecoder decode_one);
 /// Throws `quern::ExError` if the charset is unknown or the text ends inside a multi-byte
 /// character.
 std::string rfc1522_decode_word(std::string_view token);
-
-#endif

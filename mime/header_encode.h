@@ -1,5 +1,4 @@
-#ifndef MIME_HEADER_ENCODE_H
-#define MIME_HEADER_ENCODE_H
+#pragma once
 
 #include <cstdio>
 #include <initializer_list>
@@ -20,5 +19,3 @@ bool needs_q_encoding(char byte);
 
 /// The "Q" encoding of `text` (RFC 2047, 4.2), without the "=?utf-8?Q?" and "?=" around it.
 std::string q_encode(std::string_view text);
-
-#endif

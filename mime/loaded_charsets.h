@@ -1,5 +1,4 @@
-#ifndef MIME_LOADED_CHARSETS_H
-#define MIME_LOADED_CHARSETS_H
+#pragma once
 
 #include <string>
 
@@ -7,5 +6,3 @@
 /// them for each word of a mixed header is slow. Does nothing for an unknown charset. If too many
 /// are loaded, the least recently used one is unloaded.
 void keep_charset_loaded(const std::string& charset, const std::string& to_charset);
-
-#endif

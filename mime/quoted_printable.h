@@ -1,5 +1,4 @@
-#ifndef MIME_QUOTED_PRINTABLE_H
-#define MIME_QUOTED_PRINTABLE_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -13,5 +12,3 @@ std::string qp_decode(std::string_view payload);
 /// Decodes one byte of `payload` at `position`, appends it to `out` and moves `position` past its
 /// encoding. At the end of the payload sets `position` to -1; does nothing if it is negative.
 void qp_decode_step(std::string& out, std::string_view payload, std::ptrdiff_t& position);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef MIME_TEXT_PIECES_H
-#define MIME_TEXT_PIECES_H
+#pragma once
 
 #include <cstddef>
 #include <list>
@@ -28,5 +27,3 @@ class TextPieces {
   std::string last_;
   size_t size_ = 0;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef MIME_UTF8_H
-#define MIME_UTF8_H
+#pragma once
 
 #include <cstddef>
 #include <string_view>
@@ -11,5 +10,3 @@ size_t ascii_length(std::string_view text);
 /// forms longer than needed, nothing above U+10FFFF), before the first sequence that is malformed
 /// or cut by the end.
 size_t utf8_length(std::string_view text);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef MIMELIB_ADDRESS_H
-#define MIMELIB_ADDRESS_H
+#pragma once
 
 #include <cstddef>
 
@@ -92,5 +91,3 @@ class DwMailboxList : public DwAddressSequence {
   /// The first mailbox, or null. Each `Next` gives a mailbox too.
   DwMailbox* FirstMailbox() { return static_cast<DwMailbox*>(ParseAt(0)); }
 };
-
-#endif

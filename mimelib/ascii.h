@@ -1,5 +1,4 @@
-#ifndef MIMELIB_ASCII_H
-#define MIMELIB_ASCII_H
+#pragma once
 
 #include <algorithm>
 #include <string_view>
@@ -11,5 +10,3 @@ inline bool equal_ignoring_case(std::string_view a, std::string_view b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                     [lower](char x, char y) { return lower(x) == lower(y); });
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef MIMELIB_CODES_H
-#define MIMELIB_CODES_H
+#pragma once
 
 namespace DwMime {
 
@@ -29,5 +28,3 @@ enum Ctes {
 };
 
 }  // namespace DwMime
-
-#endif

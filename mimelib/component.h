@@ -1,5 +1,4 @@
-#ifndef MIMELIB_COMPONENT_H
-#define MIMELIB_COMPONENT_H
+#pragma once
 
 #include <cstddef>
 #include <string_view>
@@ -41,5 +40,3 @@ class DwDateTime : public DwMessageComponent {
  public:
   using DwMessageComponent::DwMessageComponent;
 };
-
-#endif

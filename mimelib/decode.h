@@ -1,5 +1,4 @@
-#ifndef MIMELIB_DECODE_H
-#define MIMELIB_DECODE_H
+#pragma once
 
 #include "mimelib/string.h"
 
@@ -19,5 +18,3 @@ int DwDecodeBase64(const DwString& in, DwString& out);
 ///
 /// Returns 0, or -1 if a "=" was followed by neither two hexadecimal digits nor a line end.
 int DwDecodeQuotedPrintable(const DwString& in, DwString& out);
-
-#endif

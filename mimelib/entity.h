@@ -1,5 +1,4 @@
-#ifndef MIMELIB_ENTITY_H
-#define MIMELIB_ENTITY_H
+#pragma once
 
 #include <cstddef>
 #include <memory>
@@ -75,5 +74,3 @@ class DwMessage : public DwEntity {
  private:
   using DwEntity::DwEntity;
 };
-
-#endif

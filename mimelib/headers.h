@@ -1,5 +1,4 @@
-#ifndef MIMELIB_HEADERS_H
-#define MIMELIB_HEADERS_H
+#pragma once
 
 #include <array>
 #include <memory>
@@ -68,5 +67,3 @@ class DwHeaders : public DwMessageComponent {
   std::unique_ptr<DwMediaType> content_type_;
   std::unique_ptr<DwMechanism> content_transfer_encoding_;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef MIMELIB_KEPT_ITEMS_H
-#define MIMELIB_KEPT_ITEMS_H
+#pragma once
 
 #include <cstddef>
 #include <memory>
@@ -27,5 +26,3 @@ class KeptItems {
   std::vector<std::unique_ptr<Item>> items_;  // a ring; empty for the many lists that nobody walks
   size_t next_ = 0;
 };
-
-#endif

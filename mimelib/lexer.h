@@ -1,5 +1,4 @@
-#ifndef MIMELIB_LEXER_H
-#define MIMELIB_LEXER_H
+#pragma once
 
 #include <cstddef>
 #include <string_view>
@@ -55,5 +54,3 @@ class Lexer {
   Syntax syntax_;
   size_t position_;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef MIMELIB_MEDIA_TYPE_H
-#define MIMELIB_MEDIA_TYPE_H
+#pragma once
 
 #include <cstddef>
 
@@ -66,5 +65,3 @@ class DwMechanism : public DwMessageComponent {
   /// regard to case: with a comment or any other addition the encoding is unknown.
   int AsEnum() const;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef MIMELIB_MIMEPP_H
-#define MIMELIB_MIMEPP_H
+#pragma once
 
 /// Stand-in for the part of the message library mimelib that this project calls: parsing only.
 ///
@@ -19,5 +18,3 @@
 
 /// Does nothing: this library needs no preparation.
 inline void DwInitialize() {}
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef MIMELIB_STRING_H
-#define MIMELIB_STRING_H
+#pragma once
 
 #include <cstddef>
 #include <iosfwd>
@@ -50,5 +49,3 @@ bool operator==(const DwString& a, const DwString& b);
 std::istream& getline(std::istream& in, DwString& line);
 
 std::ostream& operator<<(std::ostream& out, const DwString& text);
-
-#endif

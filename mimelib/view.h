@@ -1,5 +1,4 @@
-#ifndef MIMELIB_VIEW_H
-#define MIMELIB_VIEW_H
+#pragma once
 
 #include <string_view>
 
@@ -9,5 +8,3 @@
 inline std::string_view view_of(const DwString& text) {
   return {text.data(), text.length()};
 }
-
-#endif

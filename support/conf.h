@@ -1,5 +1,4 @@
-#ifndef KEM_CONF_H
-#define KEM_CONF_H
+#pragma once
 
 /// The panel's configuration file: one setting a line, a key, white space, and the value up to the
 /// end of the line. White space around key and value is dropped, inside the value it is kept. There
@@ -60,5 +59,3 @@ const char* conf_require(const char* key);
 /// Sets the value of every key of KEM_CONF_KEYS, in that order, then `certificates_dir`. A missing
 /// or empty value ends the process with status 1 and "Error: %s not defined".
 void load_conf_paths();
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SUPPORT_CONF_TEXT_H
-#define SUPPORT_CONF_TEXT_H
+#pragma once
 
 #include <cstddef>
 
@@ -18,5 +17,3 @@ const char* find_conf_value(const char* text, size_t length, const char* key);
 void wipe_conf();
 
 }  // namespace kem
-
-#endif

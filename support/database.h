@@ -1,5 +1,4 @@
-#ifndef KEM_DATABASE_H
-#define KEM_DATABASE_H
+#pragma once
 
 #include <cstddef>
 
@@ -57,5 +56,3 @@ const char* query_value(const char* query, st_mysql* connection, unsigned column
 
 /// `query_value` of column 0, in the same buffer.
 const char* query_first_value(const char* query, st_mysql* connection);
-
-#endif

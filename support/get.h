@@ -1,5 +1,4 @@
-#ifndef KEM_GET_H
-#define KEM_GET_H
+#pragma once
 
 struct st_mysql;
 
@@ -92,5 +91,3 @@ const char* get_dns_zone_id(const char* domain_id, st_mysql* connection);
 /// The number in the environment variable KEM_RUN_MODE: 1, 2 or 3, or 0 if it is not set. Any other
 /// value ends the process with status 1.
 int get_run_mode();
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef KEM_IDN_H
-#define KEM_IDN_H
+#pragma once
 
 #include <string>
 
@@ -51,5 +50,3 @@ const char* idn_url_toascii(const char* url);
 
 /// The text of a libidn return code, which is static; "Unknown error" for an unknown code.
 const char* idn_strerror(int code);
-
-#endif

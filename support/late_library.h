@@ -1,5 +1,4 @@
-#ifndef SUPPORT_LATE_LIBRARY_H
-#define SUPPORT_LATE_LIBRARY_H
+#pragma once
 
 namespace kem {
 
@@ -35,5 +34,3 @@ class LateLibrary {
 };
 
 }  // namespace kem
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SUPPORT_LIBIDN_H
-#define SUPPORT_LIBIDN_H
+#pragma once
 
 #include <string_view>
 
@@ -16,5 +15,3 @@ extern LateLibrary libidn;
 bool needs_libidn(std::string_view text);
 
 }  // namespace kem
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SUPPORT_LOOKUP_H
-#define SUPPORT_LOOKUP_H
+#pragma once
 
 #include <cstddef>
 #include <optional>
@@ -79,5 +78,3 @@ const char* read_value(char* result, const Statement& statement, MYSQL* given,
                        const char* connect_text, const Complaint& complaint);
 
 }  // namespace kem
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SUPPORT_MYSQL_OWNED_H
-#define SUPPORT_MYSQL_OWNED_H
+#pragma once
 
 #include <memory>
 
@@ -32,5 +31,3 @@ using kem::FreeResult;
 using kem::next_row;
 using kem::OwnedConnection;
 using kem::OwnedResult;
-
-#endif

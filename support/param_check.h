@@ -1,5 +1,4 @@
-#ifndef SUPPORT_PARAM_CHECK_H
-#define SUPPORT_PARAM_CHECK_H
+#pragma once
 
 #include <initializer_list>
 
@@ -18,5 +17,3 @@ inline void assert_plain_params(std::initializer_list<const char*> params, const
 }
 
 }  // namespace kem
-
-#endif

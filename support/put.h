@@ -1,5 +1,4 @@
-#ifndef KEM_PUT_H
-#define KEM_PUT_H
+#pragma once
 
 struct st_mysql;
 
@@ -34,5 +33,3 @@ int del_dom_param(const char* domain_id, const char* name, st_mysql* connection)
 /// Deletes the parameter `name` of the set `id` from the table `Parameters`; unless `value` is
 /// null, only if it has that value.
 int del_parameter(const char* id, const char* name, const char* value, st_mysql* connection);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef KEM_REPORT_H
-#define KEM_REPORT_H
+#pragma once
 
 #include <cstdarg>
 
@@ -28,5 +27,3 @@ char* xasprintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 /// Like `xasprintf`, from an argument list, which the caller must not read again.
 char* xvasprintf(const char* format, va_list arguments) __attribute__((format(printf, 1, 0)));
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef KEM_STRINGS_H
-#define KEM_STRINGS_H
+#pragma once
 
 #include <cstddef>
 
@@ -61,5 +60,3 @@ void* xrealloc(void* memory, size_t size);
 /// A number from 0 to `n` - 1. Not for secrets. Kept: every call seeds the generator with the time
 /// in seconds, so calls within one second return the same.
 int random_below(int n);
-
-#endif

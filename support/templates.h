@@ -1,5 +1,4 @@
-#ifndef KEM_TEMPLATES_H
-#define KEM_TEMPLATES_H
+#pragma once
 
 /// A placeholder's name and the text that replaces it; both NUL-terminated and not owned. A null
 /// value is an empty text.
@@ -47,5 +46,3 @@ int find_pair(const char* name, const NamedValue* table, int count);
 /// name.
 char* template_subst(char open, char close, const NamedValue* table, int count, const char* text,
                      char* output, int capacity, SubstResult* result);
-
-#endif

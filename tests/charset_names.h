@@ -1,5 +1,4 @@
-#ifndef TESTS_CHARSET_NAMES_H
-#define TESTS_CHARSET_NAMES_H
+#pragma once
 
 #include <cstdio>
 #include <string>
@@ -20,5 +19,3 @@ inline std::vector<std::string> all_charsets() {
   pclose(list);
   return names;
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_DW_TEXT_H
-#define TESTS_DW_TEXT_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -13,5 +12,3 @@ inline DwString string_of(std::string_view text) {
 inline std::string bytes_of(const DwString& text) {
   return {text.data(), text.length()};
 }
-
-#endif

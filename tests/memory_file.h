@@ -1,5 +1,4 @@
-#ifndef TESTS_MEMORY_FILE_H
-#define TESTS_MEMORY_FILE_H
+#pragma once
 
 #include <cstdio>
 #include <cstdlib>
@@ -58,5 +57,3 @@ class CapturedDiagnostics {
   MemoryFile file_;
   FILE* before_;
 };
-
-#endif

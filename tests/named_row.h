@@ -1,5 +1,4 @@
-#ifndef TESTS_NAMED_ROW_H
-#define TESTS_NAMED_ROW_H
+#pragma once
 
 #include <ostream>
 
@@ -11,5 +10,3 @@ struct NamedRow {
     return out << row.name;
   }
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_PARSED_MESSAGE_H
-#define TESTS_PARSED_MESSAGE_H
+#pragma once
 
 #include <memory>
 #include <string_view>
@@ -13,5 +12,3 @@ inline std::unique_ptr<DwMessage> parsed(std::string_view text) {
   message->Parse();
   return message;
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_PLAIN_ICONV_H
-#define TESTS_PLAIN_ICONV_H
+#pragma once
 
 #include <cerrno>
 #include <optional>
@@ -49,5 +48,3 @@ inline std::optional<std::string> convert_by_iconv(std::string text, const std::
   if (error != 0) return std::nullopt;
   return output;
 }
-
-#endif

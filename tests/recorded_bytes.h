@@ -1,5 +1,4 @@
-#ifndef TESTS_RECORDED_BYTES_H
-#define TESTS_RECORDED_BYTES_H
+#pragma once
 
 #include <stdexcept>
 #include <string>
@@ -20,5 +19,3 @@ inline std::string recorded_bytes(const std::string& utf8) {
   }
   return bytes;
 }
-
-#endif

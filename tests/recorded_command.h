@@ -1,5 +1,4 @@
-#ifndef TESTS_RECORDED_COMMAND_H
-#define TESTS_RECORDED_COMMAND_H
+#pragma once
 
 #include <cstdlib>
 #include <fcntl.h>
@@ -25,5 +24,3 @@ std::string output_of(const Run& run) {
 inline std::string output_of_shell(const std::string& line) {
   return output_of([&line] { static_cast<void>(system(line.c_str())); });
 }
-
-#endif

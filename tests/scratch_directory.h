@@ -1,5 +1,4 @@
-#ifndef TESTS_SCRATCH_DIRECTORY_H
-#define TESTS_SCRATCH_DIRECTORY_H
+#pragma once
 
 #include <cstdlib>
 #include <filesystem>
@@ -30,5 +29,3 @@ class ScratchDirectory {
  private:
   std::string path_;
 };
-
-#endif

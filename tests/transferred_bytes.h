@@ -1,5 +1,4 @@
-#ifndef TESTS_TRANSFERRED_BYTES_H
-#define TESTS_TRANSFERRED_BYTES_H
+#pragma once
 
 #include <cstring>
 #include <functional>
@@ -24,5 +23,3 @@ inline std::string sent(const std::function<void(Sender&)>& send) {
   send(sender);
   return bytes;
 }
-
-#endif

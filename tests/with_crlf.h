@@ -1,5 +1,4 @@
-#ifndef TESTS_WITH_CRLF_H
-#define TESTS_WITH_CRLF_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -13,5 +12,3 @@ inline std::string with_crlf(std::string_view text) {
   }
   return longer;
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_CONFINEMENT_CONFINEMENT_H
-#define AUTORESPONDER_CONFINEMENT_CONFINEMENT_H
+#pragma once
 
 #include <cstddef>
 #include <sys/resource.h>
@@ -37,5 +36,3 @@ rlim_t memory_limit(size_t size);
 /// only `channel`, which becomes 0, and overwrites the texts of its environment. Returns by what it
 /// is confined.
 ConfinementSet confine(ConfinementSet wanted, int channel, size_t size, pid_t parent);
-
-#endif

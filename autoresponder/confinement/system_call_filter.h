@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_CONFINEMENT_SYSTEM_CALL_FILTER_H
-#define AUTORESPONDER_CONFINEMENT_SYSTEM_CALL_FILTER_H
+#pragma once
 
 #include <linux/filter.h>
 #include <vector>
@@ -13,5 +12,3 @@ std::vector<sock_filter> system_call_filter(int own_pid);
 /// Puts the calling process irrevocably under the filter. False if the kernel or the processor does
 /// not support it.
 bool enter_system_call_filter();
-
-#endif

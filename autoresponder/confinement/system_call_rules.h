@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_CONFINEMENT_SYSTEM_CALL_RULES_H
-#define AUTORESPONDER_CONFINEMENT_SYSTEM_CALL_RULES_H
+#pragma once
 
 #include <cerrno>
 #include <cstddef>
@@ -164,5 +163,3 @@ inline constexpr Rule kRules[] = {
 };
 
 }  // namespace system_calls
-
-#endif

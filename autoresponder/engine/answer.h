@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_ENGINE_ANSWER_H
-#define AUTORESPONDER_ENGINE_ANSWER_H
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -76,5 +75,3 @@ class Effects {
 /// even if a failing query throws `PanelFailure`.
 void answer(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
             const Delivery& delivery, Effects& effects, AnswerFacts& facts);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_ENGINE_COURTESY_H
-#define AUTORESPONDER_ENGINE_COURTESY_H
+#pragma once
 
 #include <string>
 
@@ -17,5 +16,3 @@ std::string courtesy_objection(PanelDatabase& database, const MailboxRef& mailbo
 
 /// Like `courtesy_objection`, but only for the reasons that the message itself gives.
 std::string courtesy_objection_of_header(const IncomingMessage& message);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_ENGINE_LOOP_GUARD_H
-#define AUTORESPONDER_ENGINE_LOOP_GUARD_H
+#pragma once
 
 #include "autoresponder/message/incoming_message.h"
 
@@ -11,5 +10,3 @@ LoopGuard loop_guard(const IncomingMessage& message);
 
 /// The diagnostic for a refused message, NUL-terminated; "" for kPassed.
 const char* loop_guard_diagnostic(LoopGuard guard);
-
-#endif

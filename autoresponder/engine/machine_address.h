@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_ENGINE_MACHINE_ADDRESS_H
-#define AUTORESPONDER_ENGINE_MACHINE_ADDRESS_H
+#pragma once
 
 #include <string_view>
 
@@ -7,5 +6,3 @@
 /// mail server, a list server, a list's `owner-`, `-owner` or `-request` address, bounces, or "no
 /// reply". "+" and what follows it do not count. False for an empty address.
 bool is_machine_address(std::string_view address);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_ENGINE_RESPONDER_H
-#define AUTORESPONDER_ENGINE_RESPONDER_H
+#pragma once
 
 #include <optional>
 #include <vector>
@@ -28,5 +27,3 @@ void find_rules(PanelDatabase& database, const IncomingMessage& message, Escaped
 /// `PanelFailure` if a query fails or the panel cannot be reached, and `ReaderFailure` if the body
 /// cannot be read.
 void run_responder(const Delivery& delivery, Effects& effects);
-
-#endif

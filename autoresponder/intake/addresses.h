@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_INTAKE_ADDRESSES_H
-#define AUTORESPONDER_INTAKE_ADDRESSES_H
+#pragma once
 
 #include <string>
 
@@ -14,5 +13,3 @@ const DwMailbox* first_valid_mailbox(DwMailboxList& mailboxes);
 
 /// Local part, "@" and domain as the message has them, up to the first NUL byte.
 std::string mailbox_address(const DwMailbox& mailbox);
-
-#endif

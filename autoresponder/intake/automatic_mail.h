@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_INTAKE_AUTOMATIC_MAIL_H
-#define AUTORESPONDER_INTAKE_AUTOMATIC_MAIL_H
+#pragma once
 
 #include <string_view>
 
@@ -10,5 +9,3 @@
 /// only the first Message-ID, References and In-Reply-To. Takes linear time; the size of the result
 /// is bounded.
 CourtesyFacts gather_courtesy_facts(std::string_view header);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_INTAKE_BODY_TEXT_H
-#define AUTORESPONDER_INTAKE_BODY_TEXT_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -26,5 +25,3 @@ void decoded_body_text(DwEntity& entity, DwString& out);
 
 /// The bytes of `text` before its first NUL. Valid as long as `text` is unchanged.
 std::string_view up_to_nul(const DwString& text);
-
-#endif

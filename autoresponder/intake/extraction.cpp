@@ -155,16 +155,14 @@ BodyLines lines_of(BodyBytes body, const std::string& charset) {
 }
 
 // Kept: for a subject that ends in "?=", a blank and a NUL the decoder throws what nobody catches,
-// and the run aborts. With the repair `subject` it counts as one that cannot be converted.
+// and the run aborts. With the repair `subject` it is read like any other.
 std::string subject_in_utf8(const RawMessage& raw, const Switches& switches) {
   try {
-    return rfc1522_decode(raw.subject);
+    return switches.repairs.subject ? decode_unfolded(raw.subject) : rfc1522_decode(raw.subject);
   } catch (const quern::ExError&) {
-  } catch (const std::out_of_range&) {
-    if (!switches.repairs.subject) throw;
+    warn_unconverted("subject", raw.text.charset);
+    return {};
   }
-  warn_unconverted("subject", raw.text.charset);
-  return {};
 }
 
 }  // namespace

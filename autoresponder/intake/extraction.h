@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_INTAKE_EXTRACTION_H
-#define AUTORESPONDER_INTAKE_EXTRACTION_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -21,5 +20,3 @@
 /// `record.courtesy` is filled only if courtesy is on.
 ExtractionResult extract(DwString message_text, const std::optional<std::string>& delivered_to,
                          const Switches& switches, IncomingMessage& record);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_INTAKE_FIELD_READER_H
-#define AUTORESPONDER_INTAKE_FIELD_READER_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -35,5 +34,3 @@ class FieldReader {
 
   std::string_view rest_;
 };
-
-#endif

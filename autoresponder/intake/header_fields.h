@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_INTAKE_HEADER_FIELDS_H
-#define AUTORESPONDER_INTAKE_HEADER_FIELDS_H
+#pragma once
 
 #include <string_view>
 
@@ -24,5 +23,3 @@ class HeaderFields {
 
   std::string_view rest_;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_INTAKE_LISTED_ADDRESSES_H
-#define AUTORESPONDER_INTAKE_LISTED_ADDRESSES_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -14,5 +13,3 @@
 /// kMaxListedAddress bytes are left out.
 void add_listed_addresses(std::string_view list, size_t max_count,
                           std::vector<std::string>& addresses);
-
-#endif

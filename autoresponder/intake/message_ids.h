@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_INTAKE_MESSAGE_IDS_H
-#define AUTORESPONDER_INTAKE_MESSAGE_IDS_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -10,5 +9,3 @@
 /// in their order and with their angle brackets; everything else is skipped. If there are more than
 /// `max_count` (2 or more), the first one and the last ones are returned.
 std::vector<std::string> message_ids(std::string_view body, size_t max_count);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_MESSAGE_BODY_H
-#define AUTORESPONDER_MESSAGE_BODY_H
+#pragma once
 
 #include <cstddef>
 #include <string_view>
@@ -17,5 +16,3 @@ class Body {
     return std::vector<size_t>(keys.size(), 0);
   }
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_MESSAGE_BODY_LINES_H
-#define AUTORESPONDER_MESSAGE_BODY_LINES_H
+#pragma once
 
 #include <cstddef>
 #include <memory>
@@ -38,5 +37,3 @@ class BodyLines : public Body {
   std::string_view text_;
   std::string charset_;  // empty: UTF-8
 };
-
-#endif

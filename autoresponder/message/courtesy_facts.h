@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_MESSAGE_COURTESY_FACTS_H
-#define AUTORESPONDER_MESSAGE_COURTESY_FACTS_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -47,5 +46,3 @@ struct CourtesyFacts {
   /// brackets. `message_id` is among them only if the message itself refers to it.
   std::vector<std::string> references;
 };
-
-#endif

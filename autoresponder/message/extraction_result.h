@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_MESSAGE_EXTRACTION_RESULT_H
-#define AUTORESPONDER_MESSAGE_EXTRACTION_RESULT_H
+#pragma once
 
 #include <string>
 
@@ -15,5 +14,3 @@ struct ExtractionResult {
   SenderField sender_field;  ///< kNone if there is no sender
   std::string sender;        ///< the sender, if no recipient was found; otherwise see the record
 };
-
-#endif

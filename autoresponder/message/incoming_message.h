@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_MESSAGE_INCOMING_MESSAGE_H
-#define AUTORESPONDER_MESSAGE_INCOMING_MESSAGE_H
+#pragma once
 
 #include <memory>
 #include <optional>
@@ -40,5 +39,3 @@ struct IncomingMessage {
   /// control.
   std::optional<std::string> envelope_sender;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_MESSAGE_LETTER_CASE_H
-#define AUTORESPONDER_MESSAGE_LETTER_CASE_H
+#pragma once
 
 #include <algorithm>
 #include <string>
@@ -22,5 +21,3 @@ inline bool is_word(std::string_view text, std::string_view lower) {
   return std::equal(text.begin(), text.end(), lower.begin(), lower.end(),
                     [](char x, char y) { return lower_case(x) == y; });
 }
-
-#endif

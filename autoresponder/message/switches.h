@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_MESSAGE_SWITCHES_H
-#define AUTORESPONDER_MESSAGE_SWITCHES_H
+#pragma once
 
 /// Defects and security holes, each closed if its member is true. All are off unless the
 /// configuration switches them on, because other parts of the panel may rely on any oddity.
@@ -16,7 +15,7 @@ struct Repairs {
   bool whole_copies = false;       ///< a message is not forwarded if /tmp was full
   bool whole_attachments = false;  ///< a reply is not sent if its attachments are not complete
   bool whole_notices = false;      ///< a notice is not sent if /tmp was full
-  bool subject = false;            ///< no subject aborts the run
+  bool subject = false;            ///< a subject is read as one line, and aborts no run
   bool turns = false;              ///< concurrent deliveries ask the limiter one after another
   bool evictions = false;          ///< a full memory without senders is not asked to forget one
   bool long_senders = false;       ///< a sender longer than the limiter's column is found again
@@ -67,5 +66,3 @@ constexpr bool has_repairs(const Switches& switches) {
   }
   return false;
 }
-
-#endif

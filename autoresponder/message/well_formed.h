@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_MESSAGE_WELL_FORMED_H
-#define AUTORESPONDER_MESSAGE_WELL_FORMED_H
+#pragma once
 
 #include <cstddef>
 #include <string_view>
@@ -30,5 +29,3 @@ bool is_well_formed(const IncomingMessage& record, size_t message_size);
 
 /// Maximum number of bytes that one byte becomes in UTF-8, in any charset.
 constexpr size_t kMaxGrowth = 12;
-
-#endif

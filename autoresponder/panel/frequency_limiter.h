@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_PANEL_FREQUENCY_LIMITER_H
-#define AUTORESPONDER_PANEL_FREQUENCY_LIMITER_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -79,5 +78,3 @@ std::string_view first_characters(std::string_view text, size_t max_count);
 /// The longest prefix of `text` (UTF-8) of at most `max_size` bytes that does not split a
 /// character.
 std::string_view first_bytes(std::string_view text, size_t max_size);
-
-#endif

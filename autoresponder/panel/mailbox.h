@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_PANEL_MAILBOX_H
-#define AUTORESPONDER_PANEL_MAILBOX_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -36,5 +35,3 @@ struct FoundMailbox {
 /// name and domain, escaped. Throws `PanelFailure` if a query fails.
 std::optional<FoundMailbox> find_mailbox(PanelDatabase& database, const IncomingMessage& message,
                                          EscapedRecipient escaped);
-
-#endif

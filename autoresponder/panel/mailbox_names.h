@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_PANEL_MAILBOX_NAMES_H
-#define AUTORESPONDER_PANEL_MAILBOX_NAMES_H
+#pragma once
 
 #include <set>
 #include <string>
@@ -26,5 +25,3 @@ class MailboxNames {
   std::string delivered_local_part_;
   std::set<std::string> delivered_domains_;
 };
-
-#endif

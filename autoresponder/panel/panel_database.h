@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_PANEL_PANEL_DATABASE_H
-#define AUTORESPONDER_PANEL_PANEL_DATABASE_H
+#pragma once
 
 #include <optional>
 #include <stdexcept>
@@ -120,5 +119,3 @@ class PanelDatabase {
 /// Escapes `text`, up to its first NUL, without a connection. The result is false if memory ran
 /// out.
 EscapedText escape_without_connection(const std::string& text);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_PANEL_RULE_H
-#define AUTORESPONDER_PANEL_RULE_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -72,5 +71,3 @@ struct TriggerMatch {
 /// the body. The body can be asked only once (`Body::FirstWith`).
 std::vector<TriggerMatch> find_triggers(const std::vector<ResponderRule>& rules,
                                         const IncomingMessage& message);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_PANEL_TABLE_DEFINITION_H
-#define AUTORESPONDER_PANEL_TABLE_DEFINITION_H
+#pragma once
 
 #include <initializer_list>
 #include <map>
@@ -31,5 +30,3 @@ std::string definition_of(Rows rows);
 
 /// Asks the server for the definition of `table`; no columns if that fails.
 TableDefinition read_table_definition(const char* table, PanelDatabase& database);
-
-#endif

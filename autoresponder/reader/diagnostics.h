@@ -1,6 +1,5 @@
 // The wire between child and parent: diagnostics.
-#ifndef AUTORESPONDER_READER_DIAGNOSTICS_H
-#define AUTORESPONDER_READER_DIAGNOSTICS_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -41,5 +40,3 @@ class DiagnosticsRelay {
   std::string line_;  // a line that is not complete yet
   bool may_continue_ = false;
 };
-
-#endif

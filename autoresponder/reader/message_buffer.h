@@ -1,6 +1,5 @@
 // The parent's side fills this buffer; the child has a copy of it.
-#ifndef AUTORESPONDER_READER_MESSAGE_BUFFER_H
-#define AUTORESPONDER_READER_MESSAGE_BUFFER_H
+#pragma once
 
 #include <cstddef>
 #include <type_traits>
@@ -19,6 +18,13 @@ struct CanAdopt<Text, std::void_t<decltype(Text::Adopt(nullptr, size_t{0}))>> : 
 class MessageBuffer : private GrowingBytes {
  public:
   MessageBuffer() : GrowingBytes(kFirstRoom) {}
+
+  /// A copy, for a message that is read twice.
+  MessageBuffer Copy() const {
+    MessageBuffer copy;
+    copy.Append(data(), size());
+    return copy;
+  }
 
   using GrowingBytes::Add;
   using GrowingBytes::RoomFor;
@@ -42,5 +48,3 @@ class MessageBuffer : private GrowingBytes {
   // So large that `malloc` maps it separately: growing then moves pages instead of copying.
   static constexpr size_t kFirstRoom = size_t{256} << 10;
 };
-
-#endif

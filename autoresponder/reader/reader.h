@@ -1,6 +1,5 @@
 // The parent's side: what the run calls.
-#ifndef AUTORESPONDER_READER_READER_H
-#define AUTORESPONDER_READER_READER_H
+#pragma once
 
 #include <vector>
 
@@ -28,5 +27,3 @@ ExtractionResult read_message(MessageBuffer message, const char* delivered_to,
 /// The confinements that a reader should have and does not get on this system. Starts one to find
 /// out; throws `ReaderFailure` if that fails.
 std::vector<Confinement> missing_confinements();
-
-#endif

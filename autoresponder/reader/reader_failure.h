@@ -1,6 +1,5 @@
 // The parent's side: the exceptions. In the child they only end the process.
-#ifndef AUTORESPONDER_READER_READER_FAILURE_H
-#define AUTORESPONDER_READER_READER_FAILURE_H
+#pragma once
 
 #include <exception>
 
@@ -15,5 +14,3 @@ class ReaderFailure : public std::exception {
 
 /// Thrown if no child can be started, whatever the message is.
 class ReaderNotStarted : public ReaderFailure {};
-
-#endif

@@ -1,6 +1,5 @@
 // The parent's side: the child process and the connection to it.
-#ifndef AUTORESPONDER_READER_READER_PROCESS_H
-#define AUTORESPONDER_READER_READER_PROCESS_H
+#pragma once
 
 #include <chrono>
 #include <cstddef>
@@ -56,5 +55,3 @@ void end_reader();
 
 /// Like `end_reader`, for calls outside of signal handlers; afterwards there is no child.
 void forget_reader();
-
-#endif

@@ -1,6 +1,5 @@
 // The child's side: takes the message and answers the parent.
-#ifndef AUTORESPONDER_READER_READING_H
-#define AUTORESPONDER_READER_READING_H
+#pragma once
 
 #include "autoresponder/message/switches.h"
 #include "autoresponder/reader/message_buffer.h"
@@ -12,5 +11,3 @@
 /// hangs up.
 void read_for_parent(int channel, MessageBuffer& message, bool has_delivery,
                      const Switches& switches);
-
-#endif

@@ -1,6 +1,5 @@
 // The wire between child and parent: the result.
-#ifndef AUTORESPONDER_READER_RESULT_H
-#define AUTORESPONDER_READER_RESULT_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -30,5 +29,3 @@ struct Assignment {
 /// `ReaderFailure` for anything that no extraction of a message of this size gives.
 ExtractionResult receive_result(Receiver& receiver, const Assignment& assignment,
                                 IncomingMessage& record);
-
-#endif

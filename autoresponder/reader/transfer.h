@@ -1,6 +1,5 @@
 // The wire between child and parent: numbers and texts.
-#ifndef AUTORESPONDER_READER_TRANSFER_H
-#define AUTORESPONDER_READER_TRANSFER_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -47,5 +46,3 @@ class Receiver {
  private:
   ByteSource source_;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_REPLY_ATTACHMENTS_H
-#define AUTORESPONDER_REPLY_ATTACHMENTS_H
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -63,5 +62,3 @@ int64_t appended_size(const std::vector<Attachment>& found, const std::string& b
 
 /// Whether no open file has changed since it was found. Files known only by path are not checked.
 bool are_unchanged(const AttachedFiles& files);
-
-#endif

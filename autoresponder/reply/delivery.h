@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_REPLY_DELIVERY_H
-#define AUTORESPONDER_REPLY_DELIVERY_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -30,5 +29,3 @@ bool replace_by_notice(ResponseFile& reply, const ResponderRule& rule,
 /// envelope sender in ASCII; empty for a null one.
 ShellCommand delivery_command(const std::string& from, const IncomingMessage& message,
                               const ResponseFile& reply, const Repairs& repairs);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_REPLY_DIRECT_RUN_H
-#define AUTORESPONDER_REPLY_DIRECT_RUN_H
+#pragma once
 
 #include "autoresponder/reply/plain_command.h"
 
@@ -7,5 +6,3 @@
 /// could not be started, or if a shell would have said or done something of its own: then nothing
 /// has happened. The shell that is saved is dash, Debian's /bin/sh.
 bool run_directly(PlainCommand command);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_REPLY_FILE_WRITER_H
-#define AUTORESPONDER_REPLY_FILE_WRITER_H
+#pragma once
 
 #include <chrono>
 #include <cstdint>
@@ -29,5 +28,3 @@ WriterEnd run_file_writer(const std::function<bool()>& write, const WriterLimits
 /// Kills the process group of the running file writer, if there is one, and waits for all of its
 /// processes. Safe to call in a signal handler.
 void end_file_writer();
-
-#endif

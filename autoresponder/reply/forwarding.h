@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_REPLY_FORWARDING_H
-#define AUTORESPONDER_REPLY_FORWARDING_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -37,5 +36,3 @@ std::string without_options(const std::string& addresses);
 /// forwarding splits them at blanks and quotes each.
 ShellCommand forwarding_command(const IncomingMessage& message, const std::string& addresses,
                                 const std::string& spool_path, const Repairs& repairs);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_REPLY_NOTIFICATION_H
-#define AUTORESPONDER_REPLY_NOTIFICATION_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -33,5 +32,3 @@ ShellCommand notification_command(const Notification& notification, const char* 
 
 /// Runs a `notification_command`. Reports on standard error if it is refused or cannot be started.
 void send_notification(const ShellCommand& command);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_REPLY_OPEN_ATTACHMENT_H
-#define AUTORESPONDER_REPLY_OPEN_ATTACHMENT_H
+#pragma once
 
 #include <cstdint>
 #include <ctime>
@@ -34,5 +33,3 @@ class OpenAttachment {
 /// through links.
 std::shared_ptr<const OpenAttachment> open_below(const std::string& root,
                                                  std::initializer_list<std::string> steps);
-
-#endif

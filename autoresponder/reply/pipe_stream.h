@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_REPLY_PIPE_STREAM_H
-#define AUTORESPONDER_REPLY_PIPE_STREAM_H
+#pragma once
 
 #include <cstdio>
 #include <ext/stdio_filebuf.h>
@@ -64,5 +63,3 @@ class opipestream : public basic_handlestream<PipeCloseStrategy, OutputStreamStr
 
   bool refused_;
 };
-
-#endif

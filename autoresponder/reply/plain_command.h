@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_REPLY_PLAIN_COMMAND_H
-#define AUTORESPONDER_REPLY_PLAIN_COMMAND_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -20,5 +19,3 @@ std::optional<PlainCommand> plain_command(std::string_view line);
 /// addresses: letters, digits, some signs, blanks, which separate words, and all bytes from 0x80
 /// on.
 bool is_plain_for_shell(char byte);
-
-#endif

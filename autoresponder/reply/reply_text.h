@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_REPLY_REPLY_TEXT_H
-#define AUTORESPONDER_REPLY_REPLY_TEXT_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -25,5 +24,3 @@ SubjectText reply_subject(const ResponderRule& rule, const IncomingMessage& mess
 bool write_reply_text(ResponseFile& reply, const ResponderRule& rule,
                       const IncomingMessage& message, std::string_view from,
                       std::string_view boundary, std::string_view more_fields);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_REPLY_RESPONSE_FILE_H
-#define AUTORESPONDER_REPLY_RESPONSE_FILE_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -32,5 +31,3 @@ class ResponseFile {
   OwnedDescriptor descriptor_;
   bool is_in_memory_;
 };
-
-#endif

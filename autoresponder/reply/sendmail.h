@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_REPLY_SENDMAIL_H
-#define AUTORESPONDER_REPLY_SENDMAIL_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -22,5 +21,3 @@ inline bool is_option(std::string_view address) {
 inline void report_option(std::string_view address) {
   diagnose({"autoresponder: refused to mail to an option: ", in_one_line(std::string(address))});
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_REPLY_SHELL_H
-#define AUTORESPONDER_REPLY_SHELL_H
+#pragma once
 
 #include <cstdio>
 #include <initializer_list>
@@ -98,5 +97,3 @@ struct ShellOutcome {
 /// refused, or killed because its time is over, is reported on standard error; a failed one is not.
 /// No other function starts a shell.
 ShellOutcome hand_to_shell(const ShellCommand& command);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_REPLY_SUBJECT_TEXT_H
-#define AUTORESPONDER_REPLY_SUBJECT_TEXT_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -11,5 +10,3 @@ struct SubjectText {
 
   std::string Whole() const { return start + std::string(incoming); }
 };
-
-#endif

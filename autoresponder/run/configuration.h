@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_RUN_CONFIGURATION_H
-#define AUTORESPONDER_RUN_CONFIGURATION_H
+#pragma once
 
 #include "autoresponder/message/switches.h"
 
@@ -10,5 +9,3 @@ Switches read_switches();
 
 /// From now on `fork` overwrites the configuration's values in the child's memory.
 void hide_configuration();
-
-#endif

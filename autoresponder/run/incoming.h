@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_RUN_INCOMING_H
-#define AUTORESPONDER_RUN_INCOMING_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -22,5 +21,3 @@ const char* delivery_address();
 /// The envelope sender: the environment variable SENDER, empty for a null sender; nothing if it is
 /// not set.
 std::optional<std::string> delivery_sender();
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_RUN_PROCESS_H
-#define AUTORESPONDER_RUN_PROCESS_H
+#pragma once
 
 /// Makes the process fit for a run, whoever started it and however:
 ///
@@ -26,5 +25,3 @@ void allow_many_descriptors();
 /// In a run started setuid by another user, removes RECIPIENT and SENDER from the environment too:
 /// commands inherit no text of the caller's choice. Call after reading them.
 void forget_delivery();
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_RUN_RUN_H
-#define AUTORESPONDER_RUN_RUN_H
+#pragma once
 
 /// Reads one message from standard input, sends the replies to it and ends the process: with status
 /// 0 also after failures, with status 1 after a fatal report of the panel's library.
@@ -7,5 +6,3 @@
 /// `program`: the path by which the program was started, NUL-terminated, alive as long as the
 /// process.
 [[noreturn]] void run(const char* program);
-
-#endif

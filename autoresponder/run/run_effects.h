@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_RUN_RUN_EFFECTS_H
-#define AUTORESPONDER_RUN_RUN_EFFECTS_H
+#pragma once
 
 #include "autoresponder/engine/answer.h"
 #include "autoresponder/run/spool.h"
@@ -23,5 +22,3 @@ class RunEffects : public Effects {
   const SpoolFile& spool_;
   const Switches& switches_;
 };
-
-#endif

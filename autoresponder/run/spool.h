@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_RUN_SPOOL_H
-#define AUTORESPONDER_RUN_SPOOL_H
+#pragma once
 
 #include <string>
 
@@ -32,5 +31,3 @@ class SpoolFile {
 /// Copies standard input to `spool` and returns it. An error while reading counts as the end. Kept:
 /// one newline is added to both, also if the input ends in one. Throws `std::bad_alloc`.
 MessageBuffer spool_standard_input(SpoolFile& spool);
-
-#endif

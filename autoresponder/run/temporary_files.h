@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_RUN_TEMPORARY_FILES_H
-#define AUTORESPONDER_RUN_TEMPORARY_FILES_H
+#pragma once
 
 #include "autoresponder/reply/response_file.h"
 #include "autoresponder/run/spool.h"
@@ -19,5 +18,3 @@ void remove_temporary_files();
 
 /// Ends a run: ends the reader, removes both files and exits with status 0.
 [[noreturn]] void cleanup_and_exit();
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef AUTORESPONDER_RUN_TERMINATION_H
-#define AUTORESPONDER_RUN_TERMINATION_H
+#pragma once
 
 /// From now on the temporary files are also removed when a fatal report of the panel's library or a
 /// signal such as SIGTERM ends the process; its exit status or signal stays the same. Exception:
@@ -10,5 +9,3 @@ void remove_files_on_termination();
 /// For a program without temporary files: a signal such as SIGTERM ends its child processes, then
 /// the process.
 void end_children_on_termination();
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_CHECK_CHECK_H
-#define EXPLAIN_CHECK_CHECK_H
+#pragma once
 
 #include "explain/check/finding.h"
 
@@ -9,5 +8,3 @@ Findings check_server();
 
 /// Whether nothing was found but advice.
 bool is_set_up_right(const Findings& findings);
-
-#endif

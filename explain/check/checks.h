@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_CHECK_CHECKS_H
-#define EXPLAIN_CHECK_CHECKS_H
+#pragma once
 
 #include "explain/check/inspection.h"
 
@@ -43,5 +42,3 @@ void check_values(Inspection& inspection);
 
 /// The mail server's deliveries: the prefixes of virtual domains, and the groups that they run in.
 void check_deliveries(Inspection& inspection);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_CHECK_FILES_H
-#define EXPLAIN_CHECK_FILES_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -31,5 +30,3 @@ std::optional<std::vector<std::string>> control_lines(const std::string& path,
 
 /// The parts of `line` between colons.
 std::vector<std::string> fields_of(const std::string& line);
-
-#endif

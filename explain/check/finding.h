@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_CHECK_FINDING_H
-#define EXPLAIN_CHECK_FINDING_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -19,5 +18,3 @@ struct Finding {
 };
 
 using Findings = std::vector<Finding>;
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_CHECK_INSPECTION_H
-#define EXPLAIN_CHECK_INSPECTION_H
+#pragma once
 
 #include <fmt/format.h>
 #include <optional>
@@ -45,5 +44,3 @@ struct Inspection {
     findings.push_back({severity, code, fmt::format(fmt::runtime(format), values...)});
   }
 };
-
-#endif

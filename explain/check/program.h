@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_CHECK_PROGRAM_H
-#define EXPLAIN_CHECK_PROGRAM_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -9,5 +8,3 @@
 /// Where the installed program is looked for: below the root that it was built for, and below the
 /// panel's root.
 std::vector<std::string> installed_programs(const Inspection& inspection);
-
-#endif

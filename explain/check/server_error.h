@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_CHECK_SERVER_ERROR_H
-#define EXPLAIN_CHECK_SERVER_ERROR_H
+#pragma once
 
 /// Error numbers of the database server for what is missing or denied.
 enum ServerError : unsigned {
@@ -9,5 +8,3 @@ enum ServerError : unsigned {
   kNoSuchTable = 1146,
   kNoSuchTrigger = 1360,
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef EXPLAIN_CHECK_VIRTUAL_DOMAINS_H
-#define EXPLAIN_CHECK_VIRTUAL_DOMAINS_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -37,5 +36,3 @@ class DeliveryUsers {
  private:
   std::vector<std::string> lines_;
 };
-
-#endif

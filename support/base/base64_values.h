@@ -1,5 +1,4 @@
-#ifndef SUPPORT_BASE_BASE64_VALUES_H
-#define SUPPORT_BASE_BASE64_VALUES_H
+#pragma once
 
 #include <array>
 #include <cstddef>
@@ -27,5 +26,3 @@ constexpr std::array<uint8_t, 256> base64_values(uint8_t no_symbol) {
 
 // A short name for the code of this project. No installed header includes this one.
 using kem::base64_values;
-
-#endif

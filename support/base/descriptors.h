@@ -1,5 +1,4 @@
-#ifndef SUPPORT_BASE_DESCRIPTORS_H
-#define SUPPORT_BASE_DESCRIPTORS_H
+#pragma once
 
 #include <algorithm>
 #include <sys/resource.h>
@@ -25,5 +24,3 @@ inline void close_descriptors(unsigned first) {
   const auto end = static_cast<unsigned>(std::clamp(limit.rlim_max, kMin, kMax));
   for (unsigned number = first; number < end; ++number) close(static_cast<int>(number));
 }
-
-#endif

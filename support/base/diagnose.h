@@ -1,5 +1,4 @@
-#ifndef SUPPORT_BASE_DIAGNOSE_H
-#define SUPPORT_BASE_DIAGNOSE_H
+#pragma once
 
 #include <cstdio>
 #include <initializer_list>
@@ -32,5 +31,3 @@ inline void diagnose(std::initializer_list<std::string_view> pieces) {
 
 // Short names for the code of this project. No installed header includes this one.
 using kem::diagnose;
-
-#endif

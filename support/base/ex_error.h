@@ -1,5 +1,4 @@
-#ifndef KEM_EX_ERROR_H
-#define KEM_EX_ERROR_H
+#pragma once
 
 #include <exception>
 #include <string>
@@ -21,5 +20,3 @@ class ExError : public std::exception {
 };
 
 }  // namespace quern
-
-#endif

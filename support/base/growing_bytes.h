@@ -1,5 +1,4 @@
-#ifndef SUPPORT_BASE_GROWING_BYTES_H
-#define SUPPORT_BASE_GROWING_BYTES_H
+#pragma once
 
 #include <algorithm>
 #include <cstddef>
@@ -83,5 +82,3 @@ class GrowingBytes {
 
 // A short name for the code of this project. No installed header includes this one.
 using kem::GrowingBytes;
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SUPPORT_BASE_JOINED_H
-#define SUPPORT_BASE_JOINED_H
+#pragma once
 
 #include <initializer_list>
 #include <string>
@@ -21,5 +20,3 @@ inline std::string joined(std::initializer_list<std::string_view> pieces) {
 
 // Short names for the code of this project. No installed header includes this one.
 using kem::joined;
-
-#endif

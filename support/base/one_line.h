@@ -1,5 +1,4 @@
-#ifndef SUPPORT_BASE_ONE_LINE_H
-#define SUPPORT_BASE_ONE_LINE_H
+#pragma once
 
 #include <algorithm>
 #include <string>
@@ -17,5 +16,3 @@ inline std::string in_one_line(std::string text) {
 
 // Short names for the code of this project. No installed header includes this one.
 using kem::in_one_line;
-
-#endif

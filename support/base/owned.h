@@ -1,5 +1,4 @@
-#ifndef SUPPORT_BASE_OWNED_H
-#define SUPPORT_BASE_OWNED_H
+#pragma once
 
 #include <cstdio>
 #include <cstdlib>
@@ -54,5 +53,3 @@ using kem::FreeMemory;
 using kem::OwnedDescriptor;
 using kem::OwnedFile;
 using kem::OwnedText;
-
-#endif

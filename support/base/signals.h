@@ -1,5 +1,4 @@
-#ifndef SUPPORT_BASE_SIGNALS_H
-#define SUPPORT_BASE_SIGNALS_H
+#pragma once
 
 #include <csignal>
 #include <initializer_list>
@@ -47,5 +46,3 @@ class SignalBlock {
  private:
   sigset_t before_{};
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SUPPORT_BASE_WRITE_PIECES_H
-#define SUPPORT_BASE_WRITE_PIECES_H
+#pragma once
 
 #include <cstdio>
 #include <initializer_list>
@@ -19,5 +18,3 @@ inline void write_pieces(FILE* file, std::initializer_list<std::string_view> pie
 
 // Short names for the code of this project. No installed header includes this one.
 using kem::write_pieces;
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_DIFFERENTIAL_ADDRESS_GENERATOR_H
-#define TESTS_DIFFERENTIAL_ADDRESS_GENERATOR_H
+#pragma once
 
 #include <string>
 
@@ -16,5 +15,3 @@ std::string make_gap(Random& random);
 
 /// `field` without the lines that hold nothing but blanks, which neighbouring gaps can leave.
 std::string without_blank_lines(const std::string& field);
-
-#endif

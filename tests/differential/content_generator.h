@@ -1,5 +1,4 @@
-#ifndef TESTS_DIFFERENTIAL_CONTENT_GENERATOR_H
-#define TESTS_DIFFERENTIAL_CONTENT_GENERATOR_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -17,5 +16,3 @@ struct Entity {
 /// A well-formed entity of any kind, with the fields that describe its content and no others
 /// (RFC 2045, 2046). `depth`: how many multipart entities contain it.
 Entity make_content(Random& random, unsigned depth);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_DIFFERENTIAL_DIFFERENCE_RULES_H
-#define TESTS_DIFFERENTIAL_DIFFERENCE_RULES_H
+#pragma once
 
 #include <vector>
 
@@ -20,5 +19,3 @@ const std::vector<DifferenceRule>& header_rules();
 
 /// The rules for the charset and body of the text part, in the order in which they apply.
 const std::vector<DifferenceRule>& body_rules();
-
-#endif

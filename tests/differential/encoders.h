@@ -1,5 +1,4 @@
-#ifndef TESTS_DIFFERENTIAL_ENCODERS_H
-#define TESTS_DIFFERENTIAL_ENCODERS_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -30,5 +29,3 @@ std::string encode_uu(std::string_view text);
 
 /// One encoded word (RFC 2047) of `text`. `charset` may bring a language along (RFC 2231, 5).
 std::string encode_word(Random& random, std::string_view charset, std::string_view text);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_DIFFERENTIAL_MUTATION_H
-#define TESTS_DIFFERENTIAL_MUTATION_H
+#pragma once
 
 #include <string>
 
@@ -8,5 +7,3 @@
 /// `message` with a few changes in its header: bytes and pieces of syntax put in, taken out,
 /// doubled and moved, without regard to what is well-formed.
 std::string mutate(Random& random, std::string message);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_DIFFERENTIAL_RANDOM_H
-#define TESTS_DIFFERENTIAL_RANDOM_H
+#pragma once
 
 #include <cstddef>
 #include <random>
@@ -50,5 +49,3 @@ class Random {
  private:
   std::mt19937 engine_;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_DIFFERENTIAL_READING_H
-#define TESTS_DIFFERENTIAL_READING_H
+#pragma once
 
 #include <ostream>
 #include <string>
@@ -22,5 +21,3 @@ void PrintTo(const Reading& reading, std::ostream* out);
 
 /// The reading of our own parser and decoders. `message` is what arrives on standard input.
 Reading read_with_mimelib(const std::string& message);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_DIFFERENTIAL_SECOND_OPINION_H
-#define TESTS_DIFFERENTIAL_SECOND_OPINION_H
+#pragma once
 
 #include <gmime/gmime.h>
 #include <string>
@@ -39,5 +38,3 @@ std::string gmime_decode_words(const std::string& value);
 
 /// `text` without its transfer encoding.
 std::string gmime_decode_body(const std::string& text, GMimeContentEncoding encoding);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_DIFFERENTIAL_SEED_H
-#define TESTS_DIFFERENTIAL_SEED_H
+#pragma once
 
 #include <cstdlib>
 #include <iostream>
@@ -17,5 +16,3 @@ inline unsigned first_seed() {
   }();
   return seed;
 }
-
-#endif

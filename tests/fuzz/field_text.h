@@ -1,5 +1,4 @@
-#ifndef TESTS_FUZZ_FIELD_TEXT_H
-#define TESTS_FUZZ_FIELD_TEXT_H
+#pragma once
 
 #include <cstddef>
 #include <string_view>
@@ -28,5 +27,3 @@ inline bool ends_in_word_and_blanks(std::string_view value) {
   while (end > 0 && is_blank(value[end - 1])) --end;
   return end < value.size() && word_ends_before(value, end);
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_FUZZ_FUZZ_H
-#define TESTS_FUZZ_FUZZ_H
+#pragma once
 
 #include <cstdint>
 #include <cstdio>
@@ -55,5 +54,3 @@ class Input {
  private:
   std::string_view rest_;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_FUZZ_RECEIVED_H
-#define TESTS_FUZZ_RECEIVED_H
+#pragma once
 
 #include <optional>
 #include <stdexcept>
@@ -35,5 +34,3 @@ inline void check_received(const IncomingMessage& record, size_t message_size) {
   }
   require(stays_in_its_field(record.sender), "the sender stays in its field");
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_FUZZ_UTF8_H
-#define TESTS_FUZZ_UTF8_H
+#pragma once
 
 #include <cstdint>
 #include <string_view>
@@ -32,5 +31,3 @@ inline bool is_utf8(std::string_view text, uint32_t largest) {
   }
   return true;
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_MIME_CHARSET_CALLS_H
-#define TESTS_MIME_CHARSET_CALLS_H
+#pragma once
 
 #include <algorithm>
 #include <memory>
@@ -39,5 +38,3 @@ inline std::string failure(std::string_view text, const std::string& from, const
   }
   return "nothing thrown";
 }
-
-#endif

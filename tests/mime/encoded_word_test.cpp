@@ -176,4 +176,49 @@ TEST(DecodeWord, ReadsALongWordInLinearTime) {
   EXPECT_EQ(rfc1522_decode_word("=?utf-8?Q?" + data + "?="), data);
 }
 
+class UnfoldedField : public testing::TestWithParam<Value> {};
+
+TEST_P(UnfoldedField, IsDecodedAsOneLine) {
+  const Value& row = GetParam();
+  testing::internal::CaptureStderr();
+  const std::string got = decode_unfolded(row.value);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), row.message);
+  EXPECT_EQ(got, row.want);
+}
+
+constexpr Value kFolded[] = {
+    {"Nothing", "", "", ""},
+    {"OneLine", "Re:  Hello =?utf-8?Q?a?= =?utf-8?Q?b?= =?utf-8?B?Yw==?= d", "Re:  Hello abc d",
+     ""},
+    {"PlainLines", "Your order\n of\n\t Monday", "Your order of\t Monday", ""},
+    {"PlainLinesWithCarriageReturns", "Your order\r\n of Monday", "Your order of Monday", ""},
+    {"EncodedLines", "=?UTF-8?Q?Gr=C3=BC=C3=9Fe_aus?=\n =?UTF-8?Q?_K=C3=B6ln?=",
+     "Gr\xC3\xBC\xC3\x9F"
+     "e aus K\xC3\xB6ln",
+     ""},
+    {"TextBetweenWords", "=?utf-8?Q?a?=\n x\n =?utf-8?Q?b?=", "a x b", ""},
+    {"CharacterSplitBetweenWords", "=?UTF-8?B?R3LD?=\n =?utf-8?B?vMOfZQ==?=",
+     "Gr\xC3\xBC\xC3\x9F"
+     "e",
+     ""},
+    {"CharacterSplitBetweenEncodings", "=?utf-8?Q?=C3?= =?utf-8?B?vA==?=", "\xC3\xBC", ""},
+    {"WordsWhoseCharsetsTakeTurns", "=?iso-8859-1?Q?=E4?= =?utf-8?Q?=C3=A4?= =?iso-8859-1?Q?=E4?=",
+     "\xC3\xA4\xC3\xA4\xC3\xA4", ""},
+    {"LineEndThatIsNoFold", "a\nb\rc\r d\n", "a\nb\rc\r d\n", ""},
+    {"EmptyLineOfAFold", "a\n \n b", "a  b", ""},
+    {"BlanksAfterALastWord", "=?utf-8?Q?a?= \t", "a \t", ""},
+    {"TextLikeTheEndOfAWord", "what?= =?utf-8?Q?b?=", "what?= b", ""},
+    {"EmptyWords", "=?utf-8?Q?\?= =?utf-8?Q?\?=", "", ""},
+    {"MalformedWord", "=?utf-8?Q?a?=\n =?utf-8?Q?b", "a =?utf-8?Q?b",
+     "wrong rfc1522 sequence (no data): =?utf-8?Q?b\n"},
+    {"TextAfterAWord", "=?utf-8?Q?a?= =?utf-8?Q?b?=c", "a bc",
+     "wrong rfc1522 sequence (trailing stuff): =?utf-8?Q?b?=c\n"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, UnfoldedField, testing::ValuesIn(kFolded));
+
+TEST(UnfoldedField, ThrowsForACharacterWithoutItsEnd) {
+  EXPECT_THROW(decode_unfolded("=?utf-8?Q?=C3?=\n x"), quern::ExError);
+  EXPECT_THROW(decode_unfolded("=?utf-8?Q?=C3?= =?iso-8859-1?Q?=BC?="), quern::ExError);
+}
 }  // namespace

@@ -1,5 +1,4 @@
-#ifndef TESTS_MIME_ICONV_SPY_H
-#define TESTS_MIME_ICONV_SPY_H
+#pragma once
 
 /// Controls the iconv functions that replace the C library's in this program: they count open
 /// conversions and fail on demand.
@@ -11,5 +10,3 @@ struct IconvSpy {
   bool reads = true;           ///< false: a step fills the output and reads nothing
 };
 extern IconvSpy iconv_spy;
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_MIME_PAYLOAD_H
-#define TESTS_MIME_PAYLOAD_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -22,5 +21,3 @@ inline void expect_decoded(const Payload& row, std::string (*decode)(std::string
   EXPECT_EQ(testing::internal::GetCapturedStderr(), row.message);
   EXPECT_EQ(got, row.want);
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_MIMELIB_DW_STRINGS_H
-#define TESTS_MIMELIB_DW_STRINGS_H
+#pragma once
 
 #include <cstddef>
 
@@ -17,5 +16,3 @@ inline DwString slice_of(const DwString& text, size_t start, size_t length) {
   const Component whole(text);
   return whole.Slice(whole.text().substr(start, length));
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TESTS_MIMELIB_ENCODED_H
-#define TESTS_MIMELIB_ENCODED_H
+#pragma once
 
 #include <string_view>
 
@@ -21,5 +20,3 @@ inline void expect_decoded(const Encoded& row, int (*decode)(const DwString&, Dw
   EXPECT_EQ(decode(string_of(row.text), out), row.status);
   EXPECT_EQ(bytes_of(out), row.want);
 }
-
-#endif

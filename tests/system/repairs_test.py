@@ -82,24 +82,39 @@ def test_the_notifications_reply_to_has_its_line(repaired, reply_to, first):
     assert notice.message.startswith(first)
 
 
-# --- a subject that breaks its decoder -----------------------------------------------------------
+# --- the subject ---------------------------------------------------------------------------------
 
-def test_a_subject_that_breaks_its_decoder_is_empty(repaired):
-    rule = repaired.rule()
+def test_a_subject_that_breaks_its_decoder_is_read(repaired):
+    rule = repaired.rule(keystr="a", key_where="subj")
     repaired.forward(rule, "copy@colleague.example")
     result = repaired.run(ABORTING)
-    assert (result.status, result.err) == (
-        0, b"Could not convert message subject text from US-ASCII to UTF-8.\n")
+    assert (result.status, result.err) == (0, b"")
     assert repaired.temporary_files() == []
     copy, reply = repaired.mails()
     assert copy.message == ABORTING + b"\n"
-    assert b"\nSubject: Re: \n" in reply.message
+    assert b"\nSubject: Re: a \n" in reply.message
 
 
-def test_a_trigger_is_not_in_such_a_subject(repaired):
-    repaired.rule(keystr="a", key_where="subj")
-    repaired.run(ABORTING)
-    assert repaired.mails() == []
+FOLDED = message(subject="=?UTF-8?Q?Gr=C3=BC=C3=9Fe_aus?=\n =?UTF-8?B?IEvD?=\n\t=?UTF-8?B?tmxu?=")
+
+
+@pytest.mark.parametrize("line_end", [b"\n", b"\r\n"], ids=repr)
+@pytest.mark.parametrize("limit", [None, "10"], ids=["reply", "notice"])
+def test_a_folded_subject_is_one_line(repaired, limit, line_end):
+    repaired.limit(limit)
+    repaired.rule(keystr="Grüße aus Köln", key_where="subj", subject="On <request_subject>!")
+    result = repaired.run(FOLDED.replace(b"\n", line_end))
+    assert (result.status, result.err) == (0, b"")
+    text = repaired.mails()[0].message
+    assert b"\nSubject: =?utf-8?Q?On_Gr=C3=BC=C3=9Fe_aus_K=C3=B6ln=21?=\n" in text or limit
+    assert b"=0A" not in text and b"=C3=BC=C3=9Fe_aus_K=C3=B6ln" in text
+
+
+def test_without_repairs_the_fold_reaches_the_reply(panel):
+    panel.rule()
+    result = panel.run(message(subject="=?utf-8?Q?a?=\n =?utf-8?Q?b?="))
+    assert result.err == b"wrong rfc1522 sequence (trailing stuff): =?utf-8?Q?a?=\n\n"
+    assert b"\nSubject: =?utf-8?Q?Re:_a=0A_b?=\n" in panel.mails()[0].message
 
 
 # --- whole mails only ----------------------------------------------------------------------------
@@ -244,11 +259,25 @@ def test_explain_tells_that_the_run_would_not_abort(panel):
     panel.rule()
     assert told_changes(panel, ABORTING) == (["subject"], [])
     assert panel.explain(ABORTING).out.decode().endswith(
-        "Switches: repairs off, courtesy off.\n  repairs on  the run would not abort, and the"
-        " subject would count as empty\n")
+        "Switches: repairs off, courtesy off.\n  repairs on  the subject would be read as"
+        " one line, which never aborts the run\n")
     panel.switch(repairs=True)
     answer = panel.explain(ABORTING, "--json").answer()
-    assert (answer["verdict"], answer["message"]["subject"]) == ("reply", "")
+    assert (answer["verdict"], answer["message"]["subject"]) == ("reply", "a ")
+
+
+def test_explain_tells_how_a_folded_subject_would_read(panel):
+    panel.rule()
+    answer = panel.explain(FOLDED, "--json").answer()
+    assert answer["with_repairs"] == ["subject"]
+    assert answer["message"]["subject_with_repairs"] == "Grüße aus Köln"
+    told = panel.explain(FOLDED)
+    assert '\n  repairs on  the subject would read "Grüße aus Köln"\n'.encode() in told.out
+    assert told.err.count(b"Could not convert message subject text") == 1
+    panel.switch(repairs=True)
+    answer = panel.explain(FOLDED, "--json").answer()
+    assert answer["message"]["subject"] == "Grüße aus Köln"
+    assert "with_repairs" not in answer and "subject_with_repairs" not in answer["message"]
 
 
 def test_repairs_would_change_nothing_for_most_messages(panel):

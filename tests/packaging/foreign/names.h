@@ -1,5 +1,4 @@
-#ifndef FOREIGN_NAMES_H
-#define FOREIGN_NAMES_H
+#pragma once
 
 // Classes and functions as another program may have them, with the names of the library's internal
 // ones. Each counts its calls, and does nothing else.
@@ -123,5 +122,3 @@ const char* find_conf_value(const char* text, size_t length, const char* key);
 
 /// Calls every one of them once.
 void call_all();
-
-#endif
