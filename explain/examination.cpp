@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fmt/format.h>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
@@ -16,6 +15,7 @@
 #include "autoresponder/run/configuration.h"
 #include "autoresponder/run/incoming.h"
 #include "autoresponder/run/process.h"
+#include "explain/check/formatting.h"
 #include "explain/held_output.h"
 #include "explain/recorded_effects.h"
 #include "explain/repairs.h"
@@ -38,7 +38,7 @@ MessageBuffer load_message(const std::string& file_name) {
   if (!in.eof()) {
     const std::string name = file_name == "-" ? "standard input" : file_name;
     throw CannotTell(Reason::kMessageUnreadable,
-                     fmt::format("Unable to read {}: {}", name, strerror(errno)));
+                     formatted("Unable to read {}: {}", name, strerror(errno)));
   }
   *message.RoomFor(1) = '\n';
   message.Add(1);
@@ -168,7 +168,7 @@ Reason examine_panel(const Options& options, Explanation& explanation) {
   if (!explanation.panel.mailbox) return Reason::kMailboxNotFound;
   examine_rules(database, options, explanation);
   if (options.rule && explanation.rules.empty()) {
-    throw CannotTell(Reason::kNoSuchRule, fmt::format("The mailbox has no rule {}", *options.rule));
+    throw CannotTell(Reason::kNoSuchRule, formatted("The mailbox has no rule {}", *options.rule));
   }
   const Reason reason = reason_of(explanation.rules);
   explanation.objection = objection_of(explanation.rules);

@@ -57,7 +57,7 @@ void write_answered(std::ostream& out, const std::vector<AnsweredSender>& sender
 
 void write_rule(std::ostream& out, const ListedRule& listed, const TextStyle& style) {
   const ResponderRule& rule = listed.rule;
-  const std::string title = fmt::format("Rule {}", printable(rule.id));
+  const std::string title = formatted("Rule {}", printable(rule.id));
   const std::string state = is_active(rule) ? coloured(Colour::kGreen, "is on", style)
                                             : coloured(Colour::kRed, "is off", style);
   out << '\n' << coloured(Colour::kBold, title, style) << ' ' << state << '\n';

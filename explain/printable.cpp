@@ -1,9 +1,10 @@
 #include "explain/printable.h"
 
 #include <cstdint>
-#include <fmt/format.h>
 #include <unictype.h>
 #include <unistr.h>
+
+#include "explain/check/formatting.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ std::string printable_but(std::string_view text, std::string_view allowed) {
       result += character;
     } else {
       for (const char byte : character)
-        result += fmt::format("\\x{:02X}", static_cast<uint8_t>(byte));
+        result += formatted("\\x{:02X}", static_cast<uint8_t>(byte));
     }
     text.remove_prefix(character.size());
   }

@@ -40,7 +40,7 @@ const char* words(Enumeration value) {
 }
 
 std::string quoted(const std::string& text) {
-  return fmt::format("\"{}\"", printable(text));
+  return formatted("\"{}\"", printable(text));
 }
 
 std::string after_colon(const std::string& text) {
@@ -156,7 +156,7 @@ void Report::Changes(const std::vector<const Repair*>& repairs) {
 void Report::Rule(const RuleExplanation& facts) {
   const Colour colour = is_reply(facts.outcome) ? Colour::kGreen : Colour::kRed;
   out_ << '\n'
-       << Coloured(Colour::kBold, fmt::format("Rule {}", printable(facts.rule.id))) << ' '
+       << Coloured(Colour::kBold, formatted("Rule {}", printable(facts.rule.id))) << ' '
        << Coloured(colour, words_for(facts).text + after_colon(facts.answer.objection)) << '\n';
   if (facts.trigger) Trigger(facts.rule, *facts.trigger);
   const AnswerFacts& answer = facts.answer;

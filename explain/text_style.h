@@ -1,9 +1,10 @@
 #pragma once
 
-#include <fmt/format.h>
 #include <iomanip>
 #include <ostream>
 #include <string>
+
+#include "explain/check/formatting.h"
 
 /// How a report is written.
 struct TextStyle {
@@ -18,7 +19,7 @@ enum class Colour { kBold = 1, kRed = 31, kGreen = 32, kYellow = 33 };
 /// `text` in the colour, if the style has colours.
 inline std::string coloured(Colour colour, const std::string& text, const TextStyle& style) {
   if (!style.in_colour) return text;
-  return fmt::format("\033[{}m{}\033[0m", static_cast<int>(colour), text);
+  return formatted("\033[{}m{}\033[0m", static_cast<int>(colour), text);
 }
 
 /// Begins a line of a report with the name of a topic.

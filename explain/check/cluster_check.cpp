@@ -52,7 +52,7 @@ void check_tables_of_node(Inspection& inspection) {
   while (const Row row = rows.Next()) {
     const std::string engine = text_or(row[kEngine], "");
     if (std::string(text_or(row[kKeyColumns], "")) == "0") append_name(without_key, row[kName]);
-    if (engine != "InnoDB") append_name(other_engine, fmt::format("{} ({})", row[kName], engine));
+    if (engine != "InnoDB") append_name(other_engine, formatted("{} ({})", row[kName], engine));
   }
   if (!without_key.empty()) {
     inspection.Warning(

@@ -104,7 +104,7 @@ void check_group(unsigned group, const std::vector<std::string>& domains, Inspec
     inspection.Error("delivery_group",
                      "Mail to {}{} is delivered with the primary group {}, and {} belongs to group "
                      "{}: these deliveries cannot start it.",
-                     domains[0], others > 0 ? fmt::format(" and {} more", others) : "", group, path,
+                     domains[0], others > 0 ? formatted(" and {} more", others) : "", group, path,
                      state->st_gid);
   }
 }

@@ -33,9 +33,9 @@ constexpr Index kIndexes[] = {
 // help a comparison.
 bool has_index(const Index& index, PanelDatabase& database) {
   auto rows = database.TryQuery(
-      fmt::format("show index from `{}` where Seq_in_index=1 and Column_name='{}' and "
-                  "Index_type in ('BTREE', 'HASH') and Comment=''",
-                  index.table, index.column));
+      formatted("show index from `{}` where Seq_in_index=1 and Column_name='{}' and "
+                "Index_type in ('BTREE', 'HASH') and Comment=''",
+                index.table, index.column));
   return !rows || rows->Next() != nullptr;
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <fmt/format.h>
 #include <optional>
 #include <string>
 
 #include "autoresponder/message/switches.h"
 #include "autoresponder/panel/panel_database.h"
 #include "explain/check/finding.h"
+#include "explain/check/formatting.h"
 
 /// What the checks know and have found. Each check adds its findings; the earlier ones fill in what
 /// the later ones need.
@@ -41,6 +41,6 @@ struct Inspection {
  private:
   template <typename... Values>
   void Add(Severity severity, const char* code, const char* format, const Values&... values) {
-    findings.push_back({severity, code, fmt::format(fmt::runtime(format), values...)});
+    findings.push_back({severity, code, formatted(format, values...)});
   }
 };

@@ -43,7 +43,7 @@ void check_other_columns(const TableDefinition& table, Inspection& inspection) {
 // Prepares the statement but never executes it: the server checks the rights when it prepares.
 void check_right(const char* statement, Inspection& inspection) {
   try {
-    inspection.database->Query(fmt::format("prepare never_executed from '{}'", statement), "");
+    inspection.database->Query(formatted("prepare never_executed from '{}'", statement), "");
   } catch (const PanelFailure& failure) {
     if (failure.error() != kTableDenied && failure.error() != kColumnDenied) return;
     inspection.Error("right_missing",

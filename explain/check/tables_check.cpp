@@ -16,7 +16,7 @@ struct Column {
 // What is wrong with the type of a column; empty if nothing is. A number that owners choose or that
 // the limiter counts, or the id of a row.
 std::string problem_of_number(const Column& /*use*/, const ColumnDefinition& column) {
-  if (!column.IsInteger()) return fmt::format("is of type {} and no whole number", column.type);
+  if (!column.IsInteger()) return formatted("is of type {} and no whole number", column.type);
   return column.type == "tinyint" ? "is of type tinyint, which larger numbers do not fit into" : "";
 }
 
@@ -26,16 +26,16 @@ std::string problem_of_size(const ColumnDefinition& column, long least) {
       column.Is({"text", "mediumtext", "longtext", "blob", "mediumblob", "longblob"});
   const bool is_small = column.Is({"tinytext", "tinyblob"});
   const bool is_sized = column.Is({"char", "varchar", "binary", "varbinary"});
-  if (!is_any_size && !is_small && !is_sized) return fmt::format("is of type {}", column.type);
+  if (!is_any_size && !is_small && !is_sized) return formatted("is of type {}", column.type);
   const long size = is_small ? 255 : column.size;
   if (!is_any_size && size < least) {
-    return fmt::format("holds no more than {} characters", size);
+    return formatted("holds no more than {} characters", size);
   }
   const bool has_charset = column.type.find('b') == std::string::npos;  // no blob, not binary
   const bool is_complete =
       column.charset.empty() || column.charset == "binary" || column.charset.rfind("ut", 0) == 0;
   return has_charset && !is_complete
-             ? fmt::format("has the character set {}, which lacks most characters", column.charset)
+             ? formatted("has the character set {}, which lacks most characters", column.charset)
              : "";
 }
 
@@ -53,11 +53,11 @@ std::string problem_of_address(const Column& /*use*/, const ColumnDefinition& co
 }
 
 std::string problem_of_word(const Column& use, const ColumnDefinition& column) {
-  if (column.IsInteger()) return fmt::format("is a number, not one of {}", use.words);
+  if (column.IsInteger()) return formatted("is a number, not one of {}", use.words);
   if (column.type != "enum") return "";
   std::string words = use.words;
   for (char* word = strtok(words.data(), " "); word != nullptr; word = strtok(nullptr, " ")) {
-    if (!column.Has(word)) return fmt::format("does not know the word {}", word);
+    if (!column.Has(word)) return formatted("does not know the word {}", word);
   }
   return "";
 }
@@ -103,7 +103,7 @@ constexpr Column kColumns[] = {
 };
 
 std::string name_of(const Column& column) {
-  return fmt::format("{}.{}", column.table, column.name);
+  return formatted("{}.{}", column.table, column.name);
 }
 
 void check_types(const char* name, const TableDefinition& table, Inspection& inspection) {
@@ -136,7 +136,7 @@ const char* code_of(unsigned error) {
 bool check_column(const Column& column, Inspection& inspection) {
   try {
     inspection.database->Query(
-        fmt::format("select `{}` from `{}` limit 0", column.name, column.table), "");
+        formatted("select `{}` from `{}` limit 0", column.name, column.table), "");
     return true;
   } catch (const PanelFailure& failure) {
     inspection.Error(code_of(failure.error()), "A run cannot read {}: {}.", name_of(column),
@@ -165,7 +165,7 @@ void check_tables(Inspection& inspection) {
     if (!check_columns(last, inspection)) continue;
     const TableDefinition table = read_table_definition(last, *inspection.database);
     if (table.empty())
-      inspection.Unseen(fmt::format("The types of the columns of {}", last), kNoTypes);
+      inspection.Unseen(formatted("The types of the columns of {}", last), kNoTypes);
     check_types(last, table, inspection);
   }
 }
