@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <strings.h>
+#include <utility>
 
 #include "mime/base64.h"
 #include "mime/charset.h"
@@ -109,9 +110,8 @@ class JoinedWords {
 
   // Writes them in UTF-8, and has none left.
   void Write() {
-    if (charset_) out_.Adopt(to_utf8(bytes_, *charset_));
+    if (charset_) out_.Adopt(to_utf8(std::exchange(bytes_, {}), *charset_));
     charset_.reset();
-    bytes_.clear();
   }
 
  private:
@@ -156,7 +156,9 @@ std::string rfc1522_decode_word(std::string_view token) {
     return std::string(token);
   }
   if (!word.trailing.empty()) warn("trailing stuff", token);
-  return to_utf8(decode_data(word), word.charset).append(word.trailing);
+  std::string text = to_utf8(decode_data(word), word.charset);
+  text += word.trailing;
+  return text;
 }
 
 std::string decode_unfolded(std::string_view field) {

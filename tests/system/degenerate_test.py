@@ -73,12 +73,18 @@ def test_courtesy_costs_grow_no_faster_than_the_message(rules, kind):
     check_growth(rules, kind, COURTESY_KINDS[kind])
 
 
-def check_growth(rules, kind, make):
+@pytest.mark.parametrize("kind", [kind for kind in KINDS if "word" in kind or "subject" in kind])
+def test_a_subject_costs_no_more_with_repairs_than_its_unfolded_copy(rules, kind):
+    sandbox.write_conf({**sandbox.conf_values(), "AUTORESPONDER_REPAIRS": "on"})
+    check_growth(rules, kind, KINDS[kind], copies=1)
+
+
+def check_growth(rules, kind, make, copies=0):
     small, large = (cost(rules, make(size)) for size in (SMALL, GROWTH * SMALL))
     if SANITIZED:
         return  # the sanitizers' own costs are too high; the run ended, at least
     size = GROWTH * SMALL
-    assert large[0] <= rules.base + MAX_MEMORY.get(kind, 3) * size + (2 << 20)
+    assert large[0] <= rules.base + (MAX_MEMORY.get(kind, 3) + copies) * size + (2 << 20)
     assert large[1] <= 1.5 * GROWTH * small[1] + 0.3
 
 
