@@ -164,7 +164,8 @@ void examine_courtesy(PanelDatabase& database, Explanation& explanation) {
 Reason examine_panel(const Options& options, Explanation& explanation) {
   EscapedRecipient recipient = escape_recipient(explanation.message);
   PanelDatabase database = PanelDatabase::ReadOnly();
-  find_rules(database, explanation.message, std::move(recipient), explanation.panel);
+  find_rules(database, explanation.message, std::move(recipient), explanation.switches.repairs,
+             explanation.panel);
   if (!explanation.panel.mailbox) return Reason::kMailboxNotFound;
   examine_rules(database, options, explanation);
   if (options.rule && explanation.rules.empty()) {

@@ -45,6 +45,8 @@ enum class RuleOutcome {
   kLimitReached,
   kCourtesy,           ///< courtesy is on and forbids the reply
   kNotWhole,           ///< its attachments could not be appended completely
+  kReadAsOption,       ///< sendmail reads the sender as an option; no reply leaves
+  kReplyToUnreadable,  ///< the mail server cannot parse the rule's Reply-To; no reply leaves
   kCommandNotRun,      ///< the command that sends the reply would not run
   kRecipientNotAscii,  ///< the address has no ASCII form; the run ends with status 1
   kStatementFails,     ///< the database refuses a statement; the run ends

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <iterator>
 
+#include "autoresponder/panel/reply_to.h"
 #include "autoresponder/reply/forwarding.h"
 #include "autoresponder/reply/plain_command.h"
 #include "autoresponder/reply/sendmail.h"
+#include "mime/file_name.h"
+#include "mime/header_encode.h"
 #include "support/base/one_line.h"
 
 namespace {
@@ -75,6 +78,20 @@ class Changes {
 
   bool NotificationField() const { return facts_.notification && *rule_.reply_to != '\0'; }
 
+  bool FileNames() const {
+    const auto& found = facts_.attachments.found;
+    return std::any_of(found.begin(), found.end(), [](const Attachment& attachment) {
+      const std::string& name = attachment.name;
+      return file_name_parameter(name) != "\"" + header_encode(name) + "\"";
+    });
+  }
+
+  bool LocalParts() const {
+    return IsReplyBuilt() && without_quotes(message_.sender) != message_.sender;
+  }
+
+  bool ReplyTo() const { return IsReplyBuilt() && !can_be_parsed(rule_.reply_to); }
+
  private:
   // False if courtesy forbids the reply.
   bool IsReplyBuilt() const { return facts_.objection.empty(); }
@@ -99,6 +116,9 @@ constexpr Question kQuestions[] = {
     {"store", &Changes::Store},
     {"lines", &Changes::Lines},
     {"notification", &Changes::NotificationField},
+    {"file_names", &Changes::FileNames},
+    {"local_parts", &Changes::LocalParts},
+    {"reply_to", &Changes::ReplyTo},
 };
 
 }  // namespace

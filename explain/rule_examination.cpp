@@ -1,5 +1,7 @@
 #include "explain/rule_examination.h"
 
+#include "autoresponder/panel/reply_to.h"
+#include "autoresponder/reply/sendmail.h"
 #include "autoresponder/run/temporary_files.h"
 #include "explain/recorded_effects.h"
 #include "explain/repairs.h"
@@ -10,19 +12,22 @@ RuleOutcome outcome_of_limiter(const LimiterFacts& limiter) {
   return limiter.step ? RuleOutcome::kLimitReached : RuleOutcome::kNeverReplies;
 }
 
-RuleOutcome outcome_of_reply(const RuleExplanation& facts) {
+RuleOutcome outcome_of_reply(const Explanation& explanation, const RuleExplanation& facts) {
   if (facts.answer.unsent == Unsent::kNotWhole) return RuleOutcome::kNotWhole;
   if (facts.answer.unsent) {
     throw CannotTell(Reason::kReplyNotBuilt, "Unable to build the reply in memory.");
   }
   if (facts.commands.back().not_run) return RuleOutcome::kCommandNotRun;
+  if (is_option(explanation.message.sender)) return RuleOutcome::kReadAsOption;
+  const RepairedRule sent(facts.rule, explanation.switches.repairs);
+  if (!can_be_parsed(sent.rule().reply_to)) return RuleOutcome::kReplyToUnreadable;
   return facts.answer.reply->is_replaced ? RuleOutcome::kRepliesWithNotice : RuleOutcome::kReplies;
 }
 
-RuleOutcome outcome_of_answer(const RuleExplanation& facts) {
+RuleOutcome outcome_of_answer(const Explanation& explanation, const RuleExplanation& facts) {
   if (!allows_reply(*facts.answer.limiter)) return outcome_of_limiter(*facts.answer.limiter);
   if (!facts.answer.objection.empty()) return RuleOutcome::kCourtesy;
-  return outcome_of_reply(facts);
+  return outcome_of_reply(explanation, facts);
 }
 
 // Finds out what the run would do, and keeps what was found even if a statement fails.
@@ -59,7 +64,7 @@ void examine_rule(PanelDatabase& database, const Explanation& explanation, bool 
       facts.outcome = RuleOutcome::kNotTriggered;
     } else {
       examine_answer(database, explanation, whole_reply, facts);
-      facts.outcome = outcome_of_answer(facts);
+      facts.outcome = outcome_of_answer(explanation, facts);
     }
   } catch (const NotAscii&) {
     facts.outcome = RuleOutcome::kRecipientNotAscii;

@@ -33,6 +33,10 @@ Words words_of(RuleOutcome outcome) {
       {RuleOutcome::kNeverReplies, "never_replies", "allows no reply a day"},
       {RuleOutcome::kLimitReached, "limit_reached", "has answered this sender often enough today"},
       {RuleOutcome::kCourtesy, "courtesy", "sends no reply, courtesy"},
+      {RuleOutcome::kReadAsOption, "read_as_option",
+       "gets no reply out: the mail server reads the sender as an option"},
+      {RuleOutcome::kReplyToUnreadable, "reply_to_unreadable",
+       "gets no reply out: the mail server cannot parse its Reply-To"},
       {RuleOutcome::kNotWhole, "not_whole",
        "gets no reply out: its attachments cannot be appended completely"},
       {RuleOutcome::kRecipientNotAscii, "recipient_not_ascii",
@@ -203,6 +207,9 @@ const char* effect_of(const Repair& repair) {
       {"store", "an attachment that is no plain file in the store would count as missing"},
       {"lines", "control characters in the rule's header texts would become blanks"},
       {"notification", "the notification's Reply-To would get its line end"},
+      {"file_names", "mail programs would read the attachments' names as they are"},
+      {"local_parts", "the mail server would not quote the sender's quotes once more"},
+      {"reply_to", "the Reply-To, which the mail server cannot parse, would be left out"},
       {"subject", "the subject would be read as one line, which never aborts the run"},
   };
   const auto* const words =

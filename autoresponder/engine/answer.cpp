@@ -56,7 +56,7 @@ AttachedFiles collect_attachments(const Answer& a) {
 // send it.
 bool append(const Answer& a, const AttachedFiles& files, const std::string& boundary,
             const ResponseFile& reply) {
-  const int64_t size = reply.Size() + appended_size(a.facts.attachments.found, boundary);
+  const int64_t size = reply.Size() + appended_size(a.facts.attachments.found, boundary, a.repairs);
   const bool succeeded = a.effects.Run(attachment_command(files, boundary, reply, a.repairs));
   return !a.repairs.whole_attachments ||
          (succeeded && reply.Size() == size && are_unchanged(files));
@@ -115,14 +115,13 @@ void send_reply(const Answer& a) {
 void answer(PanelDatabase& database, const ResponderRule& rule, const MailboxRef& mailbox,
             const Delivery& delivery, Effects& effects, AnswerFacts& facts) {
   const Repairs& repairs = delivery.switches.repairs;
-  // Kept: control characters in a rule's texts reach the header, and can add lines to it. The
-  // repair of lines replaces them by blanks.
-  const RuleInOneLine in_one_line(rule);
-  const ResponderRule& answering = repairs.lines ? in_one_line.rule() : rule;
-  const Answer a{database,          answering, mailbox, delivery.message,
-                 delivery.switches, repairs,   effects, facts};
+  const RepairedRule repaired(rule, repairs);
+  const Answer a{database,          repaired.rule(), mailbox, delivery.message,
+                 delivery.switches, repairs,         effects, facts};
   facts.limiter = effects.AskLimiter(database, rule);
   if (!allows_reply(*facts.limiter)) return;
   forward_message(a, delivery.spool_path);
-  if (!is_withheld(a)) send_reply(a);
+  if (is_withheld(a)) return;
+  if (*a.rule.reply_to == '\0') facts.left_out_reply_to = rule.reply_to;
+  send_reply(a);
 }

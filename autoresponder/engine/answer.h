@@ -42,6 +42,7 @@ enum class Unsent {
 struct AnswerFacts {
   std::optional<LimiterFacts> limiter;
   std::optional<std::string> forwarding;  ///< the addresses, as in the command line
+  std::string left_out_reply_to;          ///< the rule's, if the mail server cannot parse it
   std::string objection;                  ///< why courtesy forbids the reply; empty if it does not
   AttachmentList attachments;
   std::optional<Notification> notification;  ///< about missing attachments

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "support/base/diagnose.h"
+#include "support/base/one_line.h"
 
 namespace {
 
@@ -18,9 +19,13 @@ const char* diagnostic_of(Unsent unsent) {
   return "autoresponder: not sent, because its file was removed: ";
 }
 
-void report_unsent(const AnswerFacts& facts) {
+void report_answer(const AnswerFacts& facts) {
   if (!facts.objection.empty()) {
     diagnose({"autoresponder: no reply, courtesy: ", facts.objection});
+  }
+  if (!facts.left_out_reply_to.empty()) {
+    diagnose({"autoresponder: left out a Reply-To that the mail server cannot parse: ",
+              in_one_line(facts.left_out_reply_to)});
   }
   if (facts.unsent) diagnose({diagnostic_of(*facts.unsent), facts.reply_path});
 }
@@ -28,7 +33,8 @@ void report_unsent(const AnswerFacts& facts) {
 }  // namespace
 
 void find_rules(PanelDatabase& database, const IncomingMessage& message, EscapedRecipient recipient,
-                MailboxRules& found) {
+                const Repairs& repairs, MailboxRules& found) {
+  if (repairs.characters) database.SpeakAllCharacters();
   found.mailbox = find_mailbox(database, message, std::move(recipient));
   if (!found.mailbox) return;
   found.rows = database.Query(rules_query(found.mailbox->mailbox.id));
@@ -41,7 +47,7 @@ void run_responder(const Delivery& delivery, Effects& effects) {
   EscapedRecipient recipient = escape_recipient(message);
   PanelDatabase database;
   MailboxRules found;
-  find_rules(database, message, std::move(recipient), found);
+  find_rules(database, message, std::move(recipient), delivery.switches.repairs, found);
   if (!found.mailbox) {
     diagnose({"autoresponder: Mailname not found: ", message.recipient_mailname, "@",
               message.recipient_domain});
@@ -50,6 +56,6 @@ void run_responder(const Delivery& delivery, Effects& effects) {
     if (!found.triggers[i].fires) continue;
     AnswerFacts facts;
     answer(database, found.rules[i], found.mailbox->mailbox, delivery, effects, facts);
-    report_unsent(facts);
+    report_answer(facts);
   }
 }

@@ -20,7 +20,7 @@ struct MailboxRules {
 /// by step, so that it is usable even after a `PanelFailure` (a query failed) or a `ReaderFailure`
 /// (the body cannot be read). `recipient`: the message's.
 void find_rules(PanelDatabase& database, const IncomingMessage& message, EscapedRecipient recipient,
-                MailboxRules& found);
+                const Repairs& repairs, MailboxRules& found);
 
 /// Finds the recipient's mailbox and answers the message by each of its rules that fires. Reports
 /// on standard error that there is no such mailbox, or why a reply is not sent. Throws

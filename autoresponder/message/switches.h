@@ -16,6 +16,10 @@ struct Repairs {
   bool whole_attachments = false;  ///< a reply is not sent if its attachments are not complete
   bool whole_notices = false;      ///< a notice is not sent if /tmp was full
   bool subject = false;            ///< a subject is read as one line, and aborts no run
+  bool characters = false;         ///< rules may hold any character, emojis too
+  bool file_names = false;         ///< mail programs read any attachment's name as it is
+  bool local_parts = false;        ///< a sender in quotes gets replies
+  bool reply_to = false;           ///< a Reply-To that costs the reply is left out
   bool turns = false;              ///< concurrent deliveries ask the limiter one after another
   bool evictions = false;          ///< a full memory without senders is not asked to forget one
   bool long_senders = false;       ///< a sender longer than the limiter's column is found again
@@ -41,6 +45,10 @@ constexpr Repair kRepairs[] = {
     {"whole_attachments", &Repairs::whole_attachments},
     {"whole_notices", &Repairs::whole_notices},
     {"subject", &Repairs::subject},
+    {"characters", &Repairs::characters},
+    {"file_names", &Repairs::file_names},
+    {"local_parts", &Repairs::local_parts},
+    {"reply_to", &Repairs::reply_to},
     {"turns", &Repairs::turns},
     {"evictions", &Repairs::evictions},
     {"limiter", &Repairs::long_senders},

@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdint>
 #include <cstdlib>
-#include <limits>
 #include <thread>
 #include <unistd.h>
 
-#include "autoresponder/panel/table_definition.h"
+#include "autoresponder/panel/sender_column.h"
 #include "support/base/joined.h"
 #include "support/libidn.h"
 
@@ -17,25 +15,6 @@ namespace {
 // SQL condition: the row is of an earlier day, by the clock of the database server.
 constexpr const char* kOfEarlierDay = "(TO_DAYS(NOW())-TO_DAYS(time_resp))>0";
 constexpr const char* kOfToday = " and ((TO_DAYS(NOW())-TO_DAYS(time_resp))>0) is not true";
-
-// How long a sender the column `email` of `resp_freq` can hold.
-struct ColumnWidth {
-  size_t max_size;     ///< in characters
-  bool is_of_unicode;  ///< otherwise a byte may count as a character
-};
-
-// Read from the table's definition: for a query of information_schema the server would write a
-// temporary file.
-ColumnWidth width_of_senders(PanelDatabase& database) {
-  const TableDefinition table =
-      parse_table_definition(definition_of(database.Query("show create table resp_freq")));
-  const auto column = table.find("email");
-  if (column == table.end() || !column->second.Is({"varchar", "char"})) {
-    return {std::numeric_limits<uint32_t>::max(), true};
-  }
-  const ColumnDefinition& email = column->second;
-  return {static_cast<size_t>(email.size), email.charset.rfind("utf8", 0) == 0};
-}
 
 // The rows of one rule in the table `resp_freq`, one for each sender. With kLook nothing is
 // written; instead, reading ignores the rows that kCount would have deleted.
@@ -101,7 +80,7 @@ class Memory {
  private:
   // A strict server refuses a sender that is longer than the column.
   void FailAsTheInsertWould() const {
-    const std::string max_size = std::to_string(width_of_senders(database_).max_size);
+    const std::string max_size = std::to_string(max_sender_length(database_));
     Rows rows =
         database_.Query(joined({"select @@sql_mode like '%STRICT%' and char_length(convert('",
                                 sender_.view(), "' using utf8mb4))>", max_size}));
@@ -170,40 +149,6 @@ LimiterStep limiter_step(const std::optional<std::string>& replies_today, int se
 
 namespace {
 
-bool begins_character(char byte) {
-  constexpr unsigned kTopBits = 0xC0;
-  constexpr unsigned kContinuation = 0x80;  // 10______
-  return (static_cast<unsigned char>(byte) & kTopBits) != kContinuation;
-}
-
-}  // namespace
-
-std::string_view first_characters(std::string_view text, size_t max_count) {
-  size_t characters = 0;
-  for (size_t at = 0; at < text.size(); ++at) {
-    if (begins_character(text[at]) && ++characters > max_count) return text.substr(0, at);
-  }
-  return text;
-}
-
-std::string_view first_bytes(std::string_view text, size_t max_size) {
-  if (text.size() <= max_size) return text;
-  size_t end = max_size;
-  while (end > 0 && !begins_character(text[end])) --end;
-  return text.substr(0, end);
-}
-
-namespace {
-
-// The sender, cut to the width of the column; nothing if it fits.
-std::optional<std::string> cut_sender(PanelDatabase& database, const std::string& sender) {
-  const ColumnWidth width = width_of_senders(database);
-  const std::string_view cut = width.is_of_unicode ? first_characters(sender, width.max_size)
-                                                   : first_bytes(sender, width.max_size);
-  if (cut.size() == sender.size()) return std::nullopt;
-  return std::string(cut);
-}
-
 // Carries out `facts.step`.
 void write(const Memory& memory, LimiterFacts& facts) {
   if (facts.step == LimiterStep::kCountUp) {
@@ -220,10 +165,10 @@ LimiterFacts decide(PanelDatabase& database, const IncomingMessage& message,
   if (never_replies(rule.ans_freq)) return facts;
   const Repairs& repairs = switches.repairs;
   const bool asks = repairs.long_senders || mode == LimiterMode::kLook;
-  const auto cut = asks ? cut_sender(database, message.sender) : std::nullopt;
-  facts.is_too_long = cut.has_value();
-  const bool cuts = cut && repairs.long_senders;
-  const Memory memory(database, rule, cuts ? *cut : message.sender, mode, repairs);
+  const auto held = asks ? std::make_optional(held_sender(database, message.sender)) : std::nullopt;
+  facts.is_too_long = held && held->size() < message.sender.size();
+  const bool is_held = held && repairs.long_senders;
+  const Memory memory(database, rule, is_held ? *held : message.sender, mode, repairs);
   facts.senders = memory.Senders();
   facts.replies_today = memory.RepliesToday();
   facts.step = limiter_step(facts.replies_today, facts.senders, rule.ans_freq, rule.mem_limit);

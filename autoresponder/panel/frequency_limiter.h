@@ -70,11 +70,3 @@ enum class LimiterMode {
 LimiterFacts check_reply_frequency(PanelDatabase& database, const IncomingMessage& message,
                                    const ResponderRule& rule, LimiterMode mode,
                                    const Switches& switches);
-
-/// The first `max_count` characters of `text` (UTF-8). A continuation byte (10______) always
-/// belongs to the character before it.
-std::string_view first_characters(std::string_view text, size_t max_count);
-
-/// The longest prefix of `text` (UTF-8) of at most `max_size` bytes that does not split a
-/// character.
-std::string_view first_bytes(std::string_view text, size_t max_size);

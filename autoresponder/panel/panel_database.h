@@ -73,6 +73,12 @@ class PanelDatabase {
   /// makes nobody wait. Throws `PanelFailure` if the connection fails.
   static PanelDatabase ReadOnly();
 
+  /// Lets the session speak UTF-8 of four bytes where the panel's setting makes it speak UTF-8, of
+  /// three bytes at most, and the server knows it.
+  void SpeakAllCharacters() {
+    if (db_utf8_mode == 1) TryQuery("SET NAMES utf8mb4");
+  }
+
   /// Runs a query. Returns nothing if it failed; `error()` says why.
   std::optional<Rows> TryQuery(const std::string& query);
 

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "autoresponder/message/search.h"
+#include "autoresponder/panel/reply_to.h"
 #include "support/base/one_line.h"
 
 namespace {
@@ -59,14 +60,17 @@ ResponderRule::ResponderRule(Row row) {
   }
 }
 
-RuleInOneLine::RuleInOneLine(const ResponderRule& rule)
+RepairedRule::RepairedRule(const ResponderRule& rule, const Repairs& repairs)
     : reply_to_(in_one_line(rule.reply_to)),
       charset_(in_one_line(rule.charset)),
       content_type_(in_one_line(rule.content_type)),
       rule_(rule) {
-  rule_.reply_to = reply_to_.c_str();
-  rule_.charset = charset_.c_str();
-  rule_.content_type = content_type_.c_str();
+  if (repairs.lines) {
+    rule_.reply_to = reply_to_.c_str();
+    rule_.charset = charset_.c_str();
+    rule_.content_type = content_type_.c_str();
+  }
+  if (repairs.reply_to && !can_be_parsed(rule_.reply_to)) rule_.reply_to = "";
 }
 
 std::string rules_query(const std::string& mailbox_id) {

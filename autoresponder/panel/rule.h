@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "autoresponder/message/incoming_message.h"
+#include "autoresponder/message/switches.h"
 #include "autoresponder/panel/panel_database.h"
 
 /// One autoresponder rule: NUL-terminated texts, or the defaults below for columns that are NULL.
@@ -28,14 +29,16 @@ struct ResponderRule {
   explicit ResponderRule(Row row);
 };
 
-/// A rule in whose texts for header fields (`reply_to`, `charset`, `content_type`) blanks replace
-/// control characters, so that none of them adds a line to a header.
-class RuleInOneLine {
+/// A rule as the repairs let it answer. Kept: without them control characters in its texts for
+/// header fields (`reply_to`, `charset`, `content_type`) reach the header, and can add lines to it;
+/// and no reply leaves whose Reply-To the mail server cannot parse. With the repair of lines blanks
+/// replace them; with that of Reply-To such a `reply_to` is empty.
+class RepairedRule {
  public:
   /// The other texts remain views into the row of `rule`.
-  explicit RuleInOneLine(const ResponderRule& rule);
-  RuleInOneLine(const RuleInOneLine&) = delete;
-  RuleInOneLine& operator=(const RuleInOneLine&) = delete;
+  RepairedRule(const ResponderRule& rule, const Repairs& repairs);
+  RepairedRule(const RepairedRule&) = delete;
+  RepairedRule& operator=(const RepairedRule&) = delete;
 
   const ResponderRule& rule() const { return rule_; }
 

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <utility>
 
+#include "mime/file_name.h"
 #include "mime/header_encode.h"
 #include "support/base/diagnose.h"
 #include "support/base/joined.h"
@@ -19,7 +20,18 @@ constexpr const char* kStoreName = "@attachments";
 constexpr const char* kPartHeaders =
     "Content-Type: application/octet-stream\n"
     "Content-Transfer-Encoding: base64\n"
-    "Content-Disposition: attachment;\n\tfilename=\"";
+    "Content-Disposition: attachment;\n\tfilename=";
+
+// The value of the parameter, and what stands around it. Kept: an encoded word in quotes, which not
+// all mail programs decode, and a backslash that is not escaped.
+struct FileNameValue {
+  FileNameValue(const std::string& name, const Repairs& repairs)
+      : quote(repairs.file_names ? "" : "\""),
+        text(repairs.file_names ? file_name_parameter(name) : header_encode(name)) {}
+
+  const char* quote;
+  std::string text;
+};
 
 // The size of the output of `uuencode -m` for `size` bytes, without its first and last line.
 size_t encoded_size(size_t size) {
@@ -57,10 +69,11 @@ void add_encoding(ShellCommand& command, const File& file, const Repairs& repair
 template <class File>
 void add_steps(ShellCommand& command, const File& file, const std::string& boundary,
                const ResponseFile& reply, const Repairs& repairs) {
-  const std::string header_name = header_encode(file.name);
+  const FileNameValue value(file.name, repairs);
   // Kept: `echo` interprets backslashes in a name. The repair of backslashes uses `printf`.
   command.Text(repairs.backslashes ? "printf '%s\\n' " : "echo ");
-  command.QuotedLines({"--", boundary, "\n", kPartHeaders, header_name, "\"\n"});
+  command.QuotedLines(
+      {"--", boundary, "\n", kPartHeaders, value.quote, value.text, value.quote, "\n"});
   command.Text(" >>").Text(reply.path()).Text(" ; ");
   add_encoding(command, file, repairs);
   command.Text(reply.path()).Text(repairs.whole_attachments ? " ; echo || : ; " : " ; echo ; ");
@@ -162,11 +175,14 @@ ShellCommand attachment_command(const AttachedFiles& files, const std::string& b
   return command;
 }
 
-int64_t appended_size(const std::vector<Attachment>& found, const std::string& boundary) {
+int64_t appended_size(const std::vector<Attachment>& found, const std::string& boundary,
+                      const Repairs& repairs) {
   size_t size = joined({"--", boundary, "--\n"}).size();
   for (const Attachment& attachment : found) {
-    const std::string name = header_encode(attachment.name);
-    size += joined({"--", boundary, "\n", kPartHeaders, name, "\"\n\n"}).size();
+    const FileNameValue value(attachment.name, repairs);
+    size +=
+        joined({"--", boundary, "\n", kPartHeaders, value.quote, value.text, value.quote, "\n\n"})
+            .size();
     size += encoded_size(static_cast<size_t>(attachment.size));
   }
   return static_cast<int64_t>(size);

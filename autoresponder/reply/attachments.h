@@ -58,7 +58,8 @@ ShellCommand attachment_command(const AttachedFiles& files, const std::string& b
                                 const ResponseFile& reply, const Repairs& repairs);
 
 /// How many bytes `attachment_command` appends if nothing fails.
-int64_t appended_size(const std::vector<Attachment>& found, const std::string& boundary);
+int64_t appended_size(const std::vector<Attachment>& found, const std::string& boundary,
+                      const Repairs& repairs);
 
 /// Whether no open file has changed since it was found. Files known only by path are not checked.
 bool are_unchanged(const AttachedFiles& files);

@@ -57,5 +57,12 @@ ShellCommand delivery_command(const std::string& from, const IncomingMessage& me
                               const ResponseFile& reply, const Repairs& repairs) {
   ShellCommand command(Purpose::kReply, repairs);
   command.Text(sendmail_path()).Text(" -f ").Quoted(from);
-  return command.Text(" ").Address(message.sender).Text(" <").Text(reply.path());
+  // Kept: the quotes of a sender reach the mail server, which quotes them once more.
+  command.Text(" ");
+  if (repairs.local_parts) {
+    command.Address(without_quotes(message.sender));
+  } else {
+    command.Address(message.sender);
+  }
+  return command.Text(" <").Text(reply.path());
 }

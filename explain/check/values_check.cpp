@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <sstream>
 
+#include "autoresponder/panel/reply_to.h"
 #include "autoresponder/reply/attachments.h"
 #include "autoresponder/reply/forwarding.h"
 #include "autoresponder/reply/plain_command.h"
@@ -113,10 +114,29 @@ void check_attachments(Inspection& inspection) {
   check_length(attached, inspection);
 }
 
+// No reply of such a rule leaves; with repairs they leave without the field.
+void check_reply_to(Inspection& inspection) {
+  auto rows = inspection.database->TryQuery(
+      "select id, reply_to from mail_resp where reply_to<>'' order by id");
+  if (!rows) return;
+  while (const Row row = rows->Next()) {
+    const std::string reply_to = text_or(row[kValue], "");
+    if (can_be_parsed(reply_to)) continue;
+    const bool is_left_out = inspection.switches.repairs.reply_to;
+    inspection.Warning(
+        "reply_to_unreadable",
+        "The mail server cannot parse the reply_to \"{}\" of rule {}: {}. Correct it "
+        "in the panel.",
+        reply_to, text_or(row[kRule], ""),
+        is_left_out ? "its replies leave without it" : "none of its replies leaves");
+  }
+}
+
 }  // namespace
 
 void check_values(Inspection& inspection) {
   if (!inspection.mail_names.empty()) check_attachments(inspection);
+  check_reply_to(inspection);
   if (has_repairs(inspection.switches)) return;
   bool is_found = false;
   for (const Kind& kind : kKinds) is_found = check_kind(kind, inspection) || is_found;

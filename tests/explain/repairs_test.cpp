@@ -123,12 +123,12 @@ const Case kCases[] = {
      [](Explanation&, RuleExplanation& rule) {
        rule.answer.attachments.found = {{"terms.txt", "", 5}, {"../../../passwd", "", 5}};
      },
-     {"store"}},
+     {"store", "file_names"}},
     {"ANewlineInTheNameOfAFile",
      [](Explanation&, RuleExplanation& rule) {
        rule.answer.attachments.found = {{"terms\n.txt", "", 5}};
      },
-     {"newlines", "store"}},
+     {"newlines", "store", "file_names"}},
     {"ALineEndInATextForTheHeader",
      [](Explanation&, RuleExplanation& rule) { rule.rule.content_type = "text/plain\nBcc: x"; },
      {"lines"}},

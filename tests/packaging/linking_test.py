@@ -93,7 +93,7 @@ def test_each_header_is_whole(library, tmp_path, header):
 def test_the_headers_define_no_macro_of_another_name(library):
     macros = [name for path in (library / "include" / "kem").iterdir()
               for name in re.findall(r"# *define +(\w+)", path.read_text())]
-    assert len(macros) > len(HEADERS)
+    assert "KEM_CONF_KEYS" in macros
     assert [name for name in macros if not name.startswith("KEM_")] == []
 
 

@@ -105,6 +105,16 @@ def test_the_probe_speaks_only_of_trouble():
     sandbox.SHADOW.chmod(0o600)
 
 
+def test_the_alarms_are_found_in_the_log():
+    log = Path("/var/log/qmail/current")
+    log.parent.mkdir(parents=True, exist_ok=True)
+    alarm = "delivery 3: success: qmail-inject:_fatal:_unable_to_parse_this_line:/did_1+0+1/\n"
+    log.write_text("delivery 1: success: did_1+0+1/\n"
+                   "delivery 2: success: Mailname_not_found:_a@b/did_1+0+1/\n" + alarm)
+    (search,) = [line for line in LINES if line.startswith("grep -E ")]
+    assert sh(search).stdout.decode() == alarm
+
+
 def test_replies_are_counted_by_rule_and_day(database, letter):
     replies(letter)
     replies(letter)

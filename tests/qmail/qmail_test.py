@@ -205,3 +205,61 @@ def test_a_database_that_is_down_keeps_the_message(server):
         server.database.start()
     assert len(server.mails(MAILBOX)) == 1 and server.mails() == []
     assert "Unable_to_connect_to_Quern_Database:_" in server.said()
+
+
+ON_AND_OFF = pytest.mark.parametrize("repairs", [False, True], ids=["repairs off", "repairs on"])
+
+
+@ON_AND_OFF
+@pytest.mark.parametrize("sender, words", [
+    (b"-z@customer.example", "sendmail:_illegal_option_--_z"),
+    (b"-bs@customer.example", "502_unimplemented")])
+def test_a_sender_that_is_an_option_gets_nothing(server, repairs, sender, words):
+    server.switch(repairs=repairs)
+    deliver(server, MESSAGE.replace(b"otto@customer.example", sender))
+    assert ("refused_to_mail_to_an_option" if repairs else words) in server.said()
+    assert server.to(sender.decode()) == []
+
+
+@ON_AND_OFF
+def test_a_reply_to_that_cannot_be_parsed_costs_the_reply_without_repairs(server, repairs):
+    server.switch(repairs=repairs)
+    server.sql("update mail_resp set reply_to='\\"Shop <a@b.example>' where id=7")
+    deliver(server)
+    replies = server.to("otto@customer.example")
+    assert len(replies) == (1 if repairs else 0)
+    assert ("left_out_a_Reply-To_" if repairs else "qmail-inject:_fatal:_unable_to_parse") in server.said()
+
+
+@ON_AND_OFF
+def test_a_sender_in_quotes_gets_the_reply_with_repairs(server, repairs):
+    server.switch(repairs=repairs)
+    deliver(server, MESSAGE.replace(b"otto@", b'"otto o"@'))
+    assert len(server.to("otto o@customer.example")) == (1 if repairs else 0)
+
+
+def test_a_folded_subject_arrives_on_one_line(server):
+    server.switch(repairs=True)
+    deliver(server, MESSAGE.replace(b"Hello", b"=?UTF-8?Q?Gr=C3=BC=C3=9Fe_aus?=\n =?UTF-8?Q?_K=C3=B6ln?="))
+    (reply,) = server.to("otto@customer.example")
+    assert reply["Subject"] == "Re: Grüße aus Köln"
+
+
+# What qmail-inject parses, and what not, as the program foretells it.
+REPLY_TOS = ["", "a@b.example", '"Shop" <a@b.example>', '"Shop <a@b.example>', 'Shop" <a@b.example>',
+             "(a (b) c@d", "a)b@c", "a )", "a@[192.0.2.1]", "a@[192.0.2.1", "a ]", "a\\", "(a\\", "<a@b",
+             "a@b>", "<a@b>, c>", "<a@b, c@d>", "g: a@b, c@d;", "g: a@b", "a@b;", "a: b@c;, d: e@f;",
+             "a@b; c@d;", "a> ; b: c@d;", ",,a@b,", "a;b:;", "a:b", ":;", ";", ":", "<>", "><", "@", "..",
+             "Gr\u00fc\u00dfe <a@b>", 'a "b" c <d@e> (f) [g]', "a,b>", "x<y,z>"]
+
+
+@pytest.mark.parametrize("reply_to", REPLY_TOS)
+def test_the_explanation_knows_what_cannot_be_parsed(server, reply_to):
+    server.sql("update mail_resp set reply_to='" + reply_to.replace("\\", "\\\\").replace('"', '\\"')
+               + "' where id=7")
+    inject = subprocess.run(["/var/qmail/bin/qmail-inject", "-n", "x@y.example"], capture_output=True,
+                            input=f"Reply-To: {reply_to}\n\n".encode())
+    told = subprocess.run(["/opt/kem/sbin/autoresponder-explain", "--recipient", RECIPIENT, "--json"],
+                          input=MESSAGE, capture_output=True)
+    refused = b'"outcome": "reply_to_unreadable"' in told.stdout
+    assert refused == (inject.returncode != 0), (reply_to, inject.stderr)

@@ -189,6 +189,11 @@ def with_repairs(deed):
     return act
 
 
+def with_an_odd_reply_to(panel):
+    panel.sql("update mail_resp set reply_to='\"Shop <a@b.example>'")
+    return deliver()
+
+
 def with_a_newline(panel):
     panel.attach(1, "two\nlines")
     return deliver()
@@ -221,6 +226,7 @@ PRODUCERS = {
     "…_is_neither_on_nor_off": with_an_unknown_switch,
     "no_reply,_courtesy:_…": with_courtesy,
     "refused_to_run_a_command_with_a_newline_in:_…": with_repairs(with_a_newline),
+    "left_out_a_Reply-To_…": with_repairs(with_an_odd_reply_to),
     "refused_to_mail_to_an_option:_…": with_repairs(
         lambda _: deliver(message(sender="-bs@evil.example"))),
     "not_forwarded,_because_the_message_is_not_whole_…": with_repairs(forwarded_from_a_full_disk),
@@ -263,4 +269,6 @@ PRODUCERS = {
 }
 
 # The unit test of the shell has the line that takes ten minutes.
-NOT_PRODUCED = {"did_…", "ended_a_command_that_took_too_long:_…"}
+# The last three are the mail server's own words: tests/qmail has them.
+NOT_PRODUCED = {"did_…", "ended_a_command_that_took_too_long:_…", "qmail-inject:_fatal:_…",
+                "sendmail:_illegal_option_…", "502_unimplemented_…"}

@@ -64,6 +64,26 @@ def test_only_three_spellings_are_daemons(panel, sender, gets_reply):
     assert len(panel.mails()) == gets_reply
 
 
+def test_the_alarms_match_the_lines_that_need_somebody(panel):
+    """By the command of the document; the others are a stranger's or an owner's doing."""
+    pattern, exception = re.search(r'^    grep -E "(.*)" \S+ \| grep -v (\S+)$', DOCUMENT, re.MULTILINE).groups()
+    matched = {line for line in table()
+               if re.search(pattern, line.replace("…", "_")) and exception not in line}
+    assert matched == {
+        "Unable_to_connect_to_Quern_Database:_…", "DB_error_…", "Error:_…_not_defined",
+        "admin_password_file:_Permission_denied/…", "Unable_to_query:_…",
+        "Unable_to_exec_query_:…", "The_caller's_limit_on_…", "…_is_neither_on_nor_off",
+        "the_message_could_not_be_read/Abnormal_exit.",
+        "not_forwarded,_because_the_message_is_not_whole_…",
+        "not_sent,_because_its_file_was_removed:_…",
+        "not_forwarded,_because_its_file_was_removed:_…",
+        "not_sent,_because_its_attachments_are_not_whole:_…", "left_out_a_Reply-To_…",
+        "qmail-inject:_fatal:_…", "Could_not_create_…", "Unable_to_write_the_reply_…",
+        "sendmail:_not_found", "uuencode:_not_found", "Unable_to_load_libidn:_…",
+        "Unable_to_load_the_database's_client_library:_…", "autoresponder:_Permission_denied",
+        "autoresponder:_not_found", "terminate_called_…"}
+
+
 def test_a_long_report_is_cut(panel):
     panel.rule()
     names = [f"{number:03}-{'x' * 60}" for number in range(60)]

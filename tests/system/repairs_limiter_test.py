@@ -110,7 +110,7 @@ def test_a_long_sender_is_found_again_in_a_column_without_unicode(repaired):
     for _ in range(3):
         result = repaired.run(message(sender=sender))
         assert (result.status, result.err) == (0, b"")
-    assert replies(repaired) == [sender]
+    assert replies(repaired) == [sender.replace('"', '')]
 
 
 def test_a_lock_that_takes_too_long_is_waited_for_again(repaired):
@@ -172,7 +172,7 @@ def test_a_sender_longer_than_the_column_is_found_again(repaired, local, utf8, m
     for _ in range(3):
         result = repaired.run(message(sender=sender))
         assert (result.status, result.err) == (0, b"")
-    assert replies(repaired) == [sender] * 2
+    assert replies(repaired) == [f"{local}@customer.example"] * 2
     assert repaired.senders() == [("1", sender[:320], "2")]
 
 

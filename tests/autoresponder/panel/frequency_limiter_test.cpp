@@ -48,29 +48,4 @@ TEST(NeverReplies, WhenTheNumberIsNotAboveZero) {
   for (const char* number : {"1", "10", " 2", "+3", "4x"}) EXPECT_FALSE(never_replies(number));
 }
 
-struct CutRow : NamedRow {
-  const char* text;
-  size_t max_count;
-  const char* want;
-};
-
-class FirstCharacters : public testing::TestWithParam<CutRow> {};
-
-TEST_P(FirstCharacters, AreCountedInUtf8) {
-  EXPECT_EQ(first_characters(GetParam().text, GetParam().max_count), GetParam().want);
-}
-
-constexpr CutRow kCutRows[] = {
-    {"Nothing", "", 3, ""},
-    {"NoRoom", "abc", 0, ""},
-    {"Shorter", "ab", 3, "ab"},
-    {"JustFits", "abc", 3, "abc"},
-    {"Longer", "abcd", 3, "abc"},
-    {"TwoBytes", "\xC3\xBC\xC3\xBC\xC3\xBC", 2, "\xC3\xBC\xC3\xBC"},
-    {"FourBytes", "a\xF0\x9F\x98\x80z", 2, "a\xF0\x9F\x98\x80"},
-    {"StrayContinuation", "a\x80\x80z", 1, "a\x80\x80"},
-};
-
-INSTANTIATE_TEST_SUITE_P(Rows, FirstCharacters, testing::ValuesIn(kCutRows));
-
 }  // namespace

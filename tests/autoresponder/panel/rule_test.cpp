@@ -41,7 +41,34 @@ TEST(Rule, HasADefaultForEveryNull) {
   EXPECT_STREQ(rule.content_type, "text/plain");
 }
 
-TEST(RuleInOneLine, HasBlanksForControlCharactersInHeaderTexts) {
+Repairs in_lines() {
+  Repairs repairs;
+  repairs.lines = true;
+  return repairs;
+}
+
+TEST(RepairedRule, IsTheRuleWithoutRepairs) {
+  ResponderRule rule;
+  rule.reply_to = "\"a@x\n";
+  rule.charset = "UTF-8\x01";
+  rule.content_type = "text/plain\n";
+  const RepairedRule repaired(rule, {});
+  EXPECT_STREQ(repaired.rule().reply_to, "\"a@x\n");
+  EXPECT_STREQ(repaired.rule().charset, "UTF-8\x01");
+  EXPECT_STREQ(repaired.rule().content_type, "text/plain\n");
+}
+
+TEST(RepairedRule, HasNoReplyToThatCannotBeParsed) {
+  Repairs repairs;
+  repairs.reply_to = true;
+  ResponderRule rule;
+  rule.reply_to = "\"Shop <a@b.example>";
+  EXPECT_STREQ(RepairedRule(rule, repairs).rule().reply_to, "");
+  rule.reply_to = "\"Shop\" <a@b.example>";
+  EXPECT_STREQ(RepairedRule(rule, repairs).rule().reply_to, "\"Shop\" <a@b.example>");
+}
+
+TEST(RepairedRule, HasBlanksForControlCharactersInHeaderTexts) {
   ResponderRule rule;
   rule.reply_to = "a@x\r\nBcc: b@x";
   rule.charset = "UTF-8\x01";
@@ -49,7 +76,7 @@ TEST(RuleInOneLine, HasBlanksForControlCharactersInHeaderTexts) {
   rule.text = "two\nlines";
   rule.subject = "two\nlines";
   rule.id = "7";
-  const RuleInOneLine in_one_line(rule);
+  const RepairedRule in_one_line(rule, in_lines());
   EXPECT_STREQ(in_one_line.rule().reply_to, "a@x  Bcc: b@x");
   EXPECT_STREQ(in_one_line.rule().charset, "UTF-8 ");
   EXPECT_STREQ(in_one_line.rule().content_type, "text/plain;  x= y");
@@ -58,10 +85,10 @@ TEST(RuleInOneLine, HasBlanksForControlCharactersInHeaderTexts) {
   EXPECT_STREQ(in_one_line.rule().id, "7");
 }
 
-TEST(RuleInOneLine, LeavesOtherBytesAsTheyAre) {
+TEST(RepairedRule, LeavesOtherBytesAsTheyAre) {
   ResponderRule rule;
   rule.reply_to = " \x80\xC3\xBC\xFF ~!\"";
-  EXPECT_STREQ(RuleInOneLine(rule).rule().reply_to, " \x80\xC3\xBC\xFF ~!\"");
+  EXPECT_STREQ(RepairedRule(rule, in_lines()).rule().reply_to, " \x80\xC3\xBC\xFF ~!\"");
 }
 
 TEST(Rule, KeepsEveryColumnAsText) {
