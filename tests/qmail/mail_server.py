@@ -99,7 +99,8 @@ class MailServer:
 
     def switch(self, **switches):
         sandbox.write_conf({**sandbox.conf_values(), "QMAIL_ROOT_D": str(QMAIL),
-                            **{f"AUTORESPONDER_{key.upper()}": "on" for key in switches}})
+                            **{f"AUTORESPONDER_{key.upper()}": "on" if is_on else "off"
+                               for key, is_on in switches.items()}})
 
     def reset(self):
         """An empty queue, empty mailboxes and the document's panel."""

@@ -224,7 +224,7 @@ def test_a_sender_that_is_an_option_gets_nothing(server, repairs, sender, words)
 @ON_AND_OFF
 def test_a_reply_to_that_cannot_be_parsed_costs_the_reply_without_repairs(server, repairs):
     server.switch(repairs=repairs)
-    server.sql("update mail_resp set reply_to='\\"Shop <a@b.example>' where id=7")
+    server.sql("update mail_resp set reply_to='\\\"Shop <a@b.example>' where id=7")
     deliver(server)
     replies = server.to("otto@customer.example")
     assert len(replies) == (1 if repairs else 0)
