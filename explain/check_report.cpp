@@ -8,6 +8,7 @@
 #include "explain/check/check.h"
 #include "explain/json_text.h"
 #include "explain/printable.h"
+#include "explain/wording.h"
 
 namespace {
 
@@ -25,6 +26,11 @@ constexpr SeverityWords kWords[] = {
     {Severity::kAdvice, Colour::kBold, "advice", "advice"},
 };
 
+constexpr const char* kSeen =
+    "Looked at: configuration, program, commands, directories, database, and the mail server's "
+    "control "
+    "files. Not at: .qmail files, what other servers send, and whether mail leaves.\n";
+
 const SeverityWords& words_for(Severity severity) {
   return *std::find_if(
       std::begin(kWords), std::end(kWords),
@@ -33,21 +39,27 @@ const SeverityWords& words_for(Severity severity) {
 
 }  // namespace
 
-void write_check_text(std::ostream& out, const Findings& findings, const TextStyle& style) {
+void write_check_text(std::ostream& out, const Findings& findings, const Switches& switches,
+                      const TextStyle& style) {
   for (const Finding& finding : findings) {
     const SeverityWords& words = words_for(finding.severity);
     out << coloured(words.colour, words.text, style) << ": " << printable(finding.text) << '\n';
   }
   if (findings.empty()) out << "This server is set up right.\n";
+  out << words_for(switches) << kSeen;
 }
 
-void write_check_json(std::ostream& out, const Findings& findings, const TextStyle& style) {
+void write_check_json(std::ostream& out, const Findings& findings, const Switches& switches,
+                      const TextStyle& style) {
   Json list = Json::array();
   for (const Finding& finding : findings) {
     list.push_back({{"severity", words_for(finding.severity).code},
                     {"code", finding.code},
                     {"text", finding.text}});
   }
-  write_json_text(out, {{"set_up_right", is_set_up_right(findings)}, {"findings", list}},
+  write_json_text(out,
+                  {{"set_up_right", is_set_up_right(findings)},
+                   {"switches", switches_json(switches)},
+                   {"findings", list}},
                   style.on_terminal);
 }

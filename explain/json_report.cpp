@@ -108,8 +108,7 @@ Json rule_of(const RuleExplanation& facts, bool show_reply) {
 void write_json(std::ostream& out, const Explanation& explanation, const TextStyle& style) {
   Json result{{"verdict", code(explanation.verdict)}, {"reason", code(explanation.reason)}};
   if (!explanation.trouble.empty()) result["trouble"] = explanation.trouble;
-  const Switches& switches = explanation.switches;
-  result["switches"] = {{"repairs", has_repairs(switches)}, {"courtesy", switches.courtesy}};
+  result["switches"] = switches_json(explanation.switches);
   if (!explanation.with_repairs.empty()) {
     result["with_repairs"] = codes_of(explanation.with_repairs);
   }

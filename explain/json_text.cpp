@@ -21,6 +21,10 @@ Json mailbox_json(const FoundMailbox& found) {
           {"found_by", words_for(found.lookup).code}};
 }
 
+Json switches_json(const Switches& switches) {
+  return {{"repairs", has_repairs(switches)}, {"courtesy", switches.courtesy}};
+}
+
 void write_json_text(std::ostream& out, const Json& value, bool on_terminal) {
   out << value.dump(2, ' ', on_terminal, Json::error_handler_t::replace) << '\n';
 }

@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "autoresponder/message/switches.h"
 #include "autoresponder/panel/mailbox.h"
 
 /// A JSON value whose fields keep the order in which they were added.
@@ -15,6 +16,9 @@ Json number_of(const std::string& column);
 
 /// Which mailbox was found, and how.
 Json mailbox_json(const FoundMailbox& found);
+
+/// Which switches are on.
+Json switches_json(const Switches& switches);
 
 /// Writes `value` and a newline. Malformed UTF-8 becomes U+FFFD. With `on_terminal` all but ASCII
 /// is escaped, so that text from strangers cannot control the terminal.

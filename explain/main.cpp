@@ -80,10 +80,11 @@ int tell_of_message(Work& work) {
 }
 
 int tell_of_server(Work& work) {
-  const Findings findings = check_server();
+  Switches switches;
+  const Findings findings = check_server(switches);
   end_holding(work);  // its diagnostics only repeat the findings
   const auto write = work.options.json ? write_check_json : write_check_text;
-  write(std::cout, findings, style_of(work.options));
+  write(std::cout, findings, switches, style_of(work.options));
   return is_set_up_right(findings) ? 0 : 1;
 }
 

@@ -184,9 +184,7 @@ void Report::Verdict(const Explanation& explanation) {
 }
 
 void Report::Switches(const Explanation& explanation) {
-  const ::Switches& switches = explanation.switches;
-  out_ << "Switches: repairs " << (has_repairs(switches) ? "on" : "off") << ", courtesy "
-       << (switches.courtesy ? "on" : "off") << ".\n";
+  out_ << words_for(explanation.switches);
   Changes(explanation.with_repairs);
 }
 

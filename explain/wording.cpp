@@ -5,6 +5,8 @@
 #include <cstring>
 #include <iterator>
 
+#include "explain/check/formatting.h"
+
 namespace {
 
 template <class Enumeration>
@@ -195,6 +197,12 @@ Words words_for(NotRun reason) {
        "not started, the mail server's sendmail is missing or not executable"},
   };
   return pick(kEntries, reason);
+}
+
+std::string words_for(const Switches& switches) {
+  const auto word = [](bool is_on) { return is_on ? "on" : "off"; };
+  return formatted("Switches: repairs {}, courtesy {}.\n", word(has_repairs(switches)),
+                   word(switches.courtesy));
 }
 
 const char* effect_of(const Repair& repair) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "explain/explanation.h"
 
 /// A stable code for programs, and a text for people.
@@ -21,6 +23,9 @@ Words words_for(LimiterStep step);
 Words words_for(Purpose purpose);
 Words words_for(NotRun reason);
 Words words_for(CourtesyChange change);
+
+/// A line that says which switches are on.
+std::string words_for(const Switches& switches);
 
 /// What the repair would change, for people; empty if no message shows its effect beforehand.
 const char* effect_of(const Repair& repair);

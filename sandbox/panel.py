@@ -19,7 +19,9 @@ DATA = HOME / "mysql"
 SOCKET = Path("/run/mysqld/mysqld.sock")
 CONF = Path("/etc/kem/kem.conf")
 SHADOW = Path("/etc/kem/.kem.shadow")
-TEMPLATE = CHECKOUT / "build" / "sandbox" / "mysql"
+# A root directory with MySQL's server, which then takes MariaDB's place.
+MYSQL_ROOT = os.environ.get("KEM_MYSQL_ROOT")
+TEMPLATE = CHECKOUT / "build" / "sandbox" / ("of-mysql" if MYSQL_ROOT else "mysql")
 PASSWORD = "panel-secret"
 
 KEYS = """PRODUCT_ROOT_D HTTPD_VHOSTS_D HTTPD_CONF_D HTTPD_INCLUDE_D HTTPD_BIN_D HTTPD_LOG_D
@@ -110,16 +112,37 @@ def store(domain="shop.example", mail_name="info"):
     return directory
 
 
+def _in_mysql_root():
+    """MySQL's server in its own root, which shares /run with this one."""
+    root = Path(MYSQL_ROOT).resolve()
+    if not (root / "run" / "panel").exists():
+        subprocess.run(["mount", "--rbind", "/run", root / "run"], check=True)
+    return ["chroot", root, "/usr/sbin/mysqld", "--no-defaults", "--user=root"]
+
+
+# What the servers call differently.
+MARIADB = ["mariadbd", "--no-defaults", "--user=root", "--innodb-log-file-size=4M"]
+MYSQL = ["--innodb-redo-log-capacity=8M", "--mysqlx=OFF", "--secure-file-priv=",
+         "--sql-mode=STRICT_TRANS_TABLES,ERROR_FOR_DIVISION_BY_ZERO,NO_ENGINE_SUBSTITUTION"]
+
+
 def _make_template():
     # Made under another name and renamed: two runs may do this at once.
     if TEMPLATE.exists():
         return
     TEMPLATE.parent.mkdir(parents=True, exist_ok=True)
     new = TEMPLATE.with_name(f"new-{os.getpid()}-{time.time_ns()}")
-    subprocess.run(
-        ["mariadb-install-db", "--no-defaults", f"--datadir={new}", "--user=root",
-         "--auth-root-authentication-method=normal", "--skip-test-db", "--innodb-log-file-size=4M"],
-        check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    if MYSQL_ROOT:
+        # The data must be where both roots have them.
+        subprocess.run([*_in_mysql_root(), "--initialize-insecure", f"--datadir={DATA}"], check=True,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        shutil.move(DATA, new)
+    else:
+        subprocess.run(
+            ["mariadb-install-db", "--no-defaults", f"--datadir={new}", "--user=root",
+             "--auth-root-authentication-method=normal", "--skip-test-db",
+             "--innodb-log-file-size=4M"],
+            check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     try:
         new.rename(TEMPLATE)
     except OSError:  # another run was first
@@ -150,10 +173,11 @@ class Database:
     def start(self, *more_options):
         self.socket.parent.mkdir(parents=True, exist_ok=True)
         self.process = subprocess.Popen(
-            ["setpriv", "--pdeathsig", "KILL", *self.enter, "mariadbd", "--no-defaults",
-             "--user=root", f"--datadir={DATA}", f"--socket={self.socket}",
+            ["setpriv", "--pdeathsig", "KILL", *self.enter,
+             *([*_in_mysql_root(), *MYSQL] if MYSQL_ROOT else MARIADB),
+             f"--datadir={DATA}", f"--socket={self.socket}",
              f"--pid-file={HOME}/mysqld.pid", *self.network, "--innodb-buffer-pool-size=16M",
-             "--innodb-log-file-size=4M", "--innodb-flush-log-at-trx-commit=0", "--skip-log-bin",
+             "--innodb-flush-log-at-trx-commit=0", "--skip-log-bin",
              "--key-buffer-size=1M", "--performance-schema=OFF", *self.options, *more_options],
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
             stderr=open(HOME / "mysqld.log", "ab"))

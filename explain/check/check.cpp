@@ -29,12 +29,13 @@ void run(const Check& check, Inspection& inspection) {
 
 }  // namespace
 
-Findings check_server() {
+Findings check_server(Switches& switches) {
   Inspection inspection;
   for (const Check& check : kChecks) run(check, inspection);
   std::stable_sort(
       inspection.findings.begin(), inspection.findings.end(),
       [](const Finding& one, const Finding& other) { return one.severity < other.severity; });
+  switches = inspection.switches;
   return std::move(inspection.findings);
 }
 

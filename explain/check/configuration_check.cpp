@@ -63,6 +63,21 @@ void check_switch(const char* key, Inspection& inspection) {
                      key, kConfFile, value);
 }
 
+// A key that looks like a switch and is none changes nothing.
+void check_other_switches(Inspection& inspection) {
+  const auto lines = control_lines(kConfFile, inspection);
+  if (!lines) return;
+  for (const std::string& line : *lines) {
+    const std::string key = line.substr(0, line.find_first_of(" \t"));
+    const bool is_known = key == "AUTORESPONDER_REPAIRS" || key == "AUTORESPONDER_COURTESY";
+    if (is_known || key.rfind("AUTORESPONDER_", 0) != 0) continue;
+    inspection.Warning("switch_unknown",
+                       "{} in {} is no switch. There are AUTORESPONDER_REPAIRS and "
+                       "AUTORESPONDER_COURTESY.",
+                       key, kConfFile);
+  }
+}
+
 std::string text_of(const char* value) {
   return value != nullptr ? value : "";
 }
@@ -80,5 +95,6 @@ void check_configuration(Inspection& inspection) {
   inspection.mail_names = text_of(QMAIL_MAILNAMES_D);
   check_switch("AUTORESPONDER_REPAIRS", inspection);
   check_switch("AUTORESPONDER_COURTESY", inspection);
+  check_other_switches(inspection);
   inspection.switches = read_switches();
 }

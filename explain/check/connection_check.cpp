@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <cstdlib>
 #include <fstream>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -76,9 +77,21 @@ std::string advice_about_sockets(const std::string& error) {
 bool can_connect(Inspection& inspection) {
   char error[4096] = "";
   if (OwnedConnection(db_open(error, sizeof error))) return true;
-  inspection.Error("database_unusable", "No run can use the database: {}{}", error,
-                   advice_about_sockets(error));
+  inspection.Error(
+      "database_unusable",
+      "No run can use the database: {}{}. Start the server, or correct the password in {}.", error,
+      advice_about_sockets(error), kPath);
   return false;
+}
+
+// The limiter writes.
+void check_writable(Inspection& inspection) {
+  Rows rows = inspection.database->Query("select @@global.read_only");
+  const Row row = rows.Next();
+  if (row == nullptr || atoi(text_or(row[0], "0")) == 0) return;
+  inspection.Error("server_read_only",
+                   "The server is read-only: unless admin may write nonetheless, no rule replies. "
+                   "set global read_only=0, or connect to another server");
 }
 
 }  // namespace
@@ -87,6 +100,7 @@ void check_connection(Inspection& inspection) {
   if (!check_password(inspection) || !can_connect(inspection)) return;
   try {
     inspection.database = PanelDatabase::ReadOnly();
+    check_writable(inspection);
   } catch (const PanelFailure& failure) {
     inspection.Error("database_unusable", "{}", failure.what());
   }

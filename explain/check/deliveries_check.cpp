@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <cstdlib>
 #include <map>
 #include <set>
 #include <strings.h>
+#include <unistd.h>
 
 #include "explain/check/checks.h"
 #include "explain/check/files.h"
@@ -71,9 +73,75 @@ void check_prefix(const VirtualDomain& line, const Deliveries& deliveries, Inspe
 // The domains that have rules and a prefix with a user, by that user's group.
 using Groups = std::map<unsigned, std::vector<std::string>>;
 
+// Mail to a local domain is delivered without a prefix, also where control/virtualdomains has one.
+void check_local(const std::string& domain, const Deliveries& deliveries, Inspection& inspection) {
+  if (find_virtual_domain(deliveries.virtual_domains, domain) != nullptr) {
+    inspection.Warning(
+        "domain_twice",
+        "Both control/locals and control/virtualdomains name the domain {}: the "
+        "first decides, and its mail goes to the users of this system. Take it out of "
+        "control/locals.",
+        domain);
+  }
+  if (domain.find('-') == std::string::npos) return;
+  inspection.Error("local_domain_with_dash",
+                   "control/locals names the domain {}, which holds \"-\": every message would end "
+                   "with \"Mailname not found\". Move the domain to control/virtualdomains.",
+                   domain);
+}
+
+// By SMTP the mail server takes mail for these domains only, and for all if there is no such file.
+void check_received(const Deliveries& deliveries, Inspection& inspection) {
+  const auto taken = control_lines(inspection.qmail_root + "/control/rcpthosts", inspection);
+  if (!taken) return;
+  std::vector<VirtualDomain> lines;
+  for (const std::string& domain : *taken) lines.push_back({domain, ""});
+  const bool has_more = state_of(inspection.qmail_root + "/control/morercpthosts.cdb").has_value();
+  for (const std::string& domain : deliveries.domains) {
+    if (has_more || find_virtual_domain(lines, domain) != nullptr) continue;
+    inspection.Warning(
+        "domain_not_received",
+        "The domain {} has rules, but control/rcpthosts does not name it: mail to it "
+        "is taken from nobody elsewhere. Add it.",
+        domain);
+  }
+}
+
+// With repairs no attachment is found below a symbolic link.
+void check_stores(const Deliveries& deliveries, Inspection& inspection) {
+  if (!inspection.switches.repairs.store) return;
+  for (const std::string& domain : deliveries.domains) {
+    const std::string path = inspection.mail_names + "/" + domain;
+    char target = 0;
+    if (readlink(path.c_str(), &target, 1) < 0) continue;
+    inspection.Warning("store_linked",
+                       "{} is a symbolic link: with AUTORESPONDER_REPAIRS all attachments of this "
+                       "domain are missing. Move the directory there, or mount it.",
+                       path);
+  }
+}
+
+// Each delivery has a connection while it works.
+void check_connections(Inspection& inspection) {
+  constexpr long kOthers = 10;
+  constexpr long kDefault = 10;
+  if (!inspection.database) return;
+  const auto lines = control_lines(inspection.qmail_root + "/control/concurrencylocal", inspection);
+  const long deliveries = lines && !lines->empty() ? atol(lines->front().c_str()) : kDefault;
+  auto rows = inspection.database->TryQuery("select @@max_connections");
+  const Row row = rows ? rows->Next() : nullptr;
+  const long connections = row != nullptr ? atol(text_or(row[0], "0")) : deliveries + kOthers;
+  if (connections >= deliveries + kOthers) return;
+  inspection.Warning("few_connections",
+                     "The server takes {} connections, and {} deliveries may run at once "
+                     "(control/concurrencylocal): some end without a reply. set global "
+                     "max_connections={}",
+                     connections, deliveries, deliveries + kOthers);
+}
+
 void check_domain(const std::string& domain, const Deliveries& deliveries,
                   const DeliveryUsers& users, Groups& groups, Inspection& inspection) {
-  if (is_local(deliveries, domain)) return;
+  if (is_local(deliveries, domain)) return check_local(domain, deliveries, inspection);
   const VirtualDomain* const line = line_for(deliveries, domain);
   if (line == nullptr || line->prefix.empty()) {
     inspection.Warning("domain_not_delivered",
@@ -84,6 +152,12 @@ void check_domain(const std::string& domain, const Deliveries& deliveries,
   }
   if (const auto user = users.Find(line->prefix)) {
     groups[user->group].push_back(domain);
+    if (user->id != 0) return;
+    inspection.Error("delivery_as_root",
+                     "users/assign gives the prefix \"{}\" of {} the user 0: the mail server "
+                     "delivers nothing as root, and its mail waits. Name another user, and run "
+                     "qmail-newu.",
+                     line->prefix, domain);
     return;
   }
   inspection.Warning(
@@ -154,6 +228,9 @@ void check_deliveries(Inspection& inspection) {
     check_domain(domain, deliveries, users, groups, inspection);
   }
   for (const auto& [group, domains] : groups) check_group(group, domains, inspection);
+  check_received(deliveries, inspection);
+  check_stores(deliveries, inspection);
+  check_connections(inspection);
   check_compiled(inspection);
   check_local_names(deliveries, inspection);
 }

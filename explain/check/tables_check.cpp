@@ -131,6 +131,12 @@ const char* code_of(unsigned error) {
   }
 }
 
+const char* cure_of(unsigned error) {
+  const bool is_denied = error == kTableDenied || error == kColumnDenied;
+  return is_denied ? "Grant the right (operators.md)"
+                   : "Compare the table with schema/tables.sql, or repair it";
+}
+
 // Reports a column that cannot be read. False if the whole table cannot be, which is reported once
 // and not for each column.
 bool check_column(const Column& column, Inspection& inspection) {
@@ -139,8 +145,8 @@ bool check_column(const Column& column, Inspection& inspection) {
         formatted("select `{}` from `{}` limit 0", column.name, column.table), "");
     return true;
   } catch (const PanelFailure& failure) {
-    inspection.Error(code_of(failure.error()), "A run cannot read {}: {}.", name_of(column),
-                     failure.what());
+    inspection.Error(code_of(failure.error()), "A run cannot read {}: {}. {}.", name_of(column),
+                     failure.what(), cure_of(failure.error()));
     return failure.error() == kUnknownColumn || failure.error() == kColumnDenied;
   }
 }

@@ -22,12 +22,14 @@ const VirtualDomain* find_virtual_domain(const std::vector<VirtualDomain>& lines
 /// Who a delivery runs as.
 struct DeliveryUser {
   std::string name;
+  unsigned id = 0;
   unsigned group = 0;
 };
 
 /// The users that qmail delivers to: those of users/assign, then the system's accounts.
 class DeliveryUsers {
  public:
+  /// Reads users/assign, and reports what keeps lines of it from counting.
   explicit DeliveryUsers(Inspection& inspection);
 
   /// Who gets mail to `prefix`, "-" and anything; nothing if that is left to the alias user.

@@ -18,32 +18,39 @@ std::string text_of(const Findings& findings, bool in_colour) {
   std::ostringstream out;
   TextStyle style;
   style.in_colour = in_colour;
-  write_check_text(out, findings, style);
+  write_check_text(out, findings, {}, style);
   return out.str();
 }
+
+constexpr char kEnd[] =
+    "Switches: repairs off, courtesy off.\n"
+    "Looked at: configuration, program, commands, directories, database, and the mail server's "
+    "control "
+    "files. Not at: .qmail files, what other servers send, and whether mail leaves.\n";
 
 TEST(CheckReport, IsOneLinePerFindingThatIsSafeOnATerminal) {
   EXPECT_EQ(text_of(kFindings, false),
             "error: The domain \\x1B[2J is bad.\n"
             "warning: Small.\n"
             "not seen: x could not be looked at: y\n"
-            "advice: Better.\n");
+            "advice: Better.\n" +
+                std::string(kEnd));
 }
 
 TEST(CheckReport, ColoursTheSeverity) {
   EXPECT_EQ(text_of({{Severity::kError, "an_error", "Bad."}}, true),
-            "\033[31merror\033[0m: Bad.\n");
+            "\033[31merror\033[0m: Bad.\n" + std::string(kEnd));
   EXPECT_EQ(text_of({{Severity::kAdvice, "an_advice", "Better."}}, true),
-            "\033[1madvice\033[0m: Better.\n");
+            "\033[1madvice\033[0m: Better.\n" + std::string(kEnd));
 }
 
 TEST(CheckReport, SaysThatNothingWasFound) {
-  EXPECT_EQ(text_of({}, false), "This server is set up right.\n");
+  EXPECT_EQ(text_of({}, false), "This server is set up right.\n" + std::string(kEnd));
 }
 
 std::string json_of(const Findings& findings) {
   std::ostringstream out;
-  write_check_json(out, findings, {});
+  write_check_json(out, findings, {}, {});
   return out.str();
 }
 
@@ -51,6 +58,10 @@ TEST(CheckReport, TellsProgramsTheCodeOfEachFinding) {
   EXPECT_EQ(json_of({{Severity::kUnseen, "not_seen", "x"}}),
             "{\n"
             "  \"set_up_right\": false,\n"
+            "  \"switches\": {\n"
+            "    \"repairs\": false,\n"
+            "    \"courtesy\": false\n"
+            "  },\n"
             "  \"findings\": [\n"
             "    {\n"
             "      \"severity\": \"unseen\",\n"

@@ -36,7 +36,8 @@ INJECT = "/var/qmail/bin/qmail-inject info@my-shop.example <message.eml"
 
 def test_the_documented_server_is_set_up_right():
     result = sh(CHECK)
-    assert (result.returncode, result.stdout) == (0, b"This server is set up right.\n")
+    assert result.returncode == 0
+    assert result.stdout.startswith(b"This server is set up right.\nSwitches: repairs ")
 
 
 def test_the_documented_wiring_replies(letter):
@@ -240,7 +241,8 @@ def test_the_settings_of_the_document_are_known(database):
     sandbox.CONF.write_text(whole + "".join(f"{line}\n" for line in settings))
     result = subprocess.run(CHECK.split(), capture_output=True)
     sandbox.CONF.write_text(whole)
-    assert (result.returncode, result.stdout) == (0, b"This server is set up right.\n")
+    assert result.returncode == 0
+    assert result.stdout.startswith(b"This server is set up right.\nSwitches: repairs ")
 
 
 def test_the_package_can_go_back_and_be_removed(database, letter):

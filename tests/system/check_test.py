@@ -11,7 +11,14 @@ import pytest
 import panel as sandbox
 from conftest import BUILD, CHECKOUT, EXPLAIN, SANITIZED, Result, real_root
 from right_server import configure
-from breaks import server, without_proc, FAULTS
+from breaks import server, FAULTS
+from host_breaks import HOST_FAULTS, without_proc
+
+ALL = FAULTS + HOST_FAULTS
+SEEN = (b"Looked at: configuration, program, commands, directories, database, and the mail server's"
+        b" control files. Not at: .qmail files, what other servers send, and whether mail leaves.\n")
+RIGHT = b"This server is set up right.\nSwitches: repairs off, courtesy off.\n" + SEEN
+OFF = {"repairs": False, "courtesy": False}
 
 pytestmark = pytest.mark.skipif(not real_root(), reason="gives files to other users and groups")
 
@@ -25,9 +32,10 @@ def test_finds_nothing_on_a_server_that_is_set_up_right(server):
     server.forward(1, "anna@colleague.example ben@colleague.example")
     server.attach(1, "price list.txt")
     result = check()
-    assert (result.status, result.out, result.err) == (0, b"This server is set up right.\n", b"")
+    assert (result.status, result.out, result.err) == (0, RIGHT, b"")
     result = check("--json")
-    assert (result.status, result.answer()) == (0, {"set_up_right": True, "findings": []})
+    assert (result.status, result.answer()) == (
+        0, {"set_up_right": True, "switches": OFF, "findings": []})
 
 
 def test_a_server_that_could_replicate_but_does_not_is_no_node_of_a_cluster(server):
@@ -37,7 +45,7 @@ def test_a_server_that_could_replicate_but_does_not_is_no_node_of_a_cluster(serv
         result = check()
     finally:
         server.database.restart()
-    assert (result.status, result.out) == (0, b"This server is set up right.\n")
+    assert (result.status, result.out) == (0, RIGHT)
 
 
 def test_advice_alone_is_no_fault(server):
@@ -50,8 +58,8 @@ def test_advice_alone_is_no_fault(server):
         0, ["tmp_left_files"])
 
 
-@pytest.mark.parametrize("break_it, severity, code, words", [fault[1:] for fault in FAULTS],
-                         ids=[fault[0] for fault in FAULTS])
+@pytest.mark.parametrize("break_it, severity, code, words", [fault[1:] for fault in ALL],
+                         ids=[fault[0] for fault in ALL])
 def test_finds(server, break_it, severity, code, words):
     if SANITIZED and break_it == without_proc:
         pytest.skip("the sanitizers need it themselves")
@@ -65,7 +73,7 @@ def test_finds(server, break_it, severity, code, words):
              if finding["code"] == code and words.replace("\\'", "'") in finding["text"]]
     assert [finding["severity"] for finding in found] == [severity], result.out.decode()
     assert (result.status, in_words.status) == (1, 1)
-    assert len(in_words.out.splitlines()) == len(result.answer()["findings"])
+    assert len(in_words.out.splitlines()) == len(result.answer()["findings"]) + 2
     word = {"unseen": "not seen"}.get(severity, severity)
     assert f"{word}: {found[0]['text']}".replace("\\", "\\\\") in in_words.out.decode().splitlines()
 
@@ -176,4 +184,4 @@ def test_every_code_of_the_page_is_provoked():
     others = {"tmp_left_files", "repairs_off", "tmp_missing", "reader_fails", "reader_unconfined",
               "not_seen"}
     in_a_cluster = {code for code in codes if code.startswith("cluster_")}  # tests/cluster
-    assert set(codes) - in_a_cluster == {fault[3] for fault in FAULTS} | others
+    assert set(codes) - in_a_cluster == {fault[3] for fault in ALL} | others

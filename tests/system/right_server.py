@@ -12,6 +12,7 @@ INSTALLED = PRODUCT / "sbin" / "autoresponder"
 GROUP = 64001
 CONTROL = sandbox.QMAIL / "control"
 USERS = sandbox.QMAIL / "users"
+ASSIGNED = f"+shop.example-:shop:64000:{GROUP}:/home/shop:-::"
 
 
 def install(directory=PRODUCT):
@@ -37,13 +38,18 @@ def set_up(**values):
     configure(**values)
     install()
     USERS.mkdir(exist_ok=True)
-    assign(f"+shop.example-:shop:64000:{GROUP}:/home/shop:-::")
+    assign(ASSIGNED)
     (CONTROL / "virtualdomains").write_text("shop.example:shop.example\n")
-    (CONTROL / "locals").unlink(missing_ok=True)
+    remove_control_files()
+
+
+def remove_control_files():
+    for name in ("locals", "rcpthosts", "concurrencylocal"):
+        (CONTROL / name).unlink(missing_ok=True)
 
 
 def take_down():
     for directory in (PRODUCT, USERS):
         shutil.rmtree(directory)
     (CONTROL / "virtualdomains").unlink(missing_ok=True)
-    (CONTROL / "locals").unlink(missing_ok=True)
+    remove_control_files()
