@@ -40,7 +40,7 @@ std::string percent_encoded(std::string_view text) {
 std::string file_name_parameter(std::string_view name) {
   const bool is_like_word = name.find("=?") != std::string_view::npos;
   if (!is_like_word && std::all_of(name.begin(), name.end(), is_plain)) return in_quotes(name);
-  const std::string value = in_quotes(header_encode(name));
+  std::string value = in_quotes(header_encode(name));
   if (!is_unchanged(name, "UTF-8", "UTF-8")) return value;
   return value + ";\n\tfilename*=UTF-8''" + percent_encoded(name);
 }

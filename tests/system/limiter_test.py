@@ -2,7 +2,7 @@
 
 import pytest
 
-from conftest import NONSENSE, message
+from conftest import FORGETS_NOBODY, NONSENSE, message
 
 SENDER = "otto@customer.example"
 
@@ -91,6 +91,7 @@ def test_a_known_sender_drives_nobody_out(panel):
     assert panel.senders() == [("1", "a@x", "1"), ("1", SENDER, "4")]
 
 
+@FORGETS_NOBODY
 def test_remembers_a_sender_without_any_memory(panel):
     panel.rule(mem_limit=0)
     assert run(panel)
@@ -149,12 +150,14 @@ def test_statements_for_an_eviction(panel):
     assert limiter_statements(panel) == [FORGET, COUNT, KNOWN, OLDEST, evict, INSERT]
 
 
+@FORGETS_NOBODY
 def test_statements_for_an_eviction_from_an_empty_table(panel):
     panel.rule(mem_limit=0)
     evict = "delete from resp_freq where rn_id=1 and time_resp='0'"
     assert limiter_statements(panel) == [FORGET, COUNT, KNOWN, OLDEST, evict, INSERT]
 
 
+@FORGETS_NOBODY
 @pytest.mark.parametrize("statement", range(1, 7))
 def test_any_failing_statement_ends_the_run(panel, statement):
     # Each of the six statements of an eviction; the table stays as the earlier ones left it.
