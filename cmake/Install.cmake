@@ -21,6 +21,8 @@ foreach(section 5 8)
   file(GLOB pages CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/packaging/*.${section})
   install(FILES ${pages} DESTINATION share/man/man${section})
 endforeach()
+install(FILES packaging/autoresponder-explain.bash
+        DESTINATION share/bash-completion/completions RENAME autoresponder-explain)
 install(FILES packaging/README.md packaging/kem.conf.sample packaging/galera.cnf.sample CHANGELOG.md
               docs/operators.md docs/scaling.md docs/security.md docs/haproxy.cfg docs/growth.png
               docs/remote.png docs/throughput.png

@@ -112,7 +112,7 @@ def test_an_installation_has_pages_and_documents(installed):
     below = {str(path.relative_to(installed)) for path in installed.rglob("*") if path.is_file()}
     assert below >= {
         "sbin/autoresponder", "sbin/autoresponder-explain", "share/man/man8/autoresponder.8",
-        "share/man/man5/kem.conf.5",
+        "share/man/man5/kem.conf.5", "share/bash-completion/completions/autoresponder-explain",
         *(f"share/doc/{NAME}/{name}" for name in (
             "README.md", "CHANGELOG.md", "operators.md", "scaling.md", "security.md",
             "kem.conf.sample", "galera.cnf.sample", "haproxy.cfg", "growth.png", "remote.png",

@@ -264,3 +264,22 @@ def test_the_explanation_knows_what_cannot_be_parsed(server, reply_to):
                           input=MESSAGE, capture_output=True)
     refused = b'"outcome": "reply_to_unreadable"' in told.stdout
     assert refused == (inject.returncode != 0), (reply_to, inject.stderr)
+
+
+def forwarded(server, fields):
+    server.sql("insert into resp_forward values (7, 'anna@colleague.example')")
+    deliver(server, fields + MESSAGE)
+    (copy,) = server.to("anna@colleague.example")
+    return copy
+
+
+def test_a_forwarded_copy_loses_what_the_document_says(server):
+    copy = forwarded(server, b"Content-Length: 7\nBcc: ben@x.example\nReturn-Path: <ben@x.example>\n")
+    assert copy["Content-Length"] is None and copy["Bcc"] is None
+    assert copy["Return-Path"] == f"<{RECIPIENT}>"
+    assert copy["Date"] and copy["Message-ID"]
+
+
+def test_a_copy_of_a_resent_message_gets_resent_fields(server):
+    copy = forwarded(server, b"Resent-To: ben@x.example\n")
+    assert copy["Resent-Date"] and copy["Resent-Message-ID"] and copy["Resent-From"]

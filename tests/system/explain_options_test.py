@@ -8,7 +8,7 @@ import subprocess
 import pytest
 
 import panel as sandbox
-from conftest import EXPLAIN, message
+from conftest import CHECKOUT, EXPLAIN, message
 
 
 def test_cannot_tell_what_cannot_be_read(panel):
@@ -179,3 +179,14 @@ def test_is_described_in_its_help(panel):
                    "--version", "--help"):
         assert option in shown
     assert len(re.findall(r"^ +--", shown, re.MULTILINE)) == 8
+
+
+@pytest.mark.parametrize("word, words", [
+    ("--", "--check --help --json --list --recipient --rule --show-reply --version"),
+    ("--r", "--recipient --rule"), ("--check", "--check"), ("--x", "")])
+def test_bash_completes_its_options(word, words):
+    script = CHECKOUT / "packaging" / "autoresponder-explain.bash"
+    completed = subprocess.run(
+        ["bash", "-c", f"source {script}; _autoresponder_explain {EXPLAIN} {word};"
+         " echo \"${COMPREPLY[@]}\""], capture_output=True, check=True, text=True)
+    assert (completed.stdout.strip(), completed.stderr) == (words, "")
