@@ -75,11 +75,12 @@ using Groups = std::map<unsigned, std::vector<std::string>>;
 
 // Mail to a local domain is delivered without a prefix, also where control/virtualdomains has one.
 void check_local(const std::string& domain, const Deliveries& deliveries, Inspection& inspection) {
-  if (find_virtual_domain(deliveries.virtual_domains, domain) != nullptr) {
+  const VirtualDomain* const line = find_virtual_domain(deliveries.virtual_domains, domain);
+  if (line != nullptr && strcasecmp(line->domain.c_str(), domain.c_str()) == 0) {
     inspection.Warning(
         "domain_twice",
-        "Both control/locals and control/virtualdomains name the domain {}: the "
-        "first decides, and its mail goes to the users of this system. Take it out of "
+        "Both control/locals and control/virtualdomains name the domain {}: the first "
+        "decides, and its mail goes to the users of this system. Take it out of "
         "control/locals.",
         domain);
   }
@@ -99,11 +100,10 @@ void check_received(const Deliveries& deliveries, Inspection& inspection) {
   const bool has_more = state_of(inspection.qmail_root + "/control/morercpthosts.cdb").has_value();
   for (const std::string& domain : deliveries.domains) {
     if (has_more || find_virtual_domain(lines, domain) != nullptr) continue;
-    inspection.Warning(
-        "domain_not_received",
-        "The domain {} has rules, but control/rcpthosts does not name it: mail to it "
-        "is taken from nobody elsewhere. Add it.",
-        domain);
+    inspection.Warning("domain_not_received",
+                       "The domain {} has rules, but control/rcpthosts does not name it: no other "
+                       "server's mail to it is taken. Add it.",
+                       domain);
   }
 }
 

@@ -10,7 +10,7 @@ import pytest
 
 import panel as sandbox
 from conftest import BUILD, CHECKOUT, EXPLAIN, SANITIZED, Result, real_root
-from right_server import configure
+from right_server import CONTROL, configure
 from breaks import server, FAULTS
 from host_breaks import HOST_FAULTS, without_proc
 
@@ -46,6 +46,12 @@ def test_a_server_that_could_replicate_but_does_not_is_no_node_of_a_cluster(serv
     finally:
         server.database.restart()
     assert (result.status, result.out) == (0, RIGHT)
+
+
+def test_a_local_domain_beside_a_line_for_all_others_is_not_named_twice(server):
+    (CONTROL / "locals").write_text("shop.example\n")
+    (CONTROL / "virtualdomains").write_text(":others\n")
+    assert check("--json").answer()["findings"] == []
 
 
 def test_advice_alone_is_no_fault(server):
