@@ -65,9 +65,8 @@ std::string advice_about_sockets(const std::string& error) {
     const bool is_socket = stat(path, &status) == 0 && S_ISSOCK(status.st_mode);
     if (!is_socket || error.find(path) != std::string::npos) continue;
     return formatted(
-        ". A server listens at {}: make the path above a symbolic link to it, or let the server "
-        "use "
-        "that path",
+        ". A server listens at {}: make the path above a symbolic link to it, or let the "
+        "server use that path",
         path);
   }
   return "";
