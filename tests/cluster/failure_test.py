@@ -127,7 +127,7 @@ def test_without_arbitrator_the_node_that_is_left_answers_nothing_until_it_is_to
 
     status, lines = cluster.first.check()
     assert status == 1
-    assert re.search(rf"^error: No run can use the database: {NOT_READY}$", lines, re.M)
+    assert re.search(rf"^error: No run can use the database: {NOT_READY}\. Start the server, or ", lines, re.M)
     status, words = cluster.first.explanation(message())
     assert status == 2 and re.search(NOT_READY, words)
 
