@@ -1,21 +1,14 @@
 """Repairs of characters: those of rules, of the names of attachments, and of addresses."""
 
-import email
 import subprocess
-from email import policy
 
 import pytest
 
 import panel as sandbox
 from conftest import message
+from repaired import files_of, repaired
 
 EMOJI = "\U0001F600"
-
-
-@pytest.fixture
-def repaired(panel):
-    panel.switch(repairs=True)
-    return panel
 
 
 def speak_utf8(panel):
@@ -88,11 +81,6 @@ NAMES = ["plain.txt", 'a "b".txt', "a\\b.txt", "price-list (2).txt", "Grüße au
          f"{EMOJI} 100% 'it'.txt", "=?utf-8?Q?a?=.txt"]
 
 
-def arrived_name(mail):
-    parsed = email.message_from_bytes(mail.message, policy=policy.default)
-    return [part.get_filename() for part in parsed.iter_attachments()]
-
-
 @pytest.mark.parametrize("name", NAMES)
 def test_a_name_is_read_as_it_is(repaired, name, tmp_path):
     speak_utf8(repaired)
@@ -103,7 +91,7 @@ def test_a_name_is_read_as_it_is(repaired, name, tmp_path):
     result = repaired.run(message())
     assert (result.status, result.err) == (0, b"")
     (mail,) = repaired.mails()
-    assert arrived_name(mail) == [name]
+    assert files_of(mail) == [(name, b"content")]
     # An old program, which knows no RFC 2231, unpacks the file by the parameter beside.
     unpacked = subprocess.run(["munpack", "-C", tmp_path], input=mail.message, capture_output=True)
     assert unpacked.returncode == 0 and b"application/octet-stream" in unpacked.stdout
