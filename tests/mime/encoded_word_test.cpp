@@ -19,14 +19,18 @@ struct Value : NamedRow {
   std::string_view message;
 };
 
+// Compares what `decode` returns and reports with the row.
+void expect_row(std::string (*decode)(std::string_view), const Value& row) {
+  testing::internal::CaptureStderr();
+  const std::string got = decode(row.value);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), row.message);
+  EXPECT_EQ(got, row.want);
+}
+
 class EncodedWord : public testing::TestWithParam<Value> {};
 
 TEST_P(EncodedWord, Decodes) {
-  const Value& row = GetParam();
-  testing::internal::CaptureStderr();
-  const std::string got = rfc1522_decode(row.value);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), row.message);
-  EXPECT_EQ(got, row.want);
+  expect_row(rfc1522_decode, GetParam());
 }
 
 constexpr Value kValues[] = {
@@ -179,11 +183,7 @@ TEST(DecodeWord, ReadsALongWordInLinearTime) {
 class UnfoldedField : public testing::TestWithParam<Value> {};
 
 TEST_P(UnfoldedField, IsDecodedAsOneLine) {
-  const Value& row = GetParam();
-  testing::internal::CaptureStderr();
-  const std::string got = decode_unfolded(row.value);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), row.message);
-  EXPECT_EQ(got, row.want);
+  expect_row(decode_unfolded, GetParam());
 }
 
 constexpr Value kFolded[] = {

@@ -66,13 +66,20 @@ def test_a_sender_with_an_emoji_is_limited_where_the_column_can_hold_it(
     assert len(panel.mails()) == replies
 
 
-def test_a_mailbox_with_a_name_beyond_three_bytes_is_found(repaired):
-    speak_utf8(repaired)
-    repaired.sql("alter table mail convert to character set utf8mb4;"
-                 f"update mail set mail_name='{EMOJI}' where id=1")
-    repaired.rule()
-    result = repaired.run(message(), recipient=f"shop.example-{EMOJI}@shop.example")
-    assert b"Mailname not found" not in result.err
+def test_a_mailbox_named_by_an_emoji_is_found_and_has_no_address_in_ascii(panel):
+    speak_utf8(panel)
+    panel.sql("alter table mail convert to character set utf8mb4;"
+              f"update mail set mail_name='{EMOJI}' where id=1")
+    panel.rule()
+    ends = []
+    for repairs in (False, True):
+        panel.switch(repairs=repairs)
+        result = panel.run(message(), recipient=f"shop.example-{EMOJI}@shop.example")
+        ends.append((result.status, result.err.decode().splitlines()[0]))
+    assert ends[1] == (
+        1, f"autoresponder: idn_toascii_safe({EMOJI}@shop.example) failed: Stringprep error")
+    assert ends[0][0] == 0 and ends[0][1].startswith("autoresponder: Unable to query: ")
+    assert panel.mails() == []
 
 
 # --- names of attachments ------------------------------------------------------------------------
