@@ -1,6 +1,5 @@
 #include "mime/encoded_word.h"
 
-#include <optional>
 #include <strings.h>
 #include <utility>
 
@@ -100,23 +99,25 @@ class JoinedWords {
  public:
   explicit JoinedWords(TextPieces& out) : out_(out) {}
 
-  bool IsEmpty() const { return !charset_; }
+  bool IsEmpty() const { return is_empty_; }
 
   void Add(const EncodedWord& word) {
-    if (charset_ && strcasecmp(word.charset.c_str(), charset_->c_str()) != 0) Write();
+    if (strcasecmp(word.charset.c_str(), charset_.c_str()) != 0) Write();
     charset_ = word.charset;
     bytes_ += decode_data(word);
+    is_empty_ = false;
   }
 
   // Writes them in UTF-8, and has none left.
   void Write() {
-    if (charset_) out_.Adopt(to_utf8(std::exchange(bytes_, {}), *charset_));
-    charset_.reset();
+    if (!is_empty_) out_.Adopt(to_utf8(std::exchange(bytes_, {}), charset_));
+    is_empty_ = true;
   }
 
  private:
   TextPieces& out_;
-  std::optional<std::string> charset_;
+  bool is_empty_ = true;
+  std::string charset_;
   std::string bytes_;
 };
 
