@@ -28,7 +28,7 @@ constexpr SeverityWords kWords[] = {
 
 constexpr const char* kSeen =
     "Looked at: configuration, program, commands, directories, database, and the mail server's "
-    "control files. Not at: .qmail files, what other servers send, and whether mail leaves.\n";
+    "control and .qmail files. Not at: what other servers send, and whether mail leaves.\n";
 
 const SeverityWords& words_for(Severity severity) {
   return *std::find_if(

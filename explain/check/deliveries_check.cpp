@@ -1,82 +1,78 @@
-#include <algorithm>
 #include <cstdlib>
 #include <map>
 #include <set>
-#include <strings.h>
 #include <unistd.h>
+#include <utility>
 
 #include "explain/check/checks.h"
+#include "explain/check/delivery_files.h"
+#include "explain/check/delivery_users.h"
 #include "explain/check/files.h"
 #include "explain/check/program.h"
 #include "explain/check/virtual_domains.h"
 
 namespace {
 
-// The domains whose mailboxes have rules, and their aliases.
-constexpr const char* kDomainsWithRules =
-    "select distinct d.name from domains d, mail m, mail_resp r where m.dom_id=d.id and "
-    "r.mn_id=m.id union select distinct a.name from domainaliases a, domains d, mail m, mail_resp "
-    "r where a.dom_id=d.id and m.dom_id=d.id and r.mn_id=m.id and a.mail='true'";
+// The addresses of the mailboxes with active rules: their names and aliases, at their domain and at
+// its aliases.
+constexpr const char* kAddresses =
+    "select n.name, d.name from (select id mn_id, mail_name name from mail union select mn_id, "
+    "alias from mail_aliases) n, mail m, (select id dom_id, name from domains union select dom_id, "
+    "name from domainaliases where mail='true') d where n.mn_id=m.id and m.dom_id=d.dom_id and "
+    "m.id in (select mn_id from mail_resp where resp_on='true')";
 
-// The names and aliases with a "-" of mailboxes that have rules.
-constexpr const char* kNamesWithDash =
-    "select m.mail_name, d.name from mail m, domains d, mail_resp r where m.dom_id=d.id and "
-    "r.mn_id=m.id and m.mail_name like '%-%' union select a.alias, d.name from mail_aliases a, "
-    "mail m, domains d, mail_resp r where a.mn_id=m.id and m.dom_id=d.id and r.mn_id=m.id and "
-    "a.alias like '%-%'";
+// The local parts of mailboxes with rules, by domain.
+using Domains = std::map<std::string, std::set<std::string>>;
 
-std::set<std::string> domains_with_rules(Inspection& inspection) {
-  std::set<std::string> domains;
-  auto rows = inspection.database ? inspection.database->TryQuery(kDomainsWithRules) : std::nullopt;
+Domains domains_with_rules(Inspection& inspection) {
+  enum { kName, kDomain };
+  Domains domains;
+  auto rows = inspection.database ? inspection.database->TryQuery(kAddresses) : std::nullopt;
   if (!rows) return domains;
-  while (const Row row = rows->Next()) domains.insert(text_or(*row, ""));
+  while (const Row row = rows->Next()) {
+    domains[text_or(row[kDomain], "")].insert(text_or(row[kName], ""));
+  }
   return domains;
 }
 
 struct Deliveries {
-  std::vector<VirtualDomain> virtual_domains;
-  std::vector<std::string> locals;
-  std::set<std::string> domains;  // with rules
+  VirtualDomains virtual_domains;
+  std::set<std::string> locals;  // in lower case
+  Domains domains;
 };
 
 // Whether control/locals names the domain. It takes precedence over control/virtualdomains.
 bool is_local(const Deliveries& deliveries, const std::string& domain) {
-  return std::any_of(
-      deliveries.locals.begin(), deliveries.locals.end(),
-      [&](const std::string& local) { return strcasecmp(local.c_str(), domain.c_str()) == 0; });
+  return deliveries.locals.count(in_lower_case(domain)) > 0;
 }
 
 // The line that decides where mail to the domain goes; null if none does.
-const VirtualDomain* line_for(const Deliveries& deliveries, const std::string& domain) {
+const VirtualDomains::value_type* line_for(const Deliveries& deliveries,
+                                           const std::string& domain) {
   if (is_local(deliveries, domain)) return nullptr;
   return find_virtual_domain(deliveries.virtual_domains, domain);
 }
 
 // A run takes what follows the first "-" of RECIPIENT for the address.
-void check_prefix(const VirtualDomain& line, const Deliveries& deliveries, Inspection& inspection) {
-  if (line.prefix.find('-') == std::string::npos) return;
-  const bool has_rules =
-      std::any_of(deliveries.domains.begin(), deliveries.domains.end(),
-                  [&](const auto& domain) { return line_for(deliveries, domain) == &line; });
-  constexpr char kText[] =
-      "The prefix \"{}\" of {} in control/virtualdomains holds \"-\": every message would end with "
-      "\"Mailname not found\". Choose another prefix, with a line of its own in users/assign "
-      "(operators.md).";
-  const std::string domain = line.domain.empty() ? "all domains" : line.domain;
-  if (has_rules) {
-    inspection.Error("prefix_with_dash", kText, line.prefix, domain);
-  } else {
-    inspection.Warning("prefix_with_dash", kText, line.prefix, domain);
+void check_prefixes(const Deliveries& deliveries, Inspection& inspection) {
+  std::set<std::string> used;  // the lines that decide for domains with rules
+  for (const auto& [domain, names] : deliveries.domains) {
+    if (const auto* const line = line_for(deliveries, domain)) used.insert(line->first);
+  }
+  for (const auto& [domain, prefix] : deliveries.virtual_domains) {
+    if (prefix.find('-') == std::string::npos) continue;
+    inspection.Add(
+        used.count(domain) > 0 ? Severity::kError : Severity::kWarning, "prefix_with_dash",
+        "The prefix \"{}\" of {} in control/virtualdomains holds \"-\": every message would end "
+        "with \"Mailname not found\". Choose another prefix, with a line of its own in "
+        "users/assign (operators.md).",
+        prefix, domain.empty() ? "all domains" : domain);
   }
 }
 
-// The domains that have rules and a prefix with a user, by that user's group.
-using Groups = std::map<unsigned, std::vector<std::string>>;
-
 // Mail to a local domain is delivered without a prefix, also where control/virtualdomains has one.
 void check_local(const std::string& domain, const Deliveries& deliveries, Inspection& inspection) {
-  const VirtualDomain* const line = find_virtual_domain(deliveries.virtual_domains, domain);
-  if (line != nullptr && strcasecmp(line->domain.c_str(), domain.c_str()) == 0) {
+  if (deliveries.virtual_domains.count(in_lower_case(domain)) > 0) {
     inspection.Warning(
         "domain_twice",
         "Both control/locals and control/virtualdomains name the domain {}: the first "
@@ -84,21 +80,31 @@ void check_local(const std::string& domain, const Deliveries& deliveries, Inspec
         "control/locals.",
         domain);
   }
-  if (domain.find('-') == std::string::npos) return;
-  inspection.Error("local_domain_with_dash",
-                   "control/locals names the domain {}, which holds \"-\": every message would end "
-                   "with \"Mailname not found\". Move the domain to control/virtualdomains.",
-                   domain);
+  if (domain.find('-') != std::string::npos) {
+    inspection.Error("local_domain_with_dash",
+                     "control/locals names the domain {}, which holds \"-\": every message would "
+                     "end with \"Mailname not found\". Move the domain to "
+                     "control/virtualdomains.",
+                     domain);
+  }
+  for (const std::string& name : deliveries.domains.at(domain)) {
+    if (name.find('-') == std::string::npos) continue;
+    inspection.Error("local_name_with_dash",
+                     "Mail to {}@{} is delivered without a prefix, because control/locals names "
+                     "the domain: every message would end with \"Mailname not found\". Move the "
+                     "domain to control/virtualdomains.",
+                     name, domain);
+  }
 }
 
 // By SMTP the mail server takes mail for these domains only, and for all if there is no such file.
 void check_received(const Deliveries& deliveries, Inspection& inspection) {
   const auto taken = control_lines(inspection.qmail_root + "/control/rcpthosts", inspection);
   if (!taken) return;
-  std::vector<VirtualDomain> lines;
-  for (const std::string& domain : *taken) lines.push_back({domain, ""});
+  VirtualDomains lines;
+  for (const std::string& domain : *taken) lines[in_lower_case(domain)] = "";
   const bool has_more = state_of(inspection.qmail_root + "/control/morercpthosts.cdb").has_value();
-  for (const std::string& domain : deliveries.domains) {
+  for (const auto& [domain, names] : deliveries.domains) {
     if (has_more || find_virtual_domain(lines, domain) != nullptr) continue;
     inspection.Warning("domain_not_received",
                        "The domain {} has rules, but control/rcpthosts does not name it: no other "
@@ -110,7 +116,7 @@ void check_received(const Deliveries& deliveries, Inspection& inspection) {
 // With repairs no attachment is found below a symbolic link.
 void check_stores(const Deliveries& deliveries, Inspection& inspection) {
   if (!inspection.switches.repairs.store) return;
-  for (const std::string& domain : deliveries.domains) {
+  for (const auto& [domain, names] : deliveries.domains) {
     const std::string path = inspection.mail_names + "/" + domain;
     char target = 0;
     if (readlink(path.c_str(), &target, 1) < 0) continue;
@@ -139,48 +145,91 @@ void check_connections(Inspection& inspection) {
                      connections, deliveries, deliveries + kOthers);
 }
 
-void check_domain(const std::string& domain, const Deliveries& deliveries,
-                  const DeliveryUsers& users, Groups& groups, Inspection& inspection) {
-  if (is_local(deliveries, domain)) return check_local(domain, deliveries, inspection);
-  const VirtualDomain* const line = line_for(deliveries, domain);
-  if (line == nullptr || line->prefix.empty()) {
-    inspection.Warning("domain_not_delivered",
-                       "The domain {} has rules, but control/virtualdomains has no prefix for it, "
-                       "and control/locals does not name it: its mail is not delivered here.",
-                       domain);
-    return;
-  }
-  if (const auto user = users.Find(line->prefix)) {
-    groups[user->group].push_back(domain);
-    if (user->id != 0) return;
-    inspection.Error("delivery_as_root",
-                     "users/assign gives the prefix \"{}\" of {} the user 0: the mail server "
-                     "delivers nothing as root, and its mail waits. Name another user, and run "
-                     "qmail-newu.",
-                     line->prefix, domain);
-    return;
-  }
+// What the mail server puts before the local parts of the domain; nothing if it does not deliver
+// the domain's mail.
+std::optional<std::string> prefix_for(const std::string& domain, const Deliveries& deliveries,
+                                      Inspection& inspection) {
+  if (is_local(deliveries, domain)) return "";
+  const auto* const line = line_for(deliveries, domain);
+  if (line != nullptr && !line->second.empty()) return line->second + '-';
   inspection.Warning(
-      "prefix_without_user",
-      "Nobody is the user of the prefix \"{}\" of {}: neither users/assign nor the "
-      "system has one, so its mail goes to the alias user. Add a line to users/assign "
-      "and run qmail-newu.",
-      line->prefix, domain);
+      "domain_not_delivered",
+      "The domain {} has rules, but control/virtualdomains has no prefix for it, "
+      "and control/locals does not name it: its mail is not delivered here. Add a line "
+      "for it.",
+      domain);
+  return std::nullopt;
+}
+
+void report_root(const std::string& domain, Inspection& inspection) {
+  inspection.Error("delivery_as_root",
+                   "users/assign gives mail to {} to the user 0: the mail server delivers nothing "
+                   "as root, and it waits. Name another user, and run qmail-newu.",
+                   domain);
+}
+
+void report_no_user(const std::string& local, const std::string& domain, Inspection& inspection) {
+  inspection.Warning("prefix_without_user",
+                     "Nobody is the user of \"{}\", who gets mail to {}: neither users/assign nor "
+                     "the system has one, so it goes to the alias user. Add a line for the prefix "
+                     "to users/assign and run qmail-newu.",
+                     local, domain);
+}
+
+// Adds the domain's deliveries. Of the mailboxes without a user, or with root, names the first.
+void add_deliveries(const std::string& domain, const std::string& prefix,
+                    const std::set<std::string>& names, const DeliveryUsers& users,
+                    std::vector<DeliveredMailbox>& found, Inspection& inspection) {
+  bool has_no_user = prefix.empty();  // a local domain's mailboxes may be aliases
+  bool has_root = false;
+  for (const std::string& name : names) {
+    const auto user = users.Find(prefix + name);
+    if (user && user->id != 0) {
+      found.push_back({name + '@' + domain, *user});
+    } else if (user) {
+      if (!std::exchange(has_root, true)) report_root(domain, inspection);
+    } else if (!std::exchange(has_no_user, true)) {
+      report_no_user(prefix + name, domain, inspection);
+    }
+  }
+}
+
+std::vector<DeliveredMailbox> find_deliveries(const Deliveries& deliveries,
+                                              Inspection& inspection) {
+  const DeliveryUsers users(inspection);
+  std::vector<DeliveredMailbox> found;
+  for (const auto& [domain, names] : deliveries.domains) {
+    const auto prefix = prefix_for(domain, deliveries, inspection);
+    if (!prefix) continue;
+    if (prefix->empty()) check_local(domain, deliveries, inspection);
+    add_deliveries(domain, *prefix, names, users, found, inspection);
+  }
+  return found;
 }
 
 // A delivery can start the program only if its primary group is the program's. A program of root's
 // group is a finding of check_program.
-void check_group(unsigned group, const std::vector<std::string>& domains, Inspection& inspection) {
+void check_group(unsigned group, const std::vector<std::string>& addresses,
+                 Inspection& inspection) {
   for (const std::string& path : installed_programs(inspection)) {
     const auto state = state_of(path);
     if (!state || state->st_gid == 0 || state->st_gid == group) continue;
-    const size_t others = domains.size() - 1;
+    const size_t others = addresses.size() - 1;
     inspection.Error("delivery_group",
                      "Mail to {}{} is delivered with the primary group {}, and {} belongs to group "
-                     "{}: these deliveries cannot start it.",
-                     domains[0], others > 0 ? formatted(" and {} more", others) : "", group, path,
+                     "{}: these deliveries cannot start it. Change the group of either "
+                     "(operators.md).",
+                     addresses[0], others > 0 ? formatted(" and {} more", others) : "", group, path,
                      state->st_gid);
   }
+}
+
+void check_groups(const std::vector<DeliveredMailbox>& deliveries, Inspection& inspection) {
+  std::map<unsigned, std::vector<std::string>> groups;
+  for (const DeliveredMailbox& delivery : deliveries) {
+    groups[delivery.user.group].push_back(delivery.address);
+  }
+  for (const auto& [group, addresses] : groups) check_group(group, addresses, inspection);
 }
 
 // qmail reads the compiled form of users/assign.
@@ -194,43 +243,20 @@ void check_compiled(Inspection& inspection) {
                    inspection.qmail_root);
 }
 
-// Local domains have no prefix, so an address there must not hold a "-" either.
-void check_local_names(const Deliveries& deliveries, Inspection& inspection) {
-  enum { kName, kDomain };
-  auto rows = inspection.database ? inspection.database->TryQuery(kNamesWithDash) : std::nullopt;
-  if (!rows) return;
-  while (const Row row = rows->Next()) {
-    const std::string name = text_or(row[kName], "");
-    const std::string domain = text_or(row[kDomain], "");
-    if (!is_local(deliveries, domain)) continue;
-    inspection.Error("local_name_with_dash",
-                     "Mail to {}@{} is delivered without a prefix, because control/locals names "
-                     "the domain: every message would end with \"Mailname not found\". Move the "
-                     "domain to control/virtualdomains.",
-                     name, domain);
-  }
-}
-
 }  // namespace
 
 void check_deliveries(Inspection& inspection) {
   if (inspection.qmail_root.empty()) return;
   Deliveries deliveries{read_virtual_domains(inspection), {}, domains_with_rules(inspection)};
-  if (auto locals = control_lines(inspection.qmail_root + "/control/locals", inspection)) {
-    deliveries.locals = std::move(*locals);
+  if (const auto locals = control_lines(inspection.qmail_root + "/control/locals", inspection)) {
+    for (const std::string& domain : *locals) deliveries.locals.insert(in_lower_case(domain));
   }
-  for (const VirtualDomain& line : deliveries.virtual_domains) {
-    check_prefix(line, deliveries, inspection);
-  }
-  const DeliveryUsers users(inspection);
-  Groups groups;
-  for (const std::string& domain : deliveries.domains) {
-    check_domain(domain, deliveries, users, groups, inspection);
-  }
-  for (const auto& [group, domains] : groups) check_group(group, domains, inspection);
+  check_prefixes(deliveries, inspection);
+  const std::vector<DeliveredMailbox> found = find_deliveries(deliveries, inspection);
+  check_groups(found, inspection);
+  check_delivery_files(found, inspection);
   check_received(deliveries, inspection);
   check_stores(deliveries, inspection);
   check_connections(inspection);
   check_compiled(inspection);
-  check_local_names(deliveries, inspection);
 }

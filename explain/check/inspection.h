@@ -38,7 +38,6 @@ struct Inspection {
     Add(Severity::kUnseen, "not_seen", "{} could not be looked at: {}", what, why);
   }
 
- private:
   template <typename... Values>
   void Add(Severity severity, const char* code, const char* format, const Values&... values) {
     findings.push_back({severity, code, formatted(format, values...)});

@@ -1,4 +1,7 @@
 #include <cstring>
+#include <strings.h>
+#include <utility>
+#include <vector>
 
 #include "autoresponder/panel/table_definition.h"
 #include "explain/check/checks.h"
@@ -40,6 +43,60 @@ void check_other_columns(const TableDefinition& table, Inspection& inspection) {
   }
 }
 
+// `statement` as a literal.
+std::string quoted(const std::string& statement) {
+  std::string literal = "'";
+  for (const char c : statement) {
+    if (c == '\'' || c == '\\') literal += c;
+    literal += c;
+  }
+  return literal + '\'';
+}
+
+// The statements of a trigger's body, without what makes one block of them.
+std::vector<std::string> statements_of(const std::string& body) {
+  constexpr const char* kBlanks = " \t\r\n";
+  std::vector<std::string> statements;
+  for (size_t start = 0, end = 0; end != std::string::npos; start = end + 1) {
+    end = body.find(';', start);
+    std::string statement = body.substr(start, end - start);
+    statement.erase(0, statement.find_first_not_of(kBlanks));
+    if (strncasecmp(statement.c_str(), "begin", 5) == 0) statement.erase(0, 5);
+    statements.push_back(std::move(statement));
+  }
+  return statements;
+}
+
+// A trigger that writes to a table that is not there makes the server refuse each row. Prepared and
+// never executed, its statements tell.
+void check_trigger(const char* name, const char* body, Inspection& inspection) {
+  for (const std::string& statement : statements_of(body)) {
+    try {
+      inspection.database->Query("prepare never_executed from " + quoted(statement), "");
+    } catch (const PanelFailure& failure) {
+      if (failure.error() != kNoSuchTable) continue;
+      inspection.Error("trigger_broken",
+                       "The trigger {} of resp_freq fails: {}. No rule replies. Make the table, or "
+                       "drop trigger {}",
+                       name, failure.what(), name);
+      return;
+    }
+  }
+}
+
+void check_triggers(Inspection& inspection) {
+  auto rows = inspection.database->TryQuery(
+      "select trigger_name, action_statement from information_schema.triggers where "
+      "event_object_schema=database() and event_object_table='resp_freq'");
+  if (!rows) return;
+  // In a read-only transaction the server says only that a table that is not there is not written.
+  inspection.database->TryQuery("set session transaction read write");
+  while (const Row row = rows->Next()) {
+    check_trigger(text_or(row[0], ""), text_or(row[1], ""), inspection);
+  }
+  inspection.database->TryQuery("set session transaction read only");
+}
+
 // Prepares the statement but never executes it: the server checks the rights when it prepares.
 void check_right(const char* statement, Inspection& inspection) {
   try {
@@ -77,10 +134,11 @@ void check_ids(const TableDefinition& rules, const TableDefinition& limiter,
   const auto reference = limiter.find("rn_id");
   if (id == rules.end() || reference == limiter.end()) return;
   if (rank_of(reference->second) >= rank_of(id->second)) return;
-  inspection.Warning("column_type",
-                     "resp_freq.rn_id is of type {} and mail_resp.id of type {}: rules with large "
-                     "ids are not limited.",
-                     reference->second.type, id->second.type);
+  inspection.Warning(
+      "column_type",
+      "resp_freq.rn_id is of type {0} and mail_resp.id of type {1}: rules with large "
+      "ids are not limited. alter table resp_freq modify rn_id {1} not null",
+      reference->second.type, id->second.type);
 }
 
 // With repairs the limiter locks the rule's row; not all engines can. A view has no engine.
@@ -125,6 +183,7 @@ void check_limiter(Inspection& inspection) {
   check_other_columns(table, inspection);
   check_ids(read_table_definition("mail_resp", database), table, inspection);
   check_rights(inspection);
+  check_triggers(inspection);
   check_engine(inspection);
   check_memory(inspection);
 }

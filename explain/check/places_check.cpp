@@ -19,7 +19,9 @@ void check_room(Inspection& inspection) {
   struct statvfs system {};
   if (statvfs("/tmp", &system) != 0) return;
   if ((system.f_flag & ST_RDONLY) != 0) {
-    inspection.Error("tmp_read_only", "/tmp is mounted read-only: no run gets past its start.");
+    inspection.Error(
+        "tmp_read_only",
+        "/tmp is mounted read-only: no run gets past its start. mount -o remount,rw /tmp");
     return;
   }
   const uint64_t free = uint64_t{system.f_bfree} * system.f_frsize;
@@ -103,6 +105,18 @@ void check_qmail_root(Inspection& inspection) {
                    inspection.qmail_root);
 }
 
+// Without its own name the mail server takes no mail.
+void check_name(Inspection& inspection) {
+  const std::string path = inspection.qmail_root + "/control/me";
+  const auto state = state_of(path);
+  if (!state && is_hidden_from_us(errno)) return inspection.Unseen(path, words_of(errno));
+  if (state && state->st_size > 0) return;
+  inspection.Error("server_name_missing",
+                   "{} is missing or empty: qmail-smtpd takes no mail. Write this server's name "
+                   "into it.",
+                   path);
+}
+
 void tell_of_no_limit(const std::string& why, Inspection& inspection) {
   inspection.Warning("no_size_limit",
                      "{}, so there is no limit: a stranger's large message takes as much memory as "
@@ -150,5 +164,6 @@ void check_places(Inspection& inspection) {
   if (!inspection.mail_names.empty()) check_store(inspection);
   if (inspection.qmail_root.empty()) return;
   check_qmail_root(inspection);
+  check_name(inspection);
   check_size_limit(inspection);
 }

@@ -25,8 +25,7 @@ std::string text_of(const Findings& findings, bool in_colour) {
 constexpr char kEnd[] =
     "Switches: repairs off, courtesy off.\n"
     "Looked at: configuration, program, commands, directories, database, and the mail server's "
-    "control "
-    "files. Not at: .qmail files, what other servers send, and whether mail leaves.\n";
+    "control and .qmail files. Not at: what other servers send, and whether mail leaves.\n";
 
 TEST(CheckReport, IsOneLinePerFindingThatIsSafeOnATerminal) {
   EXPECT_EQ(text_of(kFindings, false),

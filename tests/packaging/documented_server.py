@@ -71,6 +71,10 @@ def set_up_qmail():
     (QMAIL / "bin" / "maildirmake").write_text('#!/bin/sh\nmkdir "$1" "$1/tmp" "$1/new" "$1/cur"\n')
     for name in ("qmail-newu", "qmail-inject", "maildirmake"):
         (QMAIL / "bin" / name).chmod(0o755)
+    # --check looks for these two, which nothing here uses.
+    (QMAIL / "bin" / "qmail-queue").touch()
+    (QMAIL / "bin" / "qmail-queue").chmod(0o4711)
+    (QMAIL / "control" / "me").write_text("mail.example\n")
     (QMAIL / "control" / "databytes").write_text("10000000\n")
     with_lines(QMAIL / "control" / "rcpthosts", "my-shop.example")
     with_lines(QMAIL / "control" / "virtualdomains", "my-shop.example:d17")

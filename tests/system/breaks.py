@@ -133,7 +133,6 @@ def broken_table(panel):
 
 
 
-
 FAULTS = [
     # name, what is done, severity and code of the finding, words of its line
     ("missing key", without("WEB_STAT"), "error", "conf_key_missing", "define WEB_STAT."),
@@ -162,6 +161,13 @@ FAULTS = [
        "right_missing", f"{verb} command denied") for verb, rest in (
            ("INSERT", "update, delete"), ("UPDATE", "insert, delete"), ("DELETE", "insert, update"))),
     ("rule without memory", another_server, "warning", "limiter_without_memory", "Rule 1 may"),
+    ("broken trigger", sql_until("create trigger counted before insert on resp_freq for each row "
+                                 "insert into gone values (new.num)", "drop trigger if exists counted"),
+     "error", "trigger_broken", "counted of resp_freq fails: "),
+    ("broken block of a trigger", sql_until(
+        "delimiter //\ncreate trigger counted after delete on resp_freq for each row begin "
+        "update resp_forward set address='it''s' where rn_id=old.rn_id; delete from gone; end//",
+        "drop trigger if exists counted"), "error", "trigger_broken", "'kem.gone' doesn't exist"),
     ("broken table", broken_table, "error", "table_unusable", "resp_forward"),
     ("view", sql("rename table resp_attach to real_attach;"
                  "create view resp_attach as select * from real_attach"), "unseen", "not_seen",

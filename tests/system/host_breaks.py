@@ -9,7 +9,8 @@ from pathlib import Path
 
 import panel as sandbox
 from breaks import conf, mode, owner, written, gone, sql, hidden, mounted, without
-from right_server import (ASSIGNED, CONTROL, GROUP, INSTALLED, PRODUCT, USERS, assign, configure, install)
+from right_server import (ASSIGNED, CONTROL, DELIVERY_FILE, GROUP, HOME, INJECT, INSTALLED, PRODUCT, QUEUE,
+                          USERS, assign, configure, install)
 
 
 def local_domain_with_dash(panel):
@@ -28,6 +29,22 @@ def linked_domain(server):
 def dashes_in_local_names(panel):
     (CONTROL / "locals").write_text("shop.example\n")
     panel.sql("insert into mail_aliases (mn_id, alias) values (1, 'sales-eu')")
+
+
+def assign_alias_to_another_group(panel):
+    panel.sql("insert into mail_aliases (mn_id, alias) values (1, 'sales')")
+    (HOME / ".qmail-sales").symlink_to(".qmail-info")
+    assign(ASSIGNED, f"=shop.example-sales:shop:64000:64002:{HOME}:-:sales:")
+
+
+def without_files_of_many(panel):
+    panel.sql("insert into mail_aliases (mn_id, alias) values (1, 'sales'), (1, 'Old.sales')")
+    DELIVERY_FILE.unlink()
+
+
+def with_file_of_all(_):
+    DELIVERY_FILE.unlink()
+    (HOME / ".qmail-default").write_text("./info/Maildir/\n")
 
 
 def newer_assign(_):
@@ -117,7 +134,7 @@ HOST_FAULTS = [
     ("no dot", written(USERS / "assign", f"{ASSIGNED}\n"), "error", "assign_unfinished",
      'Add "." as the last line'),
     ("deliveries as root", lambda _: assign(ASSIGNED.replace("64000", "0")), "error",
-     "delivery_as_root", '"shop.example"'),
+     "delivery_as_root", "mail to shop.example"),
     ("linked domain", linked_domain, "warning", "store_linked", "shop.example is a symbolic link"),
     ("unknown switch", conf(AUTORESPONDER_REPAIR="on"), "warning", "switch_unknown",
      "AUTORESPONDER_REPAIR in"),
@@ -125,12 +142,37 @@ HOST_FAULTS = [
      "warning", "domain_not_delivered", "shop.example"),
     ("domain excepted", written(CONTROL / "virtualdomains", "shop.example:\n:d1\n"), "warning",
      "domain_not_delivered", "shop.example"),
-    ("prefix without user", lambda _: assign("+other-:o:64000:1:/:-::"), "warning",
+    ("prefix without user", lambda _: assign("+other-:o:64000:1:/home/o:-::"), "warning",
      "prefix_without_user", "alias user"),
-    ("other group", lambda _: assign("+shop.example-:shop:64000:64002:/:-::"), "error",
+    ("other group", lambda _: assign(f"+shop.example-:shop:64000:64002:{HOME}:-::"), "error",
      "delivery_group", "group 64002"),
-    ("other group of one mailbox", lambda _: assign("=shop.example-info:shop:64000:64002:/:::"),
+    ("other group of one mailbox", lambda _: assign(f"=shop.example-info:shop:64000:64002:{HOME}:-:info:"),
      "error", "delivery_group", "group 64002"),
+    ("other group of an alias", assign_alias_to_another_group, "error", "delivery_group",
+     "sales@shop.example is delivered"),
+    ("no home", lambda _: shutil.rmtree(HOME), "error", "home_unusable", "mail to info@shop.example waits"),
+    ("open home", mode(HOME, 0o777), "error", "home_unusable", f"chmod o-w,-t {HOME}"),
+    ("no .qmail file", gone(DELIVERY_FILE), "error", "delivery_file_missing",
+     f"There is no {DELIVERY_FILE}: mail to info@shop.example bounces"),
+    ("no .qmail file for many", without_files_of_many, "error", "delivery_file_missing",
+     "sales@shop.example and 2 more bounces"),
+    ("open .qmail file", mode(DELIVERY_FILE, 0o666), "error", "delivery_file_refused", "chmod 0644"),
+    ("executable .qmail file", mode(DELIVERY_FILE, 0o755), "error", "delivery_file_refused",
+     "or is executable"),
+    ("no program", written(DELIVERY_FILE, "./info/Maildir/\n#|autoresponder\n&a@b.example\n"),
+     "warning", "program_not_started", "of info@shop.example never reply"),
+    ("no program in the file of all", with_file_of_all, "warning", "program_not_started",
+     ".qmail-default does not"),
+    ("another program", written(DELIVERY_FILE, "./info/Maildir/\n|/opt/autoresponder || exit 0\n"),
+     "error", "program_elsewhere", "Correct the path"),
+    ("no exit 0", written(DELIVERY_FILE, f"./info/Maildir/\n|{INSTALLED}\n"), "warning",
+     "failure_delivered_again", "again and again"),
+    ("no Maildir", lambda _: shutil.rmtree(HOME / "info"), "error", "maildir_missing",
+     f"{HOME}/./info/Maildir/ is no Maildir"),
+    ("no qmail-inject", gone(INJECT), "error", "qmail_inject_missing", str(INJECT)),
+    ("queue not setuid", mode(QUEUE, 0o755), "error", "qmail_queue_not_setuid", f"chmod 4711 {QUEUE}"),
+    ("no queue", gone(QUEUE), "error", "qmail_queue_not_setuid", str(QUEUE)),
+    ("no name", gone(CONTROL / "me"), "error", "server_name_missing", "this server's name"),
     ("not compiled", newer_assign, "error", "users_not_compiled", "qmail-newu"),
     *((f"address {address}", lambda panel, address=address: panel.forward(1, address), "error",
        "dangerous_address", words) for address, words in (

@@ -12,7 +12,12 @@ INSTALLED = PRODUCT / "sbin" / "autoresponder"
 GROUP = 64001
 CONTROL = sandbox.QMAIL / "control"
 USERS = sandbox.QMAIL / "users"
-ASSIGNED = f"+shop.example-:shop:64000:{GROUP}:/home/shop:-::"
+HOME = sandbox.HOME / "shop"
+ASSIGNED = f"+shop.example-:shop:64000:{GROUP}:{HOME}:-::"
+DELIVERY_FILE = HOME / ".qmail-info"
+DELIVERIES = f"./info/Maildir/\n|{INSTALLED} || exit 0\n"
+QUEUE = sandbox.QMAIL / "bin" / "qmail-queue"
+INJECT = sandbox.QMAIL / "bin" / "qmail-inject"
 
 
 def install(directory=PRODUCT):
@@ -29,6 +34,18 @@ def assign(*lines):
     (USERS / "cdb").write_text("")
 
 
+def make_home():
+    (HOME / "info" / "Maildir" / "new").mkdir(parents=True)
+    DELIVERY_FILE.write_text(DELIVERIES)
+
+
+def install_mail_server():
+    for program in (QUEUE, INJECT):
+        program.write_text("")
+        program.chmod(0o4711)
+    (CONTROL / "me").write_text("mail.example\n")
+
+
 def configure(**values):
     sandbox.write_conf({**sandbox.conf_values(), "PRODUCT_ROOT_D": str(PRODUCT), **values})
 
@@ -39,6 +56,8 @@ def set_up(**values):
     install()
     USERS.mkdir(exist_ok=True)
     assign(ASSIGNED)
+    make_home()
+    install_mail_server()
     (CONTROL / "virtualdomains").write_text("shop.example:shop.example\n")
     remove_control_files()
 
@@ -49,7 +68,8 @@ def remove_control_files():
 
 
 def take_down():
-    for directory in (PRODUCT, USERS):
-        shutil.rmtree(directory)
-    (CONTROL / "virtualdomains").unlink(missing_ok=True)
+    for directory in (PRODUCT, USERS, HOME):
+        shutil.rmtree(directory, ignore_errors=True)
+    for file in (QUEUE, INJECT, CONTROL / "me", CONTROL / "virtualdomains"):
+        file.unlink(missing_ok=True)
     remove_control_files()

@@ -1,8 +1,12 @@
 #include "explain/check/virtual_domains.h"
 
+#include <filesystem>
+#include <fstream>
+
 #include <gtest/gtest.h>
 
 #include "../../named_row.h"
+#include "../../scratch_directory.h"
 
 namespace {
 
@@ -11,20 +15,19 @@ struct Row : NamedRow {
   const char* prefix;  // null: no line counts
 };
 
-class VirtualDomains : public testing::TestWithParam<Row> {};
+class FoundLine : public testing::TestWithParam<Row> {};
 
-TEST_P(VirtualDomains, AreFoundAsTheMailServerFindsThem) {
-  const std::vector<VirtualDomain> lines = {
-      {"shop.example", "exact"},      {".example", "below"}, {".a.b.example", "nearer"},
-      {"SHOUT.other", "upper case"},  {"none.example", ""},  {"joe@shop.example", "address"},
-      {"shop.example", "the second"},
+TEST_P(FoundLine, AreFoundAsTheMailServerFindsThem) {
+  const VirtualDomains lines = {
+      {"shop.example", "exact"},     {".example", "below"}, {".a.b.example", "nearer"},
+      {"shout.other", "upper case"}, {"none.example", ""},  {"joe@shop.example", "address"},
   };
-  const VirtualDomain* const found = find_virtual_domain(lines, GetParam().domain);
+  const auto* const found = find_virtual_domain(lines, GetParam().domain);
   if (GetParam().prefix == nullptr) {
     EXPECT_EQ(found, nullptr);
   } else {
     ASSERT_NE(found, nullptr);
-    EXPECT_EQ(found->prefix, GetParam().prefix);
+    EXPECT_EQ(found->second, GetParam().prefix);
   }
 }
 
@@ -38,13 +41,25 @@ constexpr Row kRows[] = {
     {"Nowhere", "elsewhere.test", nullptr},
 };
 
-INSTANTIATE_TEST_SUITE_P(Lines, VirtualDomains, testing::ValuesIn(kRows),
+INSTANTIATE_TEST_SUITE_P(Lines, FoundLine, testing::ValuesIn(kRows),
                          [](const auto& tested) { return tested.param.name; });
 
 TEST(VirtualDomainsOfAll, HaveNoName) {
-  const std::vector<VirtualDomain> lines = {{"", "all"}, {"shop.example", "exact"}};
-  EXPECT_EQ(find_virtual_domain(lines, "any.test")->prefix, "all");
-  EXPECT_EQ(find_virtual_domain(lines, "shop.example")->prefix, "exact");
+  const VirtualDomains lines = {{"", "all"}, {"shop.example", "exact"}};
+  EXPECT_EQ(find_virtual_domain(lines, "any.test")->second, "all");
+  EXPECT_EQ(find_virtual_domain(lines, "shop.example")->second, "exact");
+}
+
+TEST(VirtualDomainsFile, CountsTheLastLineForADomainInAnyCase) {
+  ScratchDirectory directory;
+  Inspection inspection;
+  inspection.qmail_root = directory.Path("");
+  std::filesystem::create_directory(directory.Path("control"));
+  std::ofstream(directory.Path("control/virtualdomains"))
+      << "# shop.example:comment\nshop.example:first\nno colon\nSHOP.example:last  \n:all\n";
+  const VirtualDomains want = {{"", "all"}, {"shop.example", "last"}};
+  EXPECT_EQ(read_virtual_domains(inspection), want);
+  EXPECT_TRUE(inspection.findings.empty());
 }
 
 }  // namespace
