@@ -2,7 +2,7 @@
 # empty if one is missing. The C library stays shared: it loads modules that have to be of its own
 # version.
 set(STATIC_CLIENT)
-foreach(name ${MARIADB_STATIC_LIBRARIES})
+foreach(name ${MARIADB_STATIC_LIBRARIES} ${CRYPTO_STATIC_LIBRARIES})
   if(name MATCHES "^(dl|m|pthread)$")
     list(APPEND STATIC_CLIENT ${name})
     continue()

@@ -1,6 +1,8 @@
 -- A small panel to try the program with: one client, one domain with an alias, one mailbox with
 -- five rules.
 
+set names utf8mb4;
+
 insert into misc (param, val) values
   ('admin_email', 'hostmaster@panel.example'),
   ('FullHostName', 'server1.panel.example'),

@@ -88,7 +88,8 @@ void check_isolation(Inspection& inspection) {
   inspection.Warning(
       "cluster_isolation",
       "Transactions are isolated by {}: replies to a sender at once, on both nodes, "
-      "may not be counted. Set transaction_isolation to REPEATABLE-READ, the default.",
+      "may not be counted. Set tx_isolation, which MariaDB 11 calls transaction_isolation, to "
+      "REPEATABLE-READ, the default.",
       isolation);
 }
 

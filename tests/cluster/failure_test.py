@@ -131,7 +131,9 @@ def test_without_arbitrator_the_node_that_is_left_answers_nothing_until_it_is_to
     status, words = cluster.first.explanation(message())
     assert status == 2 and re.search(NOT_READY, words)
 
-    cluster.first.sql("set global wsrep_provider_options='pc.bootstrap=yes'", "mysql")
+    is_old = cluster.first.sql("select @@version", "mysql").startswith("10.")
+    cluster.first.sql("set global wsrep_provider_options='pc.bootstrap=yes'" if is_old
+                      else "set global wsrep_provider_pc_bootstrap=on", "mysql")
     wait_until(lambda: cluster.first.status("ready") == "ON")
     assert cluster.first.deliver([message()])[0][:2] == (0, "")
     assert recipients(cluster.first)["otto@customer.example"] == 1

@@ -6,11 +6,11 @@ from concurrent.futures import ThreadPoolExecutor
 
 import pytest
 
-from mail_server import CHECKOUT, MAILBOX, MailServer, sandbox
+from mail_server import MAILBOX, QMAIL, MailServer
 
-MESSAGE = (b"From: otto@customer.example\nTo: info@my-shop.example\nSubject: Hello\n\n"
+MESSAGE = (b"From: otto@customer.example\nTo: info@shop.example\nSubject: Hello\n\n"
            b"A question.\n")
-RECIPIENT = "info@my-shop.example"
+RECIPIENT = "info@shop.example"
 
 
 @pytest.fixture(scope="session")
@@ -35,6 +35,17 @@ def deliver(server, message=MESSAGE, recipient=RECIPIENT):
 
 def attach_missing_file(server):
     server.sql("insert into resp_attach values (7, 'missing.txt')")
+
+
+def test_copying_the_commands_of_the_document_leads_to_a_reply_within_ten_minutes(_server):
+    walked = _server.walked
+    assert walked.returncode == 0, walked.stdout + walked.stderr
+    assert "This server is set up right.\n" in walked.stdout
+    assert "A reply would leave. " in walked.stdout
+    (reply,) = _server.first_replies
+    assert reply["From"] == RECIPIENT
+    assert reply["Subject"] == "Eingangsbestätigung für otto@customer.example"
+    assert _server.seconds < 600
 
 
 def test_is_set_up_right(server):
@@ -67,9 +78,9 @@ def test_another_domain_is_not_taken_by_smtp(server):
 
 
 def test_an_alias_replies_in_its_own_name(server):
-    deliver(server, recipient="sales@my-shop.example")
+    deliver(server, recipient="sales@shop.example")
     (reply,) = server.to("otto@customer.example")
-    assert reply["From"] == "sales@my-shop.example"
+    assert reply["From"] == "sales@shop.example"
 
 
 def test_a_forwarded_copy_arrives_unchanged(server):
@@ -82,8 +93,7 @@ def test_a_forwarded_copy_arrives_unchanged(server):
 
 def test_a_reply_with_an_attachment_arrives_whole(server):
     content = bytes(range(256)) * 40
-    store = sandbox.MAILNAMES / "my-shop.example" / "info" / "@attachments"
-    store.mkdir(parents=True, exist_ok=True)
+    store = QMAIL / "mailnames" / "shop.example" / "info" / "@attachments"
     (store / "list.bin").write_bytes(content)
     server.sql("insert into resp_attach values (7, 'list.bin')")
     deliver(server)
@@ -113,7 +123,7 @@ def test_a_notification_with_a_reply_to(server, repairs):
     if repairs:
         server.switch(repairs=True)
     attach_missing_file(server)
-    server.sql("update mail_resp set reply_to='shop@my-shop.example' where id=7")
+    server.sql("update mail_resp set reply_to='shop@shop.example' where id=7")
     deliver(server)
     assert len(server.to("grete@customer.example")) == (1 if repairs else 0)
     assert ("qmail-inject:_fatal:_unable_to_parse" in server.said()) == (not repairs)
@@ -130,7 +140,7 @@ def test_bounces_and_own_mail_get_no_reply(server, sender, diagnostic):
 
 
 def test_a_bounce_of_qmail_itself_gets_no_reply(server):
-    server.inject(b"Subject: x\n\nx\n", "-f", RECIPIENT, "nobody@mail.my-shop.example")
+    server.inject(b"Subject: x\n\nx\n", "-f", RECIPIENT, "nobody@mail.shop.example")
     server.settle()
     assert len(server.mails(MAILBOX)) == 1 and server.mails() == []
     assert "success: Field_From:_contains_MAILER-DAEMON/did_1+0+1/" in server.deliveries()
@@ -144,11 +154,11 @@ def test_two_autoresponders_come_to_an_end(server, courtesy):
                "insert into mail_resp (id, mn_id, resp_on, text, ans_freq) values"
                " (8, 2, 'true', 'We help.', 3); update mail_resp set ans_freq=3")
     subprocess.run(["ln", "-sf", ".qmail-info", "/home/shop/.qmail-help"], check=True)
-    deliver(server, MESSAGE.replace(b"otto@customer.example", b"help@my-shop.example"))
+    deliver(server, MESSAGE.replace(b"otto@customer.example", b"help@shop.example"))
     counted = server.sql("select rn_id, email, num from resp_freq order by rn_id").splitlines()
     # With courtesy a reply that is withheld counts, too.
     count = 1 if courtesy else 3
-    assert counted == [f"7\thelp@my-shop.example\t{count}", f"8\t{RECIPIENT}\t{count}"]
+    assert counted == [f"7\thelp@shop.example\t{count}", f"8\t{RECIPIENT}\t{count}"]
     # The first message, and each reply.
     assert len(server.mails(MAILBOX)) == (2 if courtesy else 7)
 

@@ -35,7 +35,7 @@ def assign(*lines):
 
 
 def make_home():
-    (HOME / "info" / "Maildir" / "new").mkdir(parents=True)
+    (HOME / "info" / "Maildir" / "new").mkdir(parents=True, exist_ok=True)
     DELIVERY_FILE.write_text(DELIVERIES)
 
 
