@@ -1,10 +1,9 @@
 #include "explain/listing.h"
 
-#include <utility>
-
 #include "autoresponder/panel/frequency_limiter.h"
 #include "autoresponder/reply/forwarding.h"
 #include "autoresponder/run/configuration.h"
+#include "explain/check/formatting.h"
 #include "support/conf.h"
 
 namespace {
@@ -34,19 +33,51 @@ void list_rules(PanelDatabase& database, const Switches& switches, Listing& list
   }
 }
 
-}  // namespace
-
-void list(Listing& listing) {
-  load_conf_paths();
-  const Switches switches = read_switches();
+void list_mailbox(PanelDatabase& database, const Switches& switches, Listing& listing) {
   IncomingMessage message;
   message.SetRecipient(listing.address);
-  try {
-    EscapedRecipient recipient = escape_recipient(message);
-    PanelDatabase database = PanelDatabase::ReadOnly();
-    listing.mailbox = find_mailbox(database, message, std::move(recipient));
-    if (listing.mailbox) list_rules(database, switches, listing);
-  } catch (const PanelFailure& failure) {
-    listing.trouble = failure.what();
+  listing.mailbox = find_mailbox(database, message, escape_recipient(message));
+  if (listing.mailbox) list_rules(database, switches, listing);
+}
+
+std::vector<std::string> addresses_of(const std::string& domain, PanelDatabase& database) {
+  enum { kName, kDomain };
+  const EscapedText name = database.Escape(domain);
+  std::vector<std::string> addresses;
+  Rows rows = database.Query(
+      formatted("select distinct m.mail_name, d.name from mail m, domains d, mail_resp r where "
+                "m.dom_id=d.id and r.mn_id=m.id and (d.name='{0}' or d.id in (select dom_id from "
+                "domainaliases where name='{0}')) order by m.mail_name",
+                name.view()));
+  while (const Row row = rows.Next()) {
+    addresses.push_back(text_or(row[kName], "") + std::string("@") + text_or(row[kDomain], ""));
   }
+  return addresses;
+}
+
+void list_all(const std::string& asked, const Switches& switches, Listings& listings) {
+  PanelDatabase database = PanelDatabase::ReadOnly();
+  std::vector<std::string> addresses;
+  if (asked.find('@') == std::string::npos) addresses = addresses_of(asked, database);
+  if (addresses.empty()) addresses.push_back(asked);
+  listings.clear();
+  for (const std::string& address : addresses) {
+    listings.emplace_back().address = address;
+    list_mailbox(database, switches, listings.back());
+  }
+}
+
+}  // namespace
+
+Listings list(const std::string& asked) {
+  load_conf_paths();
+  const Switches switches = read_switches();
+  Listings listings(1);
+  listings[0].address = asked;
+  try {
+    list_all(asked, switches, listings);
+  } catch (const PanelFailure& failure) {
+    listings.back().trouble = failure.what();
+  }
+  return listings;
 }

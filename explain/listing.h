@@ -23,14 +23,18 @@ struct ListedRule {
 
 /// What the panel has of one mailbox.
 struct Listing {
-  std::string address;  ///< as it was asked for
+  std::string address;
   std::optional<FoundMailbox> mailbox;
   std::optional<Rows> rows;  ///< own the texts that the rules point to
   std::vector<ListedRule> rules;
-  std::string trouble;      ///< why the listing is incomplete; empty if it is not
-  std::string diagnostics;  ///< what was written to standard error
+  std::string trouble;  ///< why the listing is incomplete; empty if it is not
 };
 
-/// Fills `listing`, whose `address` is already set. Only reads the configuration, the database and
-/// the attachment store. A fatal error in the panel's library ends the process.
-void list(Listing& listing);
+/// What was asked for: one mailbox, or those of a domain.
+using Listings = std::vector<Listing>;
+
+/// Lists the mailbox of the address `asked`, or the mailboxes with rules of the domain `asked` or
+/// of the domain whose alias that is. A domain without any is told as an address without a mailbox.
+/// After a failure the last one has `trouble`. Only reads the configuration, the database and the
+/// attachment store. A fatal error in the panel's library ends the process.
+Listings list(const std::string& asked);

@@ -109,9 +109,7 @@ Json rule_json(const ListedRule& listed) {
           {"answered_today", answered_json(listed.answered)}};
 }
 
-}  // namespace
-
-void write_listing_text(std::ostream& out, const Listing& listing, const TextStyle& style) {
+void write_mailbox(std::ostream& out, const Listing& listing, const TextStyle& style) {
   if (listing.mailbox) {
     const MailboxRef& mailbox = listing.mailbox->mailbox;
     out << coloured(Colour::kBold, "Mailbox", style) << ' ' << printable(mailbox.mail_name) << '@'
@@ -127,12 +125,34 @@ void write_listing_text(std::ostream& out, const Listing& listing, const TextSty
   }
 }
 
-void write_listing_json(std::ostream& out, const Listing& listing, const TextStyle& style) {
+Json listing_json(const Listing& listing) {
   Json result{{"address", listing.address}, {"found", listing.mailbox.has_value()}};
   if (!listing.trouble.empty()) result["trouble"] = listing.trouble;
   if (listing.mailbox) result["mailbox"] = mailbox_json(*listing.mailbox);
   result["rules"] = Json::array();
   for (const ListedRule& listed : listing.rules) result["rules"].push_back(rule_json(listed));
-  result["diagnostics"] = listing.diagnostics;
+  return result;
+}
+
+}  // namespace
+
+void write_listing_text(std::ostream& out, const Listings& listings, const TextStyle& style) {
+  const char* separator = "";
+  for (const Listing& listing : listings) {
+    out << separator;
+    write_mailbox(out, listing, style);
+    separator = "\n";
+  }
+}
+
+void write_listing_json(std::ostream& out, const Listings& listings, const std::string& diagnostics,
+                        const TextStyle& style) {
+  Json result;
+  if (listings.size() == 1) {
+    result = listing_json(listings[0]);
+  } else {
+    for (const Listing& listing : listings) result["mailboxes"].push_back(listing_json(listing));
+  }
+  result["diagnostics"] = diagnostics;
   write_json_text(out, result, style.on_terminal);
 }

@@ -18,6 +18,7 @@
 #include "explain/options.h"
 #include "explain/printable.h"
 #include "explain/text_report.h"
+#include "explain/today_report.h"
 #include "support/report.h"
 
 namespace {
@@ -89,15 +90,29 @@ int tell_of_server(Work& work) {
 }
 
 int tell_of_mailbox(Work& work) {
-  Listing listing;
-  listing.address = *work.options.list;
-  list(listing);
-  listing.diagnostics = end_holding(work);
-  report_trouble(listing.diagnostics, listing.trouble);
-  const auto write = work.options.json ? write_listing_json : write_listing_text;
-  write(std::cout, listing, style_of(work.options));
-  if (!listing.trouble.empty()) return static_cast<int>(Verdict::kUnknown);
-  return listing.mailbox ? 0 : 1;
+  const Listings listings = list(*work.options.list);
+  const std::string diagnostics = end_holding(work);
+  const Listing& last = listings.back();
+  report_trouble(diagnostics, last.trouble);
+  if (work.options.json) {
+    write_listing_json(std::cout, listings, diagnostics, style_of(work.options));
+  } else {
+    write_listing_text(std::cout, listings, style_of(work.options));
+  }
+  if (!last.trouble.empty()) return static_cast<int>(Verdict::kUnknown);
+  return last.mailbox ? 0 : 1;
+}
+
+int tell_of_today(Work& work) {
+  const Today today = replies_today(work.options.mailbox);
+  report_trouble(end_holding(work), today.trouble);
+  if (work.options.json) {
+    write_today_json(std::cout, today, style_of(work.options));
+  } else {
+    write_today_text(std::cout, today);
+  }
+  if (!today.trouble.empty()) return static_cast<int>(Verdict::kUnknown);
+  return today.has_mailbox ? 0 : 1;
 }
 
 // Called at exit. The panel's library ends the process by exit(1) after a fatal error, which would
@@ -124,6 +139,8 @@ int answer_question(Work& work) {
       return tell_of_server(work);
     case Question::kList:
       return tell_of_mailbox(work);
+    case Question::kToday:
+      return tell_of_today(work);
     case Question::kMessage:
       break;
   }

@@ -12,13 +12,13 @@ namespace {
 
 constexpr const char* kDescription =
     "Tells why the autoresponder would reply to a message, or not; whether this server is set\n"
-    "up right (--check); or which rules a mailbox has (--list). It writes no row, no file and\n"
-    "no mail.";
+    "up right (--check); which rules a mailbox has (--list); or what rules did today (--today).\n"
+    "It writes no row, no file and no mail.";
 
 constexpr const char* kFooter =
     "\nExit status: 0 a reply would leave, 1 none would, 2 it could not be told.\n"
     "With --check: 0 the server is set up right, 1 it is not.\n"
-    "With --list: 0 the mailbox is listed, 1 there is none, 2 it could not be told.\n"
+    "With --list and --today: 0 it is listed, 1 there is no such mailbox, 2 it could not be told.\n"
     "Reads /etc/kem and the panel's database, so it has to run as root.";
 
 void declare(CLI::App& app, Options& options) {
@@ -31,21 +31,24 @@ void declare(CLI::App& app, Options& options) {
   app.add_option("--rule", options.rule, "tell about this rule only")->type_name("ID");
   app.add_flag("--show-reply", options.show_reply, "show each reply whole");
   app.add_flag("--check", options.check, "no message: is this server set up right?");
-  app.add_option("--list", options.list, "no message: which rules has this mailbox?")
-      ->type_name("ADDRESS");
+  app.add_option("--list", options.list,
+                 "no message: which rules have this mailbox, or this domain's?")
+      ->type_name("ADDRESS|DOMAIN");
+  app.add_flag("--today", options.today,
+               "no message: replies of today; of one mailbox, if MESSAGE is its address");
   app.add_flag("--json", options.json, "for programs");
   app.set_version_flag("--version", "autoresponder-explain " EXPLAIN_VERSION, "show the version");
   app.set_help_flag("--help", "show this text");
   app.footer(kFooter);
 }
 
-// Refuses --check together with --list, and either with what is about a message.
+// Refuses two questions, and each of them with what is about a message.
 void refuse_two_questions(const CLI::App& app) {
-  size_t others = 0;
-  for (const char* const option : {"MESSAGE", "--recipient", "--rule", "--show-reply"}) {
+  size_t others = app.count("--today") > 0 ? 0 : app.count("MESSAGE");
+  for (const char* const option : {"--recipient", "--rule", "--show-reply"}) {
     others += app.count(option);
   }
-  for (const char* const question : {"--check", "--list"}) {
+  for (const char* const question : {"--check", "--list", "--today"}) {
     if (app.count(question) > 0 && others > 0) {
       throw CLI::ExcludesError(question, "every option but --json");
     }
@@ -80,6 +83,7 @@ std::variant<Options, int> parse_command_line(int argc, char** argv) {
   try {
     app.parse(arguments(argc, argv));
     refuse_two_questions(app);
+    if (options.today && app.count("MESSAGE") > 0) options.mailbox = options.message_file;
   } catch (const CLI::ParseError& end) {
     if (end.get_exit_code() == 0) return app.exit(end);
     std::cerr << "autoresponder-explain: " << printable(end.what()) << "\nTry --help.\n";

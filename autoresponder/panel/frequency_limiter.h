@@ -49,6 +49,12 @@ constexpr unsigned kDataTooLong = 1406;
 /// `time_resp`, the earliest first.
 std::string answered_today_query(const std::string& rule_id);
 
+/// The query for what the rules did today, one row for each: mail name, domain, the rule's id, how
+/// many senders and replies, how many senders got as many as the rule allows, and whether the rule
+/// remembers as many as it may. Of all rules those that replied; with `mailbox_id`, a number, those
+/// of the mailbox that replied or are on.
+std::string replies_today_query(const std::string& mailbox_id);
+
 /// Whether the limiter may write to its table.
 enum class LimiterMode {
   kCount,  ///< count the reply, and delete rows of earlier days

@@ -37,6 +37,13 @@ TEST(Options, TakeNothingAfterAnEqualsSignForAnEmptyValue) {
 TEST(Options, AskAboutTheServerOrAMailbox) {
   EXPECT_EQ(std::get<Options>(parsed({"--check", "--json"})).question(), Question::kCheck);
   EXPECT_EQ(std::get<Options>(parsed({"--list", "a@b"})).question(), Question::kList);
+  EXPECT_EQ(std::get<Options>(parsed({"--today"})).question(), Question::kToday);
+}
+
+TEST(Options, TakeAnAddressForTheRepliesOfToday) {
+  EXPECT_EQ(std::get<Options>(parsed({"--today", "--json"})).mailbox, std::nullopt);
+  EXPECT_EQ(std::get<Options>(parsed({"--today", "a@b"})).mailbox, "a@b");
+  EXPECT_EQ(std::get<Options>(parsed({"--today", ""})).mailbox, "");
 }
 
 struct Row : NamedRow {
@@ -59,6 +66,9 @@ const Row kRows[] = {
     {"TwoQuestions", {"--check", "--list", "a@b"}, 2},
     {"CheckOfAMessage", {"--check", "file"}, 2},
     {"ListWithARule", {"--list", "a@b", "--rule", "7"}, 2},
+    {"ListOfToday", {"--list", "a@b", "--today"}, 2},
+    {"TodayWithTwoAddresses", {"--today", "a@b", "c@d"}, 2},
+    {"TodayWithARule", {"--today", "--rule", "7"}, 2},
     {"CheckWithAReply", {"--check", "--show-reply"}, 2},
 };
 

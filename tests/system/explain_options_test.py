@@ -176,13 +176,13 @@ def test_shows_strangers_bytes_as_text(panel):
 def test_is_described_in_its_help(panel):
     shown = panel.explain(b"", "--help").out.decode()
     for option in ("--recipient", "--rule", "--json", "--show-reply", "--check", "--list",
-                   "--version", "--help"):
+                   "--today", "--version", "--help"):
         assert option in shown
-    assert len(re.findall(r"^ +--", shown, re.MULTILINE)) == 8
+    assert len(re.findall(r"^ +--", shown, re.MULTILINE)) == 9
 
 
 @pytest.mark.parametrize("word, words", [
-    ("--", "--check --help --json --list --recipient --rule --show-reply --version"),
+    ("--", "--check --help --json --list --recipient --rule --show-reply --today --version"),
     ("--r", "--recipient --rule"), ("--check", "--check"), ("--x", "")])
 def test_bash_completes_its_options(word, words):
     script = CHECKOUT / "packaging" / "autoresponder-explain.bash"

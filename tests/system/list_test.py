@@ -83,6 +83,25 @@ def test_lists_it_for_programs(panel):
     assert (second["on"], second["attachments"], second["answered_today"]) == (False, [], [])
 
 
+def test_lists_all_mailboxes_of_a_domain_that_have_rules(panel):
+    panel.rule()
+    panel.sql("insert into mail (id, dom_id, mail_name) values (2, 1, 'help'), (3, 1, 'none');"
+              "insert into mail_resp (id, mn_id, resp_on) values (8, 2, 'false'), (9, 2, 'true');"
+              "insert into domainaliases (dom_id, name, mail) values (1, 'laden.example', 'true')")
+    for domain in ("shop.example", "laden.example"):
+        result = listing(domain)
+        assert (result.status, result.err) == (0, b"")
+        parts = result.out.decode().split("\n\n")
+        assert [part.splitlines()[0] for part in parts] == [
+            "Mailbox help@shop.example, id 2, found by its name", "Rule 8 is off", "Rule 9 is on",
+            "Mailbox info@shop.example, id 1, found by its name", "Rule 1 is on"]
+    several = listing("shop.example", "--json").answer()
+    assert several["diagnostics"] == ""
+    assert [(found["address"], [rule["id"] for rule in found["rules"]])
+            for found in several["mailboxes"]] == [
+        ("help@shop.example", [8, 9]), ("info@shop.example", [1])]
+
+
 def test_tells_of_a_mailbox_without_rules(panel):
     result = listing("info@shop.example")
     assert (result.status, result.out) == (
