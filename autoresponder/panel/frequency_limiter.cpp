@@ -137,7 +137,7 @@ std::string answered_today_query(const std::string& rule_id) {
 std::string replies_today_query(const std::string& mailbox_id) {
   const std::string rules =
       mailbox_id.empty() ? "f.rn_id is not null"
-                         : "m.id=" + mailbox_id + " and (r.resp_on='true' or f.rn_id is not null)";
+                         : "m.id=" + mailbox_id + " and (r.resp_on<>'false' or f.rn_id is not null)";
   return joined(
       {"select m.mail_name, d.name, r.id, count(f.rn_id), coalesce(sum(f.num), 0), "
        "coalesce(sum(f.num>=coalesce(r.ans_freq, 10)), 0), "

@@ -65,8 +65,9 @@ class Rows {
 /// The connection to the panel's database. A run has only one.
 class PanelDatabase {
  public:
-  /// Connects as the panel's library does; throws `PanelFailure` if that fails.
-  PanelDatabase() : PanelDatabase(db_connect) {}
+  /// Connects as the panel's library does, unless by another function; throws `PanelFailure` if
+  /// that fails.
+  explicit PanelDatabase(MYSQL* (*connect)() = db_connect);
 
   /// For a reader of the panel's data: connects, without a system error in the library's report,
   /// and lets the server refuse any write. Older servers do not know how. Unlike a transaction it
@@ -113,8 +114,6 @@ class PanelDatabase {
 
  private:
   static constexpr const char* kExecDiagnostic = "autoresponder: Unable to exec query :";
-
-  explicit PanelDatabase(MYSQL* (*connect)());
 
   bool Send(const std::string& statement);
   [[noreturn]] void Fail(const std::string& diagnostic);

@@ -19,7 +19,7 @@ constexpr const char* kAddresses =
     "select n.name, d.name from (select id mn_id, mail_name name from mail union select mn_id, "
     "alias from mail_aliases) n, mail m, (select id dom_id, name from domains union select dom_id, "
     "name from domainaliases where mail='true') d where n.mn_id=m.id and m.dom_id=d.dom_id and "
-    "m.id in (select mn_id from mail_resp where resp_on='true')";
+    "m.id in (select mn_id from mail_resp where resp_on<>'false')";
 
 // The local parts of mailboxes with rules, by domain.
 using Domains = std::map<std::string, std::set<std::string>>;

@@ -140,11 +140,11 @@ def test_reads_the_definitions_of_a_server_with_other_quotes(server):
 
 
 def test_ends_within_ten_seconds_for_a_thousand_domains(server):
-    server.sql("insert into domains (id, cl_id, name) select seq, 1, concat('d', seq, '.example') "
-               "from seq_1001_to_2000; insert into mail (id, dom_id, mail_name) "
-               "select seq, seq, 'info' from seq_1001_to_2000; insert into mail_resp "
-               "(id, mn_id, resp_on) select seq, seq, 'true' from seq_1001_to_2000")
-    numbers = range(1001, 2001)
+    server.sql("insert into domains (id, cl_id, name) select seq + 1, 1, concat('d', seq, '.example') "
+               "from seq_1_to_1000; insert into mail (id, dom_id, mail_name) "
+               "select seq + 1, seq + 1, 'info' from seq_1_to_1000; insert into mail_resp "
+               "(id, mn_id, resp_on) select seq + 1, seq + 1, 'true' from seq_1_to_1000")
+    numbers = range(1, 1001)
     (CONTROL / "virtualdomains").write_text("shop.example:shop.example\n" + "".join(
         f"d{number}.example:my-{number}\n" for number in numbers))
     assign(ASSIGNED, *(f"+my-{number}-:shop:64000:{GROUP}:{HOME}:-::" for number in numbers))
