@@ -1,0 +1,82 @@
+#include "autoresponder/engine/responder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "../../fake_database.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+// A body in whose lines 2 and 5 the second and third key are.
+class TwoKeys : public Body {
+ public:
+  std::vector<size_t> FirstWith(const std::vector<std::string_view>& keys) override {
+    asked.assign(keys.begin(), keys.end());
+    return {0, 2, 5};
+  }
+  std::vector<std::string> asked;
+};
+
+class FindingRules : public testing::Test {
+ protected:
+  FindingRules() {
+    message_.SetRecipient("info@shop.example");
+    message_.subject = "The price";
+  }
+
+  void Find() {
+    PanelDatabase database = FakeDatabase::Connect();
+    find_rules(database, message_, escape_recipient(message_), repairs_, found_);
+  }
+
+  static FakeRow Rule(const char* id, const char* key, const char* where, const char* on = "true") {
+    return {id, key, where, "text", on, "10", "1000", "", "", "UTF-8", "text/plain"};
+  }
+
+  FakeDatabase server_;
+  IncomingMessage message_;
+  Repairs repairs_;
+  MailboxRules found_;
+};
+
+TEST_F(FindingRules, EndsWithoutAMailbox) {
+  Find();
+  EXPECT_FALSE(found_.mailbox);
+  EXPECT_EQ(server_.statements.size(), 4U);
+}
+
+TEST_F(FindingRules, GivesEachRuleItsOwnTrigger) {
+  auto body = std::make_unique<TwoKeys>();
+  TwoKeys& keys = *body;
+  message_.body_lines = std::move(body);
+  server_.Answer("from mail m, domains d where", {{"5", "info", "shop.example"}});
+  server_.Answer("from mail_resp where mn_id=5",
+                 {Rule("1", "a", "body"), Rule("2", "price", "subj"), Rule("3", "b", "body"),
+                  Rule("4", "off", "body", "false"), Rule("6", "c", "body"),
+                  Rule("7", "gone", "subj"), Rule("8", "", "no")});
+  Find();
+  EXPECT_THAT(keys.asked, ElementsAre("a", "b", "c"));
+  std::string triggers;
+  for (size_t i = 0; i < found_.rules.size(); ++i) {
+    triggers += std::string(found_.rules[i].id) + (found_.triggers[i].fires ? "+" : "-") +
+                std::to_string(found_.triggers[i].line) + " ";
+  }
+  EXPECT_EQ(triggers, "1-0 2+0 3+2 4-0 6+5 7-0 8+0 ");
+}
+
+TEST_F(FindingRules, SpeaksAllCharactersIfThatIsRepaired) {
+  repairs_.characters = true;
+  Find();
+  EXPECT_EQ(server_.statements.size(), 4U);  // the panel's setting says nothing of UTF-8
+}
+
+TEST_F(FindingRules, KeepsTheMailboxWhenTheRulesCannotBeRead) {
+  server_.Answer("from mail m, domains d where", {{"5", "info", "shop.example"}});
+  server_.Fail("mail_resp", 1146, "no such table");
+  EXPECT_THROW(Find(), PanelFailure);
+  EXPECT_EQ(found_.mailbox->mailbox.id, "5");
+}
+
+}  // namespace
