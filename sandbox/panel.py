@@ -5,6 +5,7 @@ Only for use inside `sandbox/enter`: it writes to /etc/kem, /run and /tmp.
 """
 
 import os
+import re
 import shutil
 import subprocess
 import time
@@ -203,7 +204,7 @@ class Database:
 
     def run(self, sql, database="kem"):
         """Runs statements as the superuser; the rows come back as lines of tab-separated texts."""
-        if MYSQL_ROOT and " seq_1_to_" in sql:
+        if MYSQL_ROOT and re.search(r" seq_\d+_to_", sql):
             raise unittest.SkipTest("only MariaDB has tables of numbers")
         result = subprocess.run(
             ["mariadb", "--no-defaults", f"--socket={self.socket}", "--user=root", "--batch",

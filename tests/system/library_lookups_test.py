@@ -103,6 +103,8 @@ def test_query_value_sends_its_query_whole(library):
     assert call("own", "query_value", query, "0").result == '"found"'
 
 
+@pytest.mark.skipif(sandbox.MYSQL_ROOT is not None,
+                    reason="MySQL's log leaves out statements that it cannot read")
 @pytest.mark.parametrize("routine, arguments, start", [
     ("get_dom_id", ["quiet"], "select id from domains where name='"),
     ("get_domain_name", [], "select name from domains where name='")])
