@@ -27,11 +27,6 @@ unsigned long escape(char* to, const char* from, unsigned long length) {
   return static_cast<unsigned long>(to - begin);
 }
 
-MYSQL* connect() {
-  static MYSQL connection;
-  return &connection;
-}
-
 }  // namespace
 
 FakeDatabase::FakeDatabase() {
@@ -42,8 +37,9 @@ FakeDatabase::~FakeDatabase() {
   server = nullptr;
 }
 
-PanelDatabase FakeDatabase::Connect() {
-  return PanelDatabase(connect);
+MYSQL* FakeDatabase::Open() {
+  static MYSQL connection;
+  return &connection;
 }
 
 void FakeDatabase::Answer(const std::string& part, const std::vector<FakeRow>& rows) {

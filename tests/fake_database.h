@@ -18,7 +18,8 @@ class FakeDatabase {
   FakeDatabase(const FakeDatabase&) = delete;
   FakeDatabase& operator=(const FakeDatabase&) = delete;
 
-  static PanelDatabase Connect();
+  static MYSQL* Open();
+  static PanelDatabase Connect() { return PanelDatabase(Open); }
 
   /// Statements that contain `part` get these rows; others none. Of several the last answer counts.
   void Answer(const std::string& part, const std::vector<FakeRow>& rows);

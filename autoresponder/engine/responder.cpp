@@ -42,10 +42,10 @@ void find_rules(PanelDatabase& database, const IncomingMessage& message, Escaped
   found.triggers = find_triggers(found.rules, message);
 }
 
-void run_responder(const Delivery& delivery, Effects& effects) {
+void run_responder(const Delivery& delivery, Effects& effects, MYSQL* (*connect)()) {
   const IncomingMessage& message = delivery.message;
   EscapedRecipient recipient = escape_recipient(message);
-  PanelDatabase database;
+  PanelDatabase database(connect);
   MailboxRules found;
   find_rules(database, message, std::move(recipient), delivery.switches.repairs, found);
   if (!found.mailbox) {

@@ -25,5 +25,5 @@ void find_rules(PanelDatabase& database, const IncomingMessage& message, Escaped
 /// Finds the recipient's mailbox and answers the message by each of its rules that fires. Reports
 /// on standard error that there is no such mailbox, or why a reply is not sent. Throws
 /// `PanelFailure` if a query fails or the panel cannot be reached, and `ReaderFailure` if the body
-/// cannot be read.
-void run_responder(const Delivery& delivery, Effects& effects);
+/// cannot be read. `connect`: as for `PanelDatabase`.
+void run_responder(const Delivery& delivery, Effects& effects, MYSQL* (*connect)() = db_connect);

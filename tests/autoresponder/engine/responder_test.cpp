@@ -79,4 +79,85 @@ TEST_F(FindingRules, KeepsTheMailboxWhenTheRulesCannotBeRead) {
   EXPECT_EQ(found_.mailbox->mailbox.id, "5");
 }
 
+// Effects that let a rule reply, and do what the test says with the reply.
+class SilentEffects : public Effects {
+ public:
+  LimiterFacts AskLimiter(PanelDatabase& /*database*/, const ResponderRule& rule) override {
+    rules.emplace_back(rule.id);
+    LimiterFacts facts;
+    facts.step = LimiterStep::kRemember;
+    return facts;
+  }
+  ResponseFile CreateResponseFile() override { return {-1, path}; }
+  std::string AsciiForm(const std::string& address) override { return address; }
+  bool Run(const ShellCommand& command) override {
+    commands.push_back(command.purpose());
+    return false;
+  }
+
+  std::vector<std::string> rules;
+  std::vector<Purpose> commands;
+  std::string path = "/nowhere/reply";
+};
+
+class Responding : public FindingRules {
+ protected:
+  Responding() {
+    server_.Answer("from mail m, domains d where", {{"5", "info", "shop.example"}});
+    server_.Answer("from mail_resp",
+                   {Rule("1", "gone", "subj"), Rule("2", "", "no"), Rule("3", "price", "subj")});
+  }
+
+  std::string Diagnostics() {
+    testing::internal::CaptureStderr();
+    run_responder({message_, switches_, "/spool"}, effects_, FakeDatabase::Open);
+    return testing::internal::GetCapturedStderr();
+  }
+
+  Switches switches_;
+  SilentEffects effects_;
+};
+
+TEST_F(Responding, AnswersByTheRulesThatFireInTheirOrder) {
+  Diagnostics();
+  EXPECT_THAT(effects_.rules, ElementsAre("2", "3"));
+}
+
+TEST_F(Responding, ReportsThatThereIsNoMailbox) {
+  server_.Answer("from mail m, domains d where", {});
+  EXPECT_EQ(Diagnostics(), "autoresponder: Mailname not found: info@shop.example\n");
+  EXPECT_THAT(effects_.rules, ElementsAre());
+}
+
+TEST_F(Responding, ReportsAReplyThatCannotBeWritten) {
+  EXPECT_EQ(Diagnostics(),
+            "autoresponder: Unable to write the reply to /nowhere/reply\n"
+            "autoresponder: Unable to write the reply to /nowhere/reply\n");
+  EXPECT_THAT(effects_.commands, ElementsAre());
+}
+
+TEST_F(Responding, ReportsWhyCourtesyForbidsAReply) {
+  switches_.courtesy = true;
+  message_.envelope_sender = "";
+  EXPECT_EQ(Diagnostics(),
+            "autoresponder: no reply, courtesy: null sender\n"
+            "autoresponder: no reply, courtesy: null sender\n");
+}
+
+TEST_F(Responding, ReportsAReplyToThatIsLeftOut) {
+  switches_.repairs.reply_to = true;
+  FakeRow rule = Rule("2", "", "no");
+  rule[8] = "\"a\nb";
+  server_.Answer("from mail_resp", {rule});
+  EXPECT_EQ(Diagnostics(),
+            "autoresponder: left out a Reply-To that the mail server cannot parse: \"a b\n"
+            "autoresponder: Unable to write the reply to /nowhere/reply\n");
+}
+
+TEST_F(Responding, EndsWithTheDatabase) {
+  server_.Fail("resp_forward", 2013, "Lost connection");
+  EXPECT_THROW(run_responder({message_, switches_, "/spool"}, effects_, FakeDatabase::Open),
+               PanelFailure);
+}
+
 }  // namespace
