@@ -1,14 +1,15 @@
 #!/usr/bin/python3
-"""seeds.py MESSAGES.json DIRECTORY: writes a seed corpus, one directory per fuzz target.
+"""seeds.py MESSAGES.json CORPORA DIRECTORY: writes a seed corpus, one directory per fuzz target.
 
 The recorded messages are cut into what each target takes; a few inputs that they do not hold are
-added by hand.
+added by hand, and what earlier runs found (`keep`).
 """
 
 import hashlib
 import json
 import pathlib
 import sys
+import tarfile
 
 
 def corpus(messages):
@@ -96,12 +97,15 @@ def corpus(messages):
 
 
 def main():
-    source, directory = map(pathlib.Path, sys.argv[1:])
+    source, corpora, directory = map(pathlib.Path, sys.argv[1:])
     recorded = json.loads(source.read_text(encoding="utf-8"))
     for target, seed in corpus([row["message"].encode() for row in recorded]):
         name = hashlib.sha1(seed).hexdigest()
         (directory / target).mkdir(parents=True, exist_ok=True)
         (directory / target / name).write_bytes(seed)
+    for kept in corpora.glob("*.tar.xz"):
+        with tarfile.open(kept) as archive:
+            archive.extractall(directory / kept.name.removesuffix(".tar.xz"))
 
 
 if __name__ == "__main__":
