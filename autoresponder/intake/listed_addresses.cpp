@@ -34,7 +34,6 @@ class Entry {
   void Open() {
     if (had_brackets_) return;
     had_brackets_ = is_in_brackets_ = true;
-    is_complete_ = false;
     Restart();
   }
 

@@ -145,6 +145,14 @@ TEST_F(TheLimiter, CutsALongSenderIfThatIsRepaired) {
   EXPECT_THAT(database_.statements.back(), testing::HasSubstr("'a.very.long.name@x.e'"));
 }
 
+TEST_F(TheLimiter, CutsNoSenderThatFits) {
+  message_.sender = "of.20.bytes@x.exampl";
+  switches_.repairs.long_senders = true;
+  database_.Answer("show create table", {{"resp_freq", kDefinition}});
+  EXPECT_FALSE(Ask().is_too_long);
+  EXPECT_THAT(database_.statements.back(), testing::HasSubstr("'of.20.bytes@x.exampl'"));
+}
+
 TEST_F(TheLimiter, TakesTurnsIfThatIsRepaired) {
   switches_.repairs.turns = true;
   Ask();

@@ -65,7 +65,7 @@ TEST_F(Deliveries, NeedAPrefixForEachDomain) {
 }
 
 TEST_F(Deliveries, NeedAPrefixWithoutDash) {
-  Write("control/virtualdomains", "shop.example:d17\nother.example:a-b\n");
+  Write("control/virtualdomains", "shop.example:d17\nother.example:a-b\na.example:first\n");
   EXPECT_EQ(Codes(), "prefix_with_dash");
   EXPECT_EQ(inspection_.findings[0].severity, Severity::kWarning);
   Write("control/virtualdomains", "Shop.Example:d-17\n");
