@@ -8,14 +8,16 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <initializer_list>
-#include <iterator>
 #include <malloc.h>
 #include <poll.h>
+#include <string>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 #include "support/base/descriptors.h"
 #include "support/base/signals.h"
@@ -54,17 +56,15 @@ bool started_by_another_user() {
 constexpr const char* kDeliveryVariables[] = {"RECIPIENT", "SENDER"};
 
 void reset_environment() {
-  const char* values[std::size(kDeliveryVariables)];
-  std::transform(std::begin(kDeliveryVariables), std::end(kDeliveryVariables), values, getenv);
-  char** const callers = environ;
-  clearenv();  // drops only the pointers
-  setenv("PATH", kSafePath, 1);
-  for (size_t i = 0; i < std::size(values); ++i) {
-    if (values[i] != nullptr) setenv(kDeliveryVariables[i], values[i], 1);
+  std::vector<std::pair<const char*, std::string>> kept = {{"PATH", kSafePath}};
+  for (const char* const variable : kDeliveryVariables) {
+    if (const char* const value = getenv(variable)) kept.emplace_back(variable, value);
   }
-  for (char** text = callers; text != nullptr && *text != nullptr; ++text) {
+  for (char** text = environ; text != nullptr && *text != nullptr; ++text) {
     explicit_bzero(*text, strlen(*text));
   }
+  clearenv();  // drops only the pointers
+  for (const auto& [variable, value] : kept) setenv(variable, value.c_str(), 1);
 }
 
 struct MinimumLimit {

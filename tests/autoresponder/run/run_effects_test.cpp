@@ -10,7 +10,6 @@
 #include "../../recorded_command.h"
 #include "../../scratch_directory.h"
 #include "autoresponder/run/incoming.h"
-#include "autoresponder/run/temporary_files.h"
 
 namespace {
 
@@ -109,19 +108,6 @@ TEST(AMessageWithoutASpoolFile, IsNotRead) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(read_incoming_message(none, Switches(), message), 1);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "Could not create a temporary file.\n");
-}
-
-TEST(TemporaryFilesDeathTest, AreOnlyForThisUserAndRemovedAtTheEnd) {
-  const SpoolFile spool = create_spool_file();
-  create_response_file().Remove();
-  const ResponseFile reply = create_response_file();
-  for (const std::string& path : {spool.path(), reply.path()}) {
-    EXPECT_EQ(path.rfind("/tmp/kem-", 0), 0U) << path;
-    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
-  }
-  EXPECT_EXIT(cleanup_and_exit(), testing::ExitedWithCode(0), "");
-  EXPECT_FALSE(std::filesystem::exists(spool.path()));
-  EXPECT_FALSE(std::filesystem::exists(reply.path()));
 }
 
 }  // namespace
