@@ -135,18 +135,18 @@ std::string answered_today_query(const std::string& rule_id) {
 }
 
 std::string replies_today_query(const std::string& mailbox_id) {
-  const std::string rules =
-      mailbox_id.empty() ? "f.rn_id is not null"
-                         : "m.id=" + mailbox_id + " and (r.resp_on<>'false' or f.rn_id is not null)";
-  return joined(
-      {"select m.mail_name, d.name, r.id, count(f.rn_id), coalesce(sum(f.num), 0), "
-       "coalesce(sum(f.num>=coalesce(r.ans_freq, 10)), 0), "
-       "count(f.rn_id)>=coalesce(r.mem_limit, 1000) from mail_resp r "
-       "join mail m on m.id=r.mn_id join domains d on d.id=m.dom_id "
-       "left join resp_freq f on f.rn_id=r.id",
-       kOfToday, " where ", rules,
-       " group by d.name, m.mail_name, r.id, r.ans_freq, r.mem_limit "
-       "order by d.name, m.mail_name, r.id"});
+  constexpr const char* kSelect =
+      "select m.mail_name, d.name, r.id, count(f.rn_id), coalesce(sum(f.num), 0), "
+      "coalesce(sum(f.num>=coalesce(r.ans_freq, 10)), 0), "
+      "count(f.rn_id)>=coalesce(r.mem_limit, 1000) from mail_resp r "
+      "join mail m on m.id=r.mn_id join domains d on d.id=m.dom_id "
+      "left join resp_freq f on f.rn_id=r.id";
+  constexpr const char* kOrder =
+      " group by d.name, m.mail_name, r.id, r.ans_freq, r.mem_limit "
+      "order by d.name, m.mail_name, r.id";
+  if (mailbox_id.empty()) return joined({kSelect, kOfToday, " where f.rn_id is not null", kOrder});
+  return joined({kSelect, kOfToday, " where m.id=", mailbox_id,
+                 " and (r.resp_on<>'false' or f.rn_id is not null)", kOrder});
 }
 
 bool never_replies(const char* ans_freq) {
