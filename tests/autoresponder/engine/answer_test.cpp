@@ -123,6 +123,14 @@ TEST_F(Answering, SendsNoReplyWhoseFileWasReplaced) {
   EXPECT_EQ(facts_.unsent, Unsent::kFileReplaced);
 }
 
+TEST_F(Answering, AttachesNothingToAFileThatWasReplaced) {
+  database_.Answer("resp_attach", {{"list.txt"}});
+  effects_.is_file_replaced = true;
+  Answer();
+  EXPECT_THAT(effects_.commands, ElementsAre());
+  EXPECT_EQ(facts_.unsent, Unsent::kFileReplaced);
+}
+
 TEST_F(Answering, SendsANoticeInPlaceOfALargeReply) {
   LimitSize("20");
   Answer();

@@ -29,7 +29,10 @@ class KeptEffects : public Effects {
     std::ofstream(path_).close();
     return {open(path_.c_str(), O_RDWR | O_CLOEXEC), path_};
   }
-  std::string AsciiForm(const std::string& address) override { return "ascii:" + address; }
+  std::string AsciiForm(const std::string& address) override {
+    if (is_file_replaced) std::filesystem::rename(path_, path_ + "-moved");
+    return "ascii:" + address;
+  }
   bool Run(const ShellCommand& command) override {
     commands.push_back(command.line());
     inputs += command.input;
@@ -40,6 +43,7 @@ class KeptEffects : public Effects {
 
   std::optional<LimiterStep> step = LimiterStep::kRemember;
   bool attaching_succeeds = true;
+  bool is_file_replaced = false;  ///< before the reply is written
   std::function<void(const std::string& path)> attach = [](const std::string&) {};
   std::vector<std::string> commands;
   std::string inputs;

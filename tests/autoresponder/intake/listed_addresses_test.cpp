@@ -35,6 +35,8 @@ constexpr Row kRows[] = {
     {"NoneInNothing", "", ""},
     {"NoneInAComment", "(a@b)", ""},
     {"NoneInACommentInAComment", "(nobody (a@b) c@d)", ""},
+    {"AfterACommentWithAnEscape", "(x\\a) c@d", "c@d "},
+    {"NotInACommentWithAnEscapedBracket", "(x\\) a@b) c@d", "c@d "},
     {"NoneInAQuotedName", "\"a@b\" <c@d>", "c@d "},
     {"One", "a@b", "a@b "},
     {"Several", "a@b, c@d,e@f", "a@b c@d e@f "},

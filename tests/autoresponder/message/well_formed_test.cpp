@@ -71,6 +71,8 @@ const std::string kLongId = "<" + std::string(900, 'x') + "@y>";
 const Text kIds[] = {
     {"Plain", "<1.2@x.example>", true},
     {"Literal", "<1@[x:y]>", true},
+    {"EmptyLiteral", "<1@[]>", true},
+    {"LiteralThatIsNotClosed", "<1@[>", false},
     {"Empty", "", false},
     {"BracketsAlone", "<>", false},
     {"NoAt", "<x>", false},
