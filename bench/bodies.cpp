@@ -23,7 +23,7 @@ void measure_body(benchmark::State& state, const std::string& text,
 void measure_glib_base64(benchmark::State& state, const std::string& text) {
   measure(state, text.size(), [&] {
     gsize length = 0;
-    guchar* const out = g_base64_decode(text.c_str(), &length);
+    guchar* out = g_base64_decode(text.c_str(), &length);
     benchmark::DoNotOptimize(out);
     g_free(out);
   });

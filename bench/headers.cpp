@@ -53,7 +53,7 @@ BENCHMARK(header_encoded);
 static void header_encoded_by_glib_as_uri(benchmark::State& state) {
   const std::string text = sample_in_utf8();
   measure(state, text.size(), [&] {
-    char* const out = g_uri_escape_string(text.c_str(), nullptr, FALSE);
+    char* out = g_uri_escape_string(text.c_str(), nullptr, FALSE);
     benchmark::DoNotOptimize(out);
     g_free(out);
   });
