@@ -19,6 +19,13 @@ namespace {
 size_t memory_in_use = 0;
 size_t peak_memory = 0;
 
+void* take(size_t size) {
+  void* const memory = malloc(size);
+  memory_in_use += malloc_usable_size(memory);
+  peak_memory = std::max(peak_memory, memory_in_use);
+  return memory;
+}
+
 void give_back(void* memory) {
   memory_in_use -= malloc_usable_size(memory);
   free(memory);
@@ -27,11 +34,13 @@ void give_back(void* memory) {
 }  // namespace
 
 void* operator new(size_t size) {
-  void* const memory = malloc(size);
+  void* const memory = take(size);
   if (memory == nullptr) throw std::bad_alloc();
-  memory_in_use += malloc_usable_size(memory);
-  peak_memory = std::max(peak_memory, memory_in_use);
   return memory;
+}
+
+void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  return take(size);
 }
 
 void operator delete(void* memory) noexcept {
@@ -39,6 +48,10 @@ void operator delete(void* memory) noexcept {
 }
 
 void operator delete(void* memory, size_t /*size*/) noexcept {
+  give_back(memory);
+}
+
+void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept {
   give_back(memory);
 }
 
