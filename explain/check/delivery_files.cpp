@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <fstream>
+#include <fcntl.h>
 #include <optional>
+#include <sstream>
+#include <unistd.h>
 
 #include "explain/check/files.h"
 #include "explain/check/program.h"
 #include "explain/check/virtual_domains.h"
+#include "support/base/owned.h"
 
 namespace {
 
@@ -76,6 +79,22 @@ class FaultList {
   std::vector<Found> found_;
 };
 
+// Others do not count for the mail server either.
+bool is_plain_file(const std::string& path) {
+  const auto state = state_of(path);
+  return state && S_ISREG(state->st_mode);
+}
+
+// The beginning of the file. It is a user's, who may put a pipe or something endless in its place
+// at any time.
+std::string beginning_of(const std::string& path) {
+  std::string text(size_t{64} << 10, '\0');
+  const OwnedDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  const ssize_t length = file.IsOpen() ? read(file.number(), text.data(), text.size()) : 0;
+  text.resize(length > 0 ? static_cast<size_t>(length) : 0);
+  return text;
+}
+
 // The file of the address, or of what it begins with, as qmail-local looks for them; the first name
 // if there is none of them.
 std::string file_for(const DeliveryUser& user) {
@@ -84,11 +103,11 @@ std::string file_for(const DeliveryUser& user) {
     if (c == '.') c = ':';
   }
   const std::string begin = user.home + "/.qmail" + user.dash;
-  if (state_of(begin + extension)) return begin + extension;
+  if (is_plain_file(begin + extension)) return begin + extension;
   for (size_t length = extension.size(); length != std::string::npos; --length) {
     if (length > 0 && extension[length - 1] != '-') continue;
     std::string path = begin + extension.substr(0, length) + "default";
-    if (state_of(path)) return path;
+    if (is_plain_file(path)) return path;
   }
   return begin + extension;
 }
@@ -136,7 +155,7 @@ struct Lines {
 
 Lines read_lines(const std::string& path) {
   Lines lines;
-  std::ifstream file(path);
+  std::istringstream file(beginning_of(path));
   for (std::string line; std::getline(file, line);) {
     line.erase(line.find_last_not_of(" \t") + 1);
     if (line.empty() || line[0] == '#') continue;
@@ -176,7 +195,8 @@ void check_delivery(const DeliveredMailbox& delivery, const Inspection& inspecti
     faults.Add(kOpenHome, home, delivery.address);
   }
   const std::string path = file_for(delivery.user);
-  const auto file = state_of(path);
+  auto file = state_of(path);
+  if (file && !S_ISREG(file->st_mode)) file.reset();
   if (!file && is_hidden_from_us(errno)) return faults.Add(kHidden, path, delivery.address);
   if (!file) {
     // Without a dash the mail server has a default for all.

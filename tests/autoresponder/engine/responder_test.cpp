@@ -67,9 +67,14 @@ TEST_F(FindingRules, GivesEachRuleItsOwnTrigger) {
 }
 
 TEST_F(FindingRules, SpeaksAllCharactersIfThatIsRepaired) {
+  const int before = std::exchange(db_utf8_mode, 1);
+  Find();
+  EXPECT_EQ(server_.statements.size(), 4U);
   repairs_.characters = true;
   Find();
-  EXPECT_EQ(server_.statements.size(), 4U);  // the panel's setting says nothing of UTF-8
+  db_utf8_mode = before;
+  ASSERT_EQ(server_.statements.size(), 9U);
+  EXPECT_EQ(server_.statements[4], "SET NAMES utf8mb4");
 }
 
 TEST_F(FindingRules, KeepsTheMailboxWhenTheRulesCannotBeRead) {

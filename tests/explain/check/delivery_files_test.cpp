@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sys/stat.h>
 
 #include <gtest/gtest.h>
 
@@ -109,6 +110,11 @@ constexpr Name kNames[] = {
 
 INSTANTIATE_TEST_SUITE_P(Names, DeliveryFileNames, testing::ValuesIn(kNames),
                          [](const auto& tested) { return tested.param.name; });
+
+TEST_F(DeliveryFiles, DoNotCountIfTheyArePipes) {
+  ASSERT_EQ(mkfifo(home_.Path(".qmail-info").c_str(), 0644), 0);
+  EXPECT_EQ(CodesFor("info"), "delivery_file_missing");
+}
 
 TEST_F(DeliveryFiles, OfAUserHaveADefault) {
   EXPECT_EQ(CodesFor("", ""), "program_not_started");
