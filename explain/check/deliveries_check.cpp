@@ -4,6 +4,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "autoresponder/message/letter_case.h"
 #include "explain/check/checks.h"
 #include "explain/check/delivery_files.h"
 #include "explain/check/delivery_users.h"
@@ -43,7 +44,7 @@ struct Deliveries {
 
 // Whether control/locals names the domain. It takes precedence over control/virtualdomains.
 bool is_local(const Deliveries& deliveries, const std::string& domain) {
-  return deliveries.locals.count(in_lower_case(domain)) > 0;
+  return deliveries.locals.count(lower_case(domain)) > 0;
 }
 
 // The line that decides where mail to the domain goes; null if none does.
@@ -72,7 +73,7 @@ void check_prefixes(const Deliveries& deliveries, Inspection& inspection) {
 
 // Mail to a local domain is delivered without a prefix, also where control/virtualdomains has one.
 void check_local(const std::string& domain, const Deliveries& deliveries, Inspection& inspection) {
-  if (deliveries.virtual_domains.count(in_lower_case(domain)) > 0) {
+  if (deliveries.virtual_domains.count(lower_case(domain)) > 0) {
     inspection.Warning(
         "domain_twice",
         "Both control/locals and control/virtualdomains name the domain {}: the first "
@@ -102,7 +103,7 @@ void check_received(const Deliveries& deliveries, Inspection& inspection) {
   const auto taken = control_lines(inspection.qmail_root + "/control/rcpthosts", inspection);
   if (!taken) return;
   VirtualDomains lines;
-  for (const std::string& domain : *taken) lines[in_lower_case(domain)] = "";
+  for (const std::string& domain : *taken) lines[lower_case(domain)] = "";
   const bool has_more = state_of(inspection.qmail_root + "/control/morercpthosts.cdb").has_value();
   for (const auto& [domain, names] : deliveries.domains) {
     if (has_more || find_virtual_domain(lines, domain) != nullptr) continue;
@@ -249,7 +250,7 @@ void check_deliveries(Inspection& inspection) {
   if (inspection.qmail_root.empty()) return;
   Deliveries deliveries{read_virtual_domains(inspection), {}, domains_with_rules(inspection)};
   if (const auto locals = control_lines(inspection.qmail_root + "/control/locals", inspection)) {
-    for (const std::string& domain : *locals) deliveries.locals.insert(in_lower_case(domain));
+    for (const std::string& domain : *locals) deliveries.locals.insert(lower_case(domain));
   }
   check_prefixes(deliveries, inspection);
   const std::vector<DeliveredMailbox> found = find_deliveries(deliveries, inspection);

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <unistd.h>
 
+#include "autoresponder/message/letter_case.h"
 #include "explain/check/files.h"
 #include "explain/check/program.h"
 #include "explain/check/virtual_domains.h"
@@ -98,7 +99,7 @@ std::string beginning_of(const std::string& path) {
 // The file of the address, or of what it begins with, as qmail-local looks for them; the first name
 // if there is none of them.
 std::string file_for(const DeliveryUser& user) {
-  std::string extension = in_lower_case(user.extension);
+  std::string extension = lower_case(user.extension);
   for (char& c : extension) {
     if (c == '.') c = ':';
   }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <pwd.h>
 
+#include "autoresponder/message/letter_case.h"
 #include "explain/check/files.h"
 #include "explain/check/virtual_domains.h"
 
@@ -17,7 +18,7 @@ unsigned number_of(const std::string& text) {
 std::optional<DeliveryUser> find_account(const std::string& local) {
   for (size_t end = local.size(); end != std::string::npos && end > 0;
        end = local.rfind('-', end - 1)) {
-    const passwd* const account = getpwnam(in_lower_case(local.substr(0, end)).c_str());
+    const passwd* const account = getpwnam(lower_case(local.substr(0, end)).c_str());
     if (account == nullptr || account->pw_uid == 0) continue;
     const auto home = state_of(account->pw_dir);
     if (!home || home->st_uid != account->pw_uid) continue;
@@ -60,14 +61,14 @@ DeliveryUsers::DeliveryUsers(Inspection& inspection) {
     if (fields.size() <= kFields || fields[kLocal].empty()) continue;
     auto& users = line[0] == '+' ? wildcards_ : users_;
     // Of two lines for one name qmail takes the first.
-    users.emplace(in_lower_case(fields[kLocal].substr(1)),
+    users.emplace(lower_case(fields[kLocal].substr(1)),
                   DeliveryUser{number_of(fields[kUid]), number_of(fields[kGid]), fields[kHome],
                                fields[kDash], fields[kExtension]});
   }
 }
 
 std::optional<DeliveryUser> DeliveryUsers::Find(const std::string& local) const {
-  const std::string name = in_lower_case(local);
+  const std::string name = lower_case(local);
   if (const auto user = users_.find(name); user != users_.end()) return user->second;
   for (size_t length = name.size();; --length) {
     const auto wildcard = wildcards_.find(name.substr(0, length));

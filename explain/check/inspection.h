@@ -38,6 +38,7 @@ struct Inspection {
     Add(Severity::kUnseen, "not_seen", "{} could not be looked at: {}", what, why);
   }
 
+  /// The same for any severity and a text that is no literal.
   template <typename... Values>
   void Add(Severity severity, const char* code, const char* format, const Values&... values) {
     findings.push_back({severity, code, formatted(format, values...)});

@@ -1,13 +1,7 @@
 #include "explain/check/virtual_domains.h"
 
+#include "autoresponder/message/letter_case.h"
 #include "explain/check/files.h"
-
-std::string in_lower_case(std::string text) {
-  for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return text;
-}
 
 VirtualDomains read_virtual_domains(Inspection& inspection) {
   const auto lines = control_lines(inspection.qmail_root + "/control/virtualdomains", inspection);
@@ -16,14 +10,14 @@ VirtualDomains read_virtual_domains(Inspection& inspection) {
   for (const std::string& line : *lines) {
     const size_t colon = line.find(':');
     if (colon == std::string::npos) continue;
-    result[in_lower_case(line.substr(0, colon))] = line.substr(colon + 1);
+    result[lower_case(line.substr(0, colon))] = line.substr(colon + 1);
   }
   return result;
 }
 
 const VirtualDomains::value_type* find_virtual_domain(const VirtualDomains& lines,
                                                       const std::string& domain) {
-  const std::string name = in_lower_case(domain);
+  const std::string name = lower_case(domain);
   for (size_t start = 0;; start = name.find('.', start + 1)) {
     const auto line = lines.find(start < name.size() ? name.substr(start) : "");
     if (line != lines.end()) return &*line;

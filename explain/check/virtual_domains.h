@@ -5,9 +5,6 @@
 
 #include "explain/check/inspection.h"
 
-/// `text` with A to Z in lower case, as qmail compares domains and users.
-std::string in_lower_case(std::string text);
-
 /// The lines of control/virtualdomains. A key is a domain, an address, ".domain" for all below it,
 /// or empty for all, in lower case; its value is what qmail puts before the address, with a "-", or
 /// empty for nothing.
