@@ -9,6 +9,7 @@ import pytest
 from cluster import DEADLOCK, message, wait_until
 
 MESSAGES = 80  # on each node
+AT_ONCE = 4
 
 # Diagnostics of runs whose node ends.
 LOST = (r"(Lost connection to server during query|(MySQL s|S)erver has gone away"
@@ -52,7 +53,7 @@ def deliver_until_second_node_dies(cluster):
         cluster.second.kill()
     killer = threading.Thread(target=kill_in_the_middle)
     killer.start()
-    ends = cluster.deliver([of_many_senders("a"), of_many_senders("b")])
+    ends = cluster.deliver([of_many_senders("a"), of_many_senders("b")], AT_ONCE)
     killer.join()
     cluster.second.wait_for_death()
     return ends
@@ -140,7 +141,9 @@ def test_without_arbitrator_the_node_that_is_left_answers_nothing_until_it_is_to
     cluster.arbitrator.start()
     assert bring_back_second_node(cluster) == "what it had missed"
     senders = {sender for _, sender, _ in cluster.senders()}
-    assert senders >= {*answered(staying, "a"), *answered(dying, "b")}
+    assert senders >= {*answered(staying, "a")}
+    # What the dead node sent last did not always become part of what a node alone goes on with.
+    assert len({*answered(dying, "b")} - senders) <= AT_ONCE
 
 
 def test_without_arbitrator_a_node_that_is_shut_down_leaves_the_other_at_work(cluster):
