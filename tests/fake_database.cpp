@@ -1,5 +1,7 @@
 #include "fake_database.h"
 
+#include <string_view>
+
 #include <mysql.h>
 
 namespace {
@@ -18,10 +20,12 @@ Result* result_of(MYSQL_RES* handle) {
 }
 
 unsigned long escape(char* to, const char* from, unsigned long length) {
+  constexpr std::string_view kEscaped{"'\"\\\n\r\0\x1a", 7};
   char* const begin = to;
-  for (unsigned long i = 0; i < length; ++i) {
-    if (from[i] == '\'' || from[i] == '\\' || from[i] == '"') *to++ = '\\';
-    *to++ = from[i];
+  for (const char c : std::string_view(from, length)) {
+    const size_t place = kEscaped.find(c);
+    if (place != kEscaped.npos) *to++ = '\\';
+    *to++ = place != kEscaped.npos ? "'\"\\nr0Z"[place] : c;
   }
   *to = '\0';
   return static_cast<unsigned long>(to - begin);

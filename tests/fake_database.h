@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "autoresponder/panel/panel_database.h"
+#include "support/mysql_owned.h"
 
 /// The columns of a row; nothing for NULL.
 using FakeRow = std::vector<std::optional<std::string>>;
@@ -19,7 +19,6 @@ class FakeDatabase {
   FakeDatabase& operator=(const FakeDatabase&) = delete;
 
   static MYSQL* Open();
-  static PanelDatabase Connect() { return PanelDatabase(Open); }
 
   /// Statements that contain `part` get these rows; others none. Of several the last answer counts.
   void Answer(const std::string& part, const std::vector<FakeRow>& rows);

@@ -39,7 +39,7 @@ class AnExamination : public testing::Test {
   std::string Sendmail() const { return root_ + "/bin/sendmail"; }
 
   RuleOutcome Outcome() {
-    PanelDatabase database = FakeDatabase::Connect();
+    PanelDatabase database = PanelDatabase(FakeDatabase::Open);
     facts_.answer = {};
     facts_.commands.clear();
     examine_rule(database, explanation_, false, facts_);

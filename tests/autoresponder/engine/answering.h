@@ -76,7 +76,7 @@ class Answering : public testing::Test {
   }
 
   void Answer() {
-    PanelDatabase database = FakeDatabase::Connect();
+    PanelDatabase database = PanelDatabase(FakeDatabase::Open);
     answer(database, rule_, mailbox_, {message_, switches_, "/spool"}, effects_, facts_);
   }
 

@@ -27,7 +27,7 @@ class FindingRules : public testing::Test {
   }
 
   void Find() {
-    PanelDatabase database = FakeDatabase::Connect();
+    PanelDatabase database = PanelDatabase(FakeDatabase::Open);
     find_rules(database, message_, escape_recipient(message_), repairs_, found_);
   }
 

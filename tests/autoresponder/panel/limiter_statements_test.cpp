@@ -33,7 +33,7 @@ class TheLimiter : public testing::Test {
   }
 
   LimiterFacts Ask(LimiterMode mode = LimiterMode::kCount) {
-    PanelDatabase database = FakeDatabase::Connect();
+    PanelDatabase database = PanelDatabase(FakeDatabase::Open);
     return check_reply_frequency(database, message_, rule_, mode, switches_);
   }
 

@@ -20,7 +20,7 @@ TEST_P(NamesOfAMailbox, Include) {
   server.Answer("select alias from mail_aliases where mn_id=5", {{"Sales"}, {std::nullopt}});
   server.Answer("where da.dom_id=m.dom_id and m.id=5 and da.mail='true'",
                 {{"laden.example"}, {"xn--bcher-kva.example"}});
-  PanelDatabase database = FakeDatabase::Connect();
+  PanelDatabase database = PanelDatabase(FakeDatabase::Open);
   const MailboxNames names(database, {"5", "Info", "Shop.Example"}, "help@old.example");
   EXPECT_EQ(names.Include(GetParam().address), GetParam().is_one);
 }

@@ -22,7 +22,7 @@ constexpr const char* kStatements[] = {
 };
 
 std::optional<FoundMailbox> find() {
-  PanelDatabase database = FakeDatabase::Connect();
+  PanelDatabase database = PanelDatabase(FakeDatabase::Open);
   IncomingMessage message;
   message.SetRecipient("o'neil@shop.example");
   return find_mailbox(database, message, escape_recipient(message));

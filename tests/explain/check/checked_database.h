@@ -35,5 +35,5 @@ class CheckedDatabase : public testing::Test {
   }
 
   FakeDatabase server_;
-  Inspection inspection_{{}, "", "", "", {}, FakeDatabase::Connect()};
+  Inspection inspection_{{}, "", "", "", {}, PanelDatabase(FakeDatabase::Open)};
 };
