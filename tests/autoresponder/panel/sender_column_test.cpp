@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "../../fake_database.h"
 #include "../../named_row.h"
 
 namespace {
@@ -37,5 +38,31 @@ TEST(FirstBytes, SplitNoCharacter) {
   EXPECT_EQ(first_bytes("a\xC3\xBC", 2), "a");
   EXPECT_EQ(first_bytes("\xF0\x9F\x98\x80", 3), "");
 }
+
+struct Column : NamedRow {
+  const char* definition;
+  const char* held;  // of the sender below
+};
+
+class TheColumnOfSenders : public testing::TestWithParam<Column> {};
+
+TEST_P(TheColumnOfSenders, HoldsWhatFits) {
+  FakeDatabase server;
+  server.Answer("show create table resp_freq",
+                {{"resp_freq", std::string("CREATE TABLE `resp_freq` (\n  `email` ") +
+                                   GetParam().definition + "\n) ENGINE=InnoDB"}});
+  PanelDatabase database(FakeDatabase::Open);
+  EXPECT_EQ(held_sender(database, "\xC3\xBC\xF0\x9F\x98\x80@x"), GetParam().held);
+}
+
+constexpr Column kColumns[] = {
+    {"Characters", "varchar(3) CHARACTER SET utf8mb4", "\xC3\xBC\xF0\x9F\x98\x80@"},
+    {"CharactersOfThreeBytes", "char(7) CHARACTER SET utf8mb3", "\xC3\xBC????@x"},
+    {"CharactersOfThreeBytesByTheirOldName", "varchar(3) CHARACTER SET utf8", "\xC3\xBC??"},
+    {"Bytes", "varchar(5) CHARACTER SET latin1", "\xC3\xBC"},
+    {"AnyText", "text CHARACTER SET utf8mb4", "\xC3\xBC\xF0\x9F\x98\x80@x"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, TheColumnOfSenders, testing::ValuesIn(kColumns));
 
 }  // namespace
