@@ -37,6 +37,10 @@ INSTANTIATE_TEST_SUITE_P(
                     Status{{"NumberAndMore"}, {{"16 apples"}}, 0, ""},
                     Status{{"None"}, {}, -2, UNABLE "such domain is not exist.\n"},
                     Status{{"Null"}, {{std::nullopt}}, -2, UNABLE "such domain is not exist.\n"},
+                    Status{{"Empty"},
+                           {{""}},
+                           -3,
+                           UNABLE "error translate status value from char to unsigned int.\n"},
                     Status{{"Word"},
                            {{"abc"}},
                            -3,
@@ -106,6 +110,16 @@ TEST(AValueToWrite, IsNeeded) {
             "Unable to put parameter n into dom_param: there is no value\n"
             "Unable to put parameter n into Parameters: there is no value\n");
   EXPECT_TRUE(server.statements.empty());
+}
+
+TEST(AKey, MayHoldAnyOtherCharacter) {
+  FakeDatabase server;
+  for (int c = 1; c < 256; ++c) {
+    const std::string key(1, static_cast<char>(c));
+    if (key.find_first_of("'\"\\") != key.npos) continue;
+    get_misc_param(key.c_str(), FakeDatabase::Open());
+    EXPECT_EQ(server.statements.back(), "select val from misc where param='" + key + "'");
+  }
 }
 
 TEST(AKeyDeathTest, DoesNotLeaveItsQuotes) {

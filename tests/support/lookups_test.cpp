@@ -67,6 +67,13 @@ TEST_P(PanelLookup, TakesANullForNoRow) {
   EXPECT_EQ(Call(), GetParam().returned.none);
 }
 
+class PanelText : public PanelLookup {};
+
+TEST_P(PanelText, IsCutToItsBuffer) {
+  server_.Answer("", {{std::string(9000, 'x')}});
+  EXPECT_EQ(Call(), '"' + std::string(4095, 'x') + '"');
+}
+
 TEST_P(PanelLookup, ReportsThatItsStatementFails) {
   server_.Fail("", 1146, "no table");
   EXPECT_EQ(Call(), GetParam().returned.failed);
@@ -76,71 +83,70 @@ TEST_P(PanelLookup, ReportsThatItsStatementFails) {
 #define CALL(expression) [](MYSQL* connection) { return text_of(expression); }
 #define NINE_TABS "\t\t\t\t\t\t\t\t\t"
 
-INSTANTIATE_TEST_SUITE_P(
-    Texts, PanelLookup,
-    testing::Values(
-        Routine{
-            {"TableValue"},
+const Routine kTexts[] = {
+    Routine{{"TableValue"},
             CALL(get_table_value("1", "clients", "id", "login", connection)),
             "select login from clients where id='1'",
             "found",
             {"\"found\"", "\"\"", "null"},
             "Unable to query parameter by query select login from clients where id='1': no table"},
-        Routine{
-            {"MiscParam"},
+    Routine{{"MiscParam"},
             CALL(get_misc_param("n", connection)),
             "select val from misc where param='n'",
             "found",
             {"\"found\"", "\"\"", "null"},
             "Unable to query parameter by query select val from misc where param='n': no table"},
-        Routine{
-            {"DomainHtype"},
+    Routine{{"DomainHtype"},
             CALL(get_domain_htype("1", connection)),
             "select htype from domains where id='1'",
             "found",
             {"\"found\"", "\"\"", "null"},
             "Unable to query parameter by query select htype from domains where id='1': no table"},
-        Routine{{"IpAddress"},
-                CALL(get_ip_address("1", connection)),
-                "select ipa.ip_address from domains d, hosting h, IP_Addresses ipa where d.id='1' "
-                "and d.id=h.dom_id and h.ip_address_id=ipa.id",
-                "found",
-                {"\"found\"", "\"\"", "null"},
-                "Unable to query IP address: no table"},
-        Routine{{"DomParam"},
-                CALL(get_dom_param("1", "n", connection)),
-                "select val from dom_param where dom_id='1' and param='n'",
-                "found",
-                {"\"found\"", "\"\"", "null"},
-                "Unable to query domain parameter n: no table"},
-        Routine{{"DomainParam"},
-                CALL(get_domain_param("1", "n", connection)),
-                "select r.value from domains d, Parameters r \t\twhere d.id='1' and "
-                "d.params_id=r.id and r.parameter='n'",
-                "found",
-                {"\"found\"", "\"\"", "null"},
-                "Unable to query domain parameter n: no table"},
-        Routine{{"ServiceParam"},
-                CALL(get_service_param("1", "mail", "n", connection)),
-                "select r.value from DomainServices s, Parameters r \t\t\t\t where s.dom_id='1' "
-                "and s.type='mail' and s.parameters_id=r.id  and r.parameter='n'",
-                "found",
-                {"\"found\"", "\"\"", "null"},
-                "Unable to query domain parameter n: no table"},
-        Routine{{"DomainLimit"},
-                CALL(get_domain_limit("1", "n", connection)),
-                "select l.value from domains d, Limits l \t\t\t\t where d.id='1' and "
-                "d.limits_id=l.id  and l.limit_name='n'",
-                "found",
-                {"\"found\"", "\"\"", "null"},
-                "Unable to query domain limit n: no table"},
-        Routine{{"DnsZoneId"},
-                CALL(get_dns_zone_id("1", connection)),
-                "select dns_zone_id from domains where id='1'",
-                "found",
-                {"\"found\"", "\"\"", "null"},
-                "Unable to query dns_zone_id: no table"}),
-    [](const auto& tested) { return tested.param.name; });
+    Routine{{"IpAddress"},
+            CALL(get_ip_address("1", connection)),
+            "select ipa.ip_address from domains d, hosting h, IP_Addresses ipa where d.id='1' "
+            "and d.id=h.dom_id and h.ip_address_id=ipa.id",
+            "found",
+            {"\"found\"", "\"\"", "null"},
+            "Unable to query IP address: no table"},
+    Routine{{"DomParam"},
+            CALL(get_dom_param("1", "n", connection)),
+            "select val from dom_param where dom_id='1' and param='n'",
+            "found",
+            {"\"found\"", "\"\"", "null"},
+            "Unable to query domain parameter n: no table"},
+    Routine{{"DomainParam"},
+            CALL(get_domain_param("1", "n", connection)),
+            "select r.value from domains d, Parameters r \t\twhere d.id='1' and "
+            "d.params_id=r.id and r.parameter='n'",
+            "found",
+            {"\"found\"", "\"\"", "null"},
+            "Unable to query domain parameter n: no table"},
+    Routine{{"ServiceParam"},
+            CALL(get_service_param("1", "mail", "n", connection)),
+            "select r.value from DomainServices s, Parameters r \t\t\t\t where s.dom_id='1' "
+            "and s.type='mail' and s.parameters_id=r.id  and r.parameter='n'",
+            "found",
+            {"\"found\"", "\"\"", "null"},
+            "Unable to query domain parameter n: no table"},
+    Routine{{"DomainLimit"},
+            CALL(get_domain_limit("1", "n", connection)),
+            "select l.value from domains d, Limits l \t\t\t\t where d.id='1' and "
+            "d.limits_id=l.id  and l.limit_name='n'",
+            "found",
+            {"\"found\"", "\"\"", "null"},
+            "Unable to query domain limit n: no table"},
+    Routine{{"DnsZoneId"},
+            CALL(get_dns_zone_id("1", connection)),
+            "select dns_zone_id from domains where id='1'",
+            "found",
+            {"\"found\"", "\"\"", "null"},
+            "Unable to query dns_zone_id: no table"}};
+
+INSTANTIATE_TEST_SUITE_P(Texts, PanelLookup, testing::ValuesIn(kTexts),
+                         [](const auto& tested) { return tested.param.name; });
+INSTANTIATE_TEST_SUITE_P(Texts, PanelText, testing::ValuesIn(kTexts),
+                         [](const auto& tested) { return tested.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(
     Numbers, PanelLookup,

@@ -8,10 +8,10 @@ from pathlib import Path
 import pytest
 
 import panel as sandbox
-from conftest import OPTIMISED, RECIPIENT, SANITIZED, message
+from conftest import RECIPIENT, SANITIZED, message
 from degenerate import CHARSETS, COURTESY_KINDS, KINDS, WORST_BYTES
 
-SMALL = (2 if OPTIMISED else 1) * 1000000
+SMALL = 1000000
 GROWTH = 4
 INPUT = Path("/run/panel/input")
 

@@ -6,7 +6,7 @@ import re
 import panel as sandbox
 from drawn_case import SEED, TEMPORARY_NAME, Case, rows_of
 
-CASES = 400
+CASES = 200
 REPLIES = "replies", "replies_with_notice"
 LOST = "read_as_option", "reply_to_unreadable"  # by the mail server, which has got them
 

@@ -30,13 +30,6 @@ def test_has_www_alias(library, how, change, result, statements):
     assert (outcomes[0].result, sent[SESSION:]) == (result, statements)
 
 
-@pytest.mark.parametrize("statement, what", [(1, "prefix"), (2, "subdomain")])
-def test_has_www_alias_reports_a_failing_statement(library, statement, what):
-    outcome = call("given", "has_www_alias", "1", faults=f"mysql_real_query#{SESSION + statement}")
-    assert outcome.result == "-1"
-    reported(outcome, f"Unable to query www {what}: {ERROR}\n")
-
-
 def test_has_www_alias_without_a_connection(library):
     sandbox.SHADOW.unlink()
     outcome = call("own", "has_www_alias", "1")
@@ -58,19 +51,6 @@ def test_get_client_email(library, change, result, statements):
     sent = library.statements(lambda: outcomes.append(call("given", "get_client_email", "1")))
     assert (outcomes[0].result, sent[SESSION:]) == (result, statements)
     assert call("own", "get_client_email", "1").result == result
-
-
-def test_get_client_email_without_any(library):
-    library.sql("delete from clients; delete from misc")
-    outcome = call("given", "get_client_email", "1")
-    assert outcome.result == "null"
-    reported(outcome, "Unable to define admin email\n")
-
-
-def test_get_client_email_reports_a_failing_statement(library):
-    outcome = call("own", "get_client_email", "1", faults=f"mysql_real_query#{SESSION + 1}")
-    assert outcome.result == "null"
-    reported(outcome, f"Unable to define clients email: {ERROR}\n")
 
 
 def test_get_client_email_without_a_connection(library):
@@ -147,15 +127,6 @@ def test_get_dom_id_looks_for_the_ascii_form(library):
         lambda: outcomes.append(call("given", "get_dom_id_strict", "müller.example")))
     assert outcomes[0].result == '"5"'
     assert sent[SESSION:] == ["select id from domains where name='xn--mller-kva.example'"]
-
-
-def test_get_dom_id_of_an_unknown_domain(library):
-    assert call("own", "get_dom_id", "nowhere.example", "quiet").result == "null"
-    for call_of in (["get_dom_id", "nowhere.example", "loud"],
-                    ["get_dom_id_strict", "nowhere.example"]):
-        outcome = call("own", *call_of)
-        assert outcome.result == ""
-        reported(outcome, "get_dom_id(): domains record not found in DB for 'nowhere.example'\n", 1)
 
 
 def test_get_dom_id_of_null(library):

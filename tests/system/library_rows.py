@@ -12,13 +12,12 @@ DOMAIN_PARAMETER = "Unable to query domain parameter {}: {}\n"
 class Row:
     """A routine: a call that finds something, its statement, its result and its report."""
 
-    def __init__(self, name, arguments, statement, found, *, none='""', null=None, connect=None,
-                 warning, failed="null", key=None, fatal=False, nulled=None):
+    def __init__(self, name, arguments, statement, found, *, none='""', connect=None,
+                 warning, failed="null", key=None):
         self.name, self.arguments, self.statement, self.found = name, arguments, statement, found
-        self.none, self.null, self.connect, self.failed = none, null or none, connect, failed
+        self.none, self.connect, self.failed = none, connect, failed
         self.key, self.text = key, warning
         self.warning = self.warning_about(key)
-        self.fatal, self.nulled = fatal, nulled
 
     def warning_about(self, key):
         return self.text.format(key, ERROR) if self.key else self.text.format(ERROR)
@@ -33,61 +32,49 @@ def value_warning(statement):
 
 HTYPE = "select htype from domains where id='1'"
 
-# `nulled`: statements that make the value NULL.
 READERS = [
     Row("get_table_value", ["1", "clients", "id", "login"],
         "select login from clients where id='1'", '"shop"', connect=B,
-        warning=value_warning("select login from clients where id='1'"),
-        nulled="alter table clients modify login varchar(9) null; update clients set login = NULL"),
+        warning=value_warning("select login from clients where id='1'")),
     Row("get_misc_param", ["admin_email"], ADMIN, '"hostmaster@panel.example"', connect=B,
-        warning=value_warning(ADMIN), nulled="update misc set val = NULL"),
-    Row("get_domain_htype", ["1"], HTYPE, '"vrt_hst"', connect=B, warning=value_warning(HTYPE),
-        nulled="alter table domains modify htype varchar(9) null; update domains set htype = NULL"),
+        warning=value_warning(ADMIN)),
+    Row("get_domain_htype", ["1"], HTYPE, '"vrt_hst"', connect=B, warning=value_warning(HTYPE)),
     Row("get_ip_address", ["1"],
         "select ipa.ip_address from domains d, hosting h, IP_Addresses ipa where d.id='1' and"
         " d.id=h.dom_id and h.ip_address_id=ipa.id", '"192.0.2.7"', connect=C,
-        warning="Unable to query IP address: {}\n",
-        nulled="alter table IP_Addresses modify ip_address varchar(9) null;"
-               "update IP_Addresses set ip_address = NULL"),
+        warning="Unable to query IP address: {}\n"),
     Row("get_dom_param", ["1", "colour"],
         "select val from dom_param where dom_id='1' and param='colour'", '"blue"', connect=A,
-        warning=DOMAIN_PARAMETER, key="colour", nulled="update dom_param set val = NULL"),
+        warning=DOMAIN_PARAMETER, key="colour"),
     Row("get_domain_param", ["1", "size"],
         "select r.value from domains d, Parameters r \t\twhere d.id='1' and d.params_id=r.id and"
-        " r.parameter='size'", '"large"', connect=B, warning=DOMAIN_PARAMETER, key="size",
-        nulled="update Parameters set value = NULL"),
+        " r.parameter='size'", '"large"', connect=B, warning=DOMAIN_PARAMETER, key="size"),
     Row("get_service_param", ["1", "mail", "port"],
         "select r.value from DomainServices s, Parameters r \t\t\t\t where s.dom_id='1' and"
         " s.type='mail' and s.parameters_id=r.id  and r.parameter='port'", '"8080"', connect=B,
-        warning=DOMAIN_PARAMETER, key="port", nulled="update Parameters set value = NULL"),
+        warning=DOMAIN_PARAMETER, key="port"),
     Row("get_domain_limit", ["1", "max_box"],
         "select l.value from domains d, Limits l \t\t\t\t where d.id='1' and d.limits_id=l.id  and"
         " l.limit_name='max_box'", '"25"', connect=B,
-        warning="Unable to query domain limit {}: {}\n", key="max_box",
-        nulled="alter table Limits modify value int null; update Limits set value = NULL"),
+        warning="Unable to query domain limit {}: {}\n", key="max_box"),
     Row("is_anon_ftp_on", ["1"],
         f"select a.status from domains d, anon_ftp a {NINE}where d.id='1' and a.dom_id=d.id", "1",
-        none="0", failed="0", connect=B, warning="Unable to query anon_ftp: {}\n",
-        nulled="alter table anon_ftp modify status varchar(9) null;"
-               "update anon_ftp set status = NULL"),
+        none="0", failed="0", connect=B, warning="Unable to query anon_ftp: {}\n"),
     Row("is_frontpage_on", ["shop.example", "plain"],
         f"select h.fp from domains d, hosting h {NINE}where d.name='shop.example' and"
         " h.dom_id=d.id", "1", none="0", failed="0", connect=B,
-        warning="Unable to query frontpage status: {}\n",
-        nulled="alter table hosting modify fp varchar(9) null; update hosting set fp = NULL"),
+        warning="Unable to query frontpage status: {}\n"),
     Row("is_frontpage_on", ["shop.example", "ssl"],
         f"select h.fp_ssl from domains d, hosting h {NINE}where d.name='shop.example' and"
         " h.dom_id=d.id", "1", none="0", failed="0", connect=B,
-        warning="Unable to query frontpage status: {}\n",
-        nulled="alter table hosting modify fp_ssl varchar(9) null; update hosting set fp_ssl = NULL"),
+        warning="Unable to query frontpage status: {}\n"),
     Row("get_dom_id", ["shop.example", "quiet"],
         "select id from domains where name='shop.example'", '"1"', none="null", connect=B,
-        warning="Unable to query domain ID: {}\n", fatal=True),
+        warning="Unable to query domain ID: {}\n"),
     Row("get_next_id", ["domains"], "SELECT max(id) FROM domains", "2", none="1", failed="0",
         connect=B, warning="Unable to define max id: {}\n"),
     Row("get_dns_zone_id", ["1"], "select dns_zone_id from domains where id='1'", '"9"', connect=C,
-        warning="Unable to query dns_zone_id: {}\n",
-        nulled="update domains set dns_zone_id = NULL"),
+        warning="Unable to query dns_zone_id: {}\n"),
 ]
 
 WITH_HANDLE_ONLY = [

@@ -3,13 +3,11 @@ real database, with a connection that it is given and with its own."""
 
 import re
 import signal
-import subprocess
 
 import pytest
 
 import panel as sandbox
-from conftest import SANITIZED
-from library_caller import CALLS, SESSION, ERROR, call, reported, library
+from library_caller import SESSION, ERROR, call, reported, library
 from library_rows import READERS, WITH_HANDLE_ONLY, WRITERS, ALL
 
 
@@ -22,29 +20,6 @@ def test_sends_its_statement_and_returns_what_it_finds(library, row, how):
         outcome = call(how, row.name, *row.arguments)
     assert library.statements(run)[SESSION:] == [row.statement]
     assert (outcome.result, outcome.err, outcome.out, outcome.status) == (row.found, "", "", 0)
-
-
-@pytest.mark.parametrize("row, how", [(r, h) for r, h in ALL if r not in WRITERS
-                                      and r.name != "set_domain_status"], ids=str)
-def test_without_a_row(library, row, how):
-    for table in ("misc", "clients", "domains", "dom_param", "Parameters", "anon_ftp"):
-        library.sql(f"delete from {table}")
-    outcome = call(how, row.name, *row.arguments)
-    assert outcome.result == row.none
-
-
-@pytest.mark.parametrize("row, how", [(r, h) for r, h in ALL if r.nulled], ids=str)
-def test_a_null_counts_as_no_value(library, row, how):
-    library.sql(row.nulled)
-    outcome = call(how, row.name, *row.arguments)
-    assert (outcome.result, outcome.err) == (row.null, "")
-
-
-@pytest.mark.parametrize("row, how", ALL, ids=str)
-def test_a_failing_statement_is_reported(library, row, how):
-    outcome = call(how, row.name, *row.arguments, faults=f"mysql_real_query#{SESSION + 1}")
-    assert outcome.result == ("" if row.fatal else row.failed)
-    reported(outcome, row.warning, 1 if row.fatal else 0)
 
 
 @pytest.mark.parametrize("row, how", [(r, h) for r, h in ALL if r.key], ids=str)
@@ -99,16 +74,6 @@ def test_a_key_that_would_leave_its_quotes_aborts(library, row, how, character):
         assert sent[SESSION:] == [] if how == "given" else sent == []
 
 
-def test_any_other_character_is_a_key(library):
-    for code in range(1, 256):
-        if chr(code) not in "'\"\\":
-            key = bytes([code])
-            process = subprocess.run([CALLS, "given", "get_misc_param", key], capture_output=True)
-            assert process.returncode == 0, key
-            if SANITIZED and code > 40:
-                break
-
-
 def test_what_the_writers_wrote_can_be_read(library):
     for value in ("it's \\ \"quoted\"", "", "Grüße"):
         assert call("own", "put_misc_param", "n", value).result == "0"
@@ -121,17 +86,6 @@ def test_what_the_writers_wrote_can_be_read(library):
         assert call("own", "get_domain_param", "1", "n").result == f'"{value}"'
         assert call("own", "del_parameter", "7", "n", value).result == "0"
         assert call("own", "get_domain_param", "1", "n").result == '""'
-
-
-@pytest.mark.parametrize("how", ["own", "given"])
-@pytest.mark.parametrize("name, table", [
-    ("put_dom_param", "dom_param"), ("put_parameter", "Parameters")])
-def test_a_missing_value_is_not_written(library, how, name, table):
-    outcomes = []
-    sent = library.statements(lambda: outcomes.append(call(how, name, "1", "n", "NULL")))
-    assert sent[SESSION:] == []
-    assert outcomes[0].result == "-1"
-    reported(outcomes[0], f"Unable to put parameter n into {table}: there is no value\n")
 
 
 @pytest.mark.parametrize("largest, following", [
@@ -158,20 +112,6 @@ def test_each_routine_has_a_result_buffer_of_its_own(library):
         ' "admin@panel.example" "1" "shop.example" "9"'
 
 
-@pytest.mark.parametrize("value, result", [
-    ("NULL", '-2'), ("'abc'", '-3'), ("'7 apples'", '0 7'), ("''", '-3')])
-def test_a_status_that_is_no_number(library, value, result):
-    library.sql("alter table domains modify status varchar(20) null;"
-                f"update domains set status = {value}")
-    outcome = call("given", "get_domain_status", "1")
-    assert outcome.result == result
-    if result == "-2":
-        reported(outcome, 'Unable to get status for domain with id="1": such domain is not exist.\n')
-    if result == "-3":
-        reported(outcome, 'Unable to get status for domain with id="1": error translate status value'
-                 " from char to unsigned int.\n")
-
-
 # --- one value from one query, the session, the files --------------------------------------------
 @pytest.mark.parametrize("how", ["own", "given"])
 def test_query_value(library, how):
@@ -192,16 +132,6 @@ def test_utf8_mode(library, setting, mode):
     assert call("own", "db_get_utf8_mode").result == "-1"
     assert call("given", "db_get_utf8_mode").result == mode
     assert call("own", "db_probe_utf8_mode").result == mode
-
-
-@pytest.mark.parametrize("version, mode", [("3.23.58", "0"), ("4.0.27", "0"), ("4.1.0", "1")])
-def test_the_mode_of_an_old_server(library, version, mode):
-    library.sql("insert into misc values ('mysql41_compatible', 'true')")
-    library.database.restart(f"--version={version}")
-    try:
-        assert call("given", "db_get_utf8_mode").result == mode
-    finally:
-        library.database.restart()
 
 
 def test_probing_asks_once(library):
@@ -268,14 +198,3 @@ def test_the_configuration_file(library, text, value):
     assert outcome.result == (value or "")
     if value is None:
         reported(outcome, "Error: QMAIL_ROOT_D not defined\n", 1)
-
-
-@pytest.mark.skipif(SANITIZED, reason="valgrind and the sanitizers exclude each other")
-@pytest.mark.parametrize("row, how", [(r, h) for r, h in ALL if h == "own" or r.connect is None],
-                         ids=str)
-def test_nothing_leaks(library, row, how):
-    process = subprocess.run(
-        ["valgrind", "-q", "--error-exitcode=99", "--leak-check=full",
-         "--errors-for-leak-kinds=definite", CALLS, how, row.name, *row.arguments],
-        capture_output=True)
-    assert process.returncode == 0, process.stderr.decode()

@@ -128,6 +128,9 @@ def test_cannot_tell_without_a_database(panel):
     assert (result.status, result.out) == (
         2, b"It cannot be told. autoresponder: Unable to connect to the mysql database \n")
     assert b"Access denied" in result.err
+    answer = listing("info@shop.example", "--json").answer()
+    assert (answer["address"], answer["found"]) == ("info@shop.example", False)
+    assert answer["trouble"].startswith("autoresponder: Unable to connect to the mysql database")
 
 
 def test_tells_what_it_knows_before_a_query_fails(panel):
