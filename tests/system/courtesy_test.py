@@ -74,22 +74,13 @@ def test_answers_a_message_with(courteous, field):
 
 # 7. Machines; tests/autoresponder/engine/machine_address_test.cpp has their names.
 
-@pytest.mark.parametrize("sender", [
-    "Postmaster@x.example", "NoReply@x.example", "no-reply@x.example", "owner-news@x.example",
-    "news-owner@x.example", "News-Request@x.example", "LISTSERV@x.example", "majordomo@x.example"])
 @pytest.mark.parametrize("place", PLACES)
-def test_does_not_answer_a_machine(courteous, sender, place):
-    assert objection_to(courteous, sender, place) == "sender is a machine"
+def test_does_not_answer_a_machine(courteous, place):
+    assert objection_to(courteous, "News-Request@x.example", place) == "sender is a machine"
 
 
 def test_does_not_answer_a_mailer_daemon_in_mixed_case(courteous):
     assert objection(courteous, text_with(sender="Mailer-Daemon@x.example")) == "sender is a machine"
-
-
-@pytest.mark.parametrize("sender", ["noreplyson@x.example", "request@x.example", "owner@x.example",
-                                    "otto@noreply.example", "postmasters@x.example"])
-def test_answers_almost_a_machine(courteous, sender):
-    assert objection(courteous, text_with(sender=sender), sender=sender) is None
 
 
 # 8. The mailbox itself.
@@ -101,8 +92,8 @@ OTHER_NAMES = ["anna@shop.example", "berg@shop.example", "info@other.example", "
                "info@web.example", "info@sub.shop.example", "xinfo@shop.example", "info@shop.examplex"]
 
 
-@pytest.mark.parametrize("name", OWN_NAMES)
-@pytest.mark.parametrize("place", PLACES)
+@pytest.mark.parametrize("name, place", [(name, "From") for name in OWN_NAMES]
+                         + [(OWN_NAMES[0], place) for place in PLACES[1:]])
 def test_does_not_answer_the_mailbox_itself(courteous, name, place):
     assert objection_to(courteous, name, place) == "from the mailbox itself"
 
@@ -120,10 +111,10 @@ def test_answers_a_reply_to_outside_though_from_is_the_mailbox(courteous):
 
 # 9. Its addressees.
 
-@pytest.mark.parametrize("name", ["info@shop.example", *OWN_NAMES])
-@pytest.mark.parametrize("form", [
-    "To: {}", "Cc: {}", "Bcc: {}", "Resent-To: {}", "Resent-Cc: {}", "Resent-Bcc: {}",
-    "to: (x) a@b.example,\n Shop <{}>", "Cc: team: a@b.example, <{}>;"])
+@pytest.mark.parametrize("name, form", [(name, "To: {}") for name in OWN_NAMES] + [
+    ("info@shop.example", form) for form in (
+        "To: {}", "Cc: {}", "Bcc: {}", "Resent-To: {}", "Resent-Cc: {}", "Resent-Bcc: {}",
+        "to: (x) a@b.example,\n Shop <{}>", "Cc: team: a@b.example, <{}>;")])
 def test_answers_a_message_to_the_mailbox(courteous, name, form):
     assert objection(courteous, text_with(form.format(name), to=None)) is None
 
