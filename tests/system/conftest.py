@@ -7,6 +7,7 @@ import json
 import os
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import textwrap
@@ -19,6 +20,11 @@ CHECKOUT = Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(CHECKOUT / "sandbox"))
 
 import panel as sandbox  # noqa: E402
+
+# The programs under test would inherit it if these are ignored, as `nohup` and a shell's "&" do.
+for number in (signal.SIGHUP, signal.SIGINT, signal.SIGQUIT):
+    if signal.getsignal(number) == signal.SIG_IGN:
+        signal.signal(number, signal.SIG_DFL)
 
 BUILD = CHECKOUT / os.environ.get("KEM_BUILD", "build")
 PROGRAM = BUILD / "autoresponder" / "autoresponder"
