@@ -13,8 +13,6 @@
 
 namespace {
 
-using std::chrono::milliseconds;
-
 struct Pipe {
   explicit Pipe(int flags = 0) {
     int ends[2];
@@ -27,13 +25,32 @@ struct Pipe {
   OwnedDescriptor in{-1};   // where one writes
 };
 
-// Interrupts the system call after a while, which is then not started again.
-void interrupt_soon() {
-  struct sigaction action {};
-  action.sa_handler = [](int) {};
-  sigaction(SIGALRM, &action, nullptr);
-  const itimerval soon{{0, 0}, {0, 20000}};
-  setitimer(ITIMER_REAL, &soon, nullptr);
+// Interrupts system calls every now and then, which are then not started again.
+class Interruptions {
+ public:
+  Interruptions() {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, nullptr);
+    Every(10000);
+  }
+  ~Interruptions() { Every(0); }
+  Interruptions(const Interruptions&) = delete;
+  Interruptions& operator=(const Interruptions&) = delete;
+
+ private:
+  static void Every(suseconds_t microseconds) {
+    const itimerval times{{0, microseconds}, {0, microseconds}};
+    setitimer(ITIMER_REAL, &times, nullptr);
+  }
+};
+
+// For a second thread, which the signals are not meant for.
+void sleep_without_signals() {
+  sigset_t all;
+  sigfillset(&all);
+  pthread_sigmask(SIG_BLOCK, &all, nullptr);
+  std::this_thread::sleep_for(std::chrono::milliseconds(60));
 }
 
 class Spool : public testing::Test {
@@ -71,11 +88,11 @@ TEST_F(Spool, WaitsForAnInputThatIsNotThereYet) {
   for (const int flags : {0, O_NONBLOCK}) {
     Pipe pipe(flags);
     std::thread writer([&pipe] {
-      std::this_thread::sleep_for(milliseconds(60));
+      sleep_without_signals();
       EXPECT_EQ(write(pipe.in.number(), "late", 4), 4);
       pipe.in = OwnedDescriptor(-1);
     });
-    interrupt_soon();
+    const Interruptions often;
     EXPECT_EQ(Take(pipe.out.number()), "late\n") << flags;
     writer.join();
   }
@@ -97,7 +114,7 @@ TEST_F(Spool, GoesOnAfterASignal) {
   Pipe pipe;
   const std::string much(200000, 'x');
   std::thread reader([&pipe, &much] {
-    std::this_thread::sleep_for(milliseconds(60));
+    sleep_without_signals();
     std::string got;
     char block[4096];
     while (got.size() < much.size()) {
@@ -107,8 +124,8 @@ TEST_F(Spool, GoesOnAfterASignal) {
     }
     EXPECT_EQ(got, much);
   });
-  interrupt_soon();
   {
+    const Interruptions often;
     SpoolFile spool(fcntl(pipe.in.number(), F_DUPFD_CLOEXEC, 0), "a pipe");
     spool.Write(much.data(), much.size());
     EXPECT_TRUE(spool.IsWhole());
