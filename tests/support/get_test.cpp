@@ -129,6 +129,9 @@ TEST(AKeyDeathTest, DoesNotLeaveItsQuotes) {
     EXPECT_DEATH(get_dom_param("1", key, FakeDatabase::Open()), "get:[0-9]+: .*param_val == NULL");
     EXPECT_DEATH(del_parameter("1", key, "x", FakeDatabase::Open()), "put:[0-9]+: .*param_val");
   }
+  const std::string without_ascii_form = "'" + std::string(64, 'x');
+  EXPECT_DEATH(get_dom_id(without_ascii_form.c_str(), FakeDatabase::Open(), true),
+               "param_val == NULL");
   EXPECT_DEATH(get_dom_id("a\xEF\xBC\x87"
                           "b",
                           FakeDatabase::Open(), true),

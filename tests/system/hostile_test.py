@@ -3,13 +3,14 @@
 import base64
 import os
 import resource
+import signal
 import subprocess
 import time
 
 import pytest
 
 import panel as sandbox
-from conftest import OPTIMISED, RECIPIENT, SANITIZED, message, wait_until
+from conftest import OPTIMISED, RECIPIENT, SANITIZED, children, message, wait_until
 from measured import INPUT, run_on_input
 
 MEGABYTE = 1 << 20
@@ -166,6 +167,22 @@ def test_a_database_that_dies_during_the_run_ends_it(panel):
     assert result.status == 0
     assert result.err.startswith(b"autoresponder: Unable to exec query :")
     assert len(panel.mails()) == 1
+
+
+def test_a_reader_that_dies_before_the_body_is_searched_ends_the_run_in_order(panel):
+    panel.rule(key_where="body", keystr="question")
+    other = panel.start_sql("lock tables mail_resp write; do sleep(1.5)")
+    wait_until(lambda: "sleep(1.5)" in panel.sql("show processlist"))
+    process = panel.start()
+    process.stdin.write(message())
+    process.stdin.close()
+    wait_until(lambda: "Waiting for table metadata lock" in panel.sql("show processlist"))
+    (reader,) = children(process.pid)
+    os.kill(int(reader), signal.SIGKILL)
+    assert process.wait(timeout=20) == 0
+    assert process.stderr.read() == b"autoresponder: the message could not be read\nAbnormal exit.\n"
+    assert (panel.mails(), panel.temporary_files()) == ([], [])
+    other.wait()
 
 
 def test_a_full_disk_neither_stops_nor_breaks_the_run(panel):

@@ -99,6 +99,20 @@ TEST(DiagnosticsRelay, KeepsNoLongerLineThanAMessageOfThisSizeCanGive) {
                ReaderFailure);
 }
 
+// That of a missing sender, for example, needs no byte of the message.
+TEST(DiagnosticsRelay, TakesTwoHundredAndFiftySixBytesForAnEmptyMessage) {
+  const std::string start = "wrong rfc1522 sequence (no data): =?";
+  const auto relay_bytes = [&start](size_t size) {
+    const CapturedDiagnostics written;
+    DiagnosticsRelay relay(0);
+    relay.Add(start + std::string(size - start.size() - 1, 'x') + "\n");
+    relay.End();
+    return written.Text().size();
+  };
+  EXPECT_EQ(relay_bytes(256), 256U);
+  EXPECT_THROW(relay_bytes(257), ReaderFailure);
+}
+
 TEST(DiagnosticsRelay, TakesNoEmptyText) {
   DiagnosticsRelay relay(kMessageSize);
   EXPECT_THROW(relay.Add(""), ReaderFailure);

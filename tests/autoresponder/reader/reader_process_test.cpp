@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "../../interruptions.h"
 #include "autoresponder/reader/reader_failure.h"
 
 namespace {
@@ -58,6 +59,17 @@ TEST(ReaderProcess, SaysMuch) {
       [&much](int channel, ConfinementSet /*reached*/) { write_text(channel, much + "end"); }, 0);
   EXPECT_EQ(receive(reader, much.size()), much);
   EXPECT_EQ(receive(reader, 3), "end");
+}
+
+TEST(ReaderProcess, IsHeardThroughSignals) {
+  const Interruptions often;
+  ReaderProcess reader(
+      [](int channel, ConfinementSet /*reached*/) {
+        std::this_thread::sleep_for(kShort / 4);
+        write_text(channel, "Hello");
+      },
+      0, /*wanted=*/0);
+  EXPECT_EQ(receive(reader, 5), "Hello");
 }
 
 TEST(ReaderProcess, IsTold) {

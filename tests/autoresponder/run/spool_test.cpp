@@ -3,12 +3,12 @@
 #include <csignal>
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/time.h>
 #include <thread>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
+#include "../../interruptions.h"
 #include "../../memory_file.h"
 
 namespace {
@@ -23,26 +23,6 @@ struct Pipe {
 
   OwnedDescriptor out{-1};  // where one reads
   OwnedDescriptor in{-1};   // where one writes
-};
-
-// Interrupts system calls every now and then, which are then not started again.
-class Interruptions {
- public:
-  Interruptions() {
-    struct sigaction action {};
-    action.sa_handler = [](int) {};
-    sigaction(SIGALRM, &action, nullptr);
-    Every(10000);
-  }
-  ~Interruptions() { Every(0); }
-  Interruptions(const Interruptions&) = delete;
-  Interruptions& operator=(const Interruptions&) = delete;
-
- private:
-  static void Every(suseconds_t microseconds) {
-    const itimerval times{{0, microseconds}, {0, microseconds}};
-    setitimer(ITIMER_REAL, &times, nullptr);
-  }
 };
 
 // For a second thread, which the signals are not meant for.
