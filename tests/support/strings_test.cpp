@@ -8,9 +8,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "../fake_database.h"
 #include "../named_row.h"
 #include "support/base/owned.h"
-#include "support/mysql_owned.h"
 
 // Makes a failed allocation return null, as without sanitizers.
 extern "C" const char* __asan_default_options();   // NOLINT(bugprone-reserved-identifier)
@@ -61,28 +61,24 @@ TEST(StrTrimInPlace, OverwritesOnlyTheEndWithNuls) {
 }
 
 TEST(SqlEscape, ReturnsNullForNull) {
-  const OwnedConnection connection(mysql_init(nullptr));
-  EXPECT_EQ(sql_escape(connection.get(), nullptr), nullptr);
+  EXPECT_EQ(sql_escape(FakeDatabase::Open(), nullptr), nullptr);
 }
 
 TEST(SqlEscape, EscapesWhatWouldLeaveALiteral) {
-  const OwnedConnection connection(mysql_init(nullptr));
-  const OwnedText escaped(sql_escape(connection.get(), "a'b\"c\\d\ne"));
+  const OwnedText escaped(sql_escape(FakeDatabase::Open(), "a'b\"c\\d\ne"));
   EXPECT_STREQ(escaped.get(), R"(a\'b\"c\\d\ne)");
 }
 
 TEST(SqlEscape, DoublesATextOfQuotes) {
-  const OwnedConnection connection(mysql_init(nullptr));
-  const OwnedText escaped(sql_escape(connection.get(), std::string(1000, '\'').c_str()));
+  const OwnedText escaped(sql_escape(FakeDatabase::Open(), std::string(1000, '\'').c_str()));
   ASSERT_EQ(strlen(escaped.get()), 2000U);
   EXPECT_STREQ(escaped.get() + 1996, R"(\'\')");
 }
 
 TEST(SqlEscape, LeavesPlainTextUnchanged) {
-  const OwnedConnection connection(mysql_init(nullptr));
-  const OwnedText empty(sql_escape(connection.get(), ""));
+  const OwnedText empty(sql_escape(FakeDatabase::Open(), ""));
   EXPECT_STREQ(empty.get(), "");
-  const OwnedText plain(sql_escape(connection.get(), "info@example.com %_;--"));
+  const OwnedText plain(sql_escape(FakeDatabase::Open(), "info@example.com %_;--"));
   EXPECT_STREQ(plain.get(), "info@example.com %_;--");
 }
 
