@@ -159,7 +159,8 @@ def test_does_not_send_a_reply_without_uuencode(repaired):
     repaired.attach(repaired.rule(), "list.txt")
     result = repaired.run(message(), env={"PATH": "/nowhere"})
     assert result.status == 0 and repaired.mails() == []
-    assert result.err.decode().splitlines()[-1].startswith(NOT_WHOLE)
+    # A part of the command may still be writing that it does not find its program.
+    assert NOT_WHOLE in result.err.decode()
 
 
 @pytest.mark.parametrize("script", [
