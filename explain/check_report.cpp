@@ -1,5 +1,3 @@
-#include "explain/check_report.h"
-
 #include <algorithm>
 #include <iterator>
 #include <ostream>
@@ -8,6 +6,7 @@
 #include "explain/check/check.h"
 #include "explain/json_text.h"
 #include "explain/printable.h"
+#include "explain/reports.h"
 #include "explain/wording.h"
 
 namespace {

@@ -1,7 +1,6 @@
-#include "explain/json_report.h"
-
 #include "explain/json_text.h"
 #include "explain/repairs.h"
+#include "explain/reports.h"
 #include "explain/wording.h"
 
 namespace {

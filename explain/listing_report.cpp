@@ -1,57 +1,44 @@
-#include "explain/listing_report.h"
-
 #include <ostream>
 
 #include "explain/json_text.h"
 #include "explain/printable.h"
+#include "explain/reports.h"
 #include "explain/wording.h"
 
 namespace {
 
 void write_trigger(std::ostream& out, const ResponderRule& rule) {
   const TriggerPlace place = trigger_place(rule);
-  begin_line(out, "trigger");
-  if (place != TriggerPlace::kNowhere) out << '"' << printable(rule.keystr) << "\" in ";
-  out << words_for(place).text << '\n';
-}
-
-void write_limits(std::ostream& out, const ResponderRule& rule) {
-  begin_line(out, "limits") << "replies to a sender each day: " << printable(rule.ans_freq)
-                            << ", senders remembered: " << printable(rule.mem_limit) << '\n';
+  const std::string key =
+      place != TriggerPlace::kNowhere ? formatted("\"{}\" in ", printable(rule.keystr)) : "";
+  write_line(out, "trigger", "{}{}", key, words_for(place).text);
 }
 
 void write_reply(std::ostream& out, const ResponderRule& rule) {
-  begin_line(out, "subject");
-  if (*rule.subject == '\0') {
-    out << "\"Re: \" and the message's\n";
-  } else {
-    out << '"' << printable(rule.subject) << "\"\n";
-  }
-  if (*rule.reply_to != '\0') begin_line(out, "reply to") << printable(rule.reply_to) << '\n';
-  begin_line(out, "text") << printable(rule.content_type) << ", " << printable(rule.charset)
-                          << '\n';
+  const std::string subject = formatted("\"{}\"", printable(rule.subject));
+  write_line(out, "subject", "{}", *rule.subject == '\0' ? "\"Re: \" and the message's" : subject);
+  if (*rule.reply_to != '\0') write_line(out, "reply to", "{}", printable(rule.reply_to));
+  write_line(out, "text", "{}, {}", printable(rule.content_type), printable(rule.charset));
 }
 
 void write_attachments(std::ostream& out, const AttachmentList& attachments,
                        const TextStyle& style) {
   for (const Attachment& file : attachments.found) {
-    begin_line(out, "attachment") << printable(file.name) << ", " << file.size << " bytes\n";
+    write_line(out, "attachment", "{}, {} bytes", printable(file.name), file.size);
   }
   for (const std::string& name : attachments.missing) {
-    begin_line(out, "attachment") << printable(name) << ", "
-                                  << coloured(Colour::kYellow, "missing", style) << '\n';
+    write_line(out, "attachment", "{}, {}", printable(name),
+               coloured(Colour::kYellow, "missing", style));
   }
 }
 
 void write_answered(std::ostream& out, const std::vector<AnsweredSender>& senders) {
-  begin_line(out, "today");
-  if (senders.empty()) out << "answered nobody\n";
-  const char* topic = nullptr;
+  if (senders.empty()) write_line(out, "today", "answered nobody");
+  const char* topic = "today";
   for (const AnsweredSender& sender : senders) {
-    if (topic != nullptr) begin_line(out, topic);
+    write_line(out, topic, "{}, replies: {}, since {}", printable(sender.address),
+               printable(sender.replies), printable(sender.time_resp));
     topic = "";
-    out << printable(sender.address) << ", replies: " << printable(sender.replies) << ", since "
-        << printable(sender.time_resp) << '\n';
   }
 }
 
@@ -62,10 +49,11 @@ void write_rule(std::ostream& out, const ListedRule& listed, const TextStyle& st
                                             : coloured(Colour::kRed, "is off", style);
   out << '\n' << coloured(Colour::kBold, title, style) << ' ' << state << '\n';
   write_trigger(out, rule);
-  write_limits(out, rule);
+  write_line(out, "limits", "replies to a sender each day: {}, senders remembered: {}",
+             printable(rule.ans_freq), printable(rule.mem_limit));
   write_reply(out, rule);
   for (const std::string& address : listed.forwarding) {
-    begin_line(out, "forward to") << printable(address) << '\n';
+    write_line(out, "forward to", "{}", printable(address));
   }
   write_attachments(out, listed.attachments, style);
   write_answered(out, listed.answered);
@@ -112,9 +100,9 @@ Json rule_json(const ListedRule& listed) {
 void write_mailbox(std::ostream& out, const Listing& listing, const TextStyle& style) {
   if (listing.mailbox) {
     const MailboxRef& mailbox = listing.mailbox->mailbox;
-    out << coloured(Colour::kBold, "Mailbox", style) << ' ' << printable(mailbox.mail_name) << '@'
-        << printable(mailbox.domain_name) << ", id " << printable(mailbox.id) << ", found "
-        << words_for(listing.mailbox->lookup).text << '\n';
+    out << formatted("{} {}@{}, id {}, found {}\n", coloured(Colour::kBold, "Mailbox", style),
+                     printable(mailbox.mail_name), printable(mailbox.domain_name),
+                     printable(mailbox.id), words_for(listing.mailbox->lookup).text);
     if (listing.rules.empty() && listing.trouble.empty()) out << "  has no rules\n";
   } else if (listing.trouble.empty()) {
     out << "The panel has no mailbox or alias \"" << printable(listing.address) << "\".\n";

@@ -10,15 +10,11 @@
 #include "autoresponder/run/process.h"
 #include "autoresponder/run/termination.h"
 #include "explain/check/check.h"
-#include "explain/check_report.h"
 #include "explain/examination.h"
 #include "explain/held_output.h"
-#include "explain/json_report.h"
-#include "explain/listing_report.h"
 #include "explain/options.h"
 #include "explain/printable.h"
-#include "explain/text_report.h"
-#include "explain/today_report.h"
+#include "explain/reports.h"
 #include "support/report.h"
 
 namespace {

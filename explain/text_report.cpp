@@ -1,38 +1,11 @@
-#include "explain/text_report.h"
-
 #include <ostream>
 #include <sstream>
 
 #include "explain/printable.h"
+#include "explain/reports.h"
 #include "explain/wording.h"
 
 namespace {
-
-class Report {
- public:
-  Report(std::ostream& out, const TextStyle& style) : out_(out), style_(style) {}
-
-  void Message(const Explanation& explanation);
-  void Mailbox(const FoundMailbox& found);
-  void Rule(const RuleExplanation& facts);
-  void Verdict(const Explanation& explanation);
-  void Switches(const Explanation& explanation);
-
- private:
-  std::ostream& Line(const char* topic) { return begin_line(out_, topic); }
-  std::string Coloured(Colour colour, const std::string& text) const {
-    return coloured(colour, text, style_);
-  }
-  void Trigger(const ResponderRule& rule, const TriggerMatch& trigger);
-  void Limiter(const ResponderRule& rule, const LimiterFacts& limiter);
-  void Attachments(const AnswerFacts& facts);
-  void Reply(const ReplyFacts& reply, const MailText& mail);
-  void Commands(const std::vector<CommandFacts>& commands);
-  void Changes(const std::vector<const Repair*>& repairs);
-
-  std::ostream& out_;
-  const TextStyle& style_;
-};
 
 template <class Enumeration>
 const char* words(Enumeration value) {
@@ -59,142 +32,137 @@ void write_indented(std::ostream& out, const std::string& text, const char* inde
   for (std::string line; std::getline(lines, line);) out << indent << printable_lines(line) << '\n';
 }
 
-void Report::Message(const Explanation& explanation) {
+void write_message(std::ostream& out, const Explanation& explanation, const TextStyle& style) {
   const IncomingMessage& message = explanation.message;
-  out_ << Coloured(Colour::kBold, "Message") << '\n';
-  Line("sender") << printable(message.sender) << " (" << words(explanation.sender_field) << ")\n";
+  out << coloured(Colour::kBold, "Message", style) << '\n';
+  write_line(out, "sender", "{} ({})", printable(message.sender), words(explanation.sender_field));
   if (!explanation.guard) return;  // no recipient was determined
-  Line("recipient") << printable(message.recipient) << " (" << words(explanation.recipient_source)
-                    << ")\n";
-  Line("subject") << quoted(message.subject) << '\n';
+  write_line(out, "recipient", "{} ({})", printable(message.recipient),
+             words(explanation.recipient_source));
+  write_line(out, "subject", "{}", quoted(message.subject));
   if (explanation.subject_with_repairs) {
-    Line("repairs on") << "the subject would read " << quoted(*explanation.subject_with_repairs)
-                       << '\n';
+    write_line(out, "repairs on", "the subject would read {}",
+               quoted(*explanation.subject_with_repairs));
   }
-  Line("charset") << printable(message.charset) << '\n';
-  Line("guards") << words(*explanation.guard) << '\n';
+  write_line(out, "charset", "{}", printable(message.charset));
+  write_line(out, "guards", "{}", words(*explanation.guard));
 }
 
-void Report::Mailbox(const FoundMailbox& found) {
-  const MailboxRef& mailbox = found.mailbox;
-  Line("mailbox") << printable(mailbox.mail_name) << '@' << printable(mailbox.domain_name)
-                  << ", id " << printable(mailbox.id) << ", found " << words(found.lookup) << '\n';
+void write_mailbox(std::ostream& out, const FoundMailbox& found) {
+  write_line(out, "mailbox", "{}@{}, id {}, found {}", printable(found.mailbox.mail_name),
+             printable(found.mailbox.domain_name), printable(found.mailbox.id),
+             words(found.lookup));
 }
 
-void Report::Trigger(const ResponderRule& rule, const TriggerMatch& trigger) {
-  std::ostream& line = Line("trigger");
-  if (trigger_place(rule) == TriggerPlace::kNowhere) {
-    line << words(trigger_place(rule)) << '\n';
-    return;
-  }
-  line << quoted(rule.keystr) << (trigger.fires ? " is in " : " is not in ");
-  if (trigger.line > 0) {
-    line << "line " << trigger.line << " of ";
-  }
-  line << words(trigger_place(rule)) << '\n';
+void write_trigger(std::ostream& out, const ResponderRule& rule, const TriggerMatch& trigger) {
+  const TriggerPlace place = trigger_place(rule);
+  if (place == TriggerPlace::kNowhere) return write_line(out, "trigger", "{}", words(place));
+  const std::string line = trigger.line > 0 ? formatted("line {} of ", trigger.line) : "";
+  write_line(out, "trigger", "{} {} {}{}", quoted(rule.keystr),
+             trigger.fires ? "is in" : "is not in", line, words(place));
 }
 
-void Report::Limiter(const ResponderRule& rule, const LimiterFacts& limiter) {
-  std::ostream& line = Line("limiter");
+void write_limiter(std::ostream& out, const ResponderRule& rule, const LimiterFacts& limiter) {
   if (!limiter.step) {
-    line << quoted(rule.ans_freq) << " replies a day: none\n";
-    return;
+    return write_line(out, "limiter", "{} replies a day: none", quoted(rule.ans_freq));
   }
-  line << printable(limiter.replies_today.value_or("0")) << " of " << printable(rule.ans_freq)
-       << " replies to this sender today, " << limiter.senders << " of "
-       << printable(rule.mem_limit) << " senders remembered: " << words(*limiter.step) << '\n';
-  for (const std::string& sender : limiter.evicted)
-    Line("") << "forgets " << printable(sender) << '\n';
+  write_line(out, "limiter",
+             "{} of {} replies to this sender today, {} of {} senders remembered: {}",
+             printable(limiter.replies_today.value_or("0")), printable(rule.ans_freq),
+             limiter.senders, printable(rule.mem_limit), words(*limiter.step));
+  for (const std::string& sender : limiter.evicted) {
+    write_line(out, "", "forgets {}", printable(sender));
+  }
 }
 
-void Report::Attachments(const AnswerFacts& facts) {
+void write_attachments(std::ostream& out, const AnswerFacts& facts, const TextStyle& style) {
   for (const Attachment& file : facts.attachments.found) {
-    Line("attachment") << printable(file.path) << ", " << file.size << " bytes\n";
+    write_line(out, "attachment", "{}, {} bytes", printable(file.path), file.size);
   }
   if (facts.attachments.missing.empty()) return;
   for (const std::string& name : facts.attachments.missing) {
-    Line("missing") << Coloured(Colour::kYellow, printable(name)) << '\n';
+    write_line(out, "missing", "{}", coloured(Colour::kYellow, printable(name), style));
   }
   const auto& notification = facts.notification;
-  Line("") << "tells " << (notification ? printable(notification->owner_email) : "nobody")
-           << " about it\n";
+  write_line(out, "", "tells {} about it",
+             notification ? printable(notification->owner_email) : "nobody");
 }
 
-void Report::Reply(const ReplyFacts& reply, const MailText& mail) {
-  std::ostream& line = Line("reply");
-  line << reply.size << " bytes, ";
-  if (reply.limit > 0) {
-    line << (reply.is_replaced ? "above" : "within") << " the limit of " << reply.limit;
+void write_reply(std::ostream& out, const ReplyFacts& reply, const MailText& mail,
+                 const TextStyle& style) {
+  const char* const place = reply.is_replaced ? "above" : "within";
+  const std::string limit =
+      reply.limit > 0 ? formatted("{} the limit of {}", place, reply.limit) : "no limit";
+  write_line(out, "reply", "{} bytes, {}", reply.size, limit);
+  write_line(out, "subject", "{}", quoted(reply.subject.Whole()));
+  write_indented(out, mail.headers, "    | ");
+  if (!style.show_reply) return;
+  write_line(out, "text", "the whole reply");
+  if (style.on_terminal) {
+    write_indented(out, mail.whole, "    | ");
   } else {
-    line << "no limit";
-  }
-  line << '\n';
-  Line("subject") << quoted(reply.subject.Whole()) << '\n';
-  write_indented(out_, mail.headers, "    | ");
-  if (!style_.show_reply) return;
-  Line("text") << "the whole reply\n";
-  if (style_.on_terminal) {
-    write_indented(out_, mail.whole, "    | ");
-  } else {
-    out_ << mail.whole;
+    out << mail.whole;
   }
 }
 
-void Report::Commands(const std::vector<CommandFacts>& commands) {
+void write_commands(std::ostream& out, const std::vector<CommandFacts>& commands,
+                    const TextStyle& style) {
   for (const CommandFacts& command : commands) {
-    Line("command") << words(command.purpose);
-    if (command.not_run) out_ << ": " << Coloured(Colour::kRed, words(*command.not_run));
-    out_ << '\n';
-    write_indented(out_, command.line, "    $ ");
+    const std::string fate =
+        command.not_run ? coloured(Colour::kRed, words(*command.not_run), style) : "";
+    write_line(out, "command", "{}{}", words(command.purpose), after_colon(fate));
+    write_indented(out, command.line, "    $ ");
   }
 }
 
-void Report::Changes(const std::vector<const Repair*>& repairs) {
-  for (const Repair* const repair : repairs) Line("repairs on") << effect_of(*repair) << '\n';
+void write_changes(std::ostream& out, const std::vector<const Repair*>& repairs) {
+  for (const Repair* const repair : repairs) {
+    write_line(out, "repairs on", "{}", effect_of(*repair));
+  }
 }
 
-void Report::Rule(const RuleExplanation& facts) {
+void write_rule(std::ostream& out, const RuleExplanation& facts, const TextStyle& style) {
   const Colour colour = is_reply(facts.outcome) ? Colour::kGreen : Colour::kRed;
-  out_ << '\n'
-       << Coloured(Colour::kBold, formatted("Rule {}", printable(facts.rule.id))) << ' '
-       << Coloured(colour, words_for(facts).text + after_colon(facts.answer.objection)) << '\n';
-  if (facts.trigger) Trigger(facts.rule, *facts.trigger);
+  const std::string title = formatted("Rule {}", printable(facts.rule.id));
+  out << '\n'
+      << coloured(Colour::kBold, title, style) << ' '
+      << coloured(colour, words_for(facts).text + after_colon(facts.answer.objection), style)
+      << '\n';
+  if (facts.trigger) write_trigger(out, facts.rule, *facts.trigger);
   const AnswerFacts& answer = facts.answer;
-  if (answer.limiter) Limiter(facts.rule, *answer.limiter);
-  if (answer.forwarding) Line("forward to") << trimmed(printable(*answer.forwarding)) << '\n';
-  Attachments(answer);
-  if (answer.reply) Reply(*answer.reply, facts.mail);
-  if (!facts.trouble.empty()) Line("trouble") << printable(facts.trouble) << '\n';
-  Commands(facts.commands);
-  Changes(facts.with_repairs);
-}
-
-void Report::Verdict(const Explanation& explanation) {
-  const bool is_good = explanation.verdict == ::Verdict::kReply;
-  const std::string verdict = words(explanation.verdict);
-  out_ << '\n' << Coloured(is_good ? Colour::kGreen : Colour::kRed, verdict);
-  const bool is_withheld = explanation.reason == Reason::kCourtesy;
-  out_ << " Reason: " << words(explanation.reason)
-       << after_colon(is_withheld ? explanation.objection : "") << ".\n";
-  if (explanation.with_courtesy) {
-    out_ << "With courtesy on " << words(*explanation.with_courtesy)
-         << after_colon(explanation.objection) << ".\n";
+  if (answer.limiter) write_limiter(out, facts.rule, *answer.limiter);
+  if (answer.forwarding) {
+    write_line(out, "forward to", "{}", trimmed(printable(*answer.forwarding)));
   }
-  if (!explanation.trouble.empty()) out_ << printable(explanation.trouble) << '\n';
+  write_attachments(out, answer, style);
+  if (answer.reply) write_reply(out, *answer.reply, facts.mail, style);
+  if (!facts.trouble.empty()) write_line(out, "trouble", "{}", printable(facts.trouble));
+  write_commands(out, facts.commands, style);
+  write_changes(out, facts.with_repairs);
 }
 
-void Report::Switches(const Explanation& explanation) {
-  out_ << words_for(explanation.switches);
-  Changes(explanation.with_repairs);
+void write_verdict(std::ostream& out, const Explanation& explanation, const TextStyle& style) {
+  const bool is_good = explanation.verdict == Verdict::kReply;
+  const std::string& objection = explanation.objection;
+  out << formatted(
+      "\n{} Reason: {}{}.\n",
+      coloured(is_good ? Colour::kGreen : Colour::kRed, words(explanation.verdict), style),
+      words(explanation.reason),
+      after_colon(explanation.reason == Reason::kCourtesy ? objection : ""));
+  if (explanation.with_courtesy) {
+    out << formatted("With courtesy on {}{}.\n", words(*explanation.with_courtesy),
+                     after_colon(objection));
+  }
+  if (!explanation.trouble.empty()) out << printable(explanation.trouble) << '\n';
 }
 
 }  // namespace
 
 void write_text(std::ostream& out, const Explanation& explanation, const TextStyle& style) {
-  Report report(out, style);
-  if (explanation.sender_field != SenderField::kNone) report.Message(explanation);
-  if (explanation.panel.mailbox) report.Mailbox(*explanation.panel.mailbox);
-  for (const RuleExplanation& rule : explanation.rules) report.Rule(rule);
-  report.Verdict(explanation);
-  report.Switches(explanation);
+  if (explanation.sender_field != SenderField::kNone) write_message(out, explanation, style);
+  if (explanation.panel.mailbox) write_mailbox(out, *explanation.panel.mailbox);
+  for (const RuleExplanation& rule : explanation.rules) write_rule(out, rule, style);
+  write_verdict(out, explanation, style);
+  out << words_for(explanation.switches);
+  write_changes(out, explanation.with_repairs);
 }

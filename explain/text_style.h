@@ -1,6 +1,5 @@
 #pragma once
 
-#include <iomanip>
 #include <ostream>
 #include <string>
 
@@ -22,7 +21,8 @@ inline std::string coloured(Colour colour, const std::string& text, const TextSt
   return formatted("\033[{}m{}\033[0m", static_cast<int>(colour), text);
 }
 
-/// Begins a line of a report with the name of a topic.
-inline std::ostream& begin_line(std::ostream& out, const char* topic) {
-  return out << "  " << std::left << std::setw(12) << topic;
+/// Writes a line of a report: the name of a topic, and what libfmt makes of `format`.
+template <typename... Values>
+void write_line(std::ostream& out, const char* topic, const char* format, const Values&... values) {
+  out << formatted("  {:<12}{}\n", topic, formatted(format, values...));
 }

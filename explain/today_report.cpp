@@ -1,9 +1,8 @@
-#include "explain/today_report.h"
-
 #include <ostream>
 
 #include "explain/json_text.h"
 #include "explain/printable.h"
+#include "explain/reports.h"
 
 void write_today_text(std::ostream& out, const Today& today) {
   for (const RuleToday& rule : today.rules) {

@@ -10,19 +10,19 @@ struct Words {
   const char* text;
 };
 
-Words words_for(Verdict verdict);
-Words words_for(Reason reason);
+/// The address tells one enumeration from the others.
+template <class Enumeration>
+inline constexpr char kKindOf = 0;
+
+/// The words for the value `value` of the enumeration of this kind; empty texts if it has none.
+Words words_for(const void* kind, int value);
+template <class Enumeration>
+Words words_for(Enumeration value) {
+  return words_for(&kKindOf<Enumeration>, static_cast<int>(value));
+}
+
 /// The words for the rule's outcome.
 Words words_for(const RuleExplanation& rule);
-Words words_for(SenderField field);
-Words words_for(RecipientSource source);
-Words words_for(LoopGuard guard);
-Words words_for(MailboxLookup lookup);
-Words words_for(TriggerPlace place);
-Words words_for(LimiterStep step);
-Words words_for(Purpose purpose);
-Words words_for(NotRun reason);
-Words words_for(CourtesyChange change);
 
 /// A line that says which switches are on.
 std::string words_for(const Switches& switches);

@@ -1,9 +1,9 @@
-#include "explain/check_report.h"
-
 #include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "explain/reports.h"
 
 namespace {
 

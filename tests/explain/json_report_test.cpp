@@ -1,10 +1,9 @@
-#include "explain/json_report.h"
-
 #include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "explain/json_text.h"
+#include "explain/reports.h"
 #include "filled_explanation.h"
 
 namespace {

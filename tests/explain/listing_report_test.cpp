@@ -1,11 +1,9 @@
-#include "explain/listing_report.h"
-
 #include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "explain/json_text.h"
-#include "explain/today_report.h"
+#include "explain/reports.h"
 
 namespace {
 

@@ -1,10 +1,9 @@
-#include "explain/text_report.h"
-
 #include <sstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "explain/reports.h"
 #include "filled_explanation.h"
 
 namespace {
