@@ -7,7 +7,6 @@
 #include "autoresponder/engine/answer.h"
 #include "autoresponder/engine/loop_guard.h"
 #include "autoresponder/engine/responder.h"
-#include "autoresponder/message/extraction_result.h"
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/message/switches.h"
 

@@ -4,6 +4,8 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 
+#include "support/base/descriptors.h"
+
 namespace {
 
 int copy_of(int descriptor) {
@@ -25,12 +27,5 @@ std::string HeldOutput::Release() {
   fflush(stdout);
   dup2(output_.number(), STDOUT_FILENO);
   dup2(errors_.number(), STDERR_FILENO);
-  std::string text;
-  char block[4096];
-  ssize_t length = 0;
-  while ((length = pread(held_errors_.number(), block, sizeof block,
-                         static_cast<off_t>(text.size()))) > 0) {
-    text.append(block, static_cast<size_t>(length));
-  }
-  return text;
+  return text_up_to("", held_errors_.number());
 }

@@ -1,9 +1,13 @@
 #include "explain/recorded_effects.h"
 
+#include <cstring>
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include "autoresponder/reply/sendmail.h"
 #include "autoresponder/run/temporary_files.h"
+#include "support/base/descriptors.h"
 #include "support/base/owned.h"
 #include "support/idn.h"
 
@@ -18,13 +22,27 @@ std::optional<NotRun> reason_against(const ShellCommand& command) {
   return std::nullopt;
 }
 
+// The name "/proc/self/fd/N" also works in commands, which inherit the descriptor. Extra slashes
+// make it as long as that of the run's file, so that the lengths of commands match.
+std::string path_in_memory(int descriptor) {
+  const std::string number = std::to_string(descriptor);
+  const std::string directory = "/proc/self/fd";
+  const size_t length = strlen(response_template());
+  return directory + std::string(length - directory.size() - number.size(), '/') + number;
+}
+
 }  // namespace
+
+RecordedEffects::RecordedEffects(const IncomingMessage& message, const Switches& switches)
+    : message_(message),
+      switches_(switches),
+      reply_(memfd_create("reply", 0)),
+      reply_path_(path_in_memory(reply_.number())) {}
 
 // The command line as in the run: with the name of the run's response file instead of ours.
 std::string RecordedEffects::LineOfRun(std::string line) const {
-  const std::string name = memory_.File(response_template()).path();
-  for (size_t at = 0; (at = line.find(name, at)) != std::string::npos; at += name.size()) {
-    line.replace(at, name.size(), response_template());
+  for (size_t at = 0; (at = line.find(reply_path_, at)) != std::string::npos;) {
+    line.replace(at, reply_path_.size(), response_template());
   }
   return line;
 }
@@ -34,7 +52,7 @@ LimiterFacts RecordedEffects::AskLimiter(PanelDatabase& database, const Responde
 }
 
 ResponseFile RecordedEffects::CreateResponseFile() {
-  return memory_.File(response_template());
+  return {fcntl(reply_.number(), F_DUPFD_CLOEXEC, 0), reply_path_, /*is_in_memory=*/true};
 }
 
 std::string RecordedEffects::AsciiForm(const std::string& address) {
@@ -49,5 +67,5 @@ bool RecordedEffects::Run(const ShellCommand& command) {
 }
 
 MailText RecordedEffects::Mail(bool is_whole) const {
-  return {memory_.TextUpTo("\n\n"), is_whole ? memory_.TextUpTo("") : ""};
+  return {text_up_to("\n\n", reply_.number()), is_whole ? text_up_to("", reply_.number()) : ""};
 }

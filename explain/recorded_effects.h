@@ -6,7 +6,7 @@
 
 #include "autoresponder/engine/answer.h"
 #include "explain/explanation.h"
-#include "explain/reply_in_memory.h"
+#include "support/base/owned.h"
 
 /// Thrown if the explanation cannot be completed; `what` is the diagnostic.
 class CannotTell : public std::runtime_error {
@@ -20,12 +20,13 @@ class CannotTell : public std::runtime_error {
 /// Thrown if the recipient's address has no ASCII form, which would end the run.
 class NotAscii : public std::exception {};
 
-/// Effects that change nothing lasting: the limiter only reads, the reply is built in memory, and
-/// the only command that runs is the one that appends the attachments to it.
+/// Effects that change nothing lasting: the limiter only reads, the reply is built in a file in
+/// memory, of which nothing remains even if a signal ends the process, and the only command that
+/// runs is the one that appends the attachments to it.
 class RecordedEffects : public Effects {
  public:
-  RecordedEffects(const IncomingMessage& message, const Switches& switches)
-      : message_(message), switches_(switches) {}
+  /// The parameters must outlive the effects.
+  RecordedEffects(const IncomingMessage& message, const Switches& switches);
 
   LimiterFacts AskLimiter(PanelDatabase& database, const ResponderRule& rule) override;
   ResponseFile CreateResponseFile() override;
@@ -44,5 +45,6 @@ class RecordedEffects : public Effects {
   const IncomingMessage& message_;
   const Switches& switches_;
   std::vector<CommandFacts> commands_;
-  ReplyInMemory memory_;
+  OwnedDescriptor reply_;
+  std::string reply_path_;
 };

@@ -2,7 +2,7 @@
 
 #include <iosfwd>
 
-#include "explain/check/finding.h"
+#include "explain/check/check.h"
 #include "explain/explanation.h"
 #include "explain/listing.h"
 #include "explain/text_style.h"

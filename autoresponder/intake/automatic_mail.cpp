@@ -7,12 +7,18 @@
 #include <utility>
 
 #include "autoresponder/intake/field_reader.h"
-#include "autoresponder/intake/header_fields.h"
 #include "autoresponder/intake/listed_addresses.h"
-#include "autoresponder/intake/message_ids.h"
 #include "autoresponder/message/letter_case.h"
+#include "autoresponder/message/well_formed.h"
+#include "support/base/joined.h"
 
 namespace {
+
+void add(std::string id, size_t max_count, std::vector<std::string>& ids) {
+  if (!is_message_id(id)) return;
+  if (ids.size() == max_count) ids.erase(ids.begin() + 1);
+  ids.push_back(std::move(id));
+}
 
 // Whether one of the words in `body`, which blanks, commas and semicolons separate, is in `wanted`.
 bool has_word(std::string_view body, std::initializer_list<std::string_view> wanted) {
@@ -135,6 +141,22 @@ CourtesyFacts Gatherer::Take() {
 }
 
 }  // namespace
+
+std::vector<std::string> message_ids(std::string_view body, size_t max_count) {
+  std::vector<std::string> ids;
+  FieldReader reader(body);
+  for (reader.SkipBlanks(); !reader.IsAtEnd(); reader.SkipBlanks()) {
+    if (reader.Skip('<')) {
+      const std::string_view inside = reader.Word("<>");
+      if (reader.Skip('>')) add(joined({"<", inside, ">"}), max_count, ids);
+    } else if (reader.Skip('"')) {
+      reader.Enclosed('"', 0);
+    } else if (reader.Word("<\"").empty()) {
+      reader.Skip(reader.Peek());
+    }
+  }
+  return ids;
+}
 
 CourtesyFacts gather_courtesy_facts(std::string_view header) {
   Gatherer gatherer;

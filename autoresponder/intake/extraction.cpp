@@ -4,9 +4,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "autoresponder/intake/addresses.h"
 #include "autoresponder/intake/automatic_mail.h"
-#include "autoresponder/intake/body_text.h"
+#include "autoresponder/intake/message_parts.h"
 #include "autoresponder/message/body_lines.h"
 #include "mime/charset.h"
 #include "mime/encoded_word.h"

@@ -5,7 +5,6 @@
 
 #include <mimelib/mimepp.h>
 
-#include "autoresponder/message/extraction_result.h"
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/message/switches.h"
 

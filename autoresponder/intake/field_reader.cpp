@@ -4,11 +4,42 @@
 
 namespace {
 
+constexpr auto npos = std::string_view::npos;
+constexpr std::string_view kFold = " \t";  // begins a line that continues another
+constexpr std::string_view kWhiteSpace = " \t\r\n\v\f";
+
+std::string_view trimmed(std::string_view text) {
+  text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
+  return text.substr(0, text.find_last_not_of(kWhiteSpace) + 1);
+}
+
 bool is_blank(char c) {
   return static_cast<unsigned char>(c) <= ' ';
 }
 
 }  // namespace
+
+// Takes a line, and the lines that continue it (RFC 5322, 2.2.3).
+std::string_view HeaderFields::TakeLines() {
+  size_t end = rest_.find('\n');
+  while (end != npos && end + 1 < rest_.size() && kFold.find(rest_[end + 1]) != npos) {
+    end = rest_.find('\n', end + 1);
+  }
+  const std::string_view lines = rest_.substr(0, end == npos ? npos : end + 1);
+  rest_.remove_prefix(lines.size());
+  return lines;
+}
+
+bool HeaderFields::Next(HeaderField& field) {
+  while (!rest_.empty()) {
+    const std::string_view lines = TakeLines();
+    const size_t colon = lines.find(':');
+    if (colon == npos) continue;
+    field = {trimmed(lines.substr(0, colon)), trimmed(lines.substr(colon + 1))};
+    return true;
+  }
+  return false;
+}
 
 void FieldReader::SkipBlanks() {
   while (!rest_.empty() && (is_blank(rest_[0]) || rest_[0] == '(')) {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "autoresponder/message/body.h"
+#include "autoresponder/message/incoming_message.h"
 #include "mime/charset.h"
 
 /// The lines of a text, without their newlines. The text stays in one piece, so that a hundred

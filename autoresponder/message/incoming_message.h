@@ -1,13 +1,27 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
-#include "autoresponder/message/body.h"
 #include "autoresponder/message/courtesy_facts.h"
+
+/// The lines of a message's text. This base class has none.
+class Body {
+ public:
+  virtual ~Body() = default;
+
+  /// For each key (UTF-8) the number, from 1, of the first line within which it occurs, or 0. An
+  /// empty key occurs in the first line, one with a newline in none. Call only once: the text may
+  /// be in a process that ends after its answer.
+  virtual std::vector<size_t> FirstWith(const std::vector<std::string_view>& keys) {
+    return std::vector<size_t>(keys.size(), 0);
+  }
+};
 
 /// The charset of a text that declares none (RFC 2045, 5.2).
 constexpr std::string_view kDefaultCharset = "US-ASCII";
@@ -38,4 +52,17 @@ struct IncomingMessage {
   /// The envelope sender, if the mail server gave it; empty for the null sender. Set by run
   /// control.
   std::optional<std::string> envelope_sender;
+};
+
+/// Which header field names the sender.
+enum class SenderField { kNone, kReplyTo, kFrom };
+
+/// Whether a message can be handled.
+enum class Extraction { kDone, kNoSender, kNoRecipient };
+
+/// What an extraction tells besides the record.
+struct ExtractionResult {
+  Extraction outcome;
+  SenderField sender_field;  ///< kNone if there is no sender
+  std::string sender;        ///< the sender, if no recipient was found; otherwise see the record
 };

@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "autoresponder/confinement/confinement.h"
-#include "autoresponder/message/extraction_result.h"
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/message/switches.h"
 #include "autoresponder/reader/message_buffer.h"

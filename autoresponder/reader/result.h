@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <string>
 
-#include "autoresponder/message/extraction_result.h"
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/message/switches.h"
 #include "autoresponder/reader/transfer.h"

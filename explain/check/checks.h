@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "explain/check/inspection.h"
 
 // The checks, in the order in which they need each other's results. Each only reads. Those of the
@@ -42,3 +45,7 @@ void check_values(Inspection& inspection);
 
 /// The mail server's deliveries: the prefixes of virtual domains, and the groups that they run in.
 void check_deliveries(Inspection& inspection);
+
+/// Where the installed program is looked for: below the root that it was built for, and below the
+/// panel's root.
+std::vector<std::string> installed_programs(const Inspection& inspection);

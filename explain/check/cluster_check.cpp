@@ -1,5 +1,5 @@
 #include "explain/check/checks.h"
-#include "explain/check/server_error.h"
+#include "explain/check/inspection.h"
 
 namespace {
 

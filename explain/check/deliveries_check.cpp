@@ -7,10 +7,8 @@
 #include "autoresponder/message/letter_case.h"
 #include "explain/check/checks.h"
 #include "explain/check/delivery_files.h"
-#include "explain/check/delivery_users.h"
 #include "explain/check/files.h"
-#include "explain/check/program.h"
-#include "explain/check/virtual_domains.h"
+#include "explain/check/mail_server.h"
 
 namespace {
 

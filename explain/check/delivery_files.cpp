@@ -8,9 +8,9 @@
 #include <unistd.h>
 
 #include "autoresponder/message/letter_case.h"
+#include "explain/check/checks.h"
 #include "explain/check/files.h"
-#include "explain/check/program.h"
-#include "explain/check/virtual_domains.h"
+#include "explain/check/mail_server.h"
 #include "support/base/owned.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "explain/check/delivery_users.h"
+#include "explain/check/mail_server.h"
 
 /// A mailbox with rules, and who gets its mail.
 struct DeliveredMailbox {

@@ -5,8 +5,17 @@
 
 #include "autoresponder/message/switches.h"
 #include "autoresponder/panel/panel_database.h"
-#include "explain/check/finding.h"
+#include "explain/check/check.h"
 #include "explain/check/formatting.h"
+
+/// Error numbers of the database server for what is missing or denied.
+enum ServerError : unsigned {
+  kUnknownColumn = 1054,
+  kTableDenied = 1142,
+  kColumnDenied = 1143,
+  kNoSuchTable = 1146,
+  kNoSuchTrigger = 1360,
+};
 
 /// What the checks know and have found. Each check adds its findings; the earlier ones fill in what
 /// the later ones need.

@@ -5,7 +5,6 @@
 
 #include "explain/check/checks.h"
 #include "explain/check/files.h"
-#include "explain/check/program.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include "autoresponder/panel/table_definition.h"
 #include "explain/check/checks.h"
-#include "explain/check/server_error.h"
+#include "explain/check/inspection.h"
 
 namespace {
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <algorithm>
+#include <string>
+#include <string_view>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,4 +25,19 @@ inline void close_descriptors(unsigned first) {
   getrlimit(RLIMIT_NOFILE, &limit);
   const auto end = static_cast<unsigned>(std::clamp(limit.rlim_max, kMin, kMax));
   for (unsigned number = first; number < end; ++number) close(static_cast<int>(number));
+}
+
+/// What the file that is open as `descriptor` holds, before the first occurrence of `end`; all of
+/// it if `end` is empty, or if reading fails as far as that.
+inline std::string text_up_to(std::string_view end, int descriptor) {
+  std::string text;
+  char block[65536];
+  ssize_t length = 0;
+  while ((length = pread(descriptor, block, sizeof block, static_cast<off_t>(text.size()))) > 0) {
+    const size_t from = text.size() - std::min(text.size(), end.size());
+    text.append(block, static_cast<size_t>(length));
+    const size_t found = end.empty() ? std::string::npos : text.find(end, from);
+    if (found != std::string::npos) return text.substr(0, found);
+  }
+  return text;
 }

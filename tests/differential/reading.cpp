@@ -6,8 +6,7 @@
 #include <mimelib/mimepp.h>
 
 #include "../parsed_message.h"
-#include "autoresponder/intake/addresses.h"
-#include "autoresponder/intake/body_text.h"
+#include "autoresponder/intake/message_parts.h"
 #include "mime/encoded_word.h"
 #include "support/base/ex_error.h"
 

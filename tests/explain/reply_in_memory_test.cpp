@@ -1,36 +1,46 @@
-#include "explain/reply_in_memory.h"
-
 #include <fstream>
 #include <string>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
+#include "autoresponder/run/temporary_files.h"
+#include "explain/recorded_effects.h"
+
 namespace {
 
-TEST(ReplyInMemory, HasANameOfTheLengthOfTheOneThatItReplaces) {
-  const ReplyInMemory memory;
-  const std::string replaced = "/tmp/kem-response.XXXXXX";
-  const ResponseFile file = memory.File(replaced);
-  EXPECT_EQ(std::string(file.path()).size(), replaced.size());
+class ReplyInMemory : public testing::Test {
+ protected:
+  void Write(const std::string& text) {
+    std::ofstream(effects_.CreateResponseFile().path()) << text;
+  }
+
+  IncomingMessage message_;
+  Switches switches_;
+  RecordedEffects effects_{message_, switches_};
+};
+
+TEST_F(ReplyInMemory, HasANameOfTheLengthOfTheOneThatItReplaces) {
+  const std::string replaced = response_template();
+  EXPECT_EQ(effects_.CreateResponseFile().path().size(), replaced.size());
 }
 
-TEST(ReplyInMemory, HoldsWhatWasWrittenUnderItsName) {
-  const ReplyInMemory memory;
-  const ResponseFile file = memory.File("/tmp/kem-response.XXXXXX");
-  std::ofstream(file.path()) << "Subject: x\n\ntext\n";
-  EXPECT_EQ(memory.TextUpTo("\n\n"), "Subject: x");
-  EXPECT_EQ(memory.TextUpTo(""), "Subject: x\n\ntext\n");
-  EXPECT_EQ(memory.TextUpTo("nowhere"), "Subject: x\n\ntext\n");
+TEST_F(ReplyInMemory, HoldsWhatWasWrittenUnderItsName) {
+  Write("Subject: x\n\ntext\n");
+  EXPECT_EQ(effects_.Mail(true).headers, "Subject: x");
+  EXPECT_EQ(effects_.Mail(true).whole, "Subject: x\n\ntext\n");
+  EXPECT_EQ(effects_.Mail(false).whole, "");
+}
+
+TEST_F(ReplyInMemory, WithoutAnEndOfTheHeaderIsAllHeader) {
+  Write("Subject: x\n");
+  EXPECT_EQ(effects_.Mail(false).headers, "Subject: x\n");
 }
 
 // A block of the reading is 64 KiB.
-TEST(ReplyInMemory, FindsAnEndThatLiesInTwoBlocks) {
-  const ReplyInMemory memory;
-  const ResponseFile file = memory.File("/tmp/kem-response.XXXXXX");
+TEST_F(ReplyInMemory, FindsAnEndThatLiesInTwoBlocks) {
   const std::string header(65535, 'x');
-  std::ofstream(file.path()) << header << "\n\ntext";
-  EXPECT_EQ(memory.TextUpTo("\n\n"), header);
+  Write(header + "\n\ntext");
+  EXPECT_EQ(effects_.Mail(false).headers, header);
 }
 
 }  // namespace

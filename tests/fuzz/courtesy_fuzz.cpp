@@ -9,7 +9,6 @@
 #include "autoresponder/engine/machine_address.h"
 #include "autoresponder/intake/automatic_mail.h"
 #include "autoresponder/intake/listed_addresses.h"
-#include "autoresponder/intake/message_ids.h"
 #include "autoresponder/reply/courtesy_fields.h"
 #include "fuzz.h"
 

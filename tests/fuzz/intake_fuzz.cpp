@@ -20,8 +20,8 @@
 
 #include "../memory_file.h"
 #include "../parsed_message.h"
-#include "autoresponder/intake/body_text.h"
 #include "autoresponder/intake/extraction.h"
+#include "autoresponder/intake/message_parts.h"
 #include "autoresponder/message/body_lines.h"
 #include "autoresponder/run/incoming.h"
 #include "field_text.h"

@@ -1,11 +1,10 @@
-#include "autoresponder/intake/addresses.h"
-
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
 #include "../../named_row.h"
+#include "autoresponder/intake/message_parts.h"
 
 using namespace std::string_view_literals;
 

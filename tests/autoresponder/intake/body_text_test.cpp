@@ -1,5 +1,3 @@
-#include "autoresponder/intake/body_text.h"
-
 #include <string>
 #include <string_view>
 
@@ -7,6 +5,7 @@
 
 #include "../../named_row.h"
 #include "../../parsed_message.h"
+#include "autoresponder/intake/message_parts.h"
 
 using namespace std::string_view_literals;
 

@@ -1,8 +1,8 @@
-#include "autoresponder/intake/header_fields.h"
-
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "autoresponder/intake/field_reader.h"
 
 using namespace std::string_view_literals;
 

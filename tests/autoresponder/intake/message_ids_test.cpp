@@ -1,9 +1,8 @@
-#include "autoresponder/intake/message_ids.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "../../named_row.h"
+#include "autoresponder/intake/automatic_mail.h"
 #include "autoresponder/message/courtesy_facts.h"
 
 using namespace std::string_view_literals;

@@ -1,5 +1,3 @@
-#include "explain/check/virtual_domains.h"
-
 #include <filesystem>
 #include <fstream>
 
@@ -7,6 +5,7 @@
 
 #include "../../named_row.h"
 #include "../../scratch_directory.h"
+#include "explain/check/mail_server.h"
 
 namespace {
 
