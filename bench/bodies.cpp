@@ -4,8 +4,7 @@
 
 #include <mimelib/mimepp.h>
 
-#include "mime/base64.h"
-#include "mime/quoted_printable.h"
+#include "mime/encoded_text.h"
 #include "samples.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "autoresponder/reply/sendmail.h"
+#include "autoresponder/reply/shell.h"
 #include "autoresponder/run/temporary_files.h"
 #include "support/base/descriptors.h"
 #include "support/base/owned.h"

@@ -6,10 +6,10 @@
 #include "autoresponder/panel/reply_to.h"
 #include "autoresponder/reply/forwarding.h"
 #include "autoresponder/reply/plain_command.h"
-#include "autoresponder/reply/sendmail.h"
+#include "autoresponder/reply/shell.h"
 #include "mime/file_name.h"
 #include "mime/header_encode.h"
-#include "support/base/one_line.h"
+#include "support/base/text.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "mime/text_pieces.h"
 #include "mime/utf8.h"
 #include "support/base/ex_error.h"
-#include "support/base/joined.h"
+#include "support/base/text.h"
 
 namespace {
 

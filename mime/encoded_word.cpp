@@ -3,13 +3,11 @@
 #include <strings.h>
 #include <utility>
 
-#include "mime/base64.h"
 #include "mime/charset.h"
 #include "mime/converter.h"
-#include "mime/loaded_charsets.h"
-#include "mime/quoted_printable.h"
+#include "mime/encoded_text.h"
 #include "mime/text_pieces.h"
-#include "support/base/diagnose.h"
+#include "support/base/text.h"
 
 namespace {
 

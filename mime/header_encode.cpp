@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "support/base/write_pieces.h"
+#include "support/base/text.h"
 
 namespace {
 

@@ -3,7 +3,6 @@
 #include <cstddef>
 
 #include "mimelib/component.h"
-#include "mimelib/kept_items.h"
 
 class DwAddressSequence;
 

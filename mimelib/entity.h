@@ -5,7 +5,6 @@
 
 #include "mimelib/component.h"
 #include "mimelib/headers.h"
-#include "mimelib/kept_items.h"
 
 class DwBodyPart;
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "mimelib/ascii.h"
+#include "mimelib/view.h"
 
 namespace {
 

@@ -4,7 +4,6 @@
 #include <string_view>
 #include <utility>
 
-#include "mimelib/ascii.h"
 #include "mimelib/lexer.h"
 #include "mimelib/view.h"
 

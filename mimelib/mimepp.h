@@ -8,7 +8,6 @@
 /// valid until sixteen later ones of its list were requested, and at most as long as the message.
 
 #include "mimelib/address.h"
-#include "mimelib/codes.h"
 #include "mimelib/component.h"
 #include "mimelib/decode.h"
 #include "mimelib/entity.h"

@@ -1,5 +1,6 @@
 #include "support/conf.h"
 
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -51,6 +52,15 @@ struct ConfValue {
 constexpr ConfValue kConfValues[] = {KEM_CONF_KEYS(KEM_CONF_VALUE)};
 #undef KEM_CONF_VALUE
 
+bool is_space(char c) {
+  return isspace(static_cast<unsigned char>(c)) != 0;
+}
+
+const char* skip_space(const char* text) {
+  while (is_space(*text)) ++text;
+  return text;
+}
+
 }  // namespace
 
 const char* conf_lookup(const char* key) {
@@ -76,4 +86,24 @@ void load_conf_paths() {
 void kem::wipe_conf() {
   if (image != nullptr) explicit_bzero(image, image_length);
   explicit_bzero(certificates_dir, sizeof certificates_dir);
+}
+
+void kem::cut_conf_lines(char* text, size_t length) {
+  for (size_t i = 0; i < length; ++i) {
+    if (text[i] != '\n') continue;
+    text[i] = '\0';
+    for (size_t back = i; back > 0 && is_space(text[back - 1]); --back) text[back - 1] = '\0';
+  }
+}
+
+const char* kem::find_conf_value(const char* text, size_t length, const char* key) {
+  const size_t key_length = strlen(key);
+  const char* const end = text + length;
+  for (const char* line = text; line < end; line += strlen(line) + 1) {
+    line = skip_space(line);
+    if (*line == *key && strncmp(line, key, key_length) == 0 && is_space(line[key_length])) {
+      return skip_space(line + key_length);
+    }
+  }
+  return nullptr;
 }

@@ -9,7 +9,6 @@
 #include "support/base/owned.h"
 #include "support/idn.h"
 #include "support/lookup.h"
-#include "support/param_check.h"
 #include "support/report.h"
 
 using namespace kem;

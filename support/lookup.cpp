@@ -1,5 +1,9 @@
+// The assertion on keys is part of the routines' contract, so it stays in builds without
+// assertions.
+#undef NDEBUG
 #include "support/lookup.h"
 
+#include <cassert>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -8,6 +12,15 @@
 #include "support/report.h"
 
 namespace kem {
+
+void assert_plain_params(std::initializer_list<const char*> params, const char* file, unsigned line,
+                         const char* function) {
+  for (const char* const param : params) {
+    if (param == nullptr || strpbrk(param, "\\\"'") == nullptr) continue;
+    __assert_fail(R"(param_val == NULL || strpbrk(param_val, "\\\"'") == NULL)", file, line,
+                  function);
+  }
+}
 
 LookupSession::LookupSession(MYSQL* given, const char* connect_text, int status)
     : own_(given == nullptr ? db_connect() : nullptr),

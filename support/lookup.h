@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 #include <optional>
 
 #include "support/mysql_owned.h"
@@ -8,6 +9,12 @@
 namespace kem {
 
 // Shared by the readers and writers of settings.
+
+/// Aborts the process by a failed assertion, in every build type, if one of `params`
+/// (NUL-terminated keys that go unescaped between quotes into a statement, or null) holds a
+/// backslash, a double quote or a single quote. The message names `file`, `line` and `function`.
+void assert_plain_params(std::initializer_list<const char*> params, const char* file, unsigned line,
+                         const char* function);
 
 /// The size of a buffer for a result, with its NUL.
 constexpr size_t kResultSize = 4096;

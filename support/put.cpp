@@ -2,7 +2,6 @@
 
 #include "support/base/owned.h"
 #include "support/lookup.h"
-#include "support/param_check.h"
 #include "support/report.h"
 #include "support/strings.h"
 

@@ -1,7 +1,6 @@
 #include "autoresponder/engine/answer.h"
 
 #include "autoresponder/engine/courtesy.h"
-#include "autoresponder/reply/courtesy_fields.h"
 #include "autoresponder/reply/delivery.h"
 #include "autoresponder/reply/forwarding.h"
 #include "autoresponder/reply/reply_text.h"

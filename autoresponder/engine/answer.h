@@ -12,9 +12,9 @@
 #include "autoresponder/panel/rule.h"
 #include "autoresponder/reply/attachments.h"
 #include "autoresponder/reply/notification.h"
+#include "autoresponder/reply/reply_text.h"
 #include "autoresponder/reply/response_file.h"
 #include "autoresponder/reply/shell.h"
-#include "autoresponder/reply/subject_text.h"
 
 /// The message that is answered, and what all of its answers share.
 struct Delivery {

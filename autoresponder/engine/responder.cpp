@@ -2,8 +2,7 @@
 
 #include <utility>
 
-#include "support/base/diagnose.h"
-#include "support/base/one_line.h"
+#include "support/base/text.h"
 
 namespace {
 

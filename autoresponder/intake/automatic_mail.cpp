@@ -10,7 +10,7 @@
 #include "autoresponder/intake/listed_addresses.h"
 #include "autoresponder/message/letter_case.h"
 #include "autoresponder/message/well_formed.h"
-#include "support/base/joined.h"
+#include "support/base/text.h"
 
 namespace {
 

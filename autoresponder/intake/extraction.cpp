@@ -9,8 +9,8 @@
 #include "autoresponder/message/body_lines.h"
 #include "mime/charset.h"
 #include "mime/encoded_word.h"
-#include "support/base/diagnose.h"
 #include "support/base/ex_error.h"
+#include "support/base/text.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "autoresponder/panel/sender_column.h"
-#include "support/base/joined.h"
+#include "support/base/text.h"
 #include "support/libidn.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "support/base/joined.h"
+#include "support/base/text.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "autoresponder/message/letter_case.h"
-#include "support/base/joined.h"
 #include "support/base/owned.h"
+#include "support/base/text.h"
 #include "support/idn.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include "autoresponder/message/search.h"
 #include "autoresponder/panel/reply_to.h"
-#include "support/base/one_line.h"
+#include "support/base/text.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "autoresponder/message/letter_case.h"
-#include "support/base/joined.h"
+#include "support/base/text.h"
 
 namespace {
 

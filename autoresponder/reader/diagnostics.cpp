@@ -7,7 +7,7 @@
 #include <sys/types.h>
 
 #include "autoresponder/reader/reader_failure.h"
-#include "support/base/diagnose.h"
+#include "support/base/text.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "autoresponder/reader/reader_failure.h"
 #include "autoresponder/reader/reader_process.h"
 #include "autoresponder/reader/reading.h"
-#include "autoresponder/reader/result.h"
+#include "autoresponder/reader/transfer.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 
 #include "autoresponder/intake/extraction.h"
 #include "autoresponder/reader/diagnostics.h"
-#include "autoresponder/reader/result.h"
+#include "autoresponder/reader/transfer.h"
 #include "support/base/owned.h"
 
 #ifdef READER_WRITES_COUNTERS

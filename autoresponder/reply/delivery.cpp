@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "autoresponder/reply/sendmail.h"
+#include "autoresponder/reply/shell.h"
 #include "mime/header_encode.h"
-#include "support/base/write_pieces.h"
+#include "support/base/text.h"
 #include "support/conf.h"
 
 namespace {

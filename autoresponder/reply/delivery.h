@@ -7,9 +7,9 @@
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/message/switches.h"
 #include "autoresponder/panel/rule.h"
+#include "autoresponder/reply/reply_text.h"
 #include "autoresponder/reply/response_file.h"
 #include "autoresponder/reply/shell.h"
-#include "autoresponder/reply/subject_text.h"
 
 /// The mail server's limit on the size of a message, in bytes; 0 or less for none.
 int64_t size_limit();

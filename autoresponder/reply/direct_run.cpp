@@ -16,8 +16,8 @@
 #include <unistd.h>
 
 #include "support/base/descriptors.h"
-#include "support/base/diagnose.h"
 #include "support/base/owned.h"
+#include "support/base/text.h"
 
 namespace {
 

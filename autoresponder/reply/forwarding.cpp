@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "autoresponder/reply/sendmail.h"
-#include "support/base/joined.h"
+#include "autoresponder/reply/shell.h"
+#include "support/base/text.h"
 
 std::vector<std::optional<std::string>> forwarding_rows(PanelDatabase& database,
                                                         const char* rule_id) {

@@ -2,11 +2,10 @@
 
 #include <utility>
 
-#include "autoresponder/reply/courtesy_fields.h"
 #include "autoresponder/reply/pipe_stream.h"
-#include "autoresponder/reply/sendmail.h"
-#include "support/base/diagnose.h"
-#include "support/base/joined.h"
+#include "autoresponder/reply/reply_text.h"
+#include "autoresponder/reply/shell.h"
+#include "support/base/text.h"
 #include "support/get.h"
 
 namespace {

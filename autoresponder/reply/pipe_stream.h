@@ -53,13 +53,14 @@ class basic_handlestream : public std::ostream, private StreamStrategy {
 class opipestream : public basic_handlestream<PipeCloseStrategy, OutputStreamStrategy> {
  public:
   /// Starts `command`, which is for kNotify. If that fails, `fail()` is true.
-  explicit opipestream(const ShellCommand& command);
+  explicit opipestream(const ShellCommand& command) : opipestream(hand_to_shell(command)) {}
 
   /// Whether the command was refused because of a value in it; that has been reported.
   bool refused() const { return refused_; }
 
  private:
-  explicit opipestream(ShellOutcome outcome);
+  explicit opipestream(const ShellOutcome& outcome)
+      : basic_handlestream(outcome.pipe), refused_(outcome.refused) {}
 
   bool refused_;
 };

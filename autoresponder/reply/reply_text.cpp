@@ -6,10 +6,18 @@
 #include "mime/charset.h"
 #include "mime/header_encode.h"
 #include "support/base/ex_error.h"
-#include "support/base/write_pieces.h"
+#include "support/base/text.h"
 #include "support/templates.h"
 
 namespace {
+
+// One message id a line: two of kMaxMessageId bytes would exceed the limit on a line.
+std::string references_field(const CourtesyFacts& message) {
+  std::string body;
+  for (const std::string& id : message.references) body += (body.empty() ? "" : "\n\t") + id;
+  if (!message.message_id.empty()) body += (body.empty() ? "" : "\n\t") + message.message_id;
+  return body.empty() ? "" : "References: " + body + "\n";
+}
 
 constexpr size_t kSubjectSize = 1000;
 
@@ -45,6 +53,12 @@ void write_to(FILE* reply, const ResponderRule& rule, const IncomingMessage& mes
 }
 
 }  // namespace
+
+std::string reply_courtesy_fields(const CourtesyFacts& message) {
+  std::string fields = "Auto-Submitted: auto-replied\nX-Auto-Response-Suppress: All\n";
+  if (!message.message_id.empty()) fields += "In-Reply-To: " + message.message_id + "\n";
+  return fields + references_field(message);
+}
 
 std::string draw_boundary() {
   constexpr int kLetters = 29;

@@ -11,75 +11,14 @@
 
 #include "autoresponder/reply/direct_run.h"
 #include "autoresponder/reply/plain_command.h"
-#include "autoresponder/reply/sendmail.h"
-#include "support/base/diagnose.h"
-#include "support/base/one_line.h"
 #include "support/base/owned.h"
+#include "support/base/text.h"
 
 namespace {
 
 // The first descriptor number under which a command inherits a file. Fixed, so that the command
 // line does not depend on what else is open; above the numbers that the shell uses itself.
 constexpr int kFirstInherited = 32;
-
-}  // namespace
-
-ShellCommand& ShellCommand::Text(std::string_view text) {
-  line_ += text;
-  return *this;
-}
-
-void ShellCommand::Refuse(NotRun why, std::string_view value) {
-  if (!refused_) refused_ = {why, std::string(value)};
-}
-
-// Kept: a command with a single quote in a value is refused. The repair of quotes writes '\'' for
-// it: this ends the quotes, adds an escaped one, and begins new ones.
-void ShellCommand::Add(std::string_view value) {
-  if (!repairs_.quotes) {
-    if (value.find('\'') != std::string_view::npos) Refuse(NotRun::kQuote, value);
-    line_ += value;
-    return;
-  }
-  for (const char byte : value) {
-    if (byte == '\'') line_ += "'\\'";
-    line_ += byte;
-  }
-}
-
-ShellCommand& ShellCommand::QuotedLines(std::initializer_list<std::string_view> values) {
-  line_ += '\'';
-  for (const std::string_view value : values) Add(value);
-  line_ += '\'';
-  return *this;
-}
-
-ShellCommand& ShellCommand::Quoted(std::initializer_list<std::string_view> values) {
-  for (const std::string_view value : values) {
-    const bool has_newline = value.find('\n') != std::string_view::npos;
-    if (repairs_.newlines && has_newline) Refuse(NotRun::kNewline, value);
-  }
-  return QuotedLines(values);
-}
-
-// Kept: an address that begins with "-" reaches sendmail, which reads it as an option. The repair
-// of options does not hand it over.
-ShellCommand& ShellCommand::Address(std::string_view address) {
-  if (repairs_.options && is_option(address)) Refuse(NotRun::kOption, address);
-  return Quoted(address);
-}
-
-std::string ShellCommand::Inherit(int descriptor) {
-  inherited_.push_back(descriptor);
-  const int number = kFirstInherited + static_cast<int>(inherited_.size()) - 1;
-  return "/proc/self/fd/" + std::to_string(number);
-}
-
-bool is_too_long(const ShellCommand& command) {
-  return command.line().size() >= 32 * static_cast<size_t>(sysconf(_SC_PAGESIZE));
-}
-
-namespace {
 
 // Gives the descriptors the numbers under which a command inherits them; false if that fails. First
 // copies all of them above these numbers, so that none is replaced before it is copied.
@@ -145,6 +84,78 @@ void report_refusal(const RefusedValue& refused) {
 }
 
 }  // namespace
+
+std::string without_quotes(std::string_view address) {
+  const size_t local_part = std::min(address.rfind('@'), address.size());
+  std::string result;
+  bool is_quoted = false;
+  for (size_t i = 0; i < local_part; ++i) {
+    const bool is_escape = is_quoted && address[i] == '\\' && i + 1 < local_part;
+    if (is_escape) {
+      result += address[++i];
+    } else if (address[i] == '"') {
+      is_quoted = !is_quoted;
+    } else {
+      result += address[i];
+    }
+  }
+  return result.append(address.substr(local_part));
+}
+
+ShellCommand& ShellCommand::Text(std::string_view text) {
+  line_ += text;
+  return *this;
+}
+
+void ShellCommand::Refuse(NotRun why, std::string_view value) {
+  if (!refused_) refused_ = {why, std::string(value)};
+}
+
+// Kept: a command with a single quote in a value is refused. The repair of quotes writes '\'' for
+// it: this ends the quotes, adds an escaped one, and begins new ones.
+void ShellCommand::Add(std::string_view value) {
+  if (!repairs_.quotes) {
+    if (value.find('\'') != std::string_view::npos) Refuse(NotRun::kQuote, value);
+    line_ += value;
+    return;
+  }
+  for (const char byte : value) {
+    if (byte == '\'') line_ += "'\\'";
+    line_ += byte;
+  }
+}
+
+ShellCommand& ShellCommand::QuotedLines(std::initializer_list<std::string_view> values) {
+  line_ += '\'';
+  for (const std::string_view value : values) Add(value);
+  line_ += '\'';
+  return *this;
+}
+
+ShellCommand& ShellCommand::Quoted(std::initializer_list<std::string_view> values) {
+  for (const std::string_view value : values) {
+    const bool has_newline = value.find('\n') != std::string_view::npos;
+    if (repairs_.newlines && has_newline) Refuse(NotRun::kNewline, value);
+  }
+  return QuotedLines(values);
+}
+
+// Kept: an address that begins with "-" reaches sendmail, which reads it as an option. The repair
+// of options does not hand it over.
+ShellCommand& ShellCommand::Address(std::string_view address) {
+  if (repairs_.options && is_option(address)) Refuse(NotRun::kOption, address);
+  return Quoted(address);
+}
+
+std::string ShellCommand::Inherit(int descriptor) {
+  inherited_.push_back(descriptor);
+  const int number = kFirstInherited + static_cast<int>(inherited_.size()) - 1;
+  return "/proc/self/fd/" + std::to_string(number);
+}
+
+bool is_too_long(const ShellCommand& command) {
+  return command.line().size() >= 32 * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
 
 ShellOutcome hand_to_shell(const ShellCommand& command) {
   ShellOutcome outcome;

@@ -3,7 +3,7 @@
 #include <pthread.h>
 #include <string_view>
 
-#include "support/base/diagnose.h"
+#include "support/base/text.h"
 #include "support/conf.h"
 #include "support/conf_text.h"
 

@@ -6,7 +6,7 @@
 
 #include "autoresponder/reader/reader.h"
 #include "autoresponder/reader/reader_failure.h"
-#include "support/base/diagnose.h"
+#include "support/base/text.h"
 
 const char* delivery_address() {
   const char* const variable = getenv("RECIPIENT");

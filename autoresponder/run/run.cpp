@@ -12,7 +12,7 @@
 #include "autoresponder/run/run_effects.h"
 #include "autoresponder/run/temporary_files.h"
 #include "autoresponder/run/termination.h"
-#include "support/base/diagnose.h"
+#include "support/base/text.h"
 #include "support/conf.h"
 #include "support/report.h"
 

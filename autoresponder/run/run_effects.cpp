@@ -2,7 +2,7 @@
 
 #include "autoresponder/reader/reader_process.h"
 #include "autoresponder/run/temporary_files.h"
-#include "support/base/diagnose.h"
+#include "support/base/text.h"
 #include "support/idn.h"
 
 LimiterFacts RunEffects::AskLimiter(PanelDatabase& database, const ResponderRule& rule) {

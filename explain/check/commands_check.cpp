@@ -1,7 +1,7 @@
 #include <cerrno>
 #include <unistd.h>
 
-#include "autoresponder/reply/sendmail.h"
+#include "autoresponder/reply/shell.h"
 #include "explain/check/checks.h"
 #include "explain/check/files.h"
 #include "support/libidn.h"

@@ -8,8 +8,7 @@
 
 #include "../memory_file.h"
 #include "fuzz.h"
-#include "mime/base64.h"
-#include "mime/quoted_printable.h"
+#include "mime/encoded_text.h"
 
 namespace {
 

@@ -6,10 +6,10 @@
 #include <sstream>
 #include <string>
 
-#include "autoresponder/engine/machine_address.h"
+#include "autoresponder/engine/courtesy.h"
 #include "autoresponder/intake/automatic_mail.h"
 #include "autoresponder/intake/listed_addresses.h"
-#include "autoresponder/reply/courtesy_fields.h"
+#include "autoresponder/reply/reply_text.h"
 #include "fuzz.h"
 
 namespace {

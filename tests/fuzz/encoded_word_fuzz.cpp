@@ -8,10 +8,9 @@
 #include "../memory_file.h"
 #include "field_text.h"
 #include "fuzz.h"
-#include "mime/base64.h"
 #include "mime/charset.h"
+#include "mime/encoded_text.h"
 #include "mime/encoded_word.h"
-#include "mime/quoted_printable.h"
 #include "support/base/ex_error.h"
 #include "utf8.h"
 

@@ -8,7 +8,7 @@
 #include "../transferred_bytes.h"
 #include "autoresponder/message/well_formed.h"
 #include "autoresponder/reader/reader_failure.h"
-#include "autoresponder/reader/result.h"
+#include "autoresponder/reader/transfer.h"
 #include "field_text.h"
 #include "fuzz.h"
 

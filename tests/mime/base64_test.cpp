@@ -1,10 +1,9 @@
-#include "mime/base64.h"
-
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "mime/encoded_text.h"
 #include "payload.h"
 
 using namespace std::string_view_literals;

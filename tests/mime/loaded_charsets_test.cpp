@@ -1,8 +1,7 @@
-#include "mime/loaded_charsets.h"
-
 #include <gtest/gtest.h>
 
 #include "iconv_spy.h"
+#include "mime/converter.h"
 
 namespace {
 

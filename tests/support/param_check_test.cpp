@@ -1,5 +1,3 @@
-#include "support/param_check.h"
-
 #include <string>
 
 #include <gmock/gmock.h>
@@ -7,6 +5,7 @@
 
 #include "../named_row.h"
 #include "support/get.h"
+#include "support/lookup.h"
 
 namespace {
 
@@ -25,7 +24,7 @@ TEST_P(ParamCheckDeathTest, AbortsBeforeThereIsAStatement) {
 }
 
 TEST_P(ParamCheckDeathTest, SaysWhere) {
-  EXPECT_EXIT(kem::assert_plain_param(GetParam().key, "put", 42, "put_misc_param"),
+  EXPECT_EXIT(kem::assert_plain_params({GetParam().key}, "put", 42, "put_misc_param"),
               testing::KilledBySignal(SIGABRT),
               testing::AllOf(testing::HasSubstr(" put:42: put_misc_param: "),
                              testing::HasSubstr(kAssertion)));
@@ -47,16 +46,16 @@ TEST(ParamCheck, AcceptsEveryOtherByte) {
     if (code != '\\' && code != '"' && code != '\'') key += static_cast<char>(code);
   }
   ASSERT_EQ(key.size(), 252U);
-  kem::assert_plain_param(key.c_str(), "get", 1, "get_misc_param");
+  kem::assert_plain_params({key.c_str()}, "get", 1, "get_misc_param");
 }
 
 TEST(ParamCheck, AcceptsAnEmptyKeyAndNull) {
-  kem::assert_plain_param("", "get", 1, "get_misc_param");
-  kem::assert_plain_param(nullptr, "get", 1, "get_misc_param");
+  kem::assert_plain_params({""}, "get", 1, "get_misc_param");
+  kem::assert_plain_params({nullptr}, "get", 1, "get_misc_param");
 }
 
 TEST(ParamCheck, LooksAtNothingAfterTheNul) {
-  kem::assert_plain_param("admin_email\0'", "get", 1, "get_misc_param");
+  kem::assert_plain_params({"admin_email\0'"}, "get", 1, "get_misc_param");
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-#include "autoresponder/engine/machine_address.h"
-
 #include <gtest/gtest.h>
+
+#include "autoresponder/engine/courtesy.h"
 
 namespace {
 

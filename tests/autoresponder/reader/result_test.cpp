@@ -1,5 +1,3 @@
-#include "autoresponder/reader/result.h"
-
 #include <cstring>
 #include <stdexcept>
 
@@ -10,6 +8,7 @@
 #include "../../transferred_bytes.h"
 #include "autoresponder/reader/diagnostics.h"
 #include "autoresponder/reader/reader_failure.h"
+#include "autoresponder/reader/transfer.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "autoresponder/reply/courtesy_fields.h"
-
 #include <sstream>
 
 #include <gtest/gtest.h>
+
+#include "autoresponder/reply/reply_text.h"
 
 namespace {
 

@@ -1,5 +1,3 @@
-#include "autoresponder/reply/open_attachment.h"
-
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -10,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "../../scratch_directory.h"
+#include "autoresponder/reply/attachments.h"
 
 namespace {
 

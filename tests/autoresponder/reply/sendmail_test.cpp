@@ -1,10 +1,9 @@
-#include "autoresponder/reply/sendmail.h"
-
 #include <string_view>
 
 #include <gtest/gtest.h>
 
 #include "../../named_row.h"
+#include "autoresponder/reply/shell.h"
 
 using namespace std::string_view_literals;
 

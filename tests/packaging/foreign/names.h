@@ -107,8 +107,6 @@ inline void assert_plain_params(std::initializer_list<const char*>, const char*,
   count_call();
 }
 
-void assert_plain_param(const char* param_val, const char* file, unsigned line,
-                        const char* function);
 bool send_statement(st_mysql* connection, const Statement& statement, const Complaint& complaint);
 bool send_text(st_mysql* connection, const char* statement, const Complaint& complaint);
 void complain(const Complaint& complaint, const char* reason);
