@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "mimelib/view.h"
+#include "support/base/letter_case.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 
 #include "mimelib/lexer.h"
 #include "mimelib/view.h"
+#include "support/base/letter_case.h"
 
 namespace {
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "support/base/growing_bytes.h"
+#include "support/base/letter_case.h"
 
 DwString::DwString(const char* text) : DwString(text, strlen(text)) {}
 
@@ -60,9 +61,7 @@ DwString& DwString::append(const char* bytes, size_t length) {
 void DwString::ConvertToLowerCase() {
   if (!OwnsBuffer()) TakeBuffer(0);
   char* const begin = buffer_->data() + (data_ - buffer_->data());
-  std::transform(begin, begin + length_, begin, [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  });
+  std::transform(begin, begin + length_, begin, [](char c) { return lower_case(c); });
 }
 
 // `length` bytes from `start` on, in the same buffer.

@@ -12,74 +12,42 @@ constexpr size_t kMaxNameLength = 32;
 class Filler {
  public:
   Filler(char* output, int capacity, SubstResult* result)
-      : output_(output), capacity_(static_cast<size_t>(capacity)), result_(result) {}
+      : output_(output), space_(static_cast<size_t>(capacity)), result_(result) {}
 
-  bool Fits(size_t length) const { return length <= Space(); }
-
-  // Copies a text that fits and counts `consumed` bytes of the template for it.
-  void Write(const char* text, size_t length, size_t consumed) {
-    memcpy(output_ + written_, text, length);
-    written_ += length;
-    Count(consumed);
-  }
-
-  // Fills the output up to its capacity with the start of a text that does not fit; returns how
-  // much of it was taken.
-  size_t Fill(const char* text, size_t length) {
-    const size_t taken = std::min(length, Space());
-    memcpy(output_ + written_, text, taken);
-    written_ = capacity_;
-    Count(0);
-    return taken;
-  }
-
-  void Count(size_t consumed) {
-    result_->consumed += static_cast<int>(consumed);
-    result_->written = static_cast<int>(written_);
-  }
-
-  // Writes the literal text before a placeholder; false if it had to be cut.
+  // Writes literal text as far as it fits; false if it had to be cut.
   bool Literal(const char* text, size_t length) {
-    if (!Fits(length)) {
-      Count(Fill(text, length));
-      return false;
-    }
-    Write(text, length, length);
-    return true;
+    const size_t taken = std::min(length, space_);
+    Write(text, taken, taken);
+    return taken == length;
   }
 
   // Writes the value of a placeholder of `consumed` bytes; false if the substitution ends here.
   bool Value(const char* value, size_t consumed) {
     const size_t length = strlen(value);
-    if (Fits(length)) {
-      Write(value, length, consumed);
-      return true;
-    }
-    if ((result_->options & kStopBeforeValue) != 0) {
+    const bool fits = length <= space_;
+    if (!fits && (result_->options & kStopBeforeValue) != 0) {
       result_->status |= kValueDidNotFit;
     } else {
-      Fill(value, length);
-      Count(consumed);
+      Write(value, std::min(length, space_), consumed);
     }
-    return false;
+    return fits;
   }
 
   // Kept: the template's last stretch needs room for its NUL, all others do not.
   void LastLiteral(const char* text, size_t length) {
-    if (!Fits(length + 1)) {
-      Count(Fill(text, length));
-      return;
-    }
-    Write(text, length, length);
-    output_[written_] = '\0';
+    if (Literal(text, length) && space_ > 0) output_[result_->written] = '\0';
   }
 
  private:
-  size_t Space() const { return capacity_ - written_; }
+  void Write(const char* text, size_t length, size_t consumed) {
+    memcpy(output_ + result_->written, text, length);
+    space_ -= length;
+    result_->written += static_cast<int>(length);
+    result_->consumed += static_cast<int>(consumed);
+  }
 
   char* output_;
-  size_t capacity_;
-  size_t written_ = 0;
+  size_t space_;  // bytes that may still be written
   SubstResult* result_;
 };
 

@@ -4,8 +4,8 @@
 #include <iterator>
 #include <string>
 
-#include "autoresponder/message/letter_case.h"
 #include "autoresponder/panel/mailbox_names.h"
+#include "support/base/letter_case.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 
 #include "autoresponder/intake/field_reader.h"
 #include "autoresponder/intake/listed_addresses.h"
-#include "autoresponder/message/letter_case.h"
 #include "autoresponder/message/well_formed.h"
+#include "support/base/letter_case.h"
 #include "support/base/text.h"
 
 namespace {
@@ -27,7 +27,7 @@ bool has_word(std::string_view body, std::initializer_list<std::string_view> wan
     const std::string_view word = reader.Word(",;");
     if (word.empty()) reader.Skip(reader.Peek());
     for (const std::string_view lower : wanted) {
-      if (is_word(word, lower)) return true;
+      if (equal_ignoring_case(word, lower)) return true;
     }
   }
   return false;
@@ -39,7 +39,7 @@ bool is_no(std::string_view auto_submitted) {
   reader.SkipBlanks();
   const std::string_view keyword = reader.Word(";");
   reader.SkipBlanks();
-  return is_word(keyword, "no") && (reader.IsAtEnd() || reader.Peek() == ';');
+  return equal_ignoring_case(keyword, "no") && (reader.IsAtEnd() || reader.Peek() == ';');
 }
 
 bool is_null_path(std::string_view return_path) {
@@ -75,7 +75,7 @@ class Gatherer {
   }
   void SpamFlag(Text body) { facts_.is_spam = facts_.is_spam || has_word(body, {"yes"}); }
   void SpamStatus(Text body) {
-    facts_.is_spam = facts_.is_spam || is_word(body.substr(0, 3), "yes");
+    facts_.is_spam = facts_.is_spam || equal_ignoring_case(body.substr(0, 3), "yes");
   }
   void Addressees(Text body) { add_listed_addresses(body, kMaxAddressees, facts_.addressees); }
   void MessageId(Text body) { message_id_ = message_id_.value_or(body); }
@@ -112,14 +112,14 @@ const Gatherer::Reader Gatherer::kReaders[] = {
 
 void Gatherer::Add(const HeaderField& field) {
   for (const Reader& reader : kReaders) {
-    if (is_word(field.name, reader.name)) (this->*reader.read)(field.body);
+    if (equal_ignoring_case(field.name, reader.name)) (this->*reader.read)(field.body);
   }
-  if (is_word(field.name.substr(0, 5), "list-")) ListField(field.name);
+  if (equal_ignoring_case(field.name.substr(0, 5), "list-")) ListField(field.name);
 }
 
 void Gatherer::ListField(Text name) {
   for (size_t i = 0; i < list_field_; ++i) {
-    if (is_word(name, lower_case(kListFields[i]))) list_field_ = i;
+    if (equal_ignoring_case(name, lower_case(kListFields[i]))) list_field_ = i;
   }
 }
 

@@ -1,8 +1,7 @@
 #include "autoresponder/panel/mailbox_names.h"
 
-#include <algorithm>
-
-#include "autoresponder/message/letter_case.h"
+#include "mime/utf8.h"
+#include "support/base/letter_case.h"
 #include "support/base/owned.h"
 #include "support/base/text.h"
 #include "support/idn.h"
@@ -21,9 +20,8 @@ std::string_view domain_of(std::string_view address) {
   return domain;
 }
 
-bool is_ascii(const std::string& text) {
-  return std::all_of(text.begin(), text.end(),
-                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+bool is_ascii(std::string_view text) {
+  return ascii_length(text) == text.size();
 }
 
 // Adds a domain in its ASCII and its UTF-8 form, if it has both. `domain`: of the panel or of the

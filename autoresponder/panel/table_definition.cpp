@@ -5,7 +5,7 @@
 #include <sstream>
 #include <utility>
 
-#include "autoresponder/message/letter_case.h"
+#include "support/base/letter_case.h"
 #include "support/base/text.h"
 
 namespace {

@@ -17,6 +17,7 @@
 
 #include "support/base/descriptors.h"
 #include "support/base/owned.h"
+#include "support/base/signals.h"
 #include "support/base/text.h"
 
 namespace {
@@ -109,15 +110,10 @@ class WaitingSignals {
     ignore.sa_handler = SIG_IGN;
     sigaction(SIGINT, &ignore, &interrupt_);
     sigaction(SIGQUIT, &ignore, &quit_);
-    sigset_t child;
-    sigemptyset(&child);
-    sigaddset(&child, SIGCHLD);
-    sigprocmask(SIG_BLOCK, &child, &mask_);
   }
   ~WaitingSignals() {
     sigaction(SIGINT, &interrupt_, nullptr);
     sigaction(SIGQUIT, &quit_, nullptr);
-    sigprocmask(SIG_SETMASK, &mask_, nullptr);
   }
   WaitingSignals(const WaitingSignals&) = delete;
   WaitingSignals& operator=(const WaitingSignals&) = delete;
@@ -140,7 +136,7 @@ class WaitingSignals {
  private:
   struct sigaction interrupt_ {};
   struct sigaction quit_ {};
-  sigset_t mask_{};
+  const SignalBlock child_{SIGCHLD};
 };
 
 // Starts the command, with its input already open; 0 if that fails.

@@ -44,35 +44,15 @@ pid_t start_writer(const std::function<bool()>& write, const WriterLimits& limit
   return writer;
 }
 
-// Blocks SIGCHLD, so that one that arrives before the wait begins is not lost.
-class ChildSignal {
- public:
-  ChildSignal() {
-    sigemptyset(&set_);
-    sigaddset(&set_, SIGCHLD);
-    sigprocmask(SIG_BLOCK, &set_, &before_);
-  }
-  ~ChildSignal() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
-  ChildSignal(const ChildSignal&) = delete;
-  ChildSignal& operator=(const ChildSignal&) = delete;
-
-  void WaitUntil(std::chrono::steady_clock::time_point end) const {
-    using std::chrono::nanoseconds;
-    const nanoseconds left = end - std::chrono::steady_clock::now();
-    if (left <= nanoseconds::zero()) return;
-    const timespec timeout{static_cast<time_t>(left.count() / 1000000000),
-                           left.count() % 1000000000};
-    sigtimedwait(&set_, nullptr, &timeout);
-  }
-
- private:
-  sigset_t set_{};
-  sigset_t before_{};
-};
+void await_child(const SignalBlock& child, std::chrono::steady_clock::duration time) {
+  const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(time).count();
+  const timespec timeout{static_cast<time_t>(left / 1000000000), left % 1000000000};
+  sigtimedwait(&child.blocked(), nullptr, &timeout);
+}
 
 // Waits for the end of the process, at most for `time`. Leaves it a zombie, so that its number is
 // not reused.
-WriterEnd end_of(pid_t writer, const ChildSignal& child, std::chrono::seconds time) {
+WriterEnd end_of(pid_t writer, const SignalBlock& child, std::chrono::seconds time) {
   const auto end = std::chrono::steady_clock::now() + time;
   for (;;) {
     siginfo_t ended{};
@@ -81,8 +61,9 @@ WriterEnd end_of(pid_t writer, const ChildSignal& child, std::chrono::seconds ti
     if (result != 0) return WriterEnd::kFailed;
     const bool succeeded = ended.si_code == CLD_EXITED && ended.si_status == 0;
     if (ended.si_pid != 0) return succeeded ? WriterEnd::kSucceeded : WriterEnd::kFailed;
-    if (std::chrono::steady_clock::now() >= end) return WriterEnd::kTimeOver;
-    child.WaitUntil(end);
+    const auto left = end - std::chrono::steady_clock::now();
+    if (left <= left.zero()) return WriterEnd::kTimeOver;
+    await_child(child, left);
   }
 }
 
@@ -100,7 +81,7 @@ void end_file_writer() {
 }
 
 WriterEnd run_file_writer(const std::function<bool()>& write, const WriterLimits& limits) {
-  const ChildSignal child;
+  const SignalBlock child(SIGCHLD);           // one that arrives before the wait begins is not lost
   prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);  // to inherit the writer's orphans and wait for them
   const pid_t writer = start_writer(write, limits);
   const WriterEnd end = writer < 0 ? WriterEnd::kFailed : end_of(writer, child, limits.time);

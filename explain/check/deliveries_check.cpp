@@ -4,11 +4,11 @@
 #include <unistd.h>
 #include <utility>
 
-#include "autoresponder/message/letter_case.h"
 #include "explain/check/checks.h"
 #include "explain/check/delivery_files.h"
 #include "explain/check/files.h"
 #include "explain/check/mail_server.h"
+#include "support/base/letter_case.h"
 
 namespace {
 

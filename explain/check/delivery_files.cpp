@@ -7,10 +7,10 @@
 #include <sstream>
 #include <unistd.h>
 
-#include "autoresponder/message/letter_case.h"
 #include "explain/check/checks.h"
 #include "explain/check/files.h"
 #include "explain/check/mail_server.h"
+#include "support/base/letter_case.h"
 #include "support/base/owned.h"
 
 namespace {

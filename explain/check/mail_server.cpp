@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <pwd.h>
 
-#include "autoresponder/message/letter_case.h"
 #include "explain/check/files.h"
+#include "support/base/letter_case.h"
 
 namespace {
 

@@ -31,18 +31,24 @@ inline void forget_signal_handlers(void (*kept)(int) = SIG_IGN) {
   sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-/// Blocks all signals during its lifetime.
+/// Blocks one signal, or all, during its lifetime.
 class SignalBlock {
  public:
-  SignalBlock() {
-    sigset_t all;
-    sigfillset(&all);
-    sigprocmask(SIG_BLOCK, &all, &before_);
+  SignalBlock() { sigfillset(&blocked_), Begin(); }
+  explicit SignalBlock(int signal) {
+    sigemptyset(&blocked_);
+    sigaddset(&blocked_, signal);
+    Begin();
   }
   ~SignalBlock() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
   SignalBlock(const SignalBlock&) = delete;
   SignalBlock& operator=(const SignalBlock&) = delete;
 
+  const sigset_t& blocked() const { return blocked_; }
+
  private:
+  void Begin() { sigprocmask(SIG_BLOCK, &blocked_, &before_); }
+
+  sigset_t blocked_{};
   sigset_t before_{};
 };

@@ -16,8 +16,8 @@ inline std::string lower_case(std::string_view text) {
   return lower;
 }
 
-/// Whether `text` is `lower` in any mixture of upper and lower case. `lower`: in lower case.
-inline bool is_word(std::string_view text, std::string_view lower) {
-  return std::equal(text.begin(), text.end(), lower.begin(), lower.end(),
-                    [](char x, char y) { return lower_case(x) == y; });
+/// Whether `a` and `b` are equal without regard to the case of A-Z.
+inline bool equal_ignoring_case(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return lower_case(x) == lower_case(y); });
 }
