@@ -1,5 +1,3 @@
-#include <algorithm>
-#include <iterator>
 #include <ostream>
 #include <string>
 
@@ -11,28 +9,13 @@
 
 namespace {
 
-struct SeverityWords {
-  Severity severity;
-  Colour colour;
-  const char* code;  // for programs
-  const char* text;  // for people
-};
-
-constexpr SeverityWords kWords[] = {
-    {Severity::kError, Colour::kRed, "error", "error"},
-    {Severity::kWarning, Colour::kYellow, "warning", "warning"},
-    {Severity::kUnseen, Colour::kYellow, "unseen", "not seen"},
-    {Severity::kAdvice, Colour::kBold, "advice", "advice"},
-};
-
 constexpr const char* kSeen =
     "Looked at: configuration, program, commands, directories, database, and the mail server's "
     "control and .qmail files. Not at: what other servers send, and whether mail leaves.\n";
 
-const SeverityWords& words_for(Severity severity) {
-  return *std::find_if(
-      std::begin(kWords), std::end(kWords),
-      [severity](const SeverityWords& words) { return words.severity == severity; });
+Colour colour_of(Severity severity) {
+  if (severity == Severity::kError) return Colour::kRed;
+  return severity == Severity::kAdvice ? Colour::kBold : Colour::kYellow;
 }
 
 }  // namespace
@@ -40,8 +23,9 @@ const SeverityWords& words_for(Severity severity) {
 void write_check_text(std::ostream& out, const Findings& findings, const Switches& switches,
                       const TextStyle& style) {
   for (const Finding& finding : findings) {
-    const SeverityWords& words = words_for(finding.severity);
-    out << coloured(words.colour, words.text, style) << ": " << printable(finding.text) << '\n';
+    const char* const word = words_for(finding.severity).text;
+    out << coloured(colour_of(finding.severity), word, style) << ": " << printable(finding.text)
+        << '\n';
   }
   if (findings.empty()) out << "This server is set up right.\n";
   out << words_for(switches) << kSeen;

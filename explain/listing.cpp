@@ -1,6 +1,7 @@
 #include "explain/listing.h"
 
 #include "autoresponder/panel/frequency_limiter.h"
+#include "autoresponder/panel/mailbox.h"
 #include "autoresponder/reply/forwarding.h"
 #include "autoresponder/run/configuration.h"
 #include "explain/check/formatting.h"
@@ -67,6 +68,27 @@ void list_all(const std::string& asked, const Switches& switches, Listings& list
   }
 }
 
+void look(const std::optional<std::string>& asked, Today& today) {
+  enum { kName, kDomain, kRule, kSenders, kReplies, kRefused, kIsFull };
+  PanelDatabase database = PanelDatabase::ReadOnly();
+  std::string mailbox_id;
+  if (asked) {
+    IncomingMessage message;
+    message.SetRecipient(*asked);
+    const auto found = find_mailbox(database, message, escape_recipient(message));
+    today.has_mailbox = found.has_value();
+    if (!found) return;
+    mailbox_id = found->mailbox.id;
+  }
+  Rows rows = database.Query(replies_today_query(mailbox_id));
+  while (const Row row = rows.Next()) {
+    today.rules.push_back({text_or(row[kName], "") + std::string("@") + text_or(row[kDomain], ""),
+                           text_or(row[kRule], ""), text_or(row[kSenders], ""),
+                           text_or(row[kReplies], ""), text_or(row[kRefused], ""),
+                           text_or(row[kIsFull], "") == std::string("1")});
+  }
+}
+
 }  // namespace
 
 Listings list(const std::string& asked) {
@@ -80,4 +102,15 @@ Listings list(const std::string& asked) {
     listings.back().trouble = failure.what();
   }
   return listings;
+}
+
+Today replies_today(const std::optional<std::string>& asked) {
+  load_conf_paths();
+  Today today;
+  try {
+    look(asked, today);
+  } catch (const PanelFailure& failure) {
+    today.trouble = failure.what();
+  }
+  return today;
 }

@@ -6,7 +6,6 @@
 #include "explain/explanation.h"
 #include "explain/listing.h"
 #include "explain/text_style.h"
-#include "explain/today.h"
 
 // Each answer for people, its texts made safe for a terminal, and for programs, as one JSON object
 // in UTF-8, in which malformed bytes become U+FFFD.

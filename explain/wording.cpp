@@ -4,6 +4,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "explain/check/check.h"
 #include "explain/check/formatting.h"
 
 namespace {
@@ -97,6 +98,10 @@ constexpr Entry kEntries[] = {
     {NotRun::kTooLong, "too_long", "not started, it is too long"},
     {NotRun::kNoProgram, "no_program",
      "not started, the mail server's sendmail is missing or not executable"},
+    {Severity::kError, "error", "error"},
+    {Severity::kWarning, "warning", "warning"},
+    {Severity::kUnseen, "unseen", "not seen"},
+    {Severity::kAdvice, "advice", "advice"},
 };
 
 // For a reply whose command is not run.

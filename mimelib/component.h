@@ -31,17 +31,10 @@ class DwMessageComponent {
   DwString text_;
 };
 
-/// Free text, such as the body of a Subject field.
-class DwText : public DwMessageComponent {
- public:
-  using DwMessageComponent::DwMessageComponent;
-};
-
-/// The body of a Date field, which is not interpreted.
-class DwDateTime : public DwMessageComponent {
- public:
-  using DwMessageComponent::DwMessageComponent;
-};
+/// Free text, such as the body of a Subject field; and that of a Date field, which is not
+/// interpreted.
+using DwText = DwMessageComponent;
+using DwDateTime = DwMessageComponent;
 
 /// Owns the newest elements of a list that is parsed while it is walked, and deletes older ones: a
 /// list of millions of elements takes no more memory than one of a few.

@@ -104,8 +104,6 @@ DwEntity::DwEntity(const DwString& entity)
       headers_(std::make_unique<DwHeaders>(DwString())),
       body_(std::make_unique<DwBody>(DwString(), false, DwString())) {}
 
-DwEntity::~DwEntity() = default;
-
 void DwEntity::Parse() {
   const size_t header = header_length(text());
   const size_t body = header + line_end_length(text().substr(header));

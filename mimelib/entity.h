@@ -34,7 +34,6 @@ class DwBody : public DwMessageComponent {
 class DwEntity : public DwMessageComponent {
  public:
   explicit DwEntity(const DwString& entity);
-  ~DwEntity() override;
 
   DwHeaders& Headers() { return *headers_; }
   DwBody& Body() { return *body_; }

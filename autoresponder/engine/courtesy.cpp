@@ -4,7 +4,7 @@
 #include <iterator>
 #include <string>
 
-#include "autoresponder/panel/mailbox_names.h"
+#include "autoresponder/panel/mailbox.h"
 #include "support/base/letter_case.h"
 
 namespace {

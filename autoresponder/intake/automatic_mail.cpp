@@ -50,94 +50,70 @@ bool is_null_path(std::string_view return_path) {
   return reader.Skip('>');
 }
 
-class Gatherer {
- public:
+using Text = std::string_view;
+
+// What was read so far.
+struct Gatherer {
   void Add(const HeaderField& field);
+  void AddReturnPath(Text body);
+  void AddListField(Text name);
   CourtesyFacts Take();
+  void TakeThread();
 
- private:
-  using Text = std::string_view;
-
-  void ReturnPath(Text body) {
-    facts_.has_null_return_path = facts_.has_null_return_path || is_null_path(body);
-    if (!return_path_.empty()) return;
-    add_listed_addresses(body, 1, return_path_);
-  }
-  void AutoSubmitted(Text body) {
-    facts_.is_auto_submitted = facts_.is_auto_submitted || !is_no(body);
-  }
-  void Precedence(Text body) {
-    facts_.is_bulk = facts_.is_bulk || has_word(body, {"bulk", "list", "junk"});
-  }
-  void Suppress(Text body) {
-    facts_.suppresses_replies =
-        facts_.suppresses_replies || has_word(body, {"all", "autoreply", "oof"});
-  }
-  void SpamFlag(Text body) { facts_.is_spam = facts_.is_spam || has_word(body, {"yes"}); }
-  void SpamStatus(Text body) {
-    facts_.is_spam = facts_.is_spam || equal_ignoring_case(body.substr(0, 3), "yes");
-  }
-  void Addressees(Text body) { add_listed_addresses(body, kMaxAddressees, facts_.addressees); }
-  void MessageId(Text body) { message_id_ = message_id_.value_or(body); }
-  void References(Text body) { references_ = references_.value_or(body); }
-  void InReplyTo(Text body) { in_reply_to_ = in_reply_to_.value_or(body); }
-
-  void ListField(Text name);
-  void Thread();
-
-  struct Reader {
-    Text name;  // in lower case
-    void (Gatherer::*read)(Text body);
-  };
-  static const Reader kReaders[];
-
-  CourtesyFacts facts_;
-  size_t list_field_ = std::size(kListFields);
-  std::vector<std::string> return_path_;
-  std::optional<Text> message_id_;
-  std::optional<Text> references_;
-  std::optional<Text> in_reply_to_;
-};
-
-const Gatherer::Reader Gatherer::kReaders[] = {
-    {"return-path", &Gatherer::ReturnPath}, {"auto-submitted", &Gatherer::AutoSubmitted},
-    {"precedence", &Gatherer::Precedence},  {"x-auto-response-suppress", &Gatherer::Suppress},
-    {"x-spam-flag", &Gatherer::SpamFlag},   {"x-spam-status", &Gatherer::SpamStatus},
-    {"to", &Gatherer::Addressees},          {"cc", &Gatherer::Addressees},
-    {"bcc", &Gatherer::Addressees},         {"resent-to", &Gatherer::Addressees},
-    {"resent-cc", &Gatherer::Addressees},   {"resent-bcc", &Gatherer::Addressees},
-    {"message-id", &Gatherer::MessageId},   {"references", &Gatherer::References},
-    {"in-reply-to", &Gatherer::InReplyTo},
+  CourtesyFacts facts;
+  size_t list_field = std::size(kListFields);
+  std::vector<std::string> return_path;
+  std::optional<Text> message_id;
+  std::optional<Text> references;
+  std::optional<Text> in_reply_to;
 };
 
 void Gatherer::Add(const HeaderField& field) {
-  for (const Reader& reader : kReaders) {
-    if (equal_ignoring_case(field.name, reader.name)) (this->*reader.read)(field.body);
+  const Text body = field.body;
+  const auto is = [&field](Text name) { return equal_ignoring_case(field.name, name); };
+  if (is("return-path")) AddReturnPath(body);
+  if (is("auto-submitted")) facts.is_auto_submitted |= !is_no(body);
+  if (is("precedence")) facts.is_bulk |= has_word(body, {"bulk", "list", "junk"});
+  if (is("x-auto-response-suppress")) {
+    facts.suppresses_replies |= has_word(body, {"all", "autoreply", "oof"});
   }
-  if (equal_ignoring_case(field.name.substr(0, 5), "list-")) ListField(field.name);
+  if (is("x-spam-flag")) facts.is_spam |= has_word(body, {"yes"});
+  if (is("x-spam-status")) facts.is_spam |= equal_ignoring_case(body.substr(0, 3), "yes");
+  if (is("to") || is("cc") || is("bcc") || is("resent-to") || is("resent-cc") || is("resent-bcc")) {
+    add_listed_addresses(body, kMaxAddressees, facts.addressees);
+  }
+  if (is("message-id")) message_id = message_id.value_or(body);
+  if (is("references")) references = references.value_or(body);
+  if (is("in-reply-to")) in_reply_to = in_reply_to.value_or(body);
+  if (equal_ignoring_case(field.name.substr(0, 5), "list-")) AddListField(field.name);
 }
 
-void Gatherer::ListField(Text name) {
-  for (size_t i = 0; i < list_field_; ++i) {
-    if (equal_ignoring_case(name, lower_case(kListFields[i]))) list_field_ = i;
+void Gatherer::AddReturnPath(Text body) {
+  facts.has_null_return_path |= is_null_path(body);
+  if (return_path.empty()) add_listed_addresses(body, 1, return_path);
+}
+
+void Gatherer::AddListField(Text name) {
+  for (size_t i = 0; i < list_field; ++i) {
+    if (equal_ignoring_case(name, kListFields[i])) list_field = i;
   }
 }
 
 // RFC 5322, 3.6.4: the message's References, or its In-Reply-To if that names one message.
-void Gatherer::Thread() {
-  auto ids = message_ids(message_id_.value_or(""), 2);
-  if (!ids.empty()) facts_.message_id = std::move(ids[0]);
-  facts_.references = message_ids(references_.value_or(""), kMaxReferences);
-  if (references_ || !in_reply_to_) return;
-  ids = message_ids(*in_reply_to_, 2);
-  if (ids.size() == 1) facts_.references = std::move(ids);
+void Gatherer::TakeThread() {
+  auto ids = message_ids(message_id.value_or(""), 2);
+  if (!ids.empty()) facts.message_id = std::move(ids[0]);
+  facts.references = message_ids(references.value_or(""), kMaxReferences);
+  if (references || !in_reply_to) return;
+  ids = message_ids(*in_reply_to, 2);
+  if (ids.size() == 1) facts.references = std::move(ids);
 }
 
 CourtesyFacts Gatherer::Take() {
-  if (list_field_ < std::size(kListFields)) facts_.list_field = kListFields[list_field_];
-  if (!return_path_.empty()) facts_.return_path = std::move(return_path_[0]);
-  Thread();
-  return std::move(facts_);
+  if (list_field < std::size(kListFields)) facts.list_field = kListFields[list_field];
+  if (!return_path.empty()) facts.return_path = std::move(return_path[0]);
+  TakeThread();
+  return std::move(facts);
 }
 
 }  // namespace

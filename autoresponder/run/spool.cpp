@@ -27,9 +27,6 @@ size_t read_block(char* block) {
 
 }  // namespace
 
-SpoolFile::SpoolFile(int descriptor, std::string path)
-    : path_(std::move(path)), descriptor_(descriptor) {}
-
 void SpoolFile::Write(const char* bytes, size_t length) {
   while (!failed_ && length > 0) {
     const ssize_t written = write(descriptor_.number(), bytes, length);

@@ -10,7 +10,7 @@
 class SpoolFile {
  public:
   /// Owns `descriptor`, which is below 0 if the file could not be created.
-  SpoolFile(int descriptor, std::string path);
+  SpoolFile(int descriptor, std::string path) : path_(std::move(path)), descriptor_(descriptor) {}
 
   bool IsOpen() const { return descriptor_.IsOpen(); }
   const std::string& path() const { return path_; }

@@ -1,10 +1,9 @@
-#include "autoresponder/panel/mailbox_names.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "../../fake_database.h"
 #include "../../named_row.h"
+#include "autoresponder/panel/mailbox.h"
 
 namespace {
 

@@ -1,4 +1,7 @@
 #include <cerrno>
+#include <grp.h>
+#include <set>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include "autoresponder/reply/shell.h"
@@ -7,6 +10,53 @@
 #include "support/libidn.h"
 
 namespace {
+
+using State = struct stat;
+using Mount = unsigned long;  // flags of a file system
+
+// What can be wrong with an installed program. {0}: the program; {1}: its user; {2}: its group;
+// {3}: its mode.
+struct Fault {
+  const char* code;
+  bool (*applies)(const State& state, Mount mount);
+  const char* text;
+};
+
+constexpr Fault kFaults[] = {
+    {"program_owner", [](const State& state, Mount) { return state.st_uid != 0; },
+     "{0} belongs to user {1} and not to root: chown root {0} && chmod 4750 {0}"},
+    {"program_not_setuid", [](const State& state, Mount) { return (state.st_mode & S_ISUID) == 0; },
+     "{0} is not setuid ({3}): deliveries cannot read the password. chmod 4750 {0}"},
+    {"program_open", [](const State& state, Mount) { return (state.st_mode & S_IXOTH) != 0; },
+     "{0} may be started by everybody ({3}), who can then send mail in any mailbox's name: chmod "
+     "4750 {0}"},
+    {"program_writable",
+     [](const State& state, Mount) { return (state.st_mode & (S_IWGRP | S_IWOTH)) != 0; },
+     "{0} may be written by others than root ({3}): chmod 4750 {0}"},
+    {"program_closed",
+     [](const State& state, Mount) {
+       const bool is_closed = state.st_gid == 0 || (state.st_mode & S_IXGRP) == 0;
+       return is_closed && (state.st_mode & S_IXOTH) == 0;
+     },
+     "{0} can be started by root only (group {2}, {3}). Give it to the deliveries' primary group: "
+     "dpkg-statoverride --update --add root GROUP 4750 {0}"},
+    {"program_nosuid", [](const State&, Mount mount) { return (mount & ST_NOSUID) != 0; },
+     "{0} is on a file system that is mounted nosuid: it does not get root's rights there. Mount "
+     "it without nosuid."},
+    {"program_noexec", [](const State&, Mount mount) { return (mount & ST_NOEXEC) != 0; },
+     "{0} is on a file system that is mounted noexec: nobody can start it. Mount it without "
+     "noexec."},
+};
+
+void check_file(const std::string& path, const State& state, Inspection& inspection) {
+  struct statvfs mount {};
+  statvfs(path.c_str(), &mount);
+  for (const Fault& fault : kFaults) {
+    if (!fault.applies(state, mount.f_flag)) continue;
+    inspection.Add(Severity::kError, fault.code, fault.text, path, state.st_uid, state.st_gid,
+                   mode_of(state));
+  }
+}
 
 // Where a run that is started setuid looks for commands.
 constexpr const char* kDirectories[] = {"/usr/bin", "/bin", "/usr/sbin", "/sbin"};
@@ -72,6 +122,28 @@ void check_libidn(Inspection& inspection) {
 }
 
 }  // namespace
+
+std::vector<std::string> installed_programs(const Inspection& inspection) {
+  std::set<std::string> places = {INSTALL_ROOT "/sbin/autoresponder"};
+  std::string root = inspection.product_root;
+  while (!root.empty() && root.back() == '/') root.pop_back();
+  if (!root.empty()) places.insert(root + "/sbin/autoresponder");
+  return {places.begin(), places.end()};
+}
+
+void check_program(Inspection& inspection) {
+  bool is_found = false;
+  std::string places;
+  for (const std::string& path : installed_programs(inspection)) {
+    places += (places.empty() ? "" : " or ") + path;
+    const auto state = state_of(path);
+    const bool is_hidden = !state && is_hidden_from_us(errno);
+    if (is_hidden) inspection.Unseen(path, words_of(errno));
+    if (state) check_file(path, *state, inspection);
+    is_found = is_found || is_hidden || state;
+  }
+  if (!is_found) inspection.Error("program_missing", "There is no {}: install it.", places);
+}
 
 void check_commands(Inspection& inspection) {
   if (!inspection.qmail_root.empty()) {
