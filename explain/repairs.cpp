@@ -22,103 +22,76 @@ bool has_newline(std::string_view value) {
 }
 
 // For one rule and each repair: would the repair change something, if it were on?
-class Changes {
- public:
-  Changes(const Explanation& explanation, const RuleExplanation& facts)
-      : message_(explanation.message),
-        mailbox_(explanation.panel.mailbox->mailbox),
-        rule_(facts.rule),
-        commands_(facts.commands),
-        facts_(facts.answer) {}
+struct Changes {
+  const IncomingMessage& message;
+  const MailboxRef& mailbox;
+  const RuleExplanation& rule;
+  const AnswerFacts& facts;
 
-  bool Quotes() const { return std::any_of(commands_.begin(), commands_.end(), is_refused); }
+  bool Quotes() const {
+    return std::any_of(rule.commands.begin(), rule.commands.end(), is_refused);
+  }
 
   bool Forwarding() const {
-    if (!facts_.forwarding) return false;
-    const std::string& addresses = *facts_.forwarding;
+    if (!facts.forwarding) return false;
+    const std::string& addresses = *facts.forwarding;
     const bool has_syntax = !std::all_of(addresses.begin(), addresses.end(), is_plain_for_shell);
     return has_syntax || addresses_of(addresses).empty();
   }
 
   bool Newlines() const {
-    const auto& found = facts_.attachments.found;
-    const bool is_in_name =
-        std::any_of(found.begin(), found.end(),
-                    [](const Attachment& attachment) { return has_newline(attachment.name); });
-    const auto& notice = facts_.notification;
+    const auto& notice = facts.notification;
     const bool is_in_notice =
         notice && (has_newline(notice->sender) || has_newline(notice->owner_email));
-    const bool is_in_forwarding = facts_.forwarding && has_newline(*facts_.forwarding);
-    const bool is_in_sender = IsReplyBuilt() && has_newline(message_.sender);
-    return is_in_name || is_in_notice || is_in_forwarding || is_in_sender ||
-           has_newline(message_.recipient);
+    const bool is_in_forwarding = facts.forwarding && has_newline(*facts.forwarding);
+    const bool is_in_sender = IsReplyBuilt() && has_newline(message.sender);
+    return AnyName([](const std::string& name) { return has_newline(name); }) || is_in_notice ||
+           is_in_forwarding || is_in_sender || has_newline(message.recipient);
   }
 
   bool Options() const {
-    if (IsReplyBuilt() && is_option(message_.sender)) return true;
-    if (facts_.notification && is_option(facts_.notification->owner_email)) return true;
-    if (!facts_.forwarding) return false;
-    const auto addresses = addresses_of(*facts_.forwarding);
+    if (IsReplyBuilt() && is_option(message.sender)) return true;
+    if (facts.notification && is_option(facts.notification->owner_email)) return true;
+    const std::string forwarding = facts.forwarding.value_or("");
+    const auto addresses = addresses_of(forwarding);
     return std::any_of(addresses.begin(), addresses.end(), is_option);
   }
 
   bool Store() const {
-    const auto& found = facts_.attachments.found;
-    return std::any_of(found.begin(), found.end(), [this](const Attachment& attachment) {
-      return open_in_store(attachment.name, mailbox_) == nullptr;
-    });
+    return AnyName([this](const std::string& name) { return !open_in_store(name, mailbox); });
   }
 
   bool Lines() const {
-    if (!IsReplyBuilt()) return false;
-    const char* const texts[] = {rule_.reply_to, rule_.content_type, rule_.charset};
-    return std::any_of(std::begin(texts), std::end(texts),
-                       [](const char* text) { return in_one_line(text) != text; });
+    const auto changes = [](const char* text) { return in_one_line(text) != text; };
+    const ResponderRule& texts = rule.rule;
+    return IsReplyBuilt() &&
+           (changes(texts.reply_to) || changes(texts.content_type) || changes(texts.charset));
   }
 
-  bool NotificationField() const { return facts_.notification && *rule_.reply_to != '\0'; }
+  bool NotificationField() const { return facts.notification && *rule.rule.reply_to != '\0'; }
 
   bool FileNames() const {
-    const auto& found = facts_.attachments.found;
-    return std::any_of(found.begin(), found.end(), [](const Attachment& attachment) {
-      const std::string& name = attachment.name;
+    return AnyName([](const std::string& name) {
       return file_name_parameter(name) != "\"" + header_encode(name) + "\"";
     });
   }
 
   bool LocalParts() const {
-    return IsReplyBuilt() && without_quotes(message_.sender) != message_.sender;
+    return IsReplyBuilt() && without_quotes(message.sender) != message.sender;
   }
 
-  bool ReplyTo() const { return IsReplyBuilt() && !can_be_parsed(rule_.reply_to); }
+  bool ReplyTo() const { return IsReplyBuilt() && !can_be_parsed(rule.rule.reply_to); }
 
- private:
   // False if courtesy forbids the reply.
-  bool IsReplyBuilt() const { return facts_.objection.empty(); }
+  bool IsReplyBuilt() const { return facts.objection.empty(); }
 
-  const IncomingMessage& message_;
-  const MailboxRef& mailbox_;
-  const ResponderRule& rule_;
-  const std::vector<CommandFacts>& commands_;
-  const AnswerFacts& facts_;
-};
-
-struct Question {
-  const char* code;
-  bool (Changes::*applies)() const;
-};
-
-constexpr Question kQuestions[] = {
-    {"quotes", &Changes::Quotes},
-    {"forwarding", &Changes::Forwarding},
-    {"newlines", &Changes::Newlines},
-    {"options", &Changes::Options},
-    {"store", &Changes::Store},
-    {"lines", &Changes::Lines},
-    {"notification", &Changes::NotificationField},
-    {"file_names", &Changes::FileNames},
-    {"local_parts", &Changes::LocalParts},
-    {"reply_to", &Changes::ReplyTo},
+  // Whether the name of an attachment that was found meets the condition.
+  template <class Condition>
+  bool AnyName(const Condition& condition) const {
+    const auto& found = facts.attachments.found;
+    return std::any_of(found.begin(), found.end(),
+                       [&condition](const Attachment& file) { return condition(file.name); });
+  }
 };
 
 }  // namespace
@@ -138,9 +111,17 @@ std::vector<const Repair*> repairs_with_effect(const Explanation& explanation,
   const auto& limiter = facts.answer.limiter;
   if (facts.is_sender_too_long || (limiter && limiter->is_too_long)) add("limiter");
   if (!limiter || !allows_reply(*limiter)) return repairs;
-  const Changes changes(explanation, facts);
-  for (const Question& question : kQuestions) {
-    if ((changes.*question.applies)()) add(question.code);
-  }
+  const Changes changes{explanation.message, explanation.panel.mailbox->mailbox, facts,
+                        facts.answer};
+  if (changes.Quotes()) add("quotes");
+  if (changes.Forwarding()) add("forwarding");
+  if (changes.Newlines()) add("newlines");
+  if (changes.Options()) add("options");
+  if (changes.Store()) add("store");
+  if (changes.Lines()) add("lines");
+  if (changes.NotificationField()) add("notification");
+  if (changes.FileNames()) add("file_names");
+  if (changes.LocalParts()) add("local_parts");
+  if (changes.ReplyTo()) add("reply_to");
   return repairs;
 }

@@ -11,6 +11,7 @@ struct Column {
   const char* name;
   std::string (*problem)(const Column& use, const ColumnDefinition& column) = nullptr;
   const char* words = "";  // for problem_of_word: those that a run knows, each in quotes
+  long min_size = 0;       // for problem_of_text, in characters
 };
 
 // What is wrong with the type of a column; empty if nothing is. A number that owners choose or that
@@ -21,14 +22,14 @@ std::string problem_of_number(const Column& /*use*/, const ColumnDefinition& col
 }
 
 // A text of any characters.
-std::string problem_of_size(const ColumnDefinition& column, long least) {
+std::string problem_of_text(const Column& use, const ColumnDefinition& column) {
   const bool is_any_size =
       column.Is({"text", "mediumtext", "longtext", "blob", "mediumblob", "longblob"});
   const bool is_small = column.Is({"tinytext", "tinyblob"});
   const bool is_sized = column.Is({"char", "varchar", "binary", "varbinary"});
   if (!is_any_size && !is_small && !is_sized) return formatted("is of type {}", column.type);
   const long size = is_small ? 255 : column.size;
-  if (!is_any_size && size < least) {
+  if (!is_any_size && size < use.min_size) {
     return formatted("holds no more than {} characters", size);
   }
   const bool has_charset = column.type.find('b') == std::string::npos;  // no blob, not binary
@@ -37,19 +38,6 @@ std::string problem_of_size(const ColumnDefinition& column, long least) {
   return has_charset && !is_complete
              ? formatted("has the character set {}, which lacks most characters", column.charset)
              : "";
-}
-
-std::string problem_of_text(const Column& /*use*/, const ColumnDefinition& column) {
-  return problem_of_size(column, 0);
-}
-
-std::string problem_of_long_text(const Column& /*use*/, const ColumnDefinition& column) {
-  return problem_of_size(column, 256);
-}
-
-// Nothing may be cut off an address: it is compared later.
-std::string problem_of_address(const Column& /*use*/, const ColumnDefinition& column) {
-  return problem_of_size(column, 254);
 }
 
 std::string problem_of_word(const Column& use, const ColumnDefinition& column) {
@@ -84,7 +72,7 @@ constexpr Column kColumns[] = {
     {"mail_resp", "mn_id", problem_of_number},
     {"mail_resp", "keystr", problem_of_text},
     {"mail_resp", "key_where", problem_of_word, "'subj' 'body'"},
-    {"mail_resp", "text", problem_of_long_text},
+    {"mail_resp", "text", problem_of_text, "", 256},
     {"mail_resp", "resp_on", problem_of_word, "'true' 'false'"},
     {"mail_resp", "ans_freq", problem_of_number},
     {"mail_resp", "mem_limit", problem_of_number},
@@ -93,7 +81,7 @@ constexpr Column kColumns[] = {
     {"mail_resp", "charset"},
     {"mail_resp", "content_type"},
     {"resp_freq", "rn_id", problem_of_number},
-    {"resp_freq", "email", problem_of_address},
+    {"resp_freq", "email", problem_of_text, "", 254},  // nothing may be cut off: it is compared
     {"resp_freq", "num", problem_of_number},
     {"resp_freq", "time_resp"},
     {"resp_forward", "rn_id", problem_of_number},
