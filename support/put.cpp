@@ -16,6 +16,15 @@ int write(MYSQL* connection, const Statement& statement, const Complaint& compla
   return send_statement(connection, statement, complaint) ? 0 : -1;
 }
 
+// The format takes the id, the name and, unless it is null, the escaped value.
+int write_value(MYSQL* given, const Complaint& complaint, const char* format, const char* id,
+                const char* name, const char* value) {
+  const LookupSession session(given, kConnectTextA);
+  if (!session) return -1;
+  const OwnedText escaped(sql_escape(session.handle(), value));
+  return write(session.handle(), Statement(format, id, name, escaped.get()), complaint);
+}
+
 int refuse_null(const Complaint& complaint) {
   complain(complaint, "there is no value");
   return -1;
@@ -47,25 +56,18 @@ int put_dom_param(const char* domain_id, const char* name, const char* value,
   CHECK_KEYS(domain_id, name);
   const Complaint complaint{"Unable to put parameter %s into dom_param: %s", name};
   if (value == nullptr) return refuse_null(complaint);
-  const LookupSession session(connection, kConnectTextA);
-  if (!session) return -1;
-  const OwnedText escaped(sql_escape(session.handle(), value));
-  const Statement statement("replace into dom_param (dom_id, param, val) values('%s', '%s', '%s')",
-                            domain_id, name, escaped.get());
-  return write(session.handle(), statement, complaint);
+  return write_value(connection, complaint,
+                     "replace into dom_param (dom_id, param, val) values('%s', '%s', '%s')",
+                     domain_id, name, value);
 }
 
 int put_parameter(const char* id, const char* name, const char* value, st_mysql* connection) {
   CHECK_KEYS(id, name);
   const Complaint complaint{"Unable to put parameter %s into Parameters: %s", name};
   if (value == nullptr) return refuse_null(complaint);
-  const LookupSession session(connection, kConnectTextA);
-  if (!session) return -1;
-  const OwnedText escaped(sql_escape(session.handle(), value));
-  const Statement statement(
-      "replace into Parameters (id, parameter, value) values('%s', '%s', '%s')", id, name,
-      escaped.get());
-  return write(session.handle(), statement, complaint);
+  return write_value(connection, complaint,
+                     "replace into Parameters (id, parameter, value) values('%s', '%s', '%s')", id,
+                     name, value);
 }
 
 int del_misc_param(const char* name, st_mysql* connection) {
@@ -78,25 +80,16 @@ int del_misc_param(const char* name, st_mysql* connection) {
 
 int del_dom_param(const char* domain_id, const char* name, st_mysql* connection) {
   CHECK_KEYS(domain_id, name);
-  const LookupSession session(connection, kConnectTextA);
-  if (!session) return -1;
-  const Statement statement("delete from dom_param where dom_id='%s' and param='%s'", domain_id,
-                            name);
-  return write(session.handle(), statement,
-               {"Unable to delete parameter %s from dom_param: %s", name});
+  return write_value(connection, {"Unable to delete parameter %s from dom_param: %s", name},
+                     "delete from dom_param where dom_id='%s' and param='%s'", domain_id, name,
+                     nullptr);
 }
 
 int del_parameter(const char* id, const char* name, const char* value, st_mysql* connection) {
   CHECK_KEYS(id, name);
-  const LookupSession session(connection, kConnectTextA);
-  if (!session) return -1;
-  const Complaint complaint{"Unable to delete parameter %s from Parameters: %s", name};
-  if (value == nullptr) {
-    const Statement any("delete from Parameters where id='%s' and parameter='%s'", id, name);
-    return write(session.handle(), any, complaint);
-  }
-  const OwnedText escaped(sql_escape(session.handle(), value));
-  const Statement equal("delete from Parameters where id='%s' and parameter='%s' and value='%s'",
-                        id, name, escaped.get());
-  return write(session.handle(), equal, complaint);
+  const char* const format =
+      value == nullptr ? "delete from Parameters where id='%s' and parameter='%s'"
+                       : "delete from Parameters where id='%s' and parameter='%s' and value='%s'";
+  return write_value(connection, {"Unable to delete parameter %s from Parameters: %s", name},
+                     format, id, name, value);
 }

@@ -36,18 +36,11 @@ class Memory {
         joined({"delete from resp_freq where rn_id=", rule.id, " and ", kOfEarlierDay}));
   }
 
-  int Senders() const {
-    Rows rows = Select("COUNT(*)");
-    const Row row = rows.Next();
-    return row != nullptr ? atoi(text_or(*row, "0")) : 0;
-  }
+  int Senders() const { return atoi(first_column(Select("COUNT(*)"), "0").value_or("0").c_str()); }
 
   // The column `num` of the sender's first row, "0" for NULL; nothing without a row.
   std::optional<std::string> RepliesToday() const {
-    Rows rows = Select("num", "email", sender_.view());
-    const Row row = rows.Next();
-    if (row == nullptr) return std::nullopt;
-    return text_or(*row, "0");
+    return first_column(Select("num", joined({" and email='", sender_.view(), "'"})), "0");
   }
 
   void CountUp(const std::string& num) const {
@@ -61,12 +54,13 @@ class Memory {
   // And the statement for the time "0" where there are no rows, which MySQL refuses; the repair of
   // evictions sends none.
   std::vector<std::string> EvictOldest() const {
-    const std::string oldest = OldestTime();
+    const std::string oldest = first_column(Select("MIN(time_resp)"), kNoTime).value_or("");
     if (oldest == kNoTime && skips_empty_) return {};
-    Write(joined({"delete from resp_freq", of_rule_, " and time_resp='", oldest, "'"}));
+    const std::string of_that_time = joined({" and time_resp='", oldest, "'"});
+    Write(joined({"delete from resp_freq", of_rule_, of_that_time}));
     std::vector<std::string> senders;
     if (counts_) return senders;
-    Rows rows = Select("email", "time_resp", oldest);
+    Rows rows = Select("email", of_that_time);
     while (const Row row = rows.Next()) senders.emplace_back(text_or(*row, ""));
     return senders;
   }
@@ -81,39 +75,23 @@ class Memory {
   // A strict server refuses a sender that is longer than the column.
   void FailAsTheInsertWould() const {
     const std::string max_size = std::to_string(max_sender_length(database_));
-    Rows rows =
-        database_.Query(joined({"select @@sql_mode like '%STRICT%' and char_length(convert('",
-                                sender_.view(), "' using utf8mb4))>", max_size}));
-    const Row row = rows.Next();
-    const bool fails = row != nullptr && atoi(text_or(*row, "0")) != 0;
+    const std::string query = joined({"select @@sql_mode like '%STRICT%' and char_length(convert('",
+                                      sender_.view(), "' using utf8mb4))>", max_size});
+    const bool fails = first_column(database_.Query(query), "0").value_or("0") != "0";
     if (fails) database_.Refuse("Data too long for column 'email'", kDataTooLong);
-  }
-
-  Rows Select(const char* what) const {
-    return Ask(joined({"select ", what, " from resp_freq", of_rule_, OfWhichDays()}));
-  }
-
-  Rows Select(const char* what, const char* column, std::string_view value) const {
-    return Ask(joined({"select ", what, " from resp_freq", of_rule_, " and ", column, "='", value,
-                       "'", OfWhichDays()}));
   }
 
   // Kept: without the repair `turns` an error while rows are received counts as a result without
   // rows.
-  Rows Ask(const std::string& query) const {
+  Rows Select(const char* what, const std::string& condition = "") const {
+    const char* const of_days = counts_ ? "" : kOfToday;
+    const std::string query =
+        joined({"select ", what, " from resp_freq", of_rule_, condition, of_days});
     return is_in_turn_ ? database_.QueryWhole(query) : database_.Query(query);
   }
 
-  const char* OfWhichDays() const { return counts_ ? "" : kOfToday; }
-
   void Write(const std::string& statement) const {
     if (counts_) database_.Execute(statement);
-  }
-
-  std::string OldestTime() const {
-    Rows rows = Select("MIN(time_resp)");
-    const Row row = rows.Next();
-    return row != nullptr ? text_or(*row, kNoTime) : "";
   }
 
   static constexpr const char* kNoTime = "0";
@@ -126,43 +104,6 @@ class Memory {
   bool is_in_turn_;
   bool skips_empty_;
 };
-
-}  // namespace
-
-std::string answered_today_query(const std::string& rule_id) {
-  return joined({"select email, num, time_resp from resp_freq where rn_id=", rule_id, kOfToday,
-                 " order by time_resp, email"});
-}
-
-std::string replies_today_query(const std::string& mailbox_id) {
-  constexpr const char* kSelect =
-      "select m.mail_name, d.name, r.id, count(f.rn_id), coalesce(sum(f.num), 0), "
-      "coalesce(sum(f.num>=coalesce(r.ans_freq, 10)), 0), "
-      "count(f.rn_id)>=coalesce(r.mem_limit, 1000) from mail_resp r "
-      "join mail m on m.id=r.mn_id join domains d on d.id=m.dom_id "
-      "left join resp_freq f on f.rn_id=r.id";
-  constexpr const char* kOrder =
-      " group by d.name, m.mail_name, r.id, r.ans_freq, r.mem_limit "
-      "order by d.name, m.mail_name, r.id";
-  if (mailbox_id.empty()) return joined({kSelect, kOfToday, " where f.rn_id is not null", kOrder});
-  return joined({kSelect, kOfToday, " where m.id=", mailbox_id,
-                 " and (r.resp_on<>'false' or f.rn_id is not null)", kOrder});
-}
-
-bool never_replies(const char* ans_freq) {
-  return atoi(ans_freq) <= 0;
-}
-
-LimiterStep limiter_step(const std::optional<std::string>& replies_today, int senders,
-                         const char* ans_freq, const char* mem_limit) {
-  if (replies_today) {
-    const bool is_enough = atoi(replies_today->c_str()) >= atoi(ans_freq);
-    return is_enough ? LimiterStep::kRefuse : LimiterStep::kCountUp;
-  }
-  return senders >= atoi(mem_limit) ? LimiterStep::kEvictAndRemember : LimiterStep::kRemember;
-}
-
-namespace {
 
 // Carries out `facts.step`.
 void write(const Memory& memory, LimiterFacts& facts) {
@@ -245,6 +186,39 @@ LimiterFacts decide_alone(PanelDatabase& database, const IncomingMessage& messag
 }
 
 }  // namespace
+
+std::string answered_today_query(const std::string& rule_id) {
+  return joined({"select email, num, time_resp from resp_freq where rn_id=", rule_id, kOfToday,
+                 " order by time_resp, email"});
+}
+
+std::string replies_today_query(const std::string& mailbox_id) {
+  constexpr const char* kSelect =
+      "select m.mail_name, d.name, r.id, count(f.rn_id), coalesce(sum(f.num), 0), "
+      "coalesce(sum(f.num>=coalesce(r.ans_freq, 10)), 0), "
+      "count(f.rn_id)>=coalesce(r.mem_limit, 1000) from mail_resp r "
+      "join mail m on m.id=r.mn_id join domains d on d.id=m.dom_id "
+      "left join resp_freq f on f.rn_id=r.id";
+  constexpr const char* kOrder =
+      " group by d.name, m.mail_name, r.id, r.ans_freq, r.mem_limit "
+      "order by d.name, m.mail_name, r.id";
+  if (mailbox_id.empty()) return joined({kSelect, kOfToday, " where f.rn_id is not null", kOrder});
+  return joined({kSelect, kOfToday, " where m.id=", mailbox_id,
+                 " and (r.resp_on<>'false' or f.rn_id is not null)", kOrder});
+}
+
+bool never_replies(const char* ans_freq) {
+  return atoi(ans_freq) <= 0;
+}
+
+LimiterStep limiter_step(const std::optional<std::string>& replies_today, int senders,
+                         const char* ans_freq, const char* mem_limit) {
+  if (replies_today) {
+    const bool is_enough = atoi(replies_today->c_str()) >= atoi(ans_freq);
+    return is_enough ? LimiterStep::kRefuse : LimiterStep::kCountUp;
+  }
+  return senders >= atoi(mem_limit) ? LimiterStep::kEvictAndRemember : LimiterStep::kRemember;
+}
 
 LimiterFacts check_reply_frequency(PanelDatabase& database, const IncomingMessage& message,
                                    const ResponderRule& rule, LimiterMode mode,

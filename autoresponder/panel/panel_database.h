@@ -62,6 +62,12 @@ class Rows {
   OwnedResult result_;
 };
 
+/// The first column of the first row, `if_null` if that is NULL; nothing without a row.
+inline std::optional<std::string> first_column(Rows rows, const char* if_null) {
+  const Row row = rows.Next();
+  return row != nullptr ? std::make_optional<std::string>(text_or(*row, if_null)) : std::nullopt;
+}
+
 /// The connection to the panel's database. A run has only one.
 class PanelDatabase {
  public:

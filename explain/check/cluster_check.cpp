@@ -7,8 +7,7 @@ namespace {
 // variable that the server does not have.
 std::string value_of(const char* query, PanelDatabase& database) {
   auto rows = database.TryQuery(query);
-  const Row row = rows ? rows->Next() : nullptr;
-  return row != nullptr ? text_or(*row, "") : "";
+  return rows ? first_column(*std::move(rows), "").value_or("") : "";
 }
 
 // Without a replication library (wsrep_provider) a server works alone, even with wsrep_on.
@@ -117,10 +116,9 @@ void warn_of_turns(const std::string& what, const char* remedy, Inspection& insp
 // creator. So if we may not read the table, the trigger can still work.
 void check_turn_rows(Inspection& inspection) {
   try {
-    Rows rows =
-        inspection.database->Query("select 64-count(*) from resp_freq_turn where slot<64", "");
-    const Row row = rows.Next();
-    const std::string missing = row != nullptr ? text_or(*row, "0") : "0";
+    constexpr const char* kMissing = "select 64-count(*) from resp_freq_turn where slot<64";
+    const std::string missing =
+        first_column(inspection.database->Query(kMissing, ""), "0").value_or("0");
     if (missing == "0") return;
     warn_of_turns("resp_freq_turn lacks " + missing + " of its slots 0 to 63",
                   "Insert them as schema/cluster.sql does.", inspection);

@@ -85,9 +85,8 @@ bool can_connect(Inspection& inspection) {
 
 // The limiter writes.
 void check_writable(Inspection& inspection) {
-  Rows rows = inspection.database->Query("select @@global.read_only");
-  const Row row = rows.Next();
-  if (row == nullptr || atoi(text_or(row[0], "0")) == 0) return;
+  const auto value = first_column(inspection.database->Query("select @@global.read_only"), "0");
+  if (atoi(value.value_or("0").c_str()) == 0) return;
   inspection.Error("server_read_only",
                    "The server is read-only: unless admin may write nonetheless, no rule replies. "
                    "set global read_only=0, or connect to another server");

@@ -25,9 +25,7 @@ bool is_known(const std::string& name) {
 }
 
 bool is_strict(PanelDatabase& database) {
-  Rows rows = database.Query("select @@sql_mode like '%STRICT%'");
-  const Row row = rows.Next();
-  return row != nullptr && strcmp(text_or(*row, "0"), "0") != 0;
+  return first_column(database.Query("select @@sql_mode like '%STRICT%'"), "0") == "1";
 }
 
 // A strict server refuses the limiter's rows if another column needs a value.
