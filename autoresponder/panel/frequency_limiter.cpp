@@ -40,7 +40,7 @@ class Memory {
 
   // The column `num` of the sender's first row, "0" for NULL; nothing without a row.
   std::optional<std::string> RepliesToday() const {
-    return first_column(Select("num", joined({" and email='", sender_.view(), "'"})), "0");
+    return first_column(Select("num", " and email='", sender_.view(), "'"), "0");
   }
 
   void CountUp(const std::string& num) const {
@@ -56,11 +56,10 @@ class Memory {
   std::vector<std::string> EvictOldest() const {
     const std::string oldest = first_column(Select("MIN(time_resp)"), kNoTime).value_or("");
     if (oldest == kNoTime && skips_empty_) return {};
-    const std::string of_that_time = joined({" and time_resp='", oldest, "'"});
-    Write(joined({"delete from resp_freq", of_rule_, of_that_time}));
+    Write(joined({"delete from resp_freq", of_rule_, " and time_resp='", oldest, "'"}));
     std::vector<std::string> senders;
     if (counts_) return senders;
-    Rows rows = Select("email", of_that_time);
+    Rows rows = Select("email", " and time_resp='", oldest, "'");
     while (const Row row = rows.Next()) senders.emplace_back(text_or(*row, ""));
     return senders;
   }
@@ -83,10 +82,11 @@ class Memory {
 
   // Kept: without the repair `turns` an error while rows are received counts as a result without
   // rows.
-  Rows Select(const char* what, const std::string& condition = "") const {
+  Rows Select(const char* what, const char* before = "", std::string_view value = "",
+              const char* after = "") const {
     const char* const of_days = counts_ ? "" : kOfToday;
     const std::string query =
-        joined({"select ", what, " from resp_freq", of_rule_, condition, of_days});
+        joined({"select ", what, " from resp_freq", of_rule_, before, value, after, of_days});
     return is_in_turn_ ? database_.QueryWhole(query) : database_.Query(query);
   }
 
