@@ -1,5 +1,4 @@
 #include <ostream>
-#include <string>
 
 #include "explain/check/check.h"
 #include "explain/json_text.h"

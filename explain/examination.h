@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 #include "explain/explanation.h"
 #include "explain/options.h"
 

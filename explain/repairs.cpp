@@ -7,7 +7,6 @@
 #include "autoresponder/reply/forwarding.h"
 #include "autoresponder/reply/plain_command.h"
 #include "autoresponder/reply/shell.h"
-#include "mime/file_name.h"
 #include "mime/header_encode.h"
 #include "support/base/text.h"
 

@@ -19,3 +19,9 @@ bool needs_q_encoding(char byte);
 
 /// The "Q" encoding of `text` (RFC 2047, 4.2), without the "=?utf-8?Q?" and "?=" around it.
 std::string q_encode(std::string_view text);
+
+/// A file's name as the value of the parameter `filename` of Content-Disposition (RFC 2183, 2.3),
+/// in quotes. A name (any bytes) beyond ASCII, or like an encoded word, is an encoded word there,
+/// which older mail programs know, and if it is UTF-8 the parameter `filename*` follows (RFC 2231,
+/// 4), on a line of its own.
+std::string file_name_parameter(std::string_view name);

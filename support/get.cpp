@@ -25,7 +25,7 @@ bool begins_with_true(const char* value) {
 
 // 1 if the query has a row, 0 if it has none, -1 after a complaint.
 int has_rows(MYSQL* connection, const Statement& statement, const Complaint& complaint) {
-  if (!send_statement(connection, statement, complaint)) return -1;
+  if (!send_statement(connection, statement.text(), complaint)) return -1;
   const OwnedResult rows(mysql_store_result(connection));
   return next_row(rows) != nullptr ? 1 : 0;
 }
@@ -79,7 +79,7 @@ int get_domain_status(const char* domain_id, unsigned* status, st_mysql* connect
   CHECK_KEYS(domain_id);
   const Statement statement("select status from domains where id=\"%s\"", domain_id);
   const Complaint complaint{"Unable to get status for domain with id=\"%s\": %s", domain_id};
-  if (!send_statement(connection, statement, complaint)) return -1;
+  if (!send_statement(connection, statement.text(), complaint)) return -1;
   OwnedResult rows;
   const char* const value = first_value(connection, rows);
   if (value == nullptr) {
@@ -185,7 +185,7 @@ const char* get_client_email(const char* domain_id, st_mysql* connection) {
       "d.id='%s'",
       domain_id);
   const Complaint complaint{"Unable to define clients email: %s\n"};
-  if (!send_statement(session.handle(), statement, complaint)) return nullptr;
+  if (!send_statement(session.handle(), statement.text(), complaint)) return nullptr;
   OwnedResult rows;
   const char* const email = first_value(session.handle(), rows);
   snprintf(result, sizeof result, "%s", email != nullptr ? email : "");
@@ -202,7 +202,8 @@ int get_client_id(const char* domain_id, st_mysql* connection) {
       "select c.id from domains d, clients c \t\t\t\t\t\t\t\t\twhere d.cl_id=c.id and "
       "d.id='%s'",
       domain_id);
-  if (!send_statement(connection, statement, {"Unable to define client's ID: %s\n"})) return 0;
+  if (!send_statement(connection, statement.text(), {"Unable to define client's ID: %s\n"}))
+    return 0;
   OwnedResult rows;
   const char* const value = first_value(connection, rows);
   int id = 0;
@@ -220,7 +221,7 @@ const char* get_dom_id(const char* domain_name, st_mysql* connection, bool quiet
   if (!session) return nullptr;
   const Statement statement("select id from domains where name='%s'", ascii.get());
   const Complaint complaint{"Unable to query domain ID: %s\n", {}, 1};
-  if (!send_statement(session.handle(), statement, complaint)) return nullptr;
+  if (!send_statement(session.handle(), statement.text(), complaint)) return nullptr;
   OwnedResult rows;
   const char* const id = first_value(session.handle(), rows);
   if (id == nullptr) {
@@ -244,7 +245,7 @@ const char* get_domain_name(const char* domain_name) {
   const LookupSession session(nullptr, kConnectTextB, 1);
   const Statement statement("select name from domains where name='%s'", domain_name);
   const Complaint complaint{"Unable to query domain name: %s\n", {}, 1};
-  if (!send_statement(session.handle(), statement, complaint)) return nullptr;
+  if (!send_statement(session.handle(), statement.text(), complaint)) return nullptr;
   OwnedResult rows;
   const char* const name = first_value(session.handle(), rows);
   if (name == nullptr) return nullptr;

@@ -43,11 +43,7 @@ void complain(const Complaint& complaint, const char* reason) {
   }
 }
 
-bool send_statement(MYSQL* connection, const Statement& statement, const Complaint& complaint) {
-  return send_text(connection, statement.text(), complaint);
-}
-
-bool send_text(MYSQL* connection, const char* statement, const Complaint& complaint) {
+bool send_statement(MYSQL* connection, const char* statement, const Complaint& complaint) {
   if (mysql_real_query(connection, statement, strlen(statement)) == 0) return true;
   complain(complaint, mysql_error(connection));
   return false;
@@ -62,7 +58,7 @@ const char* first_value(MYSQL* connection, OwnedResult& result) {
 const char* read_value(char* result, const Statement& statement, MYSQL* given,
                        const char* connect_text, const Complaint& complaint) {
   const LookupSession session(given, connect_text);
-  if (!session || !send_statement(session.handle(), statement, complaint)) return nullptr;
+  if (!session || !send_statement(session.handle(), statement.text(), complaint)) return nullptr;
   OwnedResult rows;
   const char* const value = first_value(session.handle(), rows);
   snprintf(result, kResultSize, "%s", value != nullptr ? value : "");

@@ -68,11 +68,8 @@ class LookupSession {
   MYSQL* handle_;
 };
 
-/// Sends a statement; false, after the complaint, if it fails.
-bool send_statement(MYSQL* connection, const Statement& statement, const Complaint& complaint);
-
-/// Sends a NUL-terminated statement of any length; false, after the complaint, if it fails.
-bool send_text(MYSQL* connection, const char* statement, const Complaint& complaint);
+/// Sends a NUL-terminated statement; false, after the complaint, if it fails.
+bool send_statement(MYSQL* connection, const char* statement, const Complaint& complaint);
 
 /// The first column of the first row of the last query; null if there is no row or the column is
 /// NULL. Valid as long as `result`, which takes over the rows.

@@ -13,7 +13,7 @@ namespace {
 #define CHECK_KEYS(...) assert_plain_params({__VA_ARGS__}, "put", __LINE__, __func__)
 
 int write(MYSQL* connection, const Statement& statement, const Complaint& complaint) {
-  return send_statement(connection, statement, complaint) ? 0 : -1;
+  return send_statement(connection, statement.text(), complaint) ? 0 : -1;
 }
 
 // The format takes the id, the name and, unless it is null, the escaped value.
@@ -48,7 +48,7 @@ int put_misc_param(const char* name, const char* value, st_mysql* connection) {
       escaped ? xasprintf("replace into misc (param, val) values('%s', '%s')", name, escaped.get())
               : xasprintf("replace into misc (param) values('%s')", name));
   const Complaint complaint{"Unable to put parameter %s into misc: %s", name};
-  return send_text(session.handle(), statement.get(), complaint) ? 0 : -1;
+  return send_statement(session.handle(), statement.get(), complaint) ? 0 : -1;
 }
 
 int put_dom_param(const char* domain_id, const char* name, const char* value,

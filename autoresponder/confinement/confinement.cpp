@@ -3,7 +3,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <grp.h>
 #include <linux/capability.h>
 #include <sys/prctl.h>

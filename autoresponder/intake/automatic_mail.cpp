@@ -1,6 +1,5 @@
 #include "autoresponder/intake/automatic_mail.h"
 
-#include <algorithm>
 #include <initializer_list>
 #include <iterator>
 #include <optional>

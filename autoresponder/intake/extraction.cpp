@@ -1,7 +1,6 @@
 #include "autoresponder/intake/extraction.h"
 
 #include <memory>
-#include <stdexcept>
 #include <utility>
 
 #include "autoresponder/intake/automatic_mail.h"
@@ -25,20 +24,16 @@ struct RawMessage {
   CourtesyFacts courtesy;
 };
 
-struct Sender {
-  SenderField field;
-  std::string address;
-};
-
-// A Reply-To without a usable mailbox counts as none.
-std::optional<Sender> find_sender(DwHeaders& headers) {
-  if (headers.HasReplyTo()) {
-    const DwMailbox* mailbox = first_listed_mailbox(headers.ReplyTo());
-    if (mailbox != nullptr) return Sender{SenderField::kReplyTo, mailbox_address(*mailbox)};
-  }
-  const DwMailbox* mailbox = headers.HasFrom() ? first_valid_mailbox(headers.From()) : nullptr;
-  if (mailbox == nullptr) return std::nullopt;
-  return Sender{SenderField::kFrom, mailbox_address(*mailbox)};
+// Fills in the sender; false if there is none. A Reply-To without a usable mailbox counts as none.
+bool find_sender(DwHeaders& headers, RawMessage& raw) {
+  const DwMailbox* mailbox =
+      headers.HasReplyTo() ? first_listed_mailbox(headers.ReplyTo()) : nullptr;
+  const SenderField field = mailbox != nullptr ? SenderField::kReplyTo : SenderField::kFrom;
+  if (mailbox == nullptr && headers.HasFrom()) mailbox = first_valid_mailbox(headers.From());
+  if (mailbox == nullptr) return false;
+  raw.sender_field = field;
+  raw.sender = mailbox_address(*mailbox);
+  return true;
 }
 
 std::optional<std::string> find_listed_recipient(DwHeaders& headers) {
@@ -64,10 +59,7 @@ Extraction take_apart(const DwString& message_text, const std::optional<std::str
   const std::unique_ptr<DwMessage> message(DwMessage::NewMessage(message_text, nullptr));
   message->Parse();
   DwHeaders& headers = message->Headers();
-  auto sender = find_sender(headers);
-  if (!sender) return report_no_sender();
-  raw.sender_field = sender->field;
-  raw.sender = std::move(sender->address);
+  if (!find_sender(headers, raw)) return report_no_sender();
   auto recipient = delivered_to ? delivered_to : find_listed_recipient(headers);
   if (!recipient) return report_no_recipient();
   raw.recipient = *std::move(recipient);
@@ -86,33 +78,6 @@ void warn_unconverted(const char* what, const std::string& charset) {
   diagnose({"Could not convert message ", what, " text from ", charset, " to UTF-8."});
 }
 
-// Keeps a body converted to UTF-8 while it is at most about twice as large as before. The capacity
-// is reserved at once, so that the text is not moved as it grows; pages that are not written take
-// no memory.
-class ConvertedBody {
- public:
-  // `length`: of the body before, in bytes.
-  explicit ConvertedBody(size_t length) { text_.reserve(2 * length + kFree); }
-
-  void Append(std::string_view piece) {
-    is_kept_ = is_kept_ && piece.size() <= text_.capacity() - text_.size();
-    if (is_kept_) {
-      text_ += piece;
-    } else {
-      text_ = std::string();
-    }
-  }
-
-  bool is_kept() const { return is_kept_; }
-  std::string Take() { return std::move(text_); }
-
- private:
-  static constexpr size_t kFree = 4096;
-
-  std::string text_;
-  bool is_kept_ = true;
-};
-
 // The decoded bytes of the text part, and what keeps them in memory.
 struct BodyBytes {
   std::string_view text;
@@ -130,17 +95,25 @@ BodyBytes take_body(TextPart& part, size_t message_length) {
 }
 
 // A body that more than doubles is not kept in UTF-8: the first conversion shows that it does not
-// fail, and each search converts it again.
+// fail, and each search converts it again. The capacity is reserved at once, so that the text is
+// not moved as it grows; pages that are not written take no memory.
 BodyLines convert_lines(BodyBytes& body, const std::string& charset) {
-  ConvertedBody converted(body.text.size());
-  convert_charset_in_pieces(body.text, charset, "UTF-8", true,
-                            [&converted](std::string_view piece) {
-                              converted.Append(piece);
-                              return true;
-                            });
-  if (!converted.is_kept()) return {body.text, std::move(body.owner), charset};
+  constexpr size_t kFree = 4096;
+  std::string converted;
+  converted.reserve(2 * body.text.size() + kFree);
+  bool is_kept = true;
+  convert_charset_in_pieces(body.text, charset, "UTF-8", true, [&](std::string_view piece) {
+    is_kept = is_kept && piece.size() <= converted.capacity() - converted.size();
+    if (is_kept) {
+      converted += piece;
+    } else {
+      converted = std::string();
+    }
+    return true;
+  });
+  if (!is_kept) return {body.text, std::move(body.owner), charset};
   body = {};
-  return BodyLines(converted.Take());
+  return BodyLines(std::move(converted));
 }
 
 BodyLines lines_of(BodyBytes body, const std::string& charset) {

@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
-#include <sys/types.h>
 #include <vector>
 
 #include "autoresponder/confinement/confinement.h"

@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <utility>
 
-#include "mime/file_name.h"
 #include "mime/header_encode.h"
 #include "support/base/text.h"
 #include "support/conf.h"

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <poll.h>
 #include <unistd.h>
-#include <utility>
 
 namespace {
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "autoresponder/reader/message_buffer.h"
 #include "support/base/descriptors.h"

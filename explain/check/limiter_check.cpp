@@ -1,4 +1,3 @@
-#include <cstring>
 #include <strings.h>
 #include <utility>
 #include <vector>

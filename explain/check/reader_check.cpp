@@ -1,4 +1,3 @@
-#include <string>
 #include <unistd.h>
 
 #include "autoresponder/reader/reader.h"

@@ -1,10 +1,9 @@
-#include "mime/file_name.h"
-
 #include <string_view>
 
 #include <gtest/gtest.h>
 
 #include "../named_row.h"
+#include "mime/header_encode.h"
 
 using namespace std::string_view_literals;
 

@@ -107,8 +107,7 @@ inline void assert_plain_params(std::initializer_list<const char*>, const char*,
   count_call();
 }
 
-bool send_statement(st_mysql* connection, const Statement& statement, const Complaint& complaint);
-bool send_text(st_mysql* connection, const char* statement, const Complaint& complaint);
+bool send_statement(st_mysql* connection, const char* statement, const Complaint& complaint);
 void complain(const Complaint& complaint, const char* reason);
 const char* first_value(st_mysql* connection, OwnedResult& result);
 const char* read_value(char* result, const Statement& statement, st_mysql* given,
