@@ -2,7 +2,6 @@
 
 #include "autoresponder/panel/table_definition.h"
 #include "explain/check/checks.h"
-#include "explain/check/inspection.h"
 
 namespace {
 

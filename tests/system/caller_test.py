@@ -13,8 +13,8 @@ from pathlib import Path
 import pytest
 
 import panel as sandbox
-from conftest import (RECIPIENT, SANITIZED, children, memory_of, message, real_root,
-                      wait_until)
+from conftest import RECIPIENT, SANITIZED, message, real_root, wait_until
+from processes import children, memory_of
 
 pytestmark = pytest.mark.skipif(not real_root(), reason="needs a second user to start the program as")
 

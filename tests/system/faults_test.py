@@ -12,7 +12,8 @@ import pytest
 
 import panel as sandbox
 from busy_rule import COPY, OWNER, REPLY, busy_rule, sent, whole
-from conftest import INTERNATIONAL, SANITIZED, children, message
+from conftest import INTERNATIONAL, SANITIZED, message
+from processes import children
 
 
 # --- the disk ------------------------------------------------------------------------------------

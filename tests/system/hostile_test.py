@@ -10,8 +10,9 @@ import time
 import pytest
 
 import panel as sandbox
-from conftest import OPTIMISED, RECIPIENT, SANITIZED, children, message, wait_until
+from conftest import OPTIMISED, RECIPIENT, SANITIZED, message, wait_until
 from measured import INPUT, run_on_input
+from processes import children
 
 MEGABYTE = 1 << 20
 # Several times the memory of a run with a small message.

@@ -10,7 +10,8 @@ from pathlib import Path
 import pytest
 
 import panel as sandbox
-from conftest import BUILD, CHECKOUT, SANITIZED, children, memory_of, message, wait_until
+from conftest import BUILD, CHECKOUT, SANITIZED, message, wait_until
+from processes import children, memory_of
 
 INTRUDER = {"LD_PRELOAD": str(BUILD / "tests" / "libintruder.so"), "ASAN_OPTIONS": "verify_asan_link_order=0"}
 UNREADABLE = b"autoresponder: the message could not be read\nAbnormal exit.\n"

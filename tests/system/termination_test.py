@@ -9,7 +9,8 @@ from pathlib import Path
 import pytest
 
 import panel as sandbox
-from conftest import RECIPIENT, children, message, wait_until
+from conftest import RECIPIENT, message, wait_until
+from processes import children
 
 SIGNALS = [signal.SIGTERM, signal.SIGINT, signal.SIGHUP]
 # The other signals that end a process by default and are no sign of a defect in it.
