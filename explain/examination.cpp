@@ -19,7 +19,6 @@
 #include "explain/held_output.h"
 #include "explain/recorded_effects.h"
 #include "explain/repairs.h"
-#include "explain/rule_examination.h"
 #include "support/conf.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "autoresponder/run/process.h"
-#include "autoresponder/run/termination.h"
+#include "autoresponder/run/temporary_files.h"
 #include "explain/check/check.h"
 #include "explain/examination.h"
 #include "explain/held_output.h"

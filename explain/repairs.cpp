@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "autoresponder/panel/reply_to.h"
+#include "autoresponder/panel/rule.h"
 #include "autoresponder/reply/forwarding.h"
 #include "autoresponder/reply/plain_command.h"
 #include "autoresponder/reply/shell.h"

@@ -1,8 +1,7 @@
-#include "explain/rule_examination.h"
-
-#include "autoresponder/panel/reply_to.h"
+#include "autoresponder/panel/rule.h"
 #include "autoresponder/reply/shell.h"
 #include "autoresponder/run/temporary_files.h"
+#include "explain/examination.h"
 #include "explain/recorded_effects.h"
 #include "explain/repairs.h"
 

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-#include "mimelib/view.h"
+#include "mimelib/component.h"
 
 namespace {
 

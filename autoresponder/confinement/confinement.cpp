@@ -92,13 +92,6 @@ bool refuse_privileges(pid_t parent) {
   return prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
 }
 
-// The run's handlers must not act in this process. Signals that the caller ignored stay ignored,
-// except SIGXCPU: the limit on processor time needs it.
-void forget_handlers_of_the_run() {
-  forget_signal_handlers(ignore_signal);
-  signal(SIGXCPU, SIG_DFL);
-}
-
 void keep_descriptors(int channel) {
   dup2(channel, STDIN_FILENO);
 #ifdef __SANITIZE_ADDRESS__  // it reports on standard error
@@ -150,7 +143,10 @@ ConfinementSet confine(ConfinementSet wanted, int channel, size_t size, pid_t pa
     if (is_reached) reached |= bit(confinement);
   };
   const auto wants = [wanted](Confinement one) { return (wanted & bit(one)) != 0; };
-  forget_handlers_of_the_run();
+  // The run's handlers must not act in this process. Signals that the caller ignored stay ignored,
+  // except SIGXCPU: the limit on processor time needs it.
+  forget_signal_handlers(ignore_signal);
+  signal(SIGXCPU, SIG_DFL);
   survive_failing_writes();
   keep_descriptors(channel);
   if (wants(Confinement::kLimits)) set_limits(size);

@@ -9,6 +9,10 @@
 #include "autoresponder/message/incoming_message.h"
 #include "mime/charset.h"
 
+/// Where `key` first occurs in `text`, byte for byte, or null; an empty key occurs at the start.
+/// Takes linear time on any input, unlike `std::string_view::find`.
+const char* find_text(std::string_view text, std::string_view key);
+
 /// The lines of a text, without their newlines. The text stays in one piece, so that a hundred
 /// million empty lines take no more memory than their bytes. It is in UTF-8; a text that is far
 /// larger in UTF-8 is in its own charset, and is converted whenever it is searched.

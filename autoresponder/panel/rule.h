@@ -2,11 +2,17 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "autoresponder/message/incoming_message.h"
 #include "autoresponder/message/switches.h"
 #include "autoresponder/panel/panel_database.h"
+
+/// Whether qmail's `qmail-inject` can parse the text as the body of an address field (RFC
+/// 5322, 3.4, with its obsolete forms): every quote, comment, literal, angle bracket and group has
+/// its end. It does not send a message with another one in Reply-To or From.
+bool can_be_parsed(std::string_view addresses);
 
 /// One autoresponder rule: NUL-terminated texts, or the defaults below for columns that are NULL.
 /// Views into the row, valid as long as the rows, so that rules that do not fire are skipped

@@ -159,11 +159,6 @@ pid_t start(PlainCommand& command, int input, char** environment, const WaitingS
   return error == 0 ? child : 0;
 }
 
-// Dash gives up rights that the caller does not have itself.
-bool has_borrowed_rights() {
-  return getuid() != geteuid() || getgid() != getegid();
-}
-
 // Opens the command's input here: while posix_spawn works, all signals wait, and a file that is no
 // plain one could keep it for ever. Nothing where the shell has to open it.
 std::optional<OwnedDescriptor> open_input(const std::string& path) {
@@ -188,7 +183,8 @@ void report_death(int status) {
 }  // namespace
 
 bool run_directly(PlainCommand command) {
-  if (!is_dash() || has_borrowed_rights()) return false;
+  const bool has_own_rights = getuid() == geteuid() && getgid() == getegid();
+  if (!is_dash() || !has_own_rights) return false;  // dash would give up the others
   ShellEnvironment environment;
   const auto input = open_input(command.input);
   if (!environment.IsRight() || !input) return false;

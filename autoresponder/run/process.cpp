@@ -102,16 +102,11 @@ void reset_limits() {
   for (const MinimumLimit& limit : kMinimumLimits) raise_limit(limit);
 }
 
-// The caller's timer slack survives exec; this is the kernel's default, in nanoseconds.
-void wake_in_time() {
-  constexpr unsigned long kDefaultSlack = 50000;
-  prctl(PR_SET_TIMERSLACK, kDefaultSlack, 0, 0, 0);
-}
-
 void leave_caller() {
+  constexpr unsigned long kDefaultSlack = 50000;  // the kernel's; the caller's survives exec
   // Inherited descriptors would reach commands and use up our limit.
   close_descriptors(STDERR_FILENO + 1);
-  wake_in_time();
+  prctl(PR_SET_TIMERSLACK, kDefaultSlack, 0, 0, 0);
   reset_environment();
   reset_limits();
   [[maybe_unused]] const int groups = setgroups(0, nullptr);
@@ -146,16 +141,13 @@ void reset_signals() {
   sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-// A fixed threshold: glibc raises its own when a large block is freed, and then keeps such blocks.
-void give_large_blocks_back() {
-  mallopt(M_MMAP_THRESHOLD, 256 << 10);
-}
-
 }  // namespace
 
 void prepare_process() {
   const int saved_errno = errno;
-  give_large_blocks_back();
+  // A fixed threshold: glibc raises its own when a large block is freed, and then keeps such
+  // blocks.
+  mallopt(M_MMAP_THRESHOLD, 256 << 10);
   open_standard_descriptors();
   stop_timers();
   reset_signals();

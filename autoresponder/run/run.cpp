@@ -11,7 +11,6 @@
 #include "autoresponder/run/process.h"
 #include "autoresponder/run/run_effects.h"
 #include "autoresponder/run/temporary_files.h"
-#include "autoresponder/run/termination.h"
 #include "support/base/text.h"
 #include "support/conf.h"
 #include "support/report.h"

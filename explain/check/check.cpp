@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "explain/check/checks.h"
+#include "explain/check/inspection.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "explain/check/checks.h"
+#include "explain/check/inspection.h"
 
 namespace {
 

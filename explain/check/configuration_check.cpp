@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include "autoresponder/run/configuration.h"
-#include "explain/check/checks.h"
 #include "explain/check/files.h"
+#include "explain/check/inspection.h"
 #include "support/conf.h"
 
 namespace {

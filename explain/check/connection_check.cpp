@@ -4,8 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "explain/check/checks.h"
 #include "explain/check/files.h"
+#include "explain/check/inspection.h"
 #include "support/database.h"
 #include "support/mysql_owned.h"
 

@@ -4,9 +4,9 @@
 #include <unistd.h>
 #include <utility>
 
-#include "explain/check/checks.h"
 #include "explain/check/delivery_files.h"
 #include "explain/check/files.h"
+#include "explain/check/inspection.h"
 #include "explain/check/mail_server.h"
 #include "support/base/letter_case.h"
 

@@ -7,8 +7,8 @@
 #include <sstream>
 #include <unistd.h>
 
-#include "explain/check/checks.h"
 #include "explain/check/files.h"
+#include "explain/check/inspection.h"
 #include "explain/check/mail_server.h"
 #include "support/base/letter_case.h"
 #include "support/base/owned.h"

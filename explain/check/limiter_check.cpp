@@ -1,9 +1,11 @@
+#include <algorithm>
+#include <iterator>
 #include <strings.h>
 #include <utility>
 #include <vector>
 
 #include "autoresponder/panel/table_definition.h"
-#include "explain/check/checks.h"
+#include "explain/check/inspection.h"
 
 namespace {
 
@@ -115,12 +117,8 @@ void check_rights(Inspection& inspection) {
 // The rank of an integer type by its range, from 1; 0 for other types.
 int rank_of(const ColumnDefinition& column) {
   constexpr const char* kTypes[] = {"tinyint", "smallint", "mediumint", "int", "bigint"};
-  int rank = 0;
-  for (const char* const type : kTypes) {
-    ++rank;
-    if (column.type == type) return rank;
-  }
-  return 0;
+  const auto* const type = std::find(std::begin(kTypes), std::end(kTypes), column.type);
+  return type != std::end(kTypes) ? static_cast<int>(type - std::begin(kTypes)) + 1 : 0;
 }
 
 // resp_freq.rn_id has to hold the id of any rule.

@@ -8,8 +8,8 @@
 #include <memory>
 #include <sys/statvfs.h>
 
-#include "explain/check/checks.h"
 #include "explain/check/files.h"
+#include "explain/check/inspection.h"
 
 namespace {
 

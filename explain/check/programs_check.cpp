@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include "autoresponder/reply/shell.h"
-#include "explain/check/checks.h"
 #include "explain/check/files.h"
+#include "explain/check/inspection.h"
 #include "support/libidn.h"
 
 namespace {

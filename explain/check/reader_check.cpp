@@ -2,7 +2,7 @@
 
 #include "autoresponder/reader/reader.h"
 #include "autoresponder/reader/reader_failure.h"
-#include "explain/check/checks.h"
+#include "explain/check/inspection.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <cstring>
 
 #include "autoresponder/panel/table_definition.h"
-#include "explain/check/checks.h"
+#include "explain/check/inspection.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <sstream>
 
-#include "autoresponder/panel/reply_to.h"
+#include "autoresponder/panel/rule.h"
 #include "autoresponder/reply/attachments.h"
 #include "autoresponder/reply/forwarding.h"
 #include "autoresponder/reply/plain_command.h"
 #include "autoresponder/reply/reply_text.h"
 #include "autoresponder/run/temporary_files.h"
-#include "explain/check/checks.h"
+#include "explain/check/inspection.h"
 #include "support/strings.h"
 
 namespace {

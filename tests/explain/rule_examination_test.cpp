@@ -1,5 +1,3 @@
-#include "explain/rule_examination.h"
-
 #include <filesystem>
 #include <fstream>
 
@@ -8,6 +6,7 @@
 
 #include "../fake_database.h"
 #include "../scratch_directory.h"
+#include "explain/examination.h"
 #include "explain/recorded_effects.h"
 #include "support/conf.h"
 

@@ -1,10 +1,10 @@
-#include "autoresponder/message/search.h"
-
 #include <cstddef>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
+
+#include "autoresponder/message/body_lines.h"
 
 namespace {
 

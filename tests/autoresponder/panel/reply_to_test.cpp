@@ -1,10 +1,9 @@
-#include "autoresponder/panel/reply_to.h"
-
 #include <string_view>
 
 #include <gtest/gtest.h>
 
 #include "../../named_row.h"
+#include "autoresponder/panel/rule.h"
 
 using namespace std::string_view_literals;
 

@@ -1,4 +1,3 @@
-#include "autoresponder/run/termination.h"
 
 #include <csignal>
 #include <cstdlib>

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "../../fake_database.h"
-#include "explain/check/checks.h"
+#include "explain/check/inspection.h"
 
 /// A check of the database, whose server answers as the test says.
 class CheckedDatabase : public testing::Test {

@@ -6,7 +6,7 @@
 #include "../../named_row.h"
 #include "../../scratch_directory.h"
 #include "checked_database.h"
-#include "explain/check/checks.h"
+#include "explain/check/inspection.h"
 
 namespace {
 
