@@ -60,7 +60,8 @@ char* drop_white_space(const char* start, char* out) {
 
 class Decoder {
  public:
-  explicit Decoder(std::string_view text) : text_(text), escapes_end_(EndFor(3)) {}
+  explicit Decoder(std::string_view text)
+      : text_(text), escapes_end_(text.data() + (text.size() < 3 ? 0 : text.size() - 2)) {}
 
   // Writes to `out`, which has room for as many bytes as the text has. Returns the end of what it
   // wrote.
@@ -143,13 +144,8 @@ class Decoder {
 
   const char* End() const { return text_.data() + text_.size(); }
 
-  // The first position with fewer than `length` bytes left.
-  const char* EndFor(size_t length) const {
-    return text_.data() + (text_.size() < length ? 0 : text_.size() - length + 1);
-  }
-
   const std::string_view text_;
-  const char* const escapes_end_;
+  const char* const escapes_end_;  // the first position with fewer than three bytes left
   const char* line_end_ = nullptr;
   const char* text_end_ = nullptr;
   bool valid_ = true;

@@ -157,9 +157,6 @@ std::vector<File> look_for_all(const std::vector<std::string>& names, const Mail
 
 }  // namespace
 
-OpenAttachment::OpenAttachment(OwnedDescriptor descriptor, int64_t size, timespec changed)
-    : descriptor_(std::move(descriptor)), size_(size), changed_(changed) {}
-
 bool OpenAttachment::IsUnchanged() const {
   struct stat status {};
   if (fstat(descriptor(), &status) != 0) return false;

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <memory>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -20,7 +21,8 @@
 class OpenAttachment {
  public:
   /// Owns `descriptor`, an open plain file of `size` bytes, last modified at `changed`.
-  OpenAttachment(OwnedDescriptor descriptor, int64_t size, timespec changed);
+  OpenAttachment(OwnedDescriptor descriptor, int64_t size, timespec changed)
+      : descriptor_(std::move(descriptor)), size_(size), changed_(changed) {}
 
   int descriptor() const { return descriptor_.number(); }
   int64_t size() const { return size_; }

@@ -3,12 +3,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 
 #include "support/base/descriptors.h"
-
-ResponseFile::ResponseFile(int descriptor, std::string path, bool is_in_memory)
-    : path_(std::move(path)), descriptor_(descriptor), is_in_memory_(is_in_memory) {}
 
 // If the file could not be created before, others may know its name: whatever they put there is
 // removed, and never opened.

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "support/base/owned.h"
 
@@ -10,7 +11,8 @@ class ResponseFile {
  public:
   /// Owns `descriptor`, which is below 0 if the file could not be created; `Rewrite` tries again
   /// then. `is_in_memory`: the file is in no directory, and `path` always leads to it.
-  ResponseFile(int descriptor, std::string path, bool is_in_memory = false);
+  ResponseFile(int descriptor, std::string path, bool is_in_memory = false)
+      : path_(std::move(path)), descriptor_(descriptor), is_in_memory_(is_in_memory) {}
 
   const std::string& path() const { return path_; }
 

@@ -8,19 +8,15 @@ namespace {
 
 constexpr size_t kBlock = size_t{64} << 10;
 
-// Standard input may be non-blocking.
-void wait_for_input() {
-  pollfd input{STDIN_FILENO, POLLIN, 0};
-  poll(&input, 1, -1);
-}
-
-// Reads up to kBlock bytes, and waits for the first; 0 at the end and after an error.
+// Reads up to kBlock bytes, and waits for the first; 0 at the end and after an error. Standard
+// input may be non-blocking.
 size_t read_block(char* block) {
   for (;;) {
     const ssize_t length = read(STDIN_FILENO, block, kBlock);
     if (length >= 0) return static_cast<size_t>(length);
-    if (errno == EAGAIN) wait_for_input();
     if (errno != EINTR && errno != EAGAIN) return 0;
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    if (errno == EAGAIN) poll(&input, 1, -1);
   }
 }
 
