@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "explain/check/formatting.h"
 #include "explain/explanation.h"
 
 /// A sender whom a rule answered today.

@@ -24,5 +24,7 @@ inline std::string coloured(Colour colour, const std::string& text, const TextSt
 /// Writes a line of a report: the name of a topic, and what libfmt makes of `format`.
 template <typename... Values>
 void write_line(std::ostream& out, const char* topic, const char* format, const Values&... values) {
-  out << formatted("  {:<12}{}\n", topic, formatted(format, values...));
+  write_formatted(out, "  {:<12}", topic);
+  write_formatted(out, format, values...);
+  out << '\n';
 }

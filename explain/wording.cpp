@@ -20,6 +20,7 @@ struct Entry {
   Words words;
 };
 
+// Has an entry for each value of each enumeration that a report names.
 constexpr Entry kEntries[] = {
     {Verdict::kReply, "reply", "A reply would leave."},
     {Verdict::kNoReply, "no_reply", "No reply would leave."},

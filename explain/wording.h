@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <type_traits>
 
 #include "explain/explanation.h"
 
@@ -18,6 +19,7 @@ inline constexpr char kKindOf = 0;
 Words words_for(const void* kind, int value);
 template <class Enumeration>
 Words words_for(Enumeration value) {
+  static_assert(std::is_enum_v<Enumeration>);
   return words_for(&kKindOf<Enumeration>, static_cast<int>(value));
 }
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-#include "mimelib/component.h"
 #include "mimelib/decode.h"
+#include "mimelib/view.h"
 #include "support/base/base64_values.h"
 #include "support/base/growing_bytes.h"
 

@@ -57,8 +57,3 @@ class KeptItems {
   std::vector<std::unique_ptr<Item>> items_;  // a ring; empty for the many lists that nobody walks
   size_t next_ = 0;
 };
-
-/// The bytes of `text`; valid until it is changed.
-inline std::string_view view_of(const DwString& text) {
-  return {text.data(), text.length()};
-}

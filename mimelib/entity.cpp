@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-#include "mimelib/component.h"
+#include "mimelib/view.h"
 
 namespace {
 

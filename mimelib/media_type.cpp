@@ -4,8 +4,8 @@
 #include <string_view>
 #include <utility>
 
-#include "mimelib/component.h"
 #include "mimelib/lexer.h"
+#include "mimelib/view.h"
 #include "support/base/letter_case.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "mimelib/component.h"
 #include "mimelib/decode.h"
+#include "mimelib/view.h"
 #include "support/base/growing_bytes.h"
 
 namespace {

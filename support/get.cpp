@@ -80,12 +80,13 @@ int get_domain_status(const char* domain_id, unsigned* status, st_mysql* connect
   const Statement statement("select status from domains where id=\"%s\"", domain_id);
   const Complaint complaint{"Unable to get status for domain with id=\"%s\": %s", domain_id};
   if (!send_statement(connection, statement.text(), complaint)) return -1;
-  const auto value = first_value(connection);
-  if (!value) {
+  OwnedResult rows;
+  const char* const value = first_value(connection, rows);
+  if (value == nullptr) {
     complain(complaint, "such domain is not exist.");
     return -2;
   }
-  if (sscanf(value->c_str(), "%u", status) != 1) {
+  if (sscanf(value, "%u", status) != 1) {
     complain(complaint, "error translate status value from char to unsigned int.");
     return -3;
   }
@@ -185,8 +186,9 @@ const char* get_client_email(const char* domain_id, st_mysql* connection) {
       domain_id);
   const Complaint complaint{"Unable to define clients email: %s\n"};
   if (!send_statement(session.handle(), statement.text(), complaint)) return nullptr;
-  const auto email = first_value(session.handle());
-  snprintf(result, sizeof result, "%s", email.value_or("").c_str());
+  OwnedResult rows;
+  const char* const email = first_value(session.handle(), rows);
+  snprintf(result, sizeof result, "%s", email != nullptr ? email : "");
   if (*result != '\0') return result;
   const char* const admin = read_misc_param(result, "admin_email", session.handle());
   if (admin != nullptr && *admin != '\0') return admin;
@@ -202,9 +204,10 @@ int get_client_id(const char* domain_id, st_mysql* connection) {
       domain_id);
   if (!send_statement(connection, statement.text(), {"Unable to define client's ID: %s\n"}))
     return 0;
-  const auto value = first_value(connection);
+  OwnedResult rows;
+  const char* const value = first_value(connection, rows);
   int id = 0;
-  if (!value || sscanf(value->c_str(), "%d", &id) != 1) return 0;
+  if (value == nullptr || sscanf(value, "%d", &id) != 1) return 0;
   return id;
 }
 
@@ -219,15 +222,16 @@ const char* get_dom_id(const char* domain_name, st_mysql* connection, bool quiet
   const Statement statement("select id from domains where name='%s'", ascii.get());
   const Complaint complaint{"Unable to query domain ID: %s\n", {}, 1};
   if (!send_statement(session.handle(), statement.text(), complaint)) return nullptr;
-  const auto id = first_value(session.handle());
-  if (!id) {
+  OwnedResult rows;
+  const char* const id = first_value(session.handle(), rows);
+  if (id == nullptr) {
     if (!quiet) {
       report_error(1, 0, "get_dom_id(): domains record not found in DB for '%s'\n",
                    key_text(domain_name));
     }
     return nullptr;
   }
-  snprintf(result, sizeof result, "%s", id->c_str());
+  snprintf(result, sizeof result, "%s", id);
   return result;
 }
 
@@ -242,9 +246,10 @@ const char* get_domain_name(const char* domain_name) {
   const Statement statement("select name from domains where name='%s'", domain_name);
   const Complaint complaint{"Unable to query domain name: %s\n", {}, 1};
   if (!send_statement(session.handle(), statement.text(), complaint)) return nullptr;
-  const auto name = first_value(session.handle());
-  if (!name) return nullptr;
-  snprintf(result, sizeof result, "%s", name->c_str());
+  OwnedResult rows;
+  const char* const name = first_value(session.handle(), rows);
+  if (name == nullptr) return nullptr;
+  snprintf(result, sizeof result, "%s", name);
   for (char& c : result) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
   return result;
 }

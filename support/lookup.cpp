@@ -49,18 +49,19 @@ bool send_statement(MYSQL* connection, const char* statement, const Complaint& c
   return false;
 }
 
-std::optional<std::string> first_value(MYSQL* connection) {
-  const OwnedResult rows(mysql_store_result(connection));
-  const MYSQL_ROW row = next_row(rows);
-  return row != nullptr && row[0] != nullptr ? std::make_optional<std::string>(row[0])
-                                             : std::nullopt;
+const char* first_value(MYSQL* connection, OwnedResult& result) {
+  result.reset(mysql_store_result(connection));
+  const MYSQL_ROW row = next_row(result);
+  return row != nullptr ? row[0] : nullptr;
 }
 
 const char* read_value(char* result, const Statement& statement, MYSQL* given,
                        const char* connect_text, const Complaint& complaint) {
   const LookupSession session(given, connect_text);
   if (!session || !send_statement(session.handle(), statement.text(), complaint)) return nullptr;
-  snprintf(result, kResultSize, "%s", first_value(session.handle()).value_or("").c_str());
+  OwnedResult rows;
+  const char* const value = first_value(session.handle(), rows);
+  snprintf(result, kResultSize, "%s", value != nullptr ? value : "");
   return result;
 }
 

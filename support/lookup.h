@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <initializer_list>
 #include <optional>
-#include <string>
 
 #include "support/mysql_owned.h"
 
@@ -72,9 +71,9 @@ class LookupSession {
 /// Sends a NUL-terminated statement; false, after the complaint, if it fails.
 bool send_statement(MYSQL* connection, const char* statement, const Complaint& complaint);
 
-/// The first column of the first row of the last query, up to its first NUL; nothing if there is no
-/// row or the column is NULL.
-std::optional<std::string> first_value(MYSQL* connection);
+/// The first column of the first row of the last query; null if there is no row or the column is
+/// NULL. Valid as long as `result`, which takes over the rows.
+const char* first_value(MYSQL* connection, OwnedResult& result);
 
 /// Copies the value that `statement` asks for, or an empty text if there is none, into `result` of
 /// kResultSize bytes and returns it; null after reporting that the statement or the connection

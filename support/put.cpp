@@ -17,8 +17,8 @@ int write(MYSQL* connection, const Statement& statement, const Complaint& compla
 }
 
 // The format takes the id, the name and, unless it is null, the escaped value.
-int write_value(MYSQL* given, const Complaint& complaint, const char* format, const char* id,
-                const char* name, const char* value) {
+int send_with_value(MYSQL* given, const Complaint& complaint, const char* format, const char* id,
+                    const char* name, const char* value) {
   const LookupSession session(given, kConnectTextA);
   if (!session) return -1;
   const OwnedText escaped(sql_escape(session.handle(), value));
@@ -56,18 +56,18 @@ int put_dom_param(const char* domain_id, const char* name, const char* value,
   CHECK_KEYS(domain_id, name);
   const Complaint complaint{"Unable to put parameter %s into dom_param: %s", name};
   if (value == nullptr) return refuse_null(complaint);
-  return write_value(connection, complaint,
-                     "replace into dom_param (dom_id, param, val) values('%s', '%s', '%s')",
-                     domain_id, name, value);
+  return send_with_value(connection, complaint,
+                         "replace into dom_param (dom_id, param, val) values('%s', '%s', '%s')",
+                         domain_id, name, value);
 }
 
 int put_parameter(const char* id, const char* name, const char* value, st_mysql* connection) {
   CHECK_KEYS(id, name);
   const Complaint complaint{"Unable to put parameter %s into Parameters: %s", name};
   if (value == nullptr) return refuse_null(complaint);
-  return write_value(connection, complaint,
-                     "replace into Parameters (id, parameter, value) values('%s', '%s', '%s')", id,
-                     name, value);
+  return send_with_value(connection, complaint,
+                         "replace into Parameters (id, parameter, value) values('%s', '%s', '%s')",
+                         id, name, value);
 }
 
 int del_misc_param(const char* name, st_mysql* connection) {
@@ -80,9 +80,9 @@ int del_misc_param(const char* name, st_mysql* connection) {
 
 int del_dom_param(const char* domain_id, const char* name, st_mysql* connection) {
   CHECK_KEYS(domain_id, name);
-  return write_value(connection, {"Unable to delete parameter %s from dom_param: %s", name},
-                     "delete from dom_param where dom_id='%s' and param='%s'", domain_id, name,
-                     nullptr);
+  return send_with_value(connection, {"Unable to delete parameter %s from dom_param: %s", name},
+                         "delete from dom_param where dom_id='%s' and param='%s'", domain_id, name,
+                         nullptr);
 }
 
 int del_parameter(const char* id, const char* name, const char* value, st_mysql* connection) {
@@ -90,6 +90,6 @@ int del_parameter(const char* id, const char* name, const char* value, st_mysql*
   const char* const format =
       value == nullptr ? "delete from Parameters where id='%s' and parameter='%s'"
                        : "delete from Parameters where id='%s' and parameter='%s' and value='%s'";
-  return write_value(connection, {"Unable to delete parameter %s from Parameters: %s", name},
-                     format, id, name, value);
+  return send_with_value(connection, {"Unable to delete parameter %s from Parameters: %s", name},
+                         format, id, name, value);
 }

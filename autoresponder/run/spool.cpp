@@ -14,9 +14,9 @@ size_t read_block(char* block) {
   for (;;) {
     const ssize_t length = read(STDIN_FILENO, block, kBlock);
     if (length >= 0) return static_cast<size_t>(length);
-    if (errno != EINTR && errno != EAGAIN) return 0;
     pollfd input{STDIN_FILENO, POLLIN, 0};
-    if (errno == EAGAIN) poll(&input, 1, -1);
+    if (errno == EAGAIN) poll(&input, 1, -1);  // may fail with another error
+    if (errno != EINTR && errno != EAGAIN) return 0;
   }
 }
 

@@ -1,5 +1,4 @@
 #include <cerrno>
-#include <grp.h>
 #include <set>
 #include <sys/statvfs.h>
 #include <unistd.h>

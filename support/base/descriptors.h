@@ -27,8 +27,8 @@ inline void close_descriptors(unsigned first) {
   for (unsigned number = first; number < end; ++number) close(static_cast<int>(number));
 }
 
-/// What the file that is open as `descriptor` holds, before the first occurrence of `end`; all of
-/// it if `end` is empty, or if reading fails as far as that.
+/// What the file that is open as `descriptor` holds before the first occurrence of `end`; all of it
+/// if `end` is empty or does not occur. An error while reading counts as the file's end.
 inline std::string text_up_to(std::string_view end, int descriptor) {
   std::string text;
   char block[65536];

@@ -1,10 +1,11 @@
+#include "explain/recorded_effects.h"
+
 #include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "autoresponder/run/temporary_files.h"
-#include "explain/recorded_effects.h"
 
 namespace {
 
