@@ -5,17 +5,13 @@
 
 namespace {
 
-template <class Enumeration>
-const char* code(Enumeration value) {
-  return words_for(value).code;
-}
-
 Json message_of(const Explanation& explanation) {
   const IncomingMessage& message = explanation.message;
-  Json result{{"sender", message.sender}, {"sender_from", code(explanation.sender_field)}};
+  Json result{{"sender", message.sender},
+              {"sender_from", words_for(explanation.sender_field).code}};
   if (!explanation.guard) return result;  // no recipient was determined
   result["recipient"] = message.recipient;
-  result["recipient_from"] = code(explanation.recipient_source);
+  result["recipient_from"] = words_for(explanation.recipient_source).code;
   result["subject"] = message.subject;
   if (explanation.subject_with_repairs) {
     result["subject_with_repairs"] = *explanation.subject_with_repairs;
@@ -25,7 +21,9 @@ Json message_of(const Explanation& explanation) {
 }
 
 Json trigger_of(const ResponderRule& rule, const TriggerMatch& trigger) {
-  Json result{{"place", code(trigger_place(rule))}, {"key", rule.keystr}, {"found", trigger.fires}};
+  Json result{{"place", words_for(trigger_place(rule)).code},
+              {"key", rule.keystr},
+              {"found", trigger.fires}};
   if (trigger.line > 0) result["line"] = trigger.line;
   return result;
 }
@@ -37,7 +35,7 @@ Json limiter_of(const ResponderRule& rule, const LimiterFacts& limiter) {
   result["senders"] = limiter.senders;
   result["replies_today"] =
       limiter.replies_today ? number_of(*limiter.replies_today) : Json(nullptr);
-  result["step"] = code(*limiter.step);
+  result["step"] = words_for(*limiter.step).code;
   result["evicted"] = limiter.evicted;
   return result;
 }
@@ -49,12 +47,6 @@ Json attachments_of(const AttachmentList& attachments) {
         {{"name", attachment.name}, {"path", attachment.path}, {"size", attachment.size}});
   }
   return {{"found", found}, {"missing", attachments.missing}};
-}
-
-Json notification_of(const Notification& notification) {
-  return {{"sender", notification.sender},
-          {"owner_email", notification.owner_email},
-          {"owner_name", notification.owner_name}};
 }
 
 Json reply_of(const ReplyFacts& reply, const MailText& mail, bool show_reply) {
@@ -70,9 +62,9 @@ Json reply_of(const ReplyFacts& reply, const MailText& mail, bool show_reply) {
 Json commands_of(const std::vector<CommandFacts>& commands) {
   Json result = Json::array();
   for (const CommandFacts& command : commands) {
-    result.push_back({{"purpose", code(command.purpose)},
+    result.push_back({{"purpose", words_for(command.purpose).code},
                       {"line", command.line},
-                      {"fate", command.not_run ? code(*command.not_run) : "runs"}});
+                      {"fate", command.not_run ? words_for(*command.not_run).code : "runs"}});
   }
   return result;
 }
@@ -95,7 +87,11 @@ Json rule_of(const RuleExplanation& facts, bool show_reply) {
   if (!attachments.found.empty() || !attachments.missing.empty()) {
     result["attachments"] = attachments_of(attachments);
   }
-  if (answer.notification) result["notification"] = notification_of(*answer.notification);
+  if (const auto& notification = answer.notification) {
+    result["notification"] = {{"sender", notification->sender},
+                              {"owner_email", notification->owner_email},
+                              {"owner_name", notification->owner_name}};
+  }
   if (answer.reply) result["reply"] = reply_of(*answer.reply, facts.mail, show_reply);
   result["commands"] = commands_of(facts.commands);
   if (!facts.with_repairs.empty()) result["with_repairs"] = codes_of(facts.with_repairs);
@@ -105,7 +101,8 @@ Json rule_of(const RuleExplanation& facts, bool show_reply) {
 }  // namespace
 
 void write_json(std::ostream& out, const Explanation& explanation, const TextStyle& style) {
-  Json result{{"verdict", code(explanation.verdict)}, {"reason", code(explanation.reason)}};
+  Json result{{"verdict", words_for(explanation.verdict).code},
+              {"reason", words_for(explanation.reason).code}};
   if (!explanation.trouble.empty()) result["trouble"] = explanation.trouble;
   result["switches"] = switches_json(explanation.switches);
   if (!explanation.with_repairs.empty()) {
@@ -113,9 +110,10 @@ void write_json(std::ostream& out, const Explanation& explanation, const TextSty
   }
   const bool has_sender = explanation.sender_field != SenderField::kNone;
   if (has_sender) result["message"] = message_of(explanation);
-  if (explanation.guard) result["guard"] = code(*explanation.guard);
+  if (explanation.guard) result["guard"] = words_for(*explanation.guard).code;
   if (explanation.panel.mailbox) result["mailbox"] = mailbox_json(*explanation.panel.mailbox);
-  if (explanation.with_courtesy) result["with_courtesy"] = code(*explanation.with_courtesy);
+  if (explanation.with_courtesy)
+    result["with_courtesy"] = words_for(*explanation.with_courtesy).code;
   if (!explanation.objection.empty()) result["objection"] = explanation.objection;
   result["rules"] = Json::array();
   for (const RuleExplanation& rule : explanation.rules) {

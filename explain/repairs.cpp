@@ -4,8 +4,8 @@
 #include <iterator>
 
 #include "autoresponder/panel/rule.h"
+#include "autoresponder/reply/direct_run.h"
 #include "autoresponder/reply/forwarding.h"
-#include "autoresponder/reply/plain_command.h"
 #include "autoresponder/reply/shell.h"
 #include "mime/header_encode.h"
 #include "support/base/text.h"

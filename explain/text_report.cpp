@@ -7,11 +7,6 @@
 
 namespace {
 
-template <class Enumeration>
-const char* words(Enumeration value) {
-  return words_for(value).text;
-}
-
 std::string quoted(const std::string& text) {
   return formatted("\"{}\"", printable(text));
 }
@@ -35,31 +30,33 @@ void write_indented(std::ostream& out, const std::string& text, const char* inde
 void write_message(std::ostream& out, const Explanation& explanation, const TextStyle& style) {
   const IncomingMessage& message = explanation.message;
   out << coloured(Colour::kBold, "Message", style) << '\n';
-  write_line(out, "sender", "{} ({})", printable(message.sender), words(explanation.sender_field));
+  write_line(out, "sender", "{} ({})", printable(message.sender),
+             words_for(explanation.sender_field).text);
   if (!explanation.guard) return;  // no recipient was determined
   write_line(out, "recipient", "{} ({})", printable(message.recipient),
-             words(explanation.recipient_source));
+             words_for(explanation.recipient_source).text);
   write_line(out, "subject", "{}", quoted(message.subject));
   if (explanation.subject_with_repairs) {
     write_line(out, "repairs on", "the subject would read {}",
                quoted(*explanation.subject_with_repairs));
   }
   write_line(out, "charset", "{}", printable(message.charset));
-  write_line(out, "guards", "{}", words(*explanation.guard));
+  write_line(out, "guards", "{}", words_for(*explanation.guard).text);
 }
 
 void write_mailbox(std::ostream& out, const FoundMailbox& found) {
   write_line(out, "mailbox", "{}@{}, id {}, found {}", printable(found.mailbox.mail_name),
              printable(found.mailbox.domain_name), printable(found.mailbox.id),
-             words(found.lookup));
+             words_for(found.lookup).text);
 }
 
 void write_trigger(std::ostream& out, const ResponderRule& rule, const TriggerMatch& trigger) {
   const TriggerPlace place = trigger_place(rule);
-  if (place == TriggerPlace::kNowhere) return write_line(out, "trigger", "{}", words(place));
+  if (place == TriggerPlace::kNowhere)
+    return write_line(out, "trigger", "{}", words_for(place).text);
   const std::string line = trigger.line > 0 ? formatted("line {} of ", trigger.line) : "";
   write_line(out, "trigger", "{} {} {}{}", quoted(rule.keystr),
-             trigger.fires ? "is in" : "is not in", line, words(place));
+             trigger.fires ? "is in" : "is not in", line, words_for(place).text);
 }
 
 void write_limiter(std::ostream& out, const ResponderRule& rule, const LimiterFacts& limiter) {
@@ -69,7 +66,7 @@ void write_limiter(std::ostream& out, const ResponderRule& rule, const LimiterFa
   write_line(out, "limiter",
              "{} of {} replies to this sender today, {} of {} senders remembered: {}",
              printable(limiter.replies_today.value_or("0")), printable(rule.ans_freq),
-             limiter.senders, printable(rule.mem_limit), words(*limiter.step));
+             limiter.senders, printable(rule.mem_limit), words_for(*limiter.step).text);
   for (const std::string& sender : limiter.evicted) {
     write_line(out, "", "forgets {}", printable(sender));
   }
@@ -109,8 +106,8 @@ void write_commands(std::ostream& out, const std::vector<CommandFacts>& commands
                     const TextStyle& style) {
   for (const CommandFacts& command : commands) {
     const std::string fate =
-        command.not_run ? coloured(Colour::kRed, words(*command.not_run), style) : "";
-    write_line(out, "command", "{}{}", words(command.purpose), after_colon(fate));
+        command.not_run ? coloured(Colour::kRed, words_for(*command.not_run).text, style) : "";
+    write_line(out, "command", "{}{}", words_for(command.purpose).text, after_colon(fate));
     write_indented(out, command.line, "    $ ");
   }
 }
@@ -146,11 +143,11 @@ void write_verdict(std::ostream& out, const Explanation& explanation, const Text
   const std::string& objection = explanation.objection;
   out << formatted(
       "\n{} Reason: {}{}.\n",
-      coloured(is_good ? Colour::kGreen : Colour::kRed, words(explanation.verdict), style),
-      words(explanation.reason),
+      coloured(is_good ? Colour::kGreen : Colour::kRed, words_for(explanation.verdict).text, style),
+      words_for(explanation.reason).text,
       after_colon(explanation.reason == Reason::kCourtesy ? objection : ""));
   if (explanation.with_courtesy) {
-    out << formatted("With courtesy on {}{}.\n", words(*explanation.with_courtesy),
+    out << formatted("With courtesy on {}{}.\n", words_for(*explanation.with_courtesy).text,
                      after_colon(objection));
   }
   if (!explanation.trouble.empty()) out << printable(explanation.trouble) << '\n';

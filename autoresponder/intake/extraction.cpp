@@ -42,16 +42,14 @@ std::optional<std::string> find_listed_recipient(DwHeaders& headers) {
   return mailbox_address(*mailbox);
 }
 
-Extraction report_no_sender() {
-  diagnose({"Could not get sender's e-mail address from Reply-To: or From: headers."});
-  return Extraction::kNoSender;
-}
+constexpr const char* kNoSender =
+    "Could not get sender's e-mail address from Reply-To: or From: headers.";
+constexpr const char* kNoRecipient =
+    "Could not get recipient's e-mail address from environment variable RECIPIENT or To: header.";
 
-Extraction report_no_recipient() {
-  diagnose(
-      {"Could not get recipient's e-mail address from environment variable RECIPIENT or "
-       "To: header."});
-  return Extraction::kNoRecipient;
+Extraction refuse(const char* why, Extraction outcome) {
+  diagnose({why});
+  return outcome;
 }
 
 Extraction take_apart(const DwString& message_text, const std::optional<std::string>& delivered_to,
@@ -59,9 +57,9 @@ Extraction take_apart(const DwString& message_text, const std::optional<std::str
   const std::unique_ptr<DwMessage> message(DwMessage::NewMessage(message_text, nullptr));
   message->Parse();
   DwHeaders& headers = message->Headers();
-  if (!find_sender(headers, raw)) return report_no_sender();
+  if (!find_sender(headers, raw)) return refuse(kNoSender, Extraction::kNoSender);
   auto recipient = delivered_to ? delivered_to : find_listed_recipient(headers);
-  if (!recipient) return report_no_recipient();
+  if (!recipient) return refuse(kNoRecipient, Extraction::kNoRecipient);
   raw.recipient = *std::move(recipient);
   if (headers.HasSubject()) raw.subject = up_to_nul(headers.Subject().AsString());
   if (headers.HasDate()) raw.date = up_to_nul(headers.Date().AsString());

@@ -33,19 +33,6 @@ void prepare_client_library() {
   mysql_library_init(0, nullptr, nullptr);
 }
 
-// The client library sleeps a microsecond after it has connected; with the usual slack of timers
-// this would be fifty.
-class PromptTimers {
- public:
-  PromptTimers() { prctl(PR_SET_TIMERSLACK, 1UL, 0, 0, 0); }
-  ~PromptTimers() { prctl(PR_SET_TIMERSLACK, static_cast<unsigned long>(before_), 0, 0, 0); }
-  PromptTimers(const PromptTimers&) = delete;
-  PromptTimers& operator=(const PromptTimers&) = delete;
-
- private:
-  int before_ = prctl(PR_GET_TIMERSLACK, 0, 0, 0, 0);
-};
-
 // As `db_connect`, but the client library explains its failures itself: what it leaves in errno,
 // such as that its socket had nothing to read yet, is not the reason.
 MYSQL* connect_without_errno() {
@@ -60,10 +47,12 @@ MYSQL* connect_without_errno() {
 
 PanelDatabase::PanelDatabase(MYSQL* (*connect)()) {
   prepare_client_library();
-  {
-    const PromptTimers timers;
-    connection_.reset(connect());
-  }
+  // The client library sleeps a microsecond after it has connected; with the usual slack of timers
+  // this would be fifty.
+  const int slack = prctl(PR_GET_TIMERSLACK, 0, 0, 0, 0);
+  prctl(PR_SET_TIMERSLACK, 1UL, 0, 0, 0);
+  connection_.reset(connect());
+  prctl(PR_SET_TIMERSLACK, static_cast<unsigned long>(slack), 0, 0, 0);
   survive_failing_writes();
   if (!connection_) Fail("autoresponder: Unable to connect to the mysql database ");
 }

@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "autoresponder/reply/direct_run.h"
-#include "autoresponder/reply/plain_command.h"
 #include "support/base/owned.h"
 #include "support/base/text.h"
 

@@ -160,21 +160,6 @@ std::optional<std::string> prefix_for(const std::string& domain, const Deliverie
   return std::nullopt;
 }
 
-void report_root(const std::string& domain, Inspection& inspection) {
-  inspection.Error("delivery_as_root",
-                   "users/assign gives mail to {} to the user 0: the mail server delivers nothing "
-                   "as root, and it waits. Name another user, and run qmail-newu.",
-                   domain);
-}
-
-void report_no_user(const std::string& local, const std::string& domain, Inspection& inspection) {
-  inspection.Warning("prefix_without_user",
-                     "Nobody is the user of \"{}\", who gets mail to {}: neither users/assign nor "
-                     "the system has one, so it goes to the alias user. Add a line for the prefix "
-                     "to users/assign and run qmail-newu.",
-                     local, domain);
-}
-
 // Adds the domain's deliveries. Of the mailboxes without a user, or with root, names the first.
 void add_deliveries(const std::string& domain, const std::string& prefix,
                     const std::set<std::string>& names, const DeliveryUsers& users,
@@ -186,9 +171,17 @@ void add_deliveries(const std::string& domain, const std::string& prefix,
     if (user && user->id != 0) {
       found.push_back({name + '@' + domain, *user});
     } else if (user) {
-      if (!std::exchange(has_root, true)) report_root(domain, inspection);
+      if (std::exchange(has_root, true)) continue;
+      inspection.Error("delivery_as_root",
+                       "users/assign gives mail to {} to the user 0: the mail server delivers "
+                       "nothing as root, and it waits. Name another user, and run qmail-newu.",
+                       domain);
     } else if (!std::exchange(has_no_user, true)) {
-      report_no_user(prefix + name, domain, inspection);
+      inspection.Warning("prefix_without_user",
+                         "Nobody is the user of \"{}\", who gets mail to {}: neither users/assign "
+                         "nor the system has one, so it goes to the alias user. Add a line for the "
+                         "prefix to users/assign and run qmail-newu.",
+                         prefix + name, domain);
     }
   }
 }

@@ -34,7 +34,10 @@ inline void forget_signal_handlers(void (*kept)(int) = SIG_IGN) {
 /// Blocks one signal, or all, during its lifetime.
 class SignalBlock {
  public:
-  SignalBlock() { sigfillset(&blocked_), Begin(); }
+  SignalBlock() {
+    sigfillset(&blocked_);
+    Begin();
+  }
   explicit SignalBlock(int signal) {
     sigemptyset(&blocked_);
     sigaddset(&blocked_, signal);

@@ -1,11 +1,10 @@
-#include "autoresponder/reply/plain_command.h"
-
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
 
 #include "../../named_row.h"
+#include "autoresponder/reply/direct_run.h"
 
 namespace {
 
