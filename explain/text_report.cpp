@@ -52,8 +52,9 @@ void write_mailbox(std::ostream& out, const FoundMailbox& found) {
 
 void write_trigger(std::ostream& out, const ResponderRule& rule, const TriggerMatch& trigger) {
   const TriggerPlace place = trigger_place(rule);
-  if (place == TriggerPlace::kNowhere)
+  if (place == TriggerPlace::kNowhere) {
     return write_line(out, "trigger", "{}", words_for(place).text);
+  }
   const std::string line = trigger.line > 0 ? formatted("line {} of ", trigger.line) : "";
   write_line(out, "trigger", "{} {} {}{}", quoted(rule.keystr),
              trigger.fires ? "is in" : "is not in", line, words_for(place).text);
