@@ -1,6 +1,5 @@
 #include "explain/examination.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -9,7 +8,6 @@
 #include <utility>
 
 #include "autoresponder/engine/courtesy.h"
-#include "autoresponder/panel/panel_database.h"
 #include "autoresponder/reader/reader.h"
 #include "autoresponder/reader/reader_failure.h"
 #include "autoresponder/run/configuration.h"
@@ -122,22 +120,16 @@ void examine_rules(PanelDatabase& database, const Options& options, Explanation&
   }
 }
 
-template <class Predicate>
-bool any_outcome(const std::vector<RuleExplanation>& rules, const Predicate& is_wanted) {
-  return std::any_of(rules.begin(), rules.end(),
-                     [&is_wanted](const RuleExplanation& rule) { return is_wanted(rule.outcome); });
-}
-
 Reason reason_of(const std::vector<RuleExplanation>& rules) {
-  if (any_outcome(rules, is_reply)) return Reason::kRuleReplies;
+  Reason reason = rules.empty() ? Reason::kNoRules : Reason::kNoRuleReplies;
+  const RuleExplanation* unknown = nullptr;
   for (const RuleExplanation& rule : rules) {
-    if (rule.outcome == RuleOutcome::kUnknown) {
-      throw CannotTell(Reason::kReplyNotBuilt, rule.trouble);
-    }
+    if (is_reply(rule.outcome)) return Reason::kRuleReplies;
+    if (rule.outcome == RuleOutcome::kCourtesy) reason = Reason::kCourtesy;
+    if (rule.outcome == RuleOutcome::kUnknown && unknown == nullptr) unknown = &rule;
   }
-  const auto is_withheld = [](RuleOutcome outcome) { return outcome == RuleOutcome::kCourtesy; };
-  if (any_outcome(rules, is_withheld)) return Reason::kCourtesy;
-  return rules.empty() ? Reason::kNoRules : Reason::kNoRuleReplies;
+  if (unknown != nullptr) throw CannotTell(Reason::kReplyNotBuilt, unknown->trouble);
+  return reason;
 }
 
 std::string objection_of(const std::vector<RuleExplanation>& rules) {
@@ -177,10 +169,6 @@ Reason examine_panel(const Options& options, Explanation& explanation) {
   return reason;
 }
 
-Verdict verdict_of(Reason reason) {
-  return reason == Reason::kRuleReplies ? Verdict::kReply : Verdict::kNoReply;
-}
-
 }  // namespace
 
 void examine(const Options& options, Explanation& explanation) {
@@ -191,7 +179,8 @@ void examine(const Options& options, Explanation& explanation) {
     if (explanation.switches.repairs.store) allow_many_descriptors();
     const auto refusal = examine_message(options, explanation);
     explanation.reason = refusal ? *refusal : examine_panel(options, explanation);
-    explanation.verdict = verdict_of(explanation.reason);
+    explanation.verdict =
+        explanation.reason == Reason::kRuleReplies ? Verdict::kReply : Verdict::kNoReply;
   } catch (const PanelFailure& failure) {
     const bool ends_run = is_refusal(failure);
     explanation.verdict = ends_run ? Verdict::kNoReply : Verdict::kUnknown;

@@ -1,5 +1,4 @@
 #include "explain/json_text.h"
-#include "explain/repairs.h"
 #include "explain/reports.h"
 #include "explain/wording.h"
 

@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <iostream>
-#include <string>
 #include <vector>
 
 #include "explain/explanation.h"

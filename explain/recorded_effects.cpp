@@ -8,7 +8,6 @@
 #include "autoresponder/reply/shell.h"
 #include "autoresponder/run/temporary_files.h"
 #include "support/base/descriptors.h"
-#include "support/base/owned.h"
 #include "support/idn.h"
 
 namespace {

@@ -42,16 +42,6 @@ void read_image() {
   image_length = size;
 }
 
-struct ConfValue {
-  const char* key;
-  const char** value;
-  const char* message;
-};
-
-#define KEM_CONF_VALUE(key) {#key, &key, "Error: " #key " not defined\n"},
-constexpr ConfValue kConfValues[] = {KEM_CONF_KEYS(KEM_CONF_VALUE)};
-#undef KEM_CONF_VALUE
-
 bool is_space(char c) {
   return isspace(static_cast<unsigned char>(c)) != 0;
 }
@@ -75,10 +65,9 @@ const char* conf_require(const char* key) {
 }
 
 void load_conf_paths() {
-  for (const ConfValue& entry : kConfValues) {
-    const char* const value = conf_lookup(entry.key);
-    if (value == nullptr || *value == '\0') report_error(1, 0, "%s", entry.message);
-    *entry.value = value;
+  for (const auto& [key, value] : kem::kConfValues) {
+    *value = conf_lookup(key);
+    if (*value == nullptr || **value == '\0') report_error(1, 0, "Error: %s not defined\n", key);
   }
   snprintf(certificates_dir, sizeof certificates_dir, "%s/var/certificates", PRODUCT_ROOT_D);
 }

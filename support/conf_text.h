@@ -2,7 +2,19 @@
 
 #include <cstddef>
 
+#include "support/conf.h"
+
 namespace kem {
+
+/// A required key, and where its value is.
+struct ConfValue {
+  const char* key;
+  const char** value;
+};
+
+#define KEM_CONF_VALUE(key) {#key, &key},
+constexpr ConfValue kConfValues[] = {KEM_CONF_KEYS(KEM_CONF_VALUE)};
+#undef KEM_CONF_VALUE
 
 /// Splits `text`, which has a NUL after its `length` bytes, into lines, in place: each newline and
 /// the white space before it become NULs.

@@ -3,7 +3,6 @@
 #include "autoresponder/engine/courtesy.h"
 #include "autoresponder/reply/delivery.h"
 #include "autoresponder/reply/forwarding.h"
-#include "autoresponder/reply/reply_text.h"
 
 namespace {
 

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
-#include <string>
 
-#include "autoresponder/panel/mailbox.h"
 #include "support/base/letter_case.h"
 
 namespace {

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "autoresponder/message/incoming_message.h"
+#include "support/base/text.h"
 
 namespace {
 
@@ -38,10 +39,8 @@ const DwMailbox* first_valid_mailbox(DwMailboxList& mailboxes) {
 std::string mailbox_address(const DwMailbox& mailbox) {
   const DwString& local_part = mailbox.LocalPart();
   const DwString& domain = mailbox.Domain();
-  std::string address;
-  address.reserve(local_part.length() + 1 + domain.length());
-  address.append(local_part.data(), local_part.length()).append("@");
-  address.append(domain.data(), domain.length());
+  std::string address =
+      joined({{local_part.data(), local_part.length()}, "@", {domain.data(), domain.length()}});
   address.resize(strlen(address.c_str()));
   return address;
 }

@@ -1,7 +1,6 @@
 #include "autoresponder/message/body_lines.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstring>
 #include <utility>
 
@@ -89,9 +88,6 @@ BodyLines::BodyLines(std::string text) {
   owner_ = own;
 }
 
-BodyLines::BodyLines(std::string_view text, std::shared_ptr<const void> owner)
-    : owner_(std::move(owner)), text_(text) {}
-
 BodyLines::BodyLines(std::string_view text, std::shared_ptr<const void> owner, std::string charset)
     : owner_(std::move(owner)), text_(text), charset_(std::move(charset)) {}
 
@@ -134,8 +130,4 @@ std::vector<size_t> BodyLines::FindTogether(const std::vector<std::string_view>&
   PiecewiseSearch search(keys);
   WriteTo([&search](std::string_view piece) { return search.LookAt(piece); });
   return search.Lines();
-}
-
-size_t BodyLines::FirstWith(std::string_view key) {
-  return FirstWith(std::vector{key})[0];
 }

@@ -20,14 +20,11 @@ class BodyLines : public Body {
  public:
   /// `text`: UTF-8; it has one line more than newlines.
   explicit BodyLines(std::string text);
-  /// `text`: UTF-8, in memory that `owner` keeps.
-  BodyLines(std::string_view text, std::shared_ptr<const void> owner);
-  /// `text`: in `charset`, from which `convert_charset` can convert it to UTF-8 without an
-  /// exception.
-  BodyLines(std::string_view text, std::shared_ptr<const void> owner, std::string charset);
+  /// `text`: UTF-8, or in `charset`, from which `convert_charset` can convert it to UTF-8 without
+  /// an exception; in memory that `owner` keeps.
+  BodyLines(std::string_view text, std::shared_ptr<const void> owner, std::string charset = "");
 
-  /// The number of the first line with `key` (UTF-8), or 0, in time linear in the text.
-  size_t FirstWith(std::string_view key);
+  /// Takes time linear in the text for each key.
   std::vector<size_t> FirstWith(const std::vector<std::string_view>& keys) override;
 
   /// Hands the text, in UTF-8 and with its newlines, to `sink`.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <optional>
-#include <string>
 
 #include "autoresponder/message/body_lines.h"
 #include "support/base/text.h"

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
-#include <sys/types.h>
 
 #include "autoresponder/reader/reader_failure.h"
 #include "support/base/text.h"

@@ -119,8 +119,7 @@ void end_reader() {
   const pid_t process = reader;
   if (process == 0) return;
   kill(process, SIGKILL);
-  while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
-  }
+  TEMP_FAILURE_RETRY(waitpid(process, nullptr, 0));
 }
 
 void forget_reader() {

@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
-#include <utility>
 
 #include "mime/header_encode.h"
 #include "support/base/text.h"

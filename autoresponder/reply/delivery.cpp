@@ -3,9 +3,7 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 
-#include "autoresponder/reply/shell.h"
 #include "mime/header_encode.h"
 #include "support/base/text.h"
 #include "support/conf.h"

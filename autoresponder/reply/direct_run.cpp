@@ -7,9 +7,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
-#include <optional>
 #include <spawn.h>
-#include <string_view>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -271,8 +269,7 @@ bool run_directly(PlainCommand command) {
     const WaitingSignals signals;
     const pid_t child = start(command, input->number(), environment.entries(), signals);
     if (child == 0) return false;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
+    TEMP_FAILURE_RETRY(waitpid(child, &status, 0));
   }
   report_death(status);
   return true;

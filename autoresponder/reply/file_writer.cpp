@@ -74,8 +74,7 @@ void end_file_writer() {
   if (group == 0) return;
   kill(group, SIGKILL);  // the process may not have called setsid yet
   kill(-group, SIGKILL);
-  while (waitpid(group, nullptr, 0) < 0 && errno == EINTR) {
-  }
+  TEMP_FAILURE_RETRY(waitpid(group, nullptr, 0));
   while (waitpid(-group, nullptr, 0) > 0 || errno == EINTR) {
   }
 }

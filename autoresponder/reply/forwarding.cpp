@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "autoresponder/reply/shell.h"
 #include "support/base/text.h"
 
 std::vector<std::optional<std::string>> forwarding_rows(PanelDatabase& database,

@@ -4,7 +4,6 @@
 
 #include "autoresponder/reply/pipe_stream.h"
 #include "autoresponder/reply/reply_text.h"
-#include "autoresponder/reply/shell.h"
 #include "support/base/text.h"
 #include "support/get.h"
 

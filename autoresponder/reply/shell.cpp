@@ -11,7 +11,6 @@
 
 #include "autoresponder/reply/direct_run.h"
 #include "support/base/owned.h"
-#include "support/base/text.h"
 
 namespace {
 

@@ -24,8 +24,7 @@ size_t read_block(char* block) {
 
 void SpoolFile::Write(const char* bytes, size_t length) {
   while (!failed_ && length > 0) {
-    const ssize_t written = write(descriptor_.number(), bytes, length);
-    if (written < 0 && errno == EINTR) continue;
+    const ssize_t written = TEMP_FAILURE_RETRY(write(descriptor_.number(), bytes, length));
     failed_ = written <= 0;
     if (failed_) return;
     bytes += written;

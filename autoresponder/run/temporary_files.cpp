@@ -109,8 +109,7 @@ void remove_temporary_files() {
 }
 
 void cleanup_and_exit() {
-  forget_reader();
-  remove_temporary_files();
+  end_run();
   exit(0);
 }
 

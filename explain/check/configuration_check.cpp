@@ -5,18 +5,9 @@
 #include "autoresponder/run/configuration.h"
 #include "explain/check/files.h"
 #include "explain/check/inspection.h"
-#include "support/conf.h"
+#include "support/conf_text.h"
 
 namespace {
-
-struct Key {
-  const char* name;
-  const char** value;
-};
-
-#define KEM_KEY(key) {#key, &key},
-constexpr Key kKeys[] = {KEM_CONF_KEYS(KEM_KEY)};
-#undef KEM_KEY
 
 void check_writers(const std::string& path, Inspection& inspection) {
   const auto state = state_of(path);
@@ -43,11 +34,11 @@ bool is_readable(Inspection& inspection) {
 // Sets the panel library's values for the keys in the file, and reports those that are missing.
 void check_keys(Inspection& inspection) {
   std::string missing;
-  for (const Key& key : kKeys) {
-    const char* const value = conf_lookup(key.name);
-    const bool is_defined = value != nullptr && *value != '\0';
-    if (is_defined) *key.value = value;
-    if (!is_defined) missing += std::string(missing.empty() ? "" : ", ") + key.name;
+  for (const auto& [key, value] : kem::kConfValues) {
+    const char* const found = conf_lookup(key);
+    const bool is_defined = found != nullptr && *found != '\0';
+    if (is_defined) *value = found;
+    if (!is_defined) missing += std::string(missing.empty() ? "" : ", ") + key;
   }
   if (missing.empty()) return;
   inspection.Error("conf_key_missing",

@@ -2,7 +2,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "explain/check/files.h"
 #include "explain/check/inspection.h"

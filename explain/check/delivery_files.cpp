@@ -9,7 +9,6 @@
 
 #include "explain/check/files.h"
 #include "explain/check/inspection.h"
-#include "explain/check/mail_server.h"
 #include "support/base/letter_case.h"
 #include "support/base/owned.h"
 

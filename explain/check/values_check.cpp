@@ -4,7 +4,6 @@
 #include "autoresponder/panel/rule.h"
 #include "autoresponder/reply/attachments.h"
 #include "autoresponder/reply/direct_run.h"
-#include "autoresponder/reply/forwarding.h"
 #include "autoresponder/reply/reply_text.h"
 #include "autoresponder/run/temporary_files.h"
 #include "explain/check/inspection.h"

@@ -120,6 +120,10 @@ size_t first_line_with(const std::string& text, const std::string& key) {
   }
 }
 
+size_t first_with(BodyLines& lines, std::string_view key) {
+  return lines.FirstWith({key})[0];
+}
+
 void check_lines(BodyLines& lines, const TextPart& text) {
   std::string joined;
   lines.WriteTo([&joined](std::string_view piece) {
@@ -127,13 +131,13 @@ void check_lines(BodyLines& lines, const TextPart& text) {
     return true;
   });
   require(joined == in_utf8(text), "the lines are the text");
-  require(lines.FirstWith("") == 1, "an empty key is in every line");
-  require(lines.FirstWith("\n") == 0, "no key stands in two lines");
+  require(first_with(lines, "") == 1, "an empty key is in every line");
+  require(first_with(lines, "\n") == 0, "no key stands in two lines");
   // A key from the text, and a longer one that is hardly in any line.
   std::string key = joined.substr(joined.size() / 3, 5);
   key = key.substr(0, key.find('\n'));
   for (const std::string& wanted : {key, key + "~"}) {
-    require(lines.FirstWith(wanted) == first_line_with(joined, wanted),
+    require(first_with(lines, wanted) == first_line_with(joined, wanted),
             "a key is found in its first line");
   }
 }
