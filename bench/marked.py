@@ -5,6 +5,7 @@ import json
 import re
 
 from loads import ROOT
+from runs import wrapped
 
 DOCUMENT = ROOT / "docs" / "scaling.md"
 FIGURES = ROOT / "bench" / "figures.json"
@@ -22,7 +23,7 @@ def write(name, text):
     if document.count(begin) != 1 or document.count(end) != 1:
         raise ValueError(f"{DOCUMENT} lacks the marks of {name}")
     place = re.escape(begin) + ".*?" + re.escape(end)
-    DOCUMENT.write_text(re.sub(place, lambda _: f"{begin}\n\n{text}\n{end}", document, flags=re.S))
+    DOCUMENT.write_text(re.sub(place, lambda _: f"{begin}\n\n{wrapped(text)}\n{end}", document, flags=re.S))
 
 
 def figures():

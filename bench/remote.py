@@ -19,7 +19,7 @@ import panel as sandbox
 from conftest import BUILD, Panel
 from another_host import HOST, PORT, WITH_US, RemoteDatabase, haproxy
 from round_trips import COUNTED, TIMED
-from runs import INPUT, PROGRAM, ROOT, TOOLS, os_description
+from runs import INPUT, PROGRAM, ROOT, TOOLS, os_description, wrapped
 
 GUIDE = ROOT / "docs" / "scaling.md"
 DATA = BUILD / "remote"
@@ -200,7 +200,7 @@ def section(name):
 
 
 def write(name, text):
-    new, replaced = section(name).subn(lambda _: f"\n{text}\n\n", GUIDE.read_text())
+    new, replaced = section(name).subn(lambda _: f"\n{wrapped(text)}\n\n", GUIDE.read_text())
     if replaced != 1:
         sys.exit(f"{GUIDE} has no place for {name}")
     GUIDE.write_text(new)

@@ -7,6 +7,7 @@ import shutil
 import statistics
 import subprocess
 import sys
+import textwrap
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
@@ -179,3 +180,9 @@ def os_description():
     return (f"{cpu}, {os.cpu_count()} cores, {memory} GiB of memory, {release}, Linux"
             f" {os.uname().release.split('-')[0]}, spool and messages in memory;"
             f" load before the run {load:.1f}")
+
+
+def wrapped(text):
+    """The text of a document with its prose in lines of at most 120 columns."""
+    return "\n".join(line if line.startswith("|") else textwrap.fill(line, 120, break_on_hyphens=False)
+                     for line in text.split("\n"))

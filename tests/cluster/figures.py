@@ -12,7 +12,7 @@ from cluster import DEADLOCK, GUIDE, KEYS, ROOT, Cluster, message
 
 sys.path.insert(0, str(ROOT / "bench"))
 
-from runs import os_description  # noqa: E402
+from runs import os_description, wrapped  # noqa: E402
 
 ROUNDS = 3
 AT_ONCE = 4  # on each node
@@ -126,7 +126,7 @@ def main():
                        *(row(*key, notes[key]) for key in notes)])
     print(table)
     if rounds == ROUNDS:
-        GUIDE.write_text(re.sub(f"{BEGIN}.*{END}", lambda _: f"{BEGIN}\n\n{table}\n\n{END}",
+        GUIDE.write_text(re.sub(f"{BEGIN}.*{END}", lambda _: f"{BEGIN}\n\n{wrapped(table)}\n\n{END}",
                                 GUIDE.read_text(), flags=re.S))
 
 

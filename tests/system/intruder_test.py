@@ -17,9 +17,8 @@ INTRUDER = {"LD_PRELOAD": str(BUILD / "tests" / "libintruder.so"), "ASAN_OPTIONS
 UNREADABLE = b"autoresponder: the message could not be read\nAbnormal exit.\n"
 UNKNOWN = b"Could not convert message body text from x-intruder-%s to UTF-8.\n"
 
-# What each deed leads to: an error, or the end of the process (None). The second value is for
-# builds with sanitizers, which have no filter of system calls; "-": what stops the deed would stop
-# the sanitizers too.
+# What each deed leads to: an error, or the end of the process (None). The second value is for builds with sanitizers,
+# which have no filter of system calls; "-": what stops the deed would stop the sanitizers too.
 DEEDS = {
     "read-password": ("EACCES", "EACCES"),
     "read-configuration": ("EACCES", "EACCES"),
@@ -125,8 +124,7 @@ def test_reads_no_file_of_the_user_who_asks_for_an_explanation(panel):
     result = subprocess.run(
         ["setpriv", "--reuid", "1234", "--regid", "1234", "--clear-groups",
          BUILD / "explain" / "autoresponder-explain"],
-        input=from_intruder("read-users"), capture_output=True,
-        env={"PATH": "/usr/bin:/bin", **INTRUDER})
+        input=from_intruder("read-users"), capture_output=True, env={"PATH": "/usr/bin:/bin", **INTRUDER})
     assert told("read-users", "EACCES") in result.stderr
 
 
