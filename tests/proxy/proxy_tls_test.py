@@ -86,6 +86,16 @@ def test_a_run_through_two_proxies(tls, proxy):
     assert (result.status, result.err, sent(tls)) == (0, b"", [REPLY])
 
 
+def is_closed_at_once():
+    with socket.socket(socket.AF_UNIX) as connection:
+        connection.settimeout(1)
+        connection.connect(str(sandbox.SOCKET))
+        try:
+            return connection.recv(1) == b""
+        except TimeoutError:
+            return False
+
+
 @pytest.mark.parametrize("changes", [
     {" crt /etc/haproxy/mail1.pem": ""},
     {"database.example": "another.example"},
@@ -96,6 +106,8 @@ def test_a_run_through_two_proxies(tls, proxy):
 def test_without_a_certificate_that_fits_nothing_is_asked(tls, proxy, changes):
     tls.rule()
     proxy(own_line(changes))
+    # Without TLS both sides wait for the other's first word, until a check has failed.
+    wait_until(is_closed_at_once)
     result = tls.run(message(), timeout=30)
     assert result.status == 0
     assert result.err.startswith(NOT_CONNECTED + GREETING)
