@@ -11,7 +11,7 @@ import statistics
 import sys
 
 from cases import CASES, FORMS, MEGABYTE, QUICK, Case, plain
-from runs import COMMANDS, Bench, Difference, Rounds, intake, os_description
+from runs import COMMANDS, Bench, Difference, Rounds, intake, os_description, wrapped
 
 LARGE = 10 * MEGABYTE
 EMPTY = Case("an empty message", message=lambda: b"")
@@ -58,9 +58,9 @@ def measure_all(bench, cases, quick):
     for case in cases:
         measure(bench, case, quick)
     answer, end = bench.milliseconds_of_reader()
-    print(f"\nThe reader of a plain message runs {bench.instructions_of_reader() / 1e6:.2f} million"
-          f" instructions besides. In a loop of its own it takes {answer:.2f} ms from its start to its"
-          f" answer, and {end:.2f} ms to end.", flush=True)
+    print(wrapped(f"\nThe reader of a plain message runs {bench.instructions_of_reader() / 1e6:.2f}"
+                  f" million instructions besides. In a loop of its own it takes {answer:.2f} ms from"
+                  f" its start to its answer, and {end:.2f} ms to end."), flush=True)
 
 
 def ascii_text(size):
@@ -94,7 +94,7 @@ def main():
     parser.add_argument("--quick", action="store_true")
     parser.add_argument("--compare", action="store_true")
     options = parser.parse_args()
-    print(f"Machine: {os_description()}.\n")
+    print(wrapped(f"Machine: {os_description()}.\n"))
     cases = [EMPTY] + [case for case in CASES if not options.quick or case.name in QUICK]
     bench = Bench()
     compare(bench, [case for case in cases if "MB of" not in case.name])

@@ -20,7 +20,7 @@ from peers import INPUT, Ground
 # Importing `peers` has put their folders on the path.
 from cases import KILOBYTE, LINE, MEGABYTE, filled
 from conftest import real_root
-from runs import TOOLS, os_description
+from runs import TOOLS, os_description, wrapped
 
 TRIGGER = "Äpfel"
 SIZES = {"2 KB": 2 * KILOBYTE, "100 KB": 100 * KILOBYTE, "20 MB": 20 * MEGABYTE}
@@ -234,7 +234,7 @@ def main():
     quick = parser.parse_args().quick
     if not real_root():
         sys.exit("bench/peers: this needs root of the machine: deliveries run as a mailbox's user.")
-    print(f"Machine: {os_description()}.\n\nPackages: {packages()}.\n", flush=True)
+    print(wrapped(f"Machine: {os_description()}.\n\nPackages: {packages()}.\n"), flush=True)
     ground = Ground()
     try:
         require_replies(ground)
