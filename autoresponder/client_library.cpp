@@ -33,17 +33,17 @@ void* address_of(const char* name) {
 }
 
 template <class Function>
-Function* find(Function* /*of_this_file*/, const char* name) {
+Function* resolve(Function* /*of_this_file*/, const char* name) {
   return reinterpret_cast<Function*>(address_of(name));
 }
 
 }  // namespace
 
 // NOLINTBEGIN(bugprone-macro-parentheses): declarations cannot stand in parentheses
-#define LATE(result, function, parameters, arguments)     \
-  result function parameters {                            \
-    static auto* const call = find(&function, #function); \
-    return call arguments;                                \
+#define LATE(result, function, parameters, arguments)        \
+  result function parameters {                               \
+    static auto* const call = resolve(&function, #function); \
+    return call arguments;                                   \
   }
 // NOLINTEND(bugprone-macro-parentheses)
 
